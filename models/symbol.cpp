@@ -1,0 +1,56 @@
+// What the symbol model accepts. A rejection costs the walk one symbol and one error text, so each
+// text says which field is at fault and why.
+#include "models/symbol.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+namespace engines::models {
+namespace {
+
+// In the order of SymbolKind.
+constexpr std::array<std::string_view, 9> KIND_TEXTS = {
+    "class", "function", "method", "interface", "type", "enum", "variable", "module", "constant",
+};
+
+SymbolKind require_kind(std::string_view text) {
+  if (const auto kind = kind_from_text(text)) return *kind;
+  throw std::invalid_argument("unknown symbol kind '" + std::string(text) + "'");
+}
+
+void reject_nul(std::string_view field, std::string_view text) {
+  if (text.find('\0') == std::string_view::npos) return;
+  throw std::invalid_argument(std::string(field) + " holds a NUL character");
+}
+
+}  // namespace
+
+std::string_view kind_text(SymbolKind kind) { return KIND_TEXTS.at(static_cast<std::size_t>(kind)); }
+
+std::optional<SymbolKind> kind_from_text(std::string_view text) {
+  const auto found = std::find(KIND_TEXTS.begin(), KIND_TEXTS.end(), text);
+  if (found == KIND_TEXTS.end()) return std::nullopt;
+  return static_cast<SymbolKind>(found - KIND_TEXTS.begin());
+}
+
+Symbol::Symbol(SymbolArguments&& arguments)
+    : id(arguments.id),
+      file_id(arguments.file_id),
+      name(std::move(arguments.name)),
+      kind(require_kind(arguments.kind)),
+      fqn(std::move(arguments.fqn)),
+      start_line(arguments.start_line),
+      end_line(arguments.end_line),
+      signature(std::move(arguments.signature)),
+      is_export(arguments.is_export),
+      docstring(std::move(arguments.docstring)),
+      body_digest(std::move(arguments.body_digest)) {
+  reject_nul("name", name);
+  reject_nul("fqn", fqn);
+  if (start_line < 1) throw std::invalid_argument("start_line is less than 1");
+  if (end_line < start_line) throw std::invalid_argument("end_line is less than start_line");
+}
+
+}  // namespace engines::models

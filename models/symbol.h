@@ -1,0 +1,76 @@
+// The symbol model: one record per declaration, in the shape that an index's store keeps.
+//
+// A Symbol is built from SymbolArguments, named field by field, and its constructor rejects what no
+// store could keep. After that it is a plain value: compared field by field, copied, moved, read
+// from any thread that may read its memory.
+//
+// Tested by tests/models_test.cpp.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace engines::models {
+
+// What a symbol is. The text of each kind is its name without the trailing underscore.
+enum class SymbolKind : std::uint8_t {
+  class_,
+  function,
+  method,
+  interface,
+  type,
+  enum_,
+  variable,
+  module,
+  constant,
+};
+
+// The kind's text: "class", "function", "method", "interface", "type", "enum", "variable",
+// "module" or "constant". The view lives as long as the process.
+std::string_view kind_text(SymbolKind kind);
+
+// The kind whose text this is, or none. Case counts.
+std::optional<SymbolKind> kind_from_text(std::string_view text);
+
+// What a Symbol is built from. None of the fields has a default, so every place that builds a
+// symbol says all eleven.
+struct SymbolArguments {
+  std::optional<std::int64_t> id;            // the store's key; none until a store gives one
+  std::int64_t file_id;                      // the store's key of the file
+  std::string name;                          // UTF-8; may be empty
+  std::string_view kind;                     // one of the nine kind texts
+  std::string fqn;                           // dotted; may hold path bytes that are no UTF-8
+  std::uint32_t start_line;                  // 1-based
+  std::uint32_t end_line;                    // 1-based, the line of the last byte's end
+  std::optional<std::string> signature;      // UTF-8, at most 200 code points
+  bool is_export;                            // visible outside its file
+  std::optional<std::string> docstring;      // UTF-8, at most 500 code points, never empty
+  std::optional<std::string> body_digest;    // UTF-8, at most 800 code points, never empty
+};
+
+// One declaration of a source file. The fields are those of SymbolArguments, with the kind as a
+// member of the enumeration.
+struct Symbol {
+  // Throws std::invalid_argument, with a text that names the fault, for a kind that is none of the
+  // nine, for a name or FQN that holds U+0000 (the text columns of common stores end there), and
+  // for lines that are not 1-based or run backwards.
+  explicit Symbol(SymbolArguments&& arguments);
+
+  std::optional<std::int64_t> id;
+  std::int64_t file_id;
+  std::string name;
+  SymbolKind kind;
+  std::string fqn;
+  std::uint32_t start_line;
+  std::uint32_t end_line;
+  std::optional<std::string> signature;
+  bool is_export;
+  std::optional<std::string> docstring;
+  std::optional<std::string> body_digest;
+
+  bool operator==(const Symbol&) const = default;
+};
+
+}  // namespace engines::models
