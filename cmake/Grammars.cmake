@@ -1,0 +1,98 @@
+# The tree-sitter core and the sixteen grammars, compiled from the sources that npm installed. The files
+# stay as they were published; what the engine needs otherwise is said here by compiler options.
+#
+#   tree_sitter_core            the library, public header <tree_sitter/api.h>
+#   tree_sitter_core_internals  adds the core's private headers ("subtree.h"), for the one file that needs them
+#   grammars                    every grammar, behind one interface target
+if(NOT EXISTS "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/package.json")
+  message(FATAL_ERROR
+    "The tree-sitter sources are not installed (no ${TREESITTER_ENGINE_NODE_MODULES}): "
+    "run ./run, or npm ci, in ${PROJECT_SOURCE_DIR} first.")
+endif()
+
+# _third_party_target(TARGET): the options that the core and every grammar share.
+function(_third_party_target target)
+  set_target_properties(${target} PROPERTIES
+    C_STANDARD 11
+    C_EXTENSIONS ON  # endian.h and fdopen are declared under gnu11 and not under c11
+    C_VISIBILITY_PRESET hidden
+    POSITION_INDEPENDENT_CODE ON)
+  # These follow the flags of the build type, so they win in every configuration:
+  # -O2               a parser at -O0 makes every test run wait;
+  # -UNDEBUG          assertions stay on, since two scanner overflows are memory corruption without;
+  # -fexceptions      our guards leave a parse by throwing through these C frames;
+  # -fno-semantic-interposition  nobody replaces these functions, so they may be inlined under -fPIC.
+  target_compile_options(${target} PRIVATE
+    -w -O2 -UNDEBUG -fexceptions -fno-semantic-interposition)
+endfunction()
+
+set(_core "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/vendor/tree-sitter/lib")
+add_library(tree_sitter_core STATIC "${_core}/src/lib.c")
+_third_party_target(tree_sitter_core)
+target_include_directories(tree_sitter_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
+target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
+
+# The private folder has a copy of some ICU headers (unicode/utf8.h): searched last, it cannot shadow
+# the installed ones.
+add_library(tree_sitter_core_internals INTERFACE)
+target_link_libraries(tree_sitter_core_internals INTERFACE tree_sitter_core)
+target_compile_options(tree_sitter_core_internals INTERFACE "SHELL:-idirafter ${_core}/src")
+
+add_library(grammars INTERFACE)
+target_link_libraries(grammars INTERFACE tree_sitter_core)
+set(_grammar_versions "")
+
+# _package_version(PACKAGE VARIABLE): the version in an installed package's package.json.
+function(_package_version package variable)
+  set(manifest "${TREESITTER_ENGINE_NODE_MODULES}/${package}/package.json")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${manifest}")
+  file(READ "${manifest}" text)
+  string(JSON version GET "${text}" version)
+  set(${variable} "${version}" PARENT_SCOPE)
+endfunction()
+
+# _grammar(NAME PACKAGE [FOLDER]): one static library from PACKAGE/[FOLDER/]src; it defines
+# tree_sitter_NAME().
+function(_grammar name package)
+  cmake_path(APPEND source "${TREESITTER_ENGINE_NODE_MODULES}" "${package}" ${ARGN} src)
+  set(target grammar_${name})
+  add_library(${target} STATIC "${source}/parser.c")
+  _third_party_target(${target})
+  target_include_directories(${target} SYSTEM PRIVATE "${source}")
+  target_compile_definitions(${target} PRIVATE TREE_SITTER_HIDE_SYMBOLS TREE_SITTER_REUSE_ALLOCATOR)
+  if(EXISTS "${source}/scanner.c")
+    target_sources(${target} PRIVATE "${source}/scanner.c")
+    set(forced "${PROJECT_SOURCE_DIR}/cmake/scanner_alloc.h")
+    set_source_files_properties("${source}/scanner.c" PROPERTIES
+      COMPILE_OPTIONS "-include;${forced}" OBJECT_DEPENDS "${forced}")
+  endif()
+  target_link_libraries(${target} PRIVATE tree_sitter_core)
+  target_link_libraries(grammars INTERFACE ${target})
+  _package_version(${package} version)
+  string(APPEND _grammar_versions "    {\"${name}\", \"${version}\"},\n")
+  set(_grammar_versions "${_grammar_versions}" PARENT_SCOPE)
+endfunction()
+
+_grammar(c_sharp tree-sitter-c-sharp)
+_grammar(go tree-sitter-go)
+_grammar(java tree-sitter-java)
+_grammar(javascript tree-sitter-javascript)
+_grammar(json tree-sitter-json)
+_grammar(markdown @tree-sitter-grammars/tree-sitter-markdown tree-sitter-markdown)
+_grammar(php tree-sitter-php php)
+_grammar(python tree-sitter-python)
+_grammar(ruby tree-sitter-ruby)
+_grammar(rust tree-sitter-rust)
+_grammar(sql @derekstride/tree-sitter-sql)
+_grammar(toml @tree-sitter-grammars/tree-sitter-toml)
+_grammar(tsx tree-sitter-typescript tsx)
+_grammar(typescript tree-sitter-typescript typescript)
+_grammar(xml @tree-sitter-grammars/tree-sitter-xml xml)
+_grammar(yaml @tree-sitter-grammars/tree-sitter-yaml)
+
+# Which versions were compiled in, for --version and for hosts: a header, since only half of the grammars
+# carry their version in their own data.
+_package_version(tree-sitter _core_version)
+configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"
+               "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h" @ONLY)
+target_include_directories(grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")

@@ -1,0 +1,9 @@
+# Sanitizers for the whole build. They instrument the core and the grammars too: a fault that we provoke
+# shows itself there, and ThreadSanitizer needs to see every access to be believed.
+if(NOT TREESITTER_ENGINE_SANITIZE)
+  return()
+endif()
+
+add_compile_options(
+  -fsanitize=${TREESITTER_ENGINE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+add_link_options(-fsanitize=${TREESITTER_ENGINE_SANITIZE})

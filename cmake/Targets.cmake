@@ -1,0 +1,28 @@
+# How our own targets are built: one function sets the language, the warnings and the visibility of all
+# of them, so that no target can differ by accident.
+
+# treesitter_engine_sources(VARIABLE): every .cpp below the calling folder. A room is a folder, so a new
+# file needs no registration; CONFIGURE_DEPENDS makes the build notice it.
+function(treesitter_engine_sources variable)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+  set(${variable} "${sources}" PARENT_SCOPE)
+endfunction()
+
+# treesitter_engine_target(TARGET): to be called on every target of ours.
+function(treesitter_engine_target target)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_include_directories(${target} PUBLIC "${PROJECT_SOURCE_DIR}")
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    $<$<BOOL:${TREESITTER_ENGINE_WERROR}>:-Werror>)
+  if(TREESITTER_ENGINE_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC documents that instrumentation hides values from this analysis: it then warns about the
+    # standard library's own optional and variant.
+    target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+  endif()
+endfunction()
