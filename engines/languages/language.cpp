@@ -1,0 +1,76 @@
+// Resolves a grammar's symbols and fields to the engine's own, once per language.
+//
+// One idea: a node type is its text, so each symbol id is looked up by its text after the aliases
+// below have been applied. Building costs a few hundred table scans, about as long as parsing a few
+// kilobytes; nothing is looked up by text afterwards.
+//
+// Tested by tests/languages_test.cpp.
+
+#include "engines/languages/language.h"
+
+#include <tree_sitter/api.h>
+
+namespace engines::languages {
+namespace {
+
+struct Alias {
+  std::string_view language;
+  std::string_view grammar_text;
+  std::string_view engine_text;
+};
+
+// Where a grammar names its nodes otherwise than the rules do.
+constexpr Alias ALIASES[] = {
+    // Without these no Javadoc would ever be found.
+    {"java", "line_comment", "comment"},
+    {"java", "block_comment", "comment"},
+    {"sql", "create_table", "create_table_statement"},
+    {"sql", "create_index", "create_index_statement"},
+    {"sql", "create_trigger", "create_trigger_statement"},
+    {"sql", "create_function", "create_function_statement"},
+    {"sql", "create_view", "create_view_statement"},
+    {"sql", "create_materialized_view", "create_view_statement"},
+    // The generic naming rule then finds `public.orders` and quoted names.
+    {"sql", "object_reference", "name"},
+    {"sql", "literal", "name"},
+    // A DECLARE of PL/pgSQL declares variables, whatever the grammar calls it.
+    {"sql", "function_declaration", "variable_declaration"},
+};
+
+// The grammars' names of the fields, in the order of Field.
+constexpr std::string_view FIELD_NAMES[] = {"attribute",   "body", "function",
+                                            "module_name", "name", "property"};
+static_assert(std::size(FIELD_NAMES) == FIELD_COUNT);
+
+// The core's symbol of a piece of text that did not parse; it stands outside every grammar's own.
+constexpr std::uint16_t ERROR_SYMBOL = 65535;
+
+std::string_view _after_aliases(std::string_view language, std::string_view text) {
+  for (const Alias& alias : ALIASES)
+    if (alias.language == language && alias.grammar_text == text) return alias.engine_text;
+  return text;
+}
+
+}  // namespace
+
+Language::Language(std::string_view name, const TSLanguage* grammar)
+    : _name(name), _grammar(grammar) {
+  const std::uint32_t count = ts_language_symbol_count(grammar);
+  _type_names.reserve(count);
+  for (std::uint32_t symbol = 0; symbol < count; ++symbol) {
+    const char* text = ts_language_symbol_name(grammar, static_cast<TSSymbol>(symbol));
+    _type_names.push_back(_after_aliases(name, text == nullptr ? "" : text));
+    _node_types[symbol] = node_type_of(_type_names.back());
+  }
+  _node_types[ERROR_SYMBOL] = NodeType::error;
+  for (std::size_t i = 0; i < FIELD_COUNT; ++i)
+    _field_ids[i] = ts_language_field_id_for_name(
+        grammar, FIELD_NAMES[i].data(), static_cast<std::uint32_t>(FIELD_NAMES[i].size()));
+}
+
+std::string_view Language::type_name(std::uint16_t symbol) const {
+  if (symbol < _type_names.size()) return _type_names[symbol];
+  return symbol == ERROR_SYMBOL ? node_type_text(NodeType::error) : std::string_view();
+}
+
+}  // namespace engines::languages

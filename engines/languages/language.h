@@ -1,0 +1,62 @@
+#pragma once
+
+// A language as the engine works with it: the grammar, and its node types and fields resolved once.
+//
+// Grammars speak in symbol ids and texts; the rules speak in NodeType and Field. A Language holds
+// the translation, built when the language is first asked for, so that a walk pays one load per
+// node and no rule knows that two grammars name their nodes otherwise (language.cpp renames them).
+//
+// Immutable once built and read by all threads; never destroyed (languages.h). Costs 64 KiB of
+// address space, of which only the pages that hold the grammar's symbols and ERROR are touched.
+//
+// Tested by tests/languages_test.cpp.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "engines/languages/languages.h"
+#include "engines/languages/node_types.h"
+
+struct TSLanguage;
+
+namespace engines::languages {
+
+// The fields that rules ask for by name.
+enum class Field : std::uint8_t { attribute, body, function, module_name, name, property };
+inline constexpr std::size_t FIELD_COUNT = 6;
+
+class Language {
+ public:
+  // `name` and `grammar` must live as long as the process; both are static data in practice.
+  Language(std::string_view name, const TSLanguage* grammar);
+  Language(const Language&) = delete;
+  Language& operator=(const Language&) = delete;
+
+  // The language's own name, such as "csharp".
+  std::string_view name() const { return _name; }
+
+  // What a parser is constructed from.
+  const TSLanguage* grammar() const { return _grammar; }
+
+  // The text of a node's type, as the rules see it. `symbol` is what the tree holds: ERROR's 65535
+  // gives "ERROR", a number that the grammar does not know gives the empty text.
+  std::string_view type_name(std::uint16_t symbol) const;
+
+  // The node type of a symbol; right for every number, ERROR's included.
+  NodeType node_type(std::uint16_t symbol) const { return _node_types[symbol]; }
+
+  // The grammar's id of a field, or 0 when it has no field of that name.
+  std::uint16_t field_id(Field field) const { return _field_ids[static_cast<std::size_t>(field)]; }
+
+ private:
+  const std::string_view _name;
+  const TSLanguage* const _grammar;
+  std::vector<std::string_view> _type_names;  // by symbol; ERROR stands outside
+  std::array<std::uint16_t, FIELD_COUNT> _field_ids{};
+  std::array<NodeType, 65536> _node_types{};  // by symbol; the value 0 is `other`
+};
+
+}  // namespace engines::languages

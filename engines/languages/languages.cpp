@@ -1,0 +1,132 @@
+// The registry: sixteen languages, their grammars, and the handing out.
+//
+// Adding a language touches these places: REGISTRY below, its row in detection_table.h, its package
+// in package.json and cmake/Grammars.cmake, its node types in node_types.h where rules name new
+// ones, and its aliases in language.cpp where its grammar names nodes otherwise than the rules do.
+//
+// Cost: a search through sixteen names per request, and once per process and language the
+// resolution of the grammar's symbols.
+//
+// Tested by tests/languages_test.cpp.
+
+#include "engines/languages/languages.h"
+
+#include <array>
+#include <cstddef>
+#include <mutex>
+
+#include "engines/languages/detection_table.h"
+#include "engines/languages/language.h"
+#include "engines/languages/versions.h"
+
+extern "C" {
+const TSLanguage* tree_sitter_python();
+const TSLanguage* tree_sitter_javascript();
+const TSLanguage* tree_sitter_typescript();
+const TSLanguage* tree_sitter_tsx();
+const TSLanguage* tree_sitter_java();
+const TSLanguage* tree_sitter_go();
+const TSLanguage* tree_sitter_rust();
+const TSLanguage* tree_sitter_c_sharp();
+const TSLanguage* tree_sitter_ruby();
+const TSLanguage* tree_sitter_php();
+const TSLanguage* tree_sitter_sql();
+const TSLanguage* tree_sitter_markdown();
+const TSLanguage* tree_sitter_xml();
+const TSLanguage* tree_sitter_json();
+const TSLanguage* tree_sitter_yaml();
+const TSLanguage* tree_sitter_toml();
+}
+
+namespace engines::languages {
+namespace {
+
+struct Registration {
+  std::string_view name;
+  std::string_view grammar_name;  // as in the name of its entry point
+  const TSLanguage* (*grammar)();
+  std::string_view package;
+};
+
+// In the order of DETECTION, which the compiler checks.
+constexpr auto REGISTRY = std::to_array<Registration>({
+    {"python", "python", tree_sitter_python, "tree-sitter-python"},
+    {"javascript", "javascript", tree_sitter_javascript, "tree-sitter-javascript"},
+    {"typescript", "typescript", tree_sitter_typescript, "tree-sitter-typescript"},
+    {"tsx", "tsx", tree_sitter_tsx, "tree-sitter-typescript"},
+    {"java", "java", tree_sitter_java, "tree-sitter-java"},
+    {"go", "go", tree_sitter_go, "tree-sitter-go"},
+    {"rust", "rust", tree_sitter_rust, "tree-sitter-rust"},
+    {"csharp", "c_sharp", tree_sitter_c_sharp, "tree-sitter-c-sharp"},
+    {"ruby", "ruby", tree_sitter_ruby, "tree-sitter-ruby"},
+    {"php", "php", tree_sitter_php, "tree-sitter-php"},
+    {"sql", "sql", tree_sitter_sql, "@derekstride/tree-sitter-sql"},
+    {"markdown", "markdown", tree_sitter_markdown, "@tree-sitter-grammars/tree-sitter-markdown"},
+    {"xml", "xml", tree_sitter_xml, "@tree-sitter-grammars/tree-sitter-xml"},
+    {"json", "json", tree_sitter_json, "tree-sitter-json"},
+    {"yaml", "yaml", tree_sitter_yaml, "@tree-sitter-grammars/tree-sitter-yaml"},
+    {"toml", "toml", tree_sitter_toml, "@tree-sitter-grammars/tree-sitter-toml"},
+});
+constexpr std::size_t COUNT = REGISTRY.size();
+
+static_assert(COUNT == DETECTION.size(), "every language has its row of detection");
+static_assert(
+    [] {
+      for (std::size_t i = 0; i < COUNT; ++i)
+        if (REGISTRY[i].name != DETECTION[i].language) return false;
+      return true;
+    }(),
+    "both tables stand in the same order");
+
+constexpr auto NAMES = [] {
+  std::array<std::string_view, COUNT> names;
+  for (std::size_t i = 0; i < COUNT; ++i) names[i] = REGISTRY[i].name;
+  return names;
+}();
+
+// The version that was compiled in. Called by the compiler only, which refuses a grammar without one.
+constexpr std::string_view _version_of(std::string_view grammar_name) {
+  for (const GrammarVersion& row : GRAMMAR_VERSIONS)
+    if (row.grammar == grammar_name) return row.version;
+  throw grammar_name;
+}
+
+constexpr auto INFOS = [] {
+  std::array<LanguageInfo, COUNT> infos;
+  for (std::size_t i = 0; i < COUNT; ++i)
+    infos[i] = {REGISTRY[i].name, REGISTRY[i].package, _version_of(REGISTRY[i].grammar_name),
+                DETECTION[i].file_names, DETECTION[i].suffixes};
+  return infos;
+}();
+
+// Filled by the first thread that asks; the others wait for it. The object is left to the process
+// on purpose: parsers in thread-local storage may still use it while static objects are destroyed.
+struct Slot {
+  std::once_flag built;
+  const Language* language = nullptr;
+};
+
+const Language* _language_at(std::size_t index) {
+  static std::array<Slot, COUNT> slots;
+  Slot& slot = slots[index];
+  std::call_once(slot.built, [&] {
+    slot.language = new Language(REGISTRY[index].name, REGISTRY[index].grammar());
+  });
+  return slot.language;
+}
+
+}  // namespace
+
+std::span<const std::string_view> language_names() { return NAMES; }
+
+std::span<const LanguageInfo> language_infos() { return INFOS; }
+
+std::string_view core_version() { return CORE_VERSION; }
+
+const Language* get_language(std::string_view name) {
+  for (std::size_t i = 0; i < COUNT; ++i)
+    if (REGISTRY[i].name == name) return _language_at(i);
+  return nullptr;
+}
+
+}  // namespace engines::languages
