@@ -25,4 +25,8 @@ function(treesitter_engine_target target)
     # standard library's own optional and variant.
     target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
   endif()
+  get_target_property(type ${target} TYPE)
+  if(TREESITTER_ENGINE_SANITIZE AND type STREQUAL "EXECUTABLE")
+    target_link_libraries(${target} PRIVATE sanitizer_defaults)
+  endif()
 endfunction()

@@ -1,0 +1,103 @@
+# What ./run, ./test and .ci/run share: installing what is missing, and building quietly.
+#
+# To be sourced by a bash script with `set -euo pipefail`. Messages go to standard error, so that the
+# standard output of ./run is the tool's alone. Nothing that is in place is touched, and the network is
+# asked only for what is missing: a second run costs the time of an up-to-date build, about a second.
+# shellcheck shell=bash
+
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# One list for building and testing, since one build folder serves both.
+BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
+  libssl-dev libpcre2-dev libicu-dev libcli11-dev nlohmann-json3-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  python3 python3-dev python3-pytest mypy)
+# What .ci/run needs beside them.
+# shellcheck disable=SC2034
+CI_PACKAGES=(clang clang-format git shellcheck)
+
+say() { echo "${0##*/}: $*" >&2; }
+
+die() {
+  say "$@"
+  exit 2
+}
+
+# run_logged LOG COMMAND...: its output is read only when it fails.
+run_logged() {
+  local log=$1
+  shift
+  if ! "$@" >"$log" 2>&1 </dev/null; then
+    tail -n 60 "$log" >&2
+    say "failed: $* (the whole output is in $log)"
+    return 1
+  fi
+}
+
+_is_installed() {
+  [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+# install_packages PACKAGE...: by apt, and only what is missing.
+install_packages() {
+  local package
+  local -a missing=()
+  command -v dpkg-query >/dev/null ||
+    die "this is no Debian system; needed here: $* and npm"
+  for package in "$@"; do
+    _is_installed "$package" || missing+=("$package")
+  done
+  # npm may come from elsewhere than Debian, so the command is asked for and not the package.
+  command -v npm >/dev/null || missing+=(nodejs npm)
+  [[ ${#missing[@]} -gt 0 ]] || return 0
+
+  local -a as_root=()
+  if [[ $EUID -ne 0 ]]; then
+    command -v sudo >/dev/null ||
+      die "packages are missing and there is no sudo; as root, run: apt-get install ${missing[*]}"
+    as_root=(sudo --)
+  fi
+  say "installing ${missing[*]}"
+  # Old package lists may still do, so the installation decides and not the update.
+  run_logged "$ROOT/build/apt-update.log" "${as_root[@]}" apt-get update -q || true
+  run_logged "$ROOT/build/apt-install.log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -q -y --no-install-recommends "${missing[@]}" || exit 2
+}
+
+# install_node_modules: the tree-sitter sources, exactly as locked. The copy of the lock file that is
+# written last marks a complete installation.
+install_node_modules() {
+  local stamp=$ROOT/node_modules/.installed-lock.json
+  cmp -s "$ROOT/package-lock.json" "$stamp" && return
+  say "installing the tree-sitter sources"
+  run_logged "$ROOT/build/npm.log" npm --prefix "$ROOT" ci --no-audit --no-fund || exit 2
+  cp "$ROOT/package-lock.json" "$stamp"
+}
+
+# build PRESET: configures once, then builds what changed.
+build() {
+  local preset=$1
+  local folder=$ROOT/build/$preset
+  mkdir -p "$folder"
+  if command -v ccache >/dev/null; then
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+  fi
+  if [[ ! -f $folder/build.ninja ]]; then
+    say "building $preset for the first time, this takes a minute or more"
+    (cd "$ROOT" && run_logged "$folder/configure.log" cmake --preset "$preset") || return 1
+  fi
+  run_logged "$folder/build.log" cmake --build "$folder"
+}
+
+# set_up [PACKAGE...]: everything up to the release build, and these packages too. Two of these at once
+# would write the same files, so the second waits.
+# shellcheck disable=SC2120
+set_up() {
+  mkdir -p "$ROOT/build"
+  exec {lock}>"$ROOT/build/.lock"
+  flock "$lock"
+  install_packages "${BUILD_PACKAGES[@]}" "$@"
+  install_node_modules
+  build release || exit 2
+  exec {lock}>&-
+}
