@@ -1,0 +1,184 @@
+// Documentation in the run of comments directly above a declaration: Go, Rust, C# and Ruby.
+//
+// One walk steps back over siblings and shows each comment to the language's handler, which decides
+// what the comment contributes and whether the walk goes on. A run ends at the previous
+// declaration, so that a file's declarations together read each comment once.
+//
+// Tested by tests/docs_test.cpp.
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/source.h"
+#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+// What counts as a comment.
+constexpr std::array GO_COMMENTS{NodeType::comment};
+constexpr std::array RUST_COMMENTS{NodeType::line_comment, NodeType::block_comment};
+constexpr std::array CSHARP_COMMENTS{NodeType::comment};
+constexpr std::array RUBY_COMMENTS{NodeType::comment};
+
+// What a run of comments may be interrupted by: Go's line ends are nodes, and what did not parse is
+// passed over.
+constexpr std::array SEPARATORS{NodeType::newline, NodeType::error};
+
+// Removed from a C# line wherever they stand, in this order. The third has no closing bracket, so
+// that of `<param name="x">` the attribute and the bracket stay.
+constexpr std::string_view CSHARP_TAGS[] = {
+    "<summary>", "</summary>", "<param ",   "</param>",
+    "<returns>", "</returns>", "<remarks>", "</remarks>",
+};
+
+template <typename Types>
+bool is_one_of(NodeType type, const Types& types) {
+  return std::find(types.begin(), types.end(), type) != types.end();
+}
+
+// What the comments of one declaration contribute. The walk goes upwards, so each text comes before
+// those already there; they are kept in the order of the walk and joined backwards, because 100,000
+// insertions at the front of a list would move five thousand million texts.
+class Collected {
+ public:
+  void insert_at_front(std::string_view text) { _from_last_to_first.emplace_back(text); }
+
+  // All texts from the top line down, one space between each two.
+  std::string joined() const {
+    std::string text;
+    for (auto it = _from_last_to_first.rbegin(); it != _from_last_to_first.rend(); ++it) {
+      if (it != _from_last_to_first.rbegin()) text.push_back(' ');
+      text.append(*it);
+    }
+    return text;
+  }
+
+ private:
+  std::vector<std::string> _from_last_to_first;
+};
+
+std::string without_each(std::string_view text, std::string_view piece) {
+  std::string rest;
+  std::size_t begin = 0;
+  for (std::size_t found = text.find(piece); found != std::string_view::npos;
+       found = text.find(piece, begin)) {
+    rest.append(text.substr(begin, found - begin));
+    begin = found + piece.size();
+  }
+  return rest.append(text.substr(begin));
+}
+
+// Without everything from a `<` to the next `>`, both included. What is left of the first `<` holds
+// no other, so removing from left to right is one pass.
+std::string without_tags(std::string_view text) {
+  std::string rest;
+  std::size_t begin = 0;
+  while (true) {
+    const std::size_t open = text.find('<', begin);
+    if (open == std::string_view::npos) break;
+    const std::size_t close = text.find('>', open);
+    if (close == std::string_view::npos) break;
+    rest.append(text.substr(begin, open - begin));
+    begin = close + 1;
+  }
+  return rest.append(text.substr(begin));
+}
+
+}  // namespace
+
+// `comment_types` is a range of node types. `handler(text, comment, collected)` gives true to go on
+// and false to stop; it may keep state of its walk.
+template <typename CommentTypes, typename Handler>
+std::optional<std::string> TreeSitterEngine::_collect_preceding_comments(
+    const Node& node, const Source& content, const CommentTypes& comment_types, Handler handler) {
+  Collected comments;
+  std::string storage;
+  for (auto prev = node.previous_sibling(); prev; prev = prev->previous_sibling()) {
+    if (is_one_of(prev->type(), comment_types)) {
+      const std::string_view text = content.decoded(prev->start_byte(), prev->end_byte(), storage);
+      if (!handler(text, *prev, comments)) break;
+    } else if (!is_one_of(prev->type(), SEPARATORS)) {
+      break;
+    }
+  }
+  const std::string joined = comments.joined();
+  std::string docstring = _truncate_docstring(trim(joined)).first;
+  if (docstring.empty()) return std::nullopt;
+  return docstring;
+}
+
+std::optional<std::string> TreeSitterEngine::_extract_go_doc(const Node& node,
+                                                             const Source& content) {
+  const auto handler = [](std::string_view text, const Node&, Collected& collected) {
+    if (text.starts_with("//")) {
+      collected.insert_at_front(trim(text.substr(2)));
+    } else if (text.starts_with("/*")) {
+      if (const auto cleaned = _clean_block_comment(text).first) {
+        collected.insert_at_front(*cleaned);
+      }
+    }
+    return true;
+  };
+  return _collect_preceding_comments(node, content, GO_COMMENTS, handler);
+}
+
+// Every block comment counts, documentation or not; an ordinary line comment is left out.
+std::optional<std::string> TreeSitterEngine::_extract_rust_doc(const Node& node,
+                                                               const Source& content) {
+  const auto handler = [](std::string_view text, const Node&, Collected& collected) {
+    if (text.starts_with("///") || text.starts_with("//!")) {
+      collected.insert_at_front(trim(text.substr(3)));
+    } else if (text.starts_with("/*")) {
+      if (const auto cleaned = _clean_block_comment(text).first) {
+        collected.insert_at_front(*cleaned);
+      }
+    }
+    return true;
+  };
+  return _collect_preceding_comments(node, content, RUST_COMMENTS, handler);
+}
+
+std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& node,
+                                                                 const Source& content) {
+  const auto handler = [](std::string_view text, const Node&, Collected& collected) {
+    if (!text.starts_with("///")) return true;
+    std::string line(trim(text.substr(3)));
+    for (const std::string_view tag : CSHARP_TAGS) line = without_each(line, tag);
+    line = without_tags(line);
+    if (const std::string_view trimmed = trim(line); !trimmed.empty()) {
+      collected.insert_at_front(trimmed);
+    }
+    return true;
+  };
+  return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);
+}
+
+// Rows are looked at between comments only: however many blank ones stand above the declaration,
+// the nearest comment counts. A line that is left out is no neighbour either.
+std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
+                                                               const Source& content) {
+  std::optional<std::uint32_t> last_comment_line;
+  const auto handler = [&](std::string_view text, const Node& comment, Collected& collected) {
+    const std::int64_t comment_end_line = comment.end_row();
+    if (last_comment_line && *last_comment_line - comment_end_line > 1) return false;
+    if (!text.starts_with('#')) return true;
+    const std::string_view stripped = trim(text.substr(1));
+    // A shebang, or a line for the editor or about the encoding.
+    if (stripped.starts_with('!') || stripped.starts_with("-*-")) return true;
+    collected.insert_at_front(stripped);
+    last_comment_line = comment.start_row();
+    return true;
+  };
+  return _collect_preceding_comments(node, content, RUBY_COMMENTS, handler);
+}
+
+}  // namespace engines::treesitter

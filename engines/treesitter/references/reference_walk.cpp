@@ -1,0 +1,201 @@
+// The walk that finds references: which nodes refer to something, under which kind they are
+// recorded, and which repeats are left out. The names come from reference_names.cpp and
+// import_names.cpp.
+//
+// One loop over the tree's records in document order, which is what a descent into every node would
+// visit. A node costs one load from a table by its type, and nothing more unless a row names that
+// type. A repeat is a reference of the same name, line and kind.
+//
+// Tested by tests/references_test.cpp.
+#include <array>
+#include <cassert>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/syntax_tree.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+// How a node refers to something. A type stands in one row only.
+enum class Use : std::uint8_t { none, call, import, type, alias, member };
+
+struct UseRow {
+  NodeType type;
+  Use use;
+};
+
+constexpr UseRow USES[] = {
+    {NodeType::call, Use::call},                      // Python, Ruby
+    {NodeType::call_expression, Use::call},           // JavaScript, TypeScript, Go, Rust
+    {NodeType::function_call_expression, Use::call},  // PHP
+    {NodeType::invocation_expression, Use::call},     // C#
+    {NodeType::macro_invocation, Use::call},          // Rust
+    {NodeType::member_call_expression, Use::call},    // PHP
+    {NodeType::method_invocation, Use::call},         // Java
+
+    {NodeType::import_statement, Use::import},         // Python, JavaScript, TypeScript
+    {NodeType::import_from_statement, Use::import},    // Python
+    {NodeType::import_declaration, Use::import},       // Java, Go
+    {NodeType::use_declaration, Use::import},          // Rust
+    {NodeType::using_directive, Use::import},          // C#
+    {NodeType::include_expression, Use::import},       // PHP
+    {NodeType::include_once_expression, Use::import},  // PHP
+    {NodeType::require_expression, Use::import},       // PHP
+    {NodeType::require_once_expression, Use::import},  // PHP
+    {NodeType::require, Use::import},                  // only PHP's keyword, which names nothing
+
+    {NodeType::type_identifier, Use::type},    // Java, Go, Rust, TypeScript
+    {NodeType::generic_type, Use::type},       // Java, Go, Rust, TypeScript, Python
+    {NodeType::base_list, Use::type},          // C#
+    {NodeType::extends_clause, Use::type},     // TypeScript
+    {NodeType::implements_clause, Use::type},  // TypeScript
+
+    {NodeType::alias, Use::alias},  // YAML; Ruby's `alias` is a statement and none of ours
+
+    {NodeType::attribute, Use::member},                 // Python
+    {NodeType::member_expression, Use::member},         // JavaScript, TypeScript
+    {NodeType::member_access_expression, Use::member},  // C#, PHP
+};
+
+constexpr std::size_t index_of(NodeType type) { return static_cast<std::size_t>(type); }
+
+constexpr auto USE_BY_TYPE = [] {
+  std::array<Use, languages::NODE_TYPE_COUNT> table{};
+  for (const UseRow& row : USES) table[index_of(row.type)] = row.use;
+  return table;
+}();
+
+constexpr std::size_t count_of_uses() {
+  std::size_t count = 0;
+  for (const Use use : USE_BY_TYPE) count += use != Use::none ? 1 : 0;
+  return count;
+}
+static_assert(count_of_uses() == std::size(USES), "a node type has one use");
+
+constexpr Use use_of(NodeType type) { return USE_BY_TYPE[index_of(type)]; }
+
+}  // namespace
+
+// The state of one walk: what was found, and where to look for repeats.
+//
+// A node starts where its parent starts or later, and where its previous sibling ends or later, so
+// that start rows never go back along the records, and a repeat can only stand among the references
+// of the line being read. `_slots` is a hash table of those alone and needs neither copies of the
+// names nor clearing: a slot holds a reference's position in `_references`, plus one, and counts as
+// empty when that reference belongs to an earlier line. It stays as small as the busiest line.
+class TreeSitterEngine::ReferenceWalk {
+ public:
+  explicit ReferenceWalk(std::string_view language)
+      : _language(language), _is_yaml(language == "yaml"), _slots(INITIAL_SLOTS) {}
+
+  // Records what the node itself refers to; its descendants are later records of the tree.
+  void extract_from_node(const Node& node, Use use);
+
+  std::vector<ReferenceInfo> take_references() { return std::move(_references); }
+
+ private:
+  static constexpr std::size_t INITIAL_SLOTS = 64;  // a power of two, as every later size is
+
+  void add(std::string_view name, std::uint32_t line, std::string_view kind);
+  void add_named(std::optional<std::string_view> name, std::uint32_t line, std::string_view kind);
+  std::size_t& slot_of(std::string_view name, std::string_view kind);
+  void grow();
+
+  const std::string_view _language;
+  const bool _is_yaml;
+  std::vector<ReferenceInfo> _references;
+  std::uint32_t _line = 0;      // of the last reference
+  std::size_t _line_begin = 0;  // the position of that line's first reference
+  std::vector<std::size_t> _slots;
+};
+
+void TreeSitterEngine::ReferenceWalk::extract_from_node(const Node& node, Use use) {
+  const std::uint32_t line = node.start_row() + 1;
+  switch (use) {
+    case Use::none:
+      return;
+    case Use::call:
+      return add_named(_get_call_name(node, _language), line, "call");
+    case Use::import:
+      // All names of a statement come before all of its modules.
+      for (const auto name : _get_import_names(node, _language)) add(name, line, "import");
+      for (const auto module : _get_import_modules(node, _language)) {
+        add(module, line, IMPORT_MODULE_KIND);
+      }
+      return;
+    case Use::type:
+      return add_named(_get_type_name(node), line, "type");
+    case Use::alias:
+      if (_is_yaml) add_named(_get_yaml_alias_name(node), line, "call");
+      return;
+    case Use::member: {
+      // The call around a callee has already named it.
+      const std::optional<Node> parent = node.parent();
+      if (!parent || use_of(parent->type()) == Use::call) return;
+      return add_named(_get_attribute_name(node), line, "call");
+    }
+  }
+}
+
+void TreeSitterEngine::ReferenceWalk::add_named(std::optional<std::string_view> name,
+                                                std::uint32_t line, std::string_view kind) {
+  if (name && !name->empty()) add(*name, line, kind);
+}
+
+void TreeSitterEngine::ReferenceWalk::add(std::string_view name, std::uint32_t line,
+                                          std::string_view kind) {
+  assert(line >= _line && "start rows never go back");
+  if (line != _line) {
+    _line = line;
+    _line_begin = _references.size();
+  }
+  if (2 * (_references.size() - _line_begin + 1) > _slots.size()) grow();
+  std::size_t& slot = slot_of(name, kind);
+  if (slot > _line_begin) return;
+  _references.push_back({std::string(name), line, std::string(kind)});
+  slot = _references.size();
+}
+
+// The slot that holds this line's reference of that name and kind, or else the one to put it into.
+// The kind is no part of the hash: a name has four references on a line at most.
+std::size_t& TreeSitterEngine::ReferenceWalk::slot_of(std::string_view name,
+                                                      std::string_view kind) {
+  const std::size_t mask = _slots.size() - 1;
+  std::size_t position = std::hash<std::string_view>()(name) & mask;
+  while (_slots[position] > _line_begin) {
+    const ReferenceInfo& found = _references[_slots[position] - 1];
+    if (found.name == name && found.kind == kind) break;
+    position = (position + 1) & mask;
+  }
+  return _slots[position];
+}
+
+void TreeSitterEngine::ReferenceWalk::grow() {
+  _slots.assign(2 * _slots.size(), 0);
+  for (std::size_t i = _line_begin; i < _references.size(); ++i) {
+    slot_of(_references[i].name, _references[i].kind) = i + 1;
+  }
+}
+
+std::vector<ReferenceInfo> TreeSitterEngine::_extract_references(const Node& root,
+                                                                 std::string_view language) {
+  const SyntaxTree& tree = root.tree();
+  const std::uint32_t end = tree.record(root.index()).subtree_end;
+  ReferenceWalk walk(language);
+  for (std::uint32_t i = root.index(); i < end; ++i) {
+    const Use use = use_of(tree.record(i).type);
+    if (use != Use::none) walk.extract_from_node(Node(tree, i), use);
+  }
+  return walk.take_references();
+}
+
+}  // namespace engines::treesitter

@@ -1,0 +1,174 @@
+// Whether a declaration is seen outside its file: one rule per language, kept in a table.
+//
+// Rules read the node, its direct children and, for JavaScript's family, what encloses it. Texts
+// are read strictly and only where a rule needs them, with early exits: `class A { "\xff" }` in
+// Java fails on its body, `public class A { "\xff" }` is decided before. Modifiers are tested by
+// substring, so that an annotation which mentions "public" makes a declaration public.
+//
+// A question costs the node's direct children; reading a child's whole text costs no scan of it
+// unless it is a modifier. Throws Utf8Error for such a text that is no UTF-8.
+//
+// Tested by tests/visibility_test.cpp.
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+enum class Rule : std::uint8_t {
+  no_underscore,     // the name does not begin with one
+  upper_case,        // the name begins in upper case
+  public_modifier,   // Java's `public`
+  csharp,            // `public`, or marked as a controller or an action
+  php,               // not `private`, not `protected`
+  rust,              // `pub`, of whatever scope
+  ruby,              // not in a private or protected section (ruby_sections.cpp)
+  exported_by_form,  // inside an `export` statement, or with the keyword as a child
+  always,
+};
+
+struct RuleRow {
+  std::string_view language;
+  Rule rule;
+};
+
+// Every other language exports nothing.
+constexpr RuleRow RULES[] = {
+    {"python", Rule::no_underscore},
+    {"csharp", Rule::csharp},
+    {"java", Rule::public_modifier},
+    {"php", Rule::php},
+    {"go", Rule::upper_case},
+    {"rust", Rule::rust},
+    {"ruby", Rule::ruby},
+    {"sql", Rule::always},
+    {"markdown", Rule::always},
+    {"javascript", Rule::exported_by_form},
+    {"typescript", Rule::exported_by_form},
+    {"tsx", Rule::exported_by_form},
+};
+
+constexpr NodeType MODIFIER_TYPES[] = {NodeType::modifiers, NodeType::modifier,
+                                       NodeType::visibility_modifier};
+
+// Attributes that publish what they mark; parts of longer words count, as in `RoutePrefix`.
+constexpr std::string_view CONTROLLER_MARKERS[] = {"ApiController", "Controller", "Route",
+                                                   "HttpGet", "HttpPost"};
+
+constexpr NodeType PHP_PUBLIC_TYPES[] = {
+    NodeType::class_declaration, NodeType::interface_declaration, NodeType::trait_declaration};
+constexpr NodeType PHP_MODIFIER_TYPES[] = {NodeType::visibility_modifier, NodeType::modifier};
+constexpr std::string_view PHP_HIDING_WORDS[] = {"private", "protected"};
+
+constexpr std::string_view RUST_PUBLIC_PREFIX = "pub";
+
+template <typename Value, std::size_t N>
+bool is_one_of(const Value& value, const Value (&values)[N]) {
+  return std::find(std::begin(values), std::end(values), value) != std::end(values);
+}
+
+template <std::size_t N>
+bool holds_one_of(std::string_view text, const std::string_view (&words)[N]) {
+  return std::any_of(std::begin(words), std::end(words), [text](std::string_view word) {
+    return text.find(word) != std::string_view::npos;
+  });
+}
+
+// A node of no bytes reads as the empty text here.
+std::string_view text_or_empty(const Node& node) { return _node_text(node).value_or(""); }
+
+std::optional<Rule> rule_of(std::string_view language) {
+  for (const RuleRow& row : RULES) {
+    if (row.language == language) return row.rule;
+  }
+  return std::nullopt;
+}
+
+// The search upwards ends at an `export` statement or at the file or namespace around the node.
+// Those are the scopes of these grammars (they lack the other scope types, which are Python's), so
+// that the nearest scope is where the search ends.
+bool is_exported_by_form(const Node& node) {
+  const std::optional<Node> scope = node.scope();
+  if (scope && scope->type() == NodeType::export_statement) return true;
+  return node.first_child(NodeType::export_).has_value();
+}
+
+}  // namespace
+
+bool TreeSitterEngine::_is_exported(const Node& node, std::string_view language) const {
+  const std::optional<Rule> rule = rule_of(language);
+  if (!rule) return false;
+  switch (*rule) {
+    case Rule::no_underscore: {
+      const std::optional<std::string> name = _get_symbol_name(node, language);
+      return name && !name->starts_with('_');
+    }
+    case Rule::upper_case: {
+      const std::optional<std::string> name = _get_symbol_name(node, language);
+      return name && is_upper(first(*name, 1));
+    }
+    case Rule::public_modifier:
+      return _has_modifier(node, "public");
+    case Rule::csharp:
+      return _is_csharp_public_or_controller(node);
+    case Rule::php:
+      return _is_php_public(node);
+    case Rule::rust:
+      return _is_rust_public(node);
+    case Rule::ruby:
+      return _is_ruby_public(node);
+    case Rule::exported_by_form:
+      return is_exported_by_form(node);
+    case Rule::always:
+      return true;
+  }
+  return false;
+}
+
+bool TreeSitterEngine::_has_modifier(const Node& node, std::string_view modifier) {
+  for (const Node child : node.children()) {
+    if (is_one_of(child.type(), MODIFIER_TYPES) &&
+        text_or_empty(child).find(modifier) != std::string_view::npos) {
+      return true;
+    }
+    if (child.type_text() == modifier) return true;
+    if (text_or_empty(child) == modifier) return true;
+  }
+  return false;
+}
+
+bool TreeSitterEngine::_is_csharp_public_or_controller(const Node& node) {
+  if (_has_modifier(node, "public")) return true;
+  for (const Node child : node.children()) {
+    if (child.type() != NodeType::attribute_list) continue;
+    if (holds_one_of(text_or_empty(child), CONTROLLER_MARKERS)) return true;
+  }
+  return false;
+}
+
+bool TreeSitterEngine::_is_php_public(const Node& node) {
+  if (is_one_of(node.type(), PHP_PUBLIC_TYPES)) return true;
+  for (const Node child : node.children()) {
+    const std::string_view text = text_or_empty(child);
+    if (is_one_of(child.type(), PHP_MODIFIER_TYPES) && holds_one_of(text, PHP_HIDING_WORDS)) {
+      return false;
+    }
+    if (is_one_of(text, PHP_HIDING_WORDS)) return false;
+  }
+  return true;
+}
+
+bool TreeSitterEngine::_is_rust_public(const Node& node) {
+  const std::optional<Node> visibility = node.first_child(NodeType::visibility_modifier);
+  return visibility && text_or_empty(*visibility).starts_with(RUST_PUBLIC_PREFIX);
+}
+
+}  // namespace engines::treesitter
