@@ -29,8 +29,8 @@ constexpr NodeType NAME_TYPES[] = {
     NodeType::identifier,      // Java, Rust, C#: one word
     NodeType::dotted_name,     // Python
     NodeType::module_name,     // no grammar of ours
-    NodeType::name,            // PHP: `include CONSTANT`
-    NodeType::qualified_name,  // C#
+    NodeType::name,            // PHP: `include CONSTANT`, `use Trait`
+    NodeType::qualified_name,  // C#, PHP
 };
 
 // Children whose own identifiers are the names, all of them.

@@ -45,13 +45,13 @@ constexpr UseRow USES[] = {
     {NodeType::import_statement, Use::import},         // Python, JavaScript, TypeScript
     {NodeType::import_from_statement, Use::import},    // Python
     {NodeType::import_declaration, Use::import},       // Java, Go
-    {NodeType::use_declaration, Use::import},          // Rust
+    {NodeType::use_declaration, Use::import},          // Rust; PHP for traits
     {NodeType::using_directive, Use::import},          // C#
     {NodeType::include_expression, Use::import},       // PHP
     {NodeType::include_once_expression, Use::import},  // PHP
     {NodeType::require_expression, Use::import},       // PHP
     {NodeType::require_once_expression, Use::import},  // PHP
-    {NodeType::require, Use::import},                  // only PHP's keyword, which names nothing
+    {NodeType::require, Use::import},  // a keyword of PHP and TypeScript, which names nothing
 
     {NodeType::type_identifier, Use::type},    // Java, Go, Rust, TypeScript
     {NodeType::generic_type, Use::type},       // Java, Go, Rust, TypeScript, Python
@@ -59,9 +59,9 @@ constexpr UseRow USES[] = {
     {NodeType::extends_clause, Use::type},     // TypeScript
     {NodeType::implements_clause, Use::type},  // TypeScript
 
-    {NodeType::alias, Use::alias},  // YAML; Ruby's `alias` is a statement and none of ours
+    {NodeType::alias, Use::alias},  // YAML; in Ruby and C# a type of that name is none of ours
 
-    {NodeType::attribute, Use::member},                 // Python
+    {NodeType::attribute, Use::member},                 // Python; elsewhere without a name
     {NodeType::member_expression, Use::member},         // JavaScript, TypeScript
     {NodeType::member_access_expression, Use::member},  // C#, PHP
 };
