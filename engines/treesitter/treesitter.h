@@ -36,6 +36,7 @@
 #include <utility>
 #include <vector>
 
+#include "engines/treesitter/core/log.h"
 #include "models/symbol.h"
 
 namespace engines::treesitter {
@@ -43,7 +44,9 @@ namespace engines::treesitter {
 class Node;
 class Parser;
 class Source;
+class SyntaxTree;
 class ThreadLocal;
+struct ThreadStorage;
 
 // ---- Constants ----
 
@@ -140,7 +143,7 @@ class TreeSitterEngine {
  private:
   friend struct EnginePeer;  // the tests' door to the private operations
 
-  struct ThreadStorage;
+  struct ParseJob;
   class SymbolWalk;
   class ReferenceWalk;
 
@@ -148,6 +151,8 @@ class TreeSitterEngine {
   // The calling thread's parsers and Ruby visibility cache, made on first use.
   ThreadStorage& _get_thread_local_storage() const;
   Parser* _get_parser(std::string_view language) const;
+  ParseResult _parse(ParseJob&& job) const;
+  ParseResult _walk(ParseJob& job, const SyntaxTree& tree) const;
   static std::string _path_to_fqn(const std::filesystem::path& file_path);
 
   // -- symbols/: which nodes declare something, of which kind, under which name.
@@ -175,9 +180,10 @@ class TreeSitterEngine {
                                                                      const Source& content,
                                                                      std::string_view prefix);
   static std::pair<std::optional<std::string>, bool> _clean_block_comment(std::string_view text);
-  template <typename Handler>
+  template <typename CommentTypes, typename Handler>
   static std::optional<std::string> _collect_preceding_comments(const Node& node,
                                                                 const Source& content,
+                                                                const CommentTypes& comment_types,
                                                                 Handler handler);
   static std::optional<std::string> _extract_go_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_rust_doc(const Node& node, const Source& content);

@@ -35,7 +35,8 @@ extern const Regex _BODY_DIGEST_RE;  // NOLINT(bugprone-reserved-identifier): th
 // which is nearly all text, and _BODY_DIGEST_RE for the rest.
 std::optional<std::size_t> find_logic_end(std::string_view text);
 
-// Whether `text` is one of the 26 keywords.
+// Whether `text` is one of the 26 keywords, of which none is longer than eight letters.
+inline constexpr std::size_t LONGEST_KEYWORD = 8;
 bool is_logic_keyword(std::string_view text);
 
 }  // namespace engines::treesitter

@@ -18,17 +18,26 @@
 
 namespace engines::treesitter {
 
-// A line that carries control flow or a call, as a body digest keeps it.
+// A line that carries control flow or a call, as a body digest keeps it. Offsets count the file's
+// bytes.
 struct LogicLine {
-  std::uint32_t row;          // 0-based
-  std::size_t begin;          // of the line, in bytes of the file
-  std::size_t trimmed_begin;  // the line without its leading and trailing whitespace
-  std::size_t trimmed_end;
+  std::uint32_t row;  // 0-based
+  std::uint32_t trimmed_begin;  // the line without its leading and trailing whitespace
+  std::uint32_t trimmed_end;
+  std::uint32_t logic_end;  // where the first keyword or call of the line ends
 };
+
+// The prefixes of comments and docstrings, whose lines carry no logic whatever they hold.
+bool is_comment_line(std::string_view trimmed);
 
 class Source {
  public:
-  // The bytes must outlive the Source.
+  struct Range {
+    std::size_t begin;
+    std::size_t end;
+  };
+
+  // The bytes, less than 4 GiB, must outlive the Source.
   explicit Source(std::string_view bytes);
 
   std::string_view bytes() const { return _bytes; }
@@ -42,17 +51,21 @@ class Source {
   // points into the file when nothing is to be replaced, and otherwise into `storage`.
   std::string_view decoded(std::size_t begin, std::size_t end, std::string& storage) const;
 
-  // The line, without its line feed, that holds the byte at `offset`, as a range of bytes.
-  struct Range {
-    std::size_t begin;
-    std::size_t end;
-  };
+  // The line, without its line feed, that holds the byte at `offset`.
   Range line_at(std::size_t offset) const;
 
-  // All lines that carry logic, by row. Worked out at the first call, in one pass over the file.
+  // The range without the whitespace at its ends, as its decoded text would be trimmed.
+  Range trimmed(Range range) const;
+
+  // All lines that carry logic, by row. Worked out at the first call, in one pass over the file:
+  // nested functions would otherwise have their lines judged once per level.
   const std::vector<LogicLine>& logic_lines() const;
 
  private:
+  // The bytes with each byte of an ill-formed sequence replaced by a question mark, which like
+  // U+FFFD is no letter, space or bracket: a line is judged alike and keeps its offsets.
+  std::string_view judged(Range line, std::string& storage) const;
+
   std::string_view _bytes;
   std::vector<Range> _ill_formed;  // disjoint, in order; neighbours are joined
   mutable std::optional<std::vector<LogicLine>> _logic_lines;

@@ -8,6 +8,7 @@
 // Tested by tests/syntax_tree_test.cpp against the library's own accessors.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -20,6 +21,15 @@ struct TSTree;
 struct TSNode;
 
 namespace engines::treesitter {
+
+// The types at which the rules' upward searches end: functions and classes for Python's constants,
+// the export wrapper and the whole program for the exports of JavaScript and TypeScript. No grammar
+// has types of both rules.
+inline constexpr std::array SCOPE_TYPES = {
+    languages::NodeType::function_definition, languages::NodeType::class_definition,
+    languages::NodeType::export_statement,    languages::NodeType::program,
+    languages::NodeType::module,
+};
 
 struct NodeRecord {
   static constexpr std::uint32_t NONE = UINT32_MAX;

@@ -48,6 +48,9 @@ std::vector<std::string_view> split(std::string_view text, char separator);
 // The runs that are not whitespace.
 std::vector<std::string_view> split_whitespace(std::string_view text);
 
+// The last code point of a text that is not empty.
+char32_t last_code_point(std::string_view text);
+
 // At least one character with the property Uppercase, none with Lowercase and none in title case.
 // The properties, not the general categories: the Roman numeral of "A_Ⅷ" is upper case.
 bool is_upper(std::string_view text);

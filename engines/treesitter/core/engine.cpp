@@ -1,0 +1,30 @@
+// The engine object: its storage per thread, and the parser that a thread keeps per language.
+//
+// Tested by tests/engine_test.cpp.
+#include "engines/languages/language.h"
+#include "engines/languages/languages.h"
+#include "engines/treesitter/core/parser.h"
+#include "engines/treesitter/core/thread_storage.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+
+TreeSitterEngine::TreeSitterEngine() : _local(std::make_unique<ThreadLocal>()) {}
+
+TreeSitterEngine::~TreeSitterEngine() = default;
+
+ThreadStorage& TreeSitterEngine::_get_thread_local_storage() const { return _local->get(); }
+
+// A missing grammar is not remembered: each request asks the registry, and says so, again.
+Parser* TreeSitterEngine::_get_parser(std::string_view language) const {
+  ParserCache& parsers = _get_thread_local_storage().parsers;
+  if (const auto found = parsers.find(language); found != parsers.end()) return &found->second;
+  const languages::Language* const grammar = languages::get_language(language);
+  if (grammar == nullptr) {
+    log(LogLevel::debug, "No tree-sitter grammar available for language=%s", {language});
+    return nullptr;
+  }
+  return &parsers.try_emplace(std::string(language), *grammar).first->second;
+}
+
+}  // namespace engines::treesitter

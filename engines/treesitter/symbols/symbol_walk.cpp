@@ -1,0 +1,162 @@
+// The symbol walk: from the tree to the symbols that a file declares.
+//
+// One loop over the tree's array, which is in document order. A declaration opens a scope that lasts
+// to its subtree's end, and the innermost open one names what is found inside; all other nodes are
+// transparent.
+//
+// Costs: one table lookup per node; per symbol its name, its texts and one hash of its FQN. FQNs of
+// nested symbols repeat their ancestors, so the total text of a result is bounded.
+//
+// Tested by tests/symbols_test.cpp.
+#include <string>
+#include <unordered_set>
+
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+using models::Symbol;
+
+// The kinds for which documentation is asked, and those for which a body digest is.
+bool is_documented(std::string_view kind) {
+  return kind == "function" || kind == "method" || kind == "class" || kind == "interface" ||
+         kind == "module";
+}
+bool is_digested(std::string_view kind) { return kind == "function" || kind == "method"; }
+
+// The most text that the symbols of one file may hold. A file of minified keys has some 30 bytes of
+// signature and name for each of its own, and a megabyte of nested keys would have 28,000.
+constexpr std::uint64_t MAX_RESULT_TEXT_FLOOR = 16 << 20;
+constexpr std::uint64_t MAX_RESULT_TEXT_PER_BYTE = 256;
+
+std::uint64_t size_of(const std::optional<std::string>& text) { return text ? text->size() : 0; }
+
+}  // namespace
+
+class TreeSitterEngine::SymbolWalk {
+ public:
+  SymbolWalk(const TreeSitterEngine& engine, const SyntaxTree& tree, const Source& content,
+             std::string_view language, std::string fqn_prefix, std::int64_t file_id)
+      : _engine(engine),
+        _tree(tree),
+        _content(content),
+        _language(language),
+        _fqn_prefix(std::move(fqn_prefix)),
+        _file_id(file_id),
+        _text_left(MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * content.bytes().size()) {}
+
+  // The root itself is never a symbol.
+  void run() {
+    for (std::uint32_t index = 1; index < _tree.size();) {
+      while (!_open.empty() && _open.back().subtree_end <= index) _open.pop_back();
+      index = extract_node(Node(_tree, index));
+    }
+  }
+
+  std::pair<std::vector<Symbol>, std::vector<std::string>> take() {
+    return {std::move(_symbols), std::move(_errors)};
+  }
+
+ private:
+  // A declaration that has an FQN, whether or not the model accepted it.
+  struct Open {
+    std::uint32_t subtree_end;
+    const std::string* fqn;
+  };
+
+  // Gives the index of the node to visit next.
+  std::uint32_t extract_node(const Node& node) {
+    const std::uint32_t next = node.index() + 1;
+    const auto kind = _node_type_to_symbol_kind(node, _language);
+    if (!kind) return next;
+    auto name = _get_symbol_name(node, _language);
+    if (!name) return next;
+
+    // The first declaration of an FQN wins; a later one goes with everything nested in it.
+    const auto [fqn, is_new] = _seen_fqns.insert(qualified(*name));
+    if (!is_new) return _tree.record(node.index()).subtree_end;
+    _open.push_back({_tree.record(node.index()).subtree_end, &*fqn});
+    add_symbol(node, *kind, std::move(*name), *fqn);
+    return next;
+  }
+
+  std::string qualified(std::string_view name) {
+    const std::string& parent = _open.empty() ? _fqn_prefix : *_open.back().fqn;
+    spend(parent.size() + 1 + name.size());
+    std::string fqn;
+    fqn.reserve(parent.size() + 1 + name.size());
+    return fqn.append(parent).append(1, '.').append(name);
+  }
+
+  void add_symbol(const Node& node, std::string_view kind, std::string name,
+                  const std::string& fqn) {
+    models::SymbolArguments arguments{
+        .id = std::nullopt,
+        .file_id = _file_id,
+        .name = name,
+        .kind = kind,
+        .fqn = fqn,
+        .start_line = node.start_row() + 1,
+        .end_line = node.end_row() + 1,
+        .signature = signature(node),
+        .is_export = _engine._is_exported(node, _language),
+        .docstring = is_documented(kind) ? _extract_docstring(node, _content, _language)
+                                         : std::nullopt,
+        .body_digest = is_digested(kind) ? _extract_body_digest(node, _content) : std::nullopt,
+    };
+    spend(name.size() + size_of(arguments.signature) + size_of(arguments.docstring) +
+          size_of(arguments.body_digest));
+    try {
+      _symbols.emplace_back(std::move(arguments));
+    } catch (const std::invalid_argument& error) {
+      _errors.push_back("Invalid symbol " + name + ": " + error.what());
+    }
+  }
+
+  // Symbols of one row have one signature, and a minified file has one row for all of them.
+  const std::optional<std::string>& signature(const Node& node) {
+    if (_signature_row != node.start_row()) {
+      _signature = _get_signature(node, _content, _language);
+      _signature_row = node.start_row();
+    }
+    return _signature;
+  }
+
+  void spend(std::uint64_t size) {
+    if (size <= _text_left) {
+      _text_left -= size;
+      return;
+    }
+    throw ResultLimitError(
+        "the symbols of this file hold more text than " +
+        std::to_string(MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * _content.bytes().size()) +
+        " bytes");
+  }
+
+  const TreeSitterEngine& _engine;
+  const SyntaxTree& _tree;
+  const Source& _content;
+  const std::string_view _language;
+  const std::string _fqn_prefix;
+  const std::int64_t _file_id;
+
+  std::vector<Symbol> _symbols;
+  std::vector<std::string> _errors;
+  std::unordered_set<std::string> _seen_fqns;
+  std::vector<Open> _open;  // innermost last
+  std::optional<std::uint32_t> _signature_row;
+  std::optional<std::string> _signature;
+  std::uint64_t _text_left;
+};
+
+std::pair<std::vector<Symbol>, std::vector<std::string>> TreeSitterEngine::_extract_symbols(
+    const Node& root, const Source& content, std::string_view language,
+    const std::filesystem::path& file_path, std::int64_t file_id) const {
+  SymbolWalk walk(*this, root.tree(), content, language, _path_to_fqn(file_path), file_id);
+  walk.run();
+  return walk.take();
+}
+
+}  // namespace engines::treesitter
