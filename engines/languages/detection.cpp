@@ -1,8 +1,9 @@
 // Says which language a path is written in, by its last component alone.
 //
-// One idea: all rows of detection_table.h are laid out in two sorted tables at compile time; the
-// name is looked up in the first, then its suffixes, longest first, in the second. A suffix longer
-// than the longest known one is not tried, so a call costs the same for names of any length.
+// One idea: the exact name is looked up first, then the suffixes that begin at each full stop, from
+// the left, so that the longest known one decides. What lies further from the end than the longest
+// known suffix is not looked at: after finding the last separator, the cost does not depend on the
+// length of the name. Nothing is allocated.
 //
 // Tested by tests/languages_test.cpp.
 
@@ -16,62 +17,46 @@
 namespace engines::languages {
 namespace {
 
-struct Entry {
-  std::string_view text;
-  std::string_view language;
-};
-
-constexpr bool operator<(const Entry& left, const Entry& right) { return left.text < right.text; }
-
-using Texts = std::span<const std::string_view> Detection::*;
-
-template <Texts Member>
-constexpr auto _sorted_entries() {
-  constexpr std::size_t COUNT = [] {
-    std::size_t count = 0;
-    for (const Detection& row : DETECTION) count += (row.*Member).size();
-    return count;
-  }();
-  std::array<Entry, COUNT> entries;
-  std::size_t next = 0;
-  for (const Detection& row : DETECTION)
-    for (std::string_view text : row.*Member) entries[next++] = {text, row.language};
-  std::sort(entries.begin(), entries.end());
-  return entries;
+constexpr char _lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-constexpr auto FILE_NAMES = _sorted_entries<&Detection::file_names>();
-constexpr auto SUFFIXES = _sorted_entries<&Detection::suffixes>();
-
-constexpr bool _without_duplicates(std::span<const Entry> entries) {
-  return std::adjacent_find(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
-           return a.text == b.text;
-         }) == entries.end();
+constexpr bool _is_suffix(std::string_view text) {
+  return text.starts_with('.') &&
+         std::all_of(text.begin(), text.end(), [](char c) { return c == _lower(c); });
 }
-static_assert(_without_duplicates(FILE_NAMES) && _without_duplicates(SUFFIXES),
-              "no text means two languages");
+
+static_assert(std::all_of(DETECTION.begin(), DETECTION.end(),
+                          [](const Detection& row) {
+                            return std::is_sorted(row.file_names.begin(), row.file_names.end()) &&
+                                   std::is_sorted(row.suffixes.begin(), row.suffixes.end()) &&
+                                   std::all_of(row.suffixes.begin(), row.suffixes.end(),
+                                               _is_suffix);
+                          }),
+              "lists are sorted; suffixes begin with a full stop and are in lower case");
 
 constexpr std::size_t LONGEST_SUFFIX = [] {
   std::size_t longest = 0;
-  for (const Entry& entry : SUFFIXES) longest = std::max(longest, entry.text.size());
+  for (const Detection& row : DETECTION)
+    for (const std::string_view suffix : row.suffixes) longest = std::max(longest, suffix.size());
   return longest;
 }();
 
-// The language of exactly this text, or the empty text.
-std::string_view _find(std::span<const Entry> entries, std::string_view text) {
-  const auto found = std::lower_bound(entries.begin(), entries.end(), Entry{text, {}});
-  return found != entries.end() && found->text == text ? found->language : std::string_view();
+// The language in whose list (`file_names` or `suffixes`) the text stands; empty when in none.
+std::string_view _find(std::span<const std::string_view> Detection::*list, std::string_view text) {
+  for (const Detection& row : DETECTION)
+    if (std::binary_search((row.*list).begin(), (row.*list).end(), text)) return row.language;
+  return {};
 }
-
-constexpr char _lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 
 std::string_view _by_suffix(std::string_view name) {
   if (name.size() > LONGEST_SUFFIX) name.remove_prefix(name.size() - LONGEST_SUFFIX);
-  std::array<char, LONGEST_SUFFIX> buffer;
-  std::transform(name.begin(), name.end(), buffer.begin(), _lower);
-  const std::string_view tail(buffer.data(), name.size());
-  for (std::size_t dot = tail.find('.'); dot != tail.npos; dot = tail.find('.', dot + 1))
-    if (const auto language = _find(SUFFIXES, tail.substr(dot)); !language.empty()) return language;
+  std::array<char, LONGEST_SUFFIX> lowered;
+  std::transform(name.begin(), name.end(), lowered.begin(), _lower);
+  const std::string_view end(lowered.data(), name.size());
+  for (std::size_t dot = end.find('.'); dot != end.npos; dot = end.find('.', dot + 1))
+    if (const auto found = _find(&Detection::suffixes, end.substr(dot)); !found.empty())
+      return found;
   return {};
 }
 
@@ -79,8 +64,8 @@ std::string_view _by_suffix(std::string_view name) {
 
 std::optional<std::string_view> detect_language(const std::filesystem::path& path) {
   std::string_view name = path.native();
-  name.remove_prefix(name.rfind('/') + 1);  // npos + 1 is 0
-  std::string_view language = _find(FILE_NAMES, name);
+  name.remove_prefix(name.rfind('/') + 1);  // npos + 1 is 0: a path without a separator
+  std::string_view language = _find(&Detection::file_names, name);
   if (language.empty()) language = _by_suffix(name);
   if (language.empty()) return std::nullopt;
   return language;

@@ -84,7 +84,7 @@ constexpr auto NAMES = [] {
   return names;
 }();
 
-// The version that was compiled in. Called by the compiler only, which refuses a grammar without one.
+// The version that was compiled in. Evaluated by the compiler, which refuses a missing one.
 constexpr std::string_view _version_of(std::string_view grammar_name) {
   for (const GrammarVersion& row : GRAMMAR_VERSIONS)
     if (row.grammar == grammar_name) return row.version;

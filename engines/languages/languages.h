@@ -21,8 +21,8 @@ class Language;  // language.h, for those who parse
 // What one language consists of, as a user may ask for it.
 struct LanguageInfo {
   std::string_view name;
-  std::string_view grammar_package;             // the npm package that the grammar comes from
-  std::string_view grammar_version;             // of that package
+  std::string_view grammar_package;              // the npm package that the grammar comes from
+  std::string_view grammar_version;              // of that package
   std::span<const std::string_view> file_names;  // exact names that mean this language
   std::span<const std::string_view> suffixes;    // lower case, with their leading full stop
 };
