@@ -2,7 +2,7 @@
 # stay as they were published; what the engine needs otherwise is said here by compiler options.
 #
 #   tree_sitter_core            the library, public header <tree_sitter/api.h>
-#   tree_sitter_core_internals  adds the core's private headers ("subtree.h"), for the one file that needs them
+#   tree_sitter_core_internals  adds the core's private headers (<lib/src/subtree.h>), for the one file that needs them
 #   grammars                    every grammar, behind one interface target
 if(NOT EXISTS "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/package.json")
   message(FATAL_ERROR
@@ -32,11 +32,11 @@ _third_party_target(tree_sitter_core)
 target_include_directories(tree_sitter_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
 target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
 
-# The private folder has a copy of some ICU headers (unicode/utf8.h): searched last, it cannot shadow
-# the installed ones.
+# The private headers are named from above their folder (<lib/src/subtree.h>), since beside them lie copies
+# of some ICU headers that would shadow the installed ones.
 add_library(tree_sitter_core_internals INTERFACE)
 target_link_libraries(tree_sitter_core_internals INTERFACE tree_sitter_core)
-target_compile_options(tree_sitter_core_internals INTERFACE "SHELL:-idirafter ${_core}/src")
+target_include_directories(tree_sitter_core_internals SYSTEM INTERFACE "${_core}/..")
 
 add_library(grammars INTERFACE)
 target_link_libraries(grammars INTERFACE tree_sitter_core)
