@@ -74,7 +74,8 @@ install_node_modules() {
   cp "$ROOT/package-lock.json" "$stamp"
 }
 
-# build PRESET: configures once, then builds what changed.
+# build PRESET: configures when there is no build yet or the presets have changed, then builds what
+# changed; the rest of the configuration CMake watches itself.
 build() {
   local preset=$1
   local folder=$ROOT/build/$preset
@@ -84,6 +85,8 @@ build() {
   fi
   if [[ ! -f $folder/build.ninja ]]; then
     say "building $preset for the first time, this takes a minute or more"
+  fi
+  if [[ ! -f $folder/build.ninja || $ROOT/CMakePresets.json -nt $folder/build.ninja ]]; then
     (cd "$ROOT" && run_logged "$folder/configure.log" cmake --preset "$preset") || return 1
   fi
   run_logged "$folder/build.log" cmake --build "$folder"
