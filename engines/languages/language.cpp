@@ -1,8 +1,8 @@
 // Resolves a grammar's symbols and fields to the engine's own, once per language.
 //
 // One idea: a node type is its text, so each symbol id is looked up by its text after the aliases
-// below have been applied. Building costs a few hundred table scans, about as long as parsing a few
-// kilobytes; nothing is looked up by text afterwards.
+// below have been applied. Building takes about a tenth of a millisecond; nothing is looked up by
+// text afterwards.
 //
 // Tested by tests/languages_test.cpp.
 
