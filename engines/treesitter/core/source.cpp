@@ -35,12 +35,14 @@ Source::Source(std::string_view bytes) : _bytes(bytes) {
 
 bool Source::is_utf8(std::size_t begin, std::size_t end) const {
   if (begin == end) return true;
-  const auto after = std::upper_bound(_ill_formed.begin(), _ill_formed.end(), begin,
-                                      [](std::size_t at, const Range& run) { return at < run.end; });
+  const auto after =
+      std::upper_bound(_ill_formed.begin(), _ill_formed.end(), begin,
+                       [](std::size_t at, const Range& run) { return at < run.end; });
   if (after != _ill_formed.end() && after->begin < end) return false;
   // No ill-formed run meets the range, so that only its ends can cut a character.
   const auto cuts_character = [&](std::size_t at) {
-    if (at >= _bytes.size() || (static_cast<unsigned char>(_bytes[at]) & 0xC0) != 0x80) return false;
+    if (at >= _bytes.size() || (static_cast<unsigned char>(_bytes[at]) & 0xC0) != 0x80)
+      return false;
     return after == _ill_formed.end() || after->begin != at;
   };
   return !cuts_character(begin) && !cuts_character(end);
@@ -51,6 +53,25 @@ std::string_view Source::decoded(std::size_t begin, std::size_t end, std::string
   if (is_utf8(begin, end)) return bytes;
   storage = decode_replacing(bytes);
   return storage;
+}
+
+bool Source::contains(std::size_t begin, std::size_t end, std::string_view word) const {
+  const std::vector<std::uint32_t>& places = places_of(word);
+  const auto place = std::lower_bound(places.begin(), places.end(), begin);
+  return place != places.end() && *place + word.size() <= end;
+}
+
+const std::vector<std::uint32_t>& Source::places_of(std::string_view word) const {
+  for (const WordPlaces& known : _word_places) {
+    if (known.word == word) return known.places;
+  }
+  std::vector<std::uint32_t> places;
+  for (std::size_t at = _bytes.find(word); at != std::string_view::npos;
+       at = _bytes.find(word, at + 1)) {
+    places.push_back(static_cast<std::uint32_t>(at));
+  }
+  _word_places.push_back({word, std::move(places)});
+  return _word_places.back().places;
 }
 
 Source::Range Source::line_at(std::size_t offset) const {

@@ -21,7 +21,7 @@ namespace engines::treesitter {
 // A line that carries control flow or a call, as a body digest keeps it. Offsets count the file's
 // bytes.
 struct LogicLine {
-  std::uint32_t row;  // 0-based
+  std::uint32_t row;            // 0-based
   std::uint32_t trimmed_begin;  // the line without its leading and trailing whitespace
   std::uint32_t trimmed_end;
   std::uint32_t logic_end;  // where the first keyword or call of the line ends
@@ -51,6 +51,12 @@ class Source {
   // points into the file when nothing is to be replaced, and otherwise into `storage`.
   std::string_view decoded(std::size_t begin, std::size_t end, std::string& storage) const;
 
+  // Whether `word`, which must live as long as the process, stands in the bytes from `begin` up to
+  // `end`. Its places in the file are worked out at the first question and searched by bisection:
+  // modifiers hold annotations, whose arguments hold classes with modifiers of their own, so that
+  // searching the text of each would read a file once per level of nesting.
+  bool contains(std::size_t begin, std::size_t end, std::string_view word) const;
+
   // The line, without its line feed, that holds the byte at `offset`.
   Range line_at(std::size_t offset) const;
 
@@ -66,9 +72,16 @@ class Source {
   // U+FFFD is no letter, space or bracket: a line is judged alike and keeps its offsets.
   std::string_view judged(Range line, std::string& storage) const;
 
+  struct WordPlaces {
+    std::string_view word;
+    std::vector<std::uint32_t> places;  // where it begins, in order
+  };
+  const std::vector<std::uint32_t>& places_of(std::string_view word) const;
+
   std::string_view _bytes;
   std::vector<Range> _ill_formed;  // disjoint, in order; neighbours are joined
   mutable std::optional<std::vector<LogicLine>> _logic_lines;
+  mutable std::vector<WordPlaces> _word_places;  // of each word that was asked for, at most six
 };
 
 }  // namespace engines::treesitter

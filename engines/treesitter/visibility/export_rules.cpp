@@ -5,8 +5,8 @@
 // Java fails on its body, `public class A { "\xff" }` is decided before. Modifiers are tested by
 // substring, so that an annotation which mentions "public" makes a declaration public.
 //
-// A question costs the node's direct children; reading a child's whole text costs no scan of it
-// unless it is a modifier. Throws Utf8Error for such a text that is no UTF-8.
+// A question costs the node's direct children: neither reading nor searching a child's whole text
+// costs a scan of it. Throws Utf8Error for such a text that is no UTF-8.
 //
 // Tested by tests/visibility_test.cpp.
 #include <algorithm>
@@ -75,15 +75,21 @@ bool is_one_of(const Value& value, const Value (&values)[N]) {
   return std::find(std::begin(values), std::end(values), value) != std::end(values);
 }
 
-template <std::size_t N>
-bool holds_one_of(std::string_view text, const std::string_view (&words)[N]) {
-  return std::any_of(std::begin(words), std::end(words), [text](std::string_view word) {
-    return text.find(word) != std::string_view::npos;
-  });
-}
-
 // A node of no bytes reads as the empty text here.
 std::string_view text_or_empty(const Node& node) { return _node_text(node).value_or(""); }
+
+// Whether the node's text holds the word, anywhere. The text is read before it is searched, so that
+// one which is no UTF-8 fails.
+bool holds(const Node& node, std::string_view word) {
+  return _node_text(node) &&
+         node.tree().source().contains(node.start_byte(), node.end_byte(), word);
+}
+
+template <std::size_t N>
+bool holds_one_of(const Node& node, const std::string_view (&words)[N]) {
+  return std::any_of(std::begin(words), std::end(words),
+                     [&](std::string_view word) { return holds(node, word); });
+}
 
 std::optional<Rule> rule_of(std::string_view language) {
   for (const RuleRow& row : RULES) {
@@ -135,10 +141,7 @@ bool TreeSitterEngine::_is_exported(const Node& node, std::string_view language)
 
 bool TreeSitterEngine::_has_modifier(const Node& node, std::string_view modifier) {
   for (const Node child : node.children()) {
-    if (is_one_of(child.type(), MODIFIER_TYPES) &&
-        text_or_empty(child).find(modifier) != std::string_view::npos) {
-      return true;
-    }
+    if (is_one_of(child.type(), MODIFIER_TYPES) && holds(child, modifier)) return true;
     if (child.type_text() == modifier) return true;
     if (text_or_empty(child) == modifier) return true;
   }
@@ -149,7 +152,7 @@ bool TreeSitterEngine::_is_csharp_public_or_controller(const Node& node) {
   if (_has_modifier(node, "public")) return true;
   for (const Node child : node.children()) {
     if (child.type() != NodeType::attribute_list) continue;
-    if (holds_one_of(text_or_empty(child), CONTROLLER_MARKERS)) return true;
+    if (holds_one_of(child, CONTROLLER_MARKERS)) return true;
   }
   return false;
 }
@@ -157,11 +160,9 @@ bool TreeSitterEngine::_is_csharp_public_or_controller(const Node& node) {
 bool TreeSitterEngine::_is_php_public(const Node& node) {
   if (is_one_of(node.type(), PHP_PUBLIC_TYPES)) return true;
   for (const Node child : node.children()) {
-    const std::string_view text = text_or_empty(child);
-    if (is_one_of(child.type(), PHP_MODIFIER_TYPES) && holds_one_of(text, PHP_HIDING_WORDS)) {
-      return false;
-    }
-    if (is_one_of(text, PHP_HIDING_WORDS)) return false;
+    const bool is_modifier = is_one_of(child.type(), PHP_MODIFIER_TYPES);
+    if (is_modifier && holds_one_of(child, PHP_HIDING_WORDS)) return false;
+    if (is_one_of(text_or_empty(child), PHP_HIDING_WORDS)) return false;
   }
   return true;
 }
