@@ -1,6 +1,6 @@
-# Sanitizers for the whole build. They instrument the core and the grammars too: a fault that we provoke
-# shows itself there, and ThreadSanitizer needs to see every access to be believed. No check is switched
-# off for third-party code, since none was found to need it.
+# Sanitizers for the whole build. They instrument the core and the grammars too: a fault that we
+# provoke shows itself there, and ThreadSanitizer needs to see every access to be believed. No check
+# is switched off for third-party code, since none was found to need it.
 if(NOT TREESITTER_ENGINE_SANITIZE)
   return()
 endif()

@@ -1,8 +1,8 @@
-# How our own targets are built: one function sets the language, the warnings and the visibility of all
-# of them, so that no target can differ by accident.
+# How our own targets are built: one function sets the language, the warnings and the visibility of
+# all of them, so that no target can differ by accident.
 
-# treesitter_engine_sources(VARIABLE): every .cpp below the calling folder. A room is a folder, so a new
-# file needs no registration; CONFIGURE_DEPENDS makes the build notice it.
+# treesitter_engine_sources(VARIABLE): every .cpp below the calling folder. A room is a folder, so a
+# new file needs no registration; CONFIGURE_DEPENDS makes the build notice it.
 function(treesitter_engine_sources variable)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
   set(${variable} "${sources}" PARENT_SCOPE)

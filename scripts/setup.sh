@@ -1,8 +1,9 @@
 # What ./run, ./test and .ci/run share: installing what is missing, and building quietly.
 #
-# To be sourced by a bash script with `set -euo pipefail`. Messages go to standard error, so that the
-# standard output of ./run is the tool's alone. Nothing that is in place is touched, and the network is
-# asked only for what is missing: a second run costs the time of an up-to-date build, about a second.
+# To be sourced by a bash script with `set -euo pipefail`. Messages go to standard error, so that
+# the standard output of ./run is the tool's alone. Nothing that is in place is touched, and the
+# network is asked only for what is missing: a second run takes less than a second.
+#
 # shellcheck shell=bash
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -27,6 +28,7 @@ die() {
 run_logged() {
   local log=$1
   shift
+  mkdir -p "$(dirname "$log")"
   if ! "$@" >"$log" 2>&1 </dev/null; then
     tail -n 60 "$log" >&2
     say "failed: $* (the whole output is in $log)"
@@ -64,8 +66,8 @@ install_packages() {
     apt-get install -q -y --no-install-recommends "${missing[@]}" || exit 2
 }
 
-# install_node_modules: the tree-sitter sources, exactly as locked. The copy of the lock file that is
-# written last marks a complete installation.
+# install_node_modules: the tree-sitter sources, exactly as locked. The copy of the lock file that
+# is written last marks a complete installation.
 install_node_modules() {
   local stamp=$ROOT/node_modules/.installed-lock.json
   cmp -s "$ROOT/package-lock.json" "$stamp" && return
@@ -79,7 +81,6 @@ install_node_modules() {
 build() {
   local preset=$1
   local folder=$ROOT/build/$preset
-  mkdir -p "$folder"
   if command -v ccache >/dev/null; then
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
   fi
@@ -92,14 +93,13 @@ build() {
   run_logged "$folder/build.log" cmake --build "$folder"
 }
 
-# set_up [PACKAGE...]: everything up to the release build, and these packages too. Two of these at once
-# would write the same files, so the second waits.
-# shellcheck disable=SC2120
+# set_up: everything up to the release build. Two of these at once would write the same files, so
+# the second waits.
 set_up() {
   mkdir -p "$ROOT/build"
   exec {lock}>"$ROOT/build/.lock"
   flock "$lock"
-  install_packages "${BUILD_PACKAGES[@]}" "$@"
+  install_packages "${BUILD_PACKAGES[@]}"
   install_node_modules
   build release || exit 2
   exec {lock}>&-
