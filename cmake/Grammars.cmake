@@ -1,8 +1,9 @@
-# The tree-sitter core and the sixteen grammars, compiled from the sources that npm installed. The files
-# stay as they were published; what the engine needs otherwise is said here by compiler options.
+# The tree-sitter core and the sixteen grammars, compiled from the sources that npm installed. The
+# files stay as they were published; what the engine needs otherwise is said here by compiler
+# options.
 #
 #   tree_sitter_core            the library, public header <tree_sitter/api.h>
-#   tree_sitter_core_internals  adds the core's private headers (<lib/src/subtree.h>), for the one file that needs them
+#   tree_sitter_core_internals  adds the core's private headers (<lib/src/subtree.h>)
 #   grammars                    every grammar, behind one interface target
 if(NOT EXISTS "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/package.json")
   message(FATAL_ERROR
@@ -24,6 +25,8 @@ function(_third_party_target target)
   # -fno-semantic-interposition  nobody replaces these functions, so they may be inlined under -fPIC.
   target_compile_options(${target} PRIVATE
     -w -O2 -UNDEBUG -fexceptions -fno-semantic-interposition)
+  # A failed assertion ends the parse and not the process: core/parser.cpp defines this function.
+  target_compile_definitions(${target} PRIVATE __assert_fail=treesitter_engine_assert_fail)
 endfunction()
 
 set(_core "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/vendor/tree-sitter/lib")
@@ -32,8 +35,8 @@ _third_party_target(tree_sitter_core)
 target_include_directories(tree_sitter_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
 target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
 
-# The private headers are named from above their folder (<lib/src/subtree.h>), since beside them lie copies
-# of some ICU headers that would shadow the installed ones.
+# The private headers are named from above their folder (<lib/src/subtree.h>), since beside them lie
+# copies of some ICU headers that would shadow the installed ones.
 add_library(tree_sitter_core_internals INTERFACE)
 target_link_libraries(tree_sitter_core_internals INTERFACE tree_sitter_core)
 target_include_directories(tree_sitter_core_internals SYSTEM INTERFACE "${_core}/..")
@@ -62,7 +65,7 @@ function(_grammar name package)
   target_compile_definitions(${target} PRIVATE TREE_SITTER_HIDE_SYMBOLS TREE_SITTER_REUSE_ALLOCATOR)
   if(EXISTS "${source}/scanner.c")
     target_sources(${target} PRIVATE "${source}/scanner.c")
-    set(forced "${PROJECT_SOURCE_DIR}/cmake/scanner_alloc.h")
+    set(forced "${PROJECT_SOURCE_DIR}/cmake/scanner_prelude.h")
     set_source_files_properties("${source}/scanner.c" PROPERTIES
       COMPILE_OPTIONS "-include;${forced}" OBJECT_DEPENDS "${forced}")
   endif()
@@ -89,9 +92,10 @@ _grammar(tsx tree-sitter-typescript tsx)
 _grammar(typescript tree-sitter-typescript typescript)
 _grammar(xml @tree-sitter-grammars/tree-sitter-xml xml)
 _grammar(yaml @tree-sitter-grammars/tree-sitter-yaml)
+target_compile_definitions(grammar_yaml PRIVATE TREESITTER_ENGINE_WIDE_ROWS)
 
-# Which versions were compiled in, for --version and for hosts: a header, since only half of the grammars
-# carry their version in their own data.
+# Which versions were compiled in, for --version and for hosts: a header, since only half of the
+# grammars carry their version in their own data.
 _package_version(tree-sitter _core_version)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"
                "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h" @ONLY)

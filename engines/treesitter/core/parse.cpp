@@ -65,7 +65,7 @@ ParseResult TreeSitterEngine::_parse(ParseJob&& job) const {
   try {
     if (job.size > MAX_PARSED_BYTES) refuse_size(job.size);
     const Source source(job.bytes);
-    return _walk(job, parser->parse(source));
+    return _walk(job, parser->parse(source, _get_thread_local_storage().arena));
   } catch (const ParseError& error) {
     log(LogLevel::warning, job.messages.parse_error, {job.path, job.language, error.what()},
         std::current_exception());

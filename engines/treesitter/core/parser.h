@@ -1,28 +1,34 @@
-// Parser: one tree-sitter parser for one language.
+// Parser: tree-sitter's parser for one language, with guards around every parse.
 //
-// A Parser keeps state while it parses and belongs to the thread that made it.
+// Grammars and their scanners are programs that somebody wrote for well-meant input: 17 bytes of TSX
+// can make one loop for ever, 300 letters make one abort the process. Every parse therefore has an
+// operation budget (the same on every machine), a memory budget and a time limit, and a failed
+// assertion ends the parse and not the process. All of them end as a ParseError, and the next parse
+// on the thread finds nothing of it.
 //
-// Tested by tests/engine_test.cpp.
+// A Parser belongs to the thread that made it.
+//
+// Tested by tests/guards_test.cpp.
 #pragma once
 
-#include <memory>
+#include <cstdint>
 #include <stdexcept>
 
 #include "engines/languages/language.h"
+#include "engines/treesitter/core/arena.h"
+#include "engines/treesitter/core/guarded_grammar.h"
 #include "engines/treesitter/core/source.h"
 #include "engines/treesitter/core/syntax_tree.h"
 
-struct TSParser;
-
 namespace engines::treesitter {
 
-// A parse that gave no tree. The text says why.
+// A parse that gave no tree. The text says which guard ended it, and the size of the file.
 class ParseError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Files of 4 GiB and more are refused: the library counts bytes in 32 bits.
+// The library counts bytes in 32 bits; larger files are refused before their size is cut to that.
 inline constexpr std::uint64_t MAX_PARSED_BYTES = UINT32_MAX;
 [[noreturn]] void refuse_size(std::uint64_t size);
 
@@ -32,16 +38,15 @@ class Parser {
   // the grammar's version.
   explicit Parser(const languages::Language& language);
 
-  // The tree of the source, which must outlive it. Throws ParseError.
-  SyntaxTree parse(const Source& source);
+  // The tree of the source, which must outlive it, as must the arena: the tree lies in there, and
+  // the arena is reset when the tree ends. Throws ParseError; std::bad_alloc.
+  SyntaxTree parse(const Source& source, ParseArena& arena);
 
  private:
-  struct Delete {
-    void operator()(TSParser* parser) const;
-  };
+  TSTree* parse_guarded(const Source& source, ParseArena& arena);
 
   const languages::Language* _language;
-  std::unique_ptr<TSParser, Delete> _parser;
+  GuardedGrammar _grammar;
 };
 
 }  // namespace engines::treesitter

@@ -11,14 +11,12 @@
 
 namespace engines::treesitter {
 
-void DeleteTree::operator()(TSTree* tree) const { ts_tree_delete(tree); }
-
 TSNode SyntaxTree::library_node(std::uint32_t index) const {
   const NodeRecord& record = _records[index];
   const NodeHandle& handle = _handles[index];
   return {{record.start_byte, record.start_row, record.start_column, handle.alias},
           handle.subtree,
-          _tree.get()};
+          _tree};
 }
 
 // Start bytes never decrease in document order, so that a node is found by bisection among the

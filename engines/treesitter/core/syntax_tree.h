@@ -15,6 +15,7 @@
 
 #include "engines/languages/language.h"
 #include "engines/languages/node_types.h"
+#include "engines/treesitter/core/arena.h"
 #include "engines/treesitter/core/source.h"
 
 struct TSTree;
@@ -53,16 +54,18 @@ struct NodeHandle {
   std::uint16_t alias;
 };
 
-struct DeleteTree {
-  void operator()(TSTree* tree) const;
+// The memory in which the library's tree lies, given back as a whole when the tree ends.
+struct ResetArena {
+  void operator()(ParseArena* arena) const { arena->reset(); }
 };
-using TreePointer = std::unique_ptr<TSTree, DeleteTree>;
+using ArenaLease = std::unique_ptr<ParseArena, ResetArena>;
 
 class SyntaxTree {
  public:
-  // Reads the whole tree. The language lives as long as the process; the source must outlive the
+  // Reads the whole tree, which lies in the leased arena. The language lives as long as the process; the source must outlive the
   // SyntaxTree.
-  SyntaxTree(TreePointer tree, const languages::Language& language, const Source& source);
+  SyntaxTree(ArenaLease lease, const TSTree& tree, const languages::Language& language,
+             const Source& source);
 
   const NodeRecord& record(std::uint32_t index) const { return _records[index]; }
   // At least 1: record 0 is the root.
@@ -82,7 +85,8 @@ class SyntaxTree {
   TSNode library_node(std::uint32_t index) const;
   std::uint32_t find(const TSNode& node, std::uint32_t first, std::uint32_t end) const;
 
-  TreePointer _tree;
+  ArenaLease _lease;
+  const TSTree* _tree;
   const languages::Language* _language;
   const Source* _source;
   std::vector<NodeRecord> _records;

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "engines/treesitter/core/arena.h"
 #include "engines/treesitter/core/parser.h"
 #include "engines/treesitter/core/sha256.h"
 
@@ -37,6 +38,7 @@ struct HashRubyBodyKey {
 using RubyVisibilityCache = std::unordered_map<RubyBodyKey, RubyVisibilityMap, HashRubyBodyKey>;
 
 struct ThreadStorage {
+  ParseArena arena;  // of the parse under way
   ParserCache parsers;
   RubyVisibilityCache ruby_visibility_cache;
   Sha256 digest;

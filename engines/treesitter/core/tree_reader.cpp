@@ -139,8 +139,9 @@ class TreeReader {
   std::vector<Frame> _frames;
 };
 
-SyntaxTree::SyntaxTree(TreePointer tree, const languages::Language& language, const Source& source)
-    : _tree(std::move(tree)), _language(&language), _source(&source) {
+SyntaxTree::SyntaxTree(ArenaLease lease, const TSTree& tree, const languages::Language& language,
+                       const Source& source)
+    : _lease(std::move(lease)), _tree(&tree), _language(&language), _source(&source) {
   TreeReader(*this).read();
 }
 

@@ -1,0 +1,171 @@
+#include "engines/treesitter/core/arena.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstring>
+#include <new>
+
+namespace engines::treesitter {
+namespace {
+
+constexpr std::size_t FIRST_CHUNK_BYTES = 64 * 1024;
+constexpr std::size_t LARGEST_CHUNK_BYTES = 4 * 1024 * 1024;
+// What a thread keeps between parses: enough for files of some 200 KB.
+constexpr std::size_t KEPT_BYTES = 8 * 1024 * 1024;
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool EVERY_BLOCK_IS_LARGE = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool EVERY_BLOCK_IS_LARGE = true;
+#else
+constexpr bool EVERY_BLOCK_IS_LARGE = false;
+#endif
+#else
+constexpr bool EVERY_BLOCK_IS_LARGE = false;
+#endif
+
+constexpr std::size_t LARGEST_SMALL_BYTES = 32 * 1024;
+
+constexpr bool is_large(std::size_t size) {
+  return EVERY_BLOCK_IS_LARGE || size > LARGEST_SMALL_BYTES;
+}
+
+// Sizes of small blocks: 32, 40, 48 and 56 times a power of two.
+constexpr std::size_t SMALLEST_BITS = 5;
+constexpr std::size_t SMALLEST_BYTES = std::size_t{1} << SMALLEST_BITS;
+
+constexpr std::size_t size_class_of(std::size_t size) {
+  if (size <= SMALLEST_BYTES) return 0;
+  // The leading bit of size - 1 and the two bits behind it name the class below.
+  const auto bits = static_cast<std::size_t>(std::bit_width(size - 1)) - 1;
+  const std::size_t quarter = (size - 1) >> (bits - 2) & 3;
+  return (bits - SMALLEST_BITS) * 4 + quarter + 1;
+}
+
+constexpr std::size_t size_of_class(std::size_t size_class) {
+  return (4 + size_class % 4) << (size_class / 4 + SMALLEST_BITS - 2);
+}
+
+static_assert(size_of_class(size_class_of(32)) == 32 && size_of_class(size_class_of(33)) == 40);
+static_assert(size_of_class(size_class_of(64)) == 64 && size_of_class(size_class_of(65)) == 80);
+static_assert(size_of_class(size_class_of(LARGEST_SMALL_BYTES)) == LARGEST_SMALL_BYTES);
+
+}  // namespace
+
+// Stands before every block.
+struct ParseArena::Header {
+  std::size_t capacity;  // of the block, without the header
+  // A free block's first bytes hold the next free one of its class.
+  Header*& next_free() { return *reinterpret_cast<Header**>(this + 1); }
+};
+
+struct ParseArena::LargeBlock {
+  LargeBlock* previous;
+  LargeBlock* next;
+  Header header;
+};
+
+ParseArena::~ParseArena() {
+  while (_large != nullptr) free_large(_large);
+}
+
+void ParseArena::hold(std::size_t bytes) {
+  if (bytes > _budget || _held > _budget - bytes) throw OverBudget();
+  _held += bytes;
+}
+
+// Each chunk is twice as large as the one before it, so that a small file touches little memory.
+void ParseArena::add_chunk() {
+  const std::size_t size =
+      _chunks.empty() ? FIRST_CHUNK_BYTES : std::min(_chunks.back().size * 2, LARGEST_CHUNK_BYTES);
+  hold(size);
+  try {
+    _chunks.push_back({std::unique_ptr<std::byte[]>(new std::byte[size]), size});
+  } catch (...) {
+    _held -= size;
+    throw;
+  }
+}
+
+void* ParseArena::allocate_small(std::size_t size_class) {
+  if (Header* const block = _free[size_class]) {
+    _free[size_class] = block->next_free();
+    return block + 1;
+  }
+  const std::size_t capacity = size_of_class(size_class);
+  const std::size_t size = sizeof(Header) + capacity;
+  if (static_cast<std::size_t>(_cut_end - _cut) < size) {
+    if (_next_chunk == _chunks.size()) add_chunk();
+    _cut = _chunks[_next_chunk].memory.get();
+    _cut_end = _cut + _chunks[_next_chunk].size;
+    ++_next_chunk;
+  }
+  Header* const header = new (_cut) Header{capacity};
+  _cut += size;
+  return header + 1;
+}
+
+void* ParseArena::allocate_large(std::size_t size) {
+  if (size > SIZE_MAX / 2) throw std::bad_alloc();
+  const std::size_t total = sizeof(LargeBlock) + size;
+  hold(total);
+  void* const memory = ::operator new(total, std::nothrow);
+  if (memory == nullptr) {
+    _held -= total;
+    throw std::bad_alloc();
+  }
+  auto* const block = new (memory) LargeBlock{nullptr, _large, {size}};
+  if (_large != nullptr) _large->previous = block;
+  _large = block;
+  return &block->header + 1;
+}
+
+void ParseArena::free_large(LargeBlock* block) {
+  (block->previous != nullptr ? block->previous->next : _large) = block->next;
+  if (block->next != nullptr) block->next->previous = block->previous;
+  _held -= sizeof(LargeBlock) + block->header.capacity;
+  ::operator delete(block);
+}
+
+void* ParseArena::allocate(std::size_t size) {
+  if (is_large(size)) return allocate_large(size);
+  return allocate_small(size_class_of(size));
+}
+
+void* ParseArena::reallocate(void* block, std::size_t size) {
+  if (block == nullptr) return allocate(size);
+  const std::size_t capacity = (static_cast<Header*>(block) - 1)->capacity;
+  if (size <= capacity) return block;
+  void* const moved = allocate(size);
+  std::memcpy(moved, block, capacity);
+  deallocate(block);
+  return moved;
+}
+
+void ParseArena::deallocate(void* block) {
+  if (block == nullptr) return;
+  Header* const header = static_cast<Header*>(block) - 1;
+  if (is_large(header->capacity)) {
+    free_large(reinterpret_cast<LargeBlock*>(reinterpret_cast<std::byte*>(header) -
+                                             offsetof(LargeBlock, header)));
+    return;
+  }
+  const std::size_t size_class = size_class_of(header->capacity);
+  header->next_free() = _free[size_class];
+  _free[size_class] = header;
+}
+
+void ParseArena::reset() {
+  while (_large != nullptr) free_large(_large);
+  _free.fill(nullptr);
+  _next_chunk = 0;
+  _cut = _cut_end = nullptr;
+  while (_held > KEPT_BYTES) {
+    _held -= _chunks.back().size;
+    _chunks.pop_back();
+  }
+}
+
+}  // namespace engines::treesitter
