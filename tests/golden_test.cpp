@@ -1,0 +1,118 @@
+// The golden cases: one folder tests/golden/<language>/<case> each, with the source
+// "input.<suffix>" and "expected.txt", the entries that the tool prints for it
+// (tool/text_output.h). A folder is found, not registered; its name says what it shows.
+//
+//   golden_tests                      compares
+//   golden_tests --update             rewrites every expected.txt that differs, and names it
+//   golden_tests --update ruby/       ... only of cases whose language/name has this in it
+//
+// A rewritten expectation is reviewed like code: it states what the engine shall do, not what it
+// happens to do.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engines/treesitter/treesitter.h"
+#include "tool/escape.h"
+#include "tool/text_output.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path GOLDEN_FOLDER = fs::path(TESTS_DIR) / "golden";
+
+struct Case {
+  std::string language;
+  std::string name;
+
+  fs::path folder() const { return GOLDEN_FOLDER / language / name; }
+  fs::path expectation() const { return folder() / "expected.txt"; }
+  bool operator<(const Case& other) const { return folder() < other.folder(); }
+};
+
+// How GoogleTest shows a parameter.
+void PrintTo(const Case& shown, std::ostream* out) { *out << shown.language << '/' << shown.name; }
+
+std::vector<Case> find_cases() {
+  std::vector<Case> cases;
+  for (const auto& language : fs::directory_iterator(GOLDEN_FOLDER)) {
+    for (const auto& entry : fs::directory_iterator(language.path())) {
+      cases.push_back({language.path().filename(), entry.path().filename()});
+    }
+  }
+  std::sort(cases.begin(), cases.end());
+  return cases;
+}
+
+// "input" and its suffix.
+std::string input_name(const Case& golden) {
+  for (const auto& entry : fs::directory_iterator(golden.folder())) {
+    std::string name = entry.path().filename();
+    if (name.starts_with("input.")) return name;
+  }
+  return "input";
+}
+
+// Read from inside the folder, so that the path, and with it every qualified name, is "input".
+std::string entries_of(const Case& golden) {
+  static const engines::treesitter::TreeSitterEngine engine;
+  fs::current_path(golden.folder());
+  std::string text;
+  try {
+    const auto result = engine.parse_file(input_name(golden));
+    if (!result || result->language != golden.language) return "no " + golden.language + " file\n";
+    tool::append_text_entries(text, *result);
+  } catch (const std::exception& error) {
+    text = "raised " + tool::escaped(error.what()) + '\n';
+  }
+  return text;
+}
+
+std::string read(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class Golden : public testing::TestWithParam<Case> {};
+
+TEST_P(Golden, IsAsExpected) {
+  ASSERT_TRUE(fs::exists(GetParam().expectation()))
+      << "no expectation yet: run golden_tests --update, and review what it writes";
+  EXPECT_EQ(read(GetParam().expectation()), entries_of(GetParam()));
+}
+
+std::string test_name(const testing::TestParamInfo<Case>& tested) {
+  return tested.param.language + '_' + tested.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, Golden, testing::ValuesIn(find_cases()), test_name);
+
+int update(std::string_view part) {
+  for (const auto& golden : find_cases()) {
+    const std::string name = golden.language + '/' + golden.name;
+    if (name.find(part) == std::string::npos) continue;
+    const std::string entries = entries_of(golden);
+    if (fs::exists(golden.expectation()) && read(golden.expectation()) == entries) continue;
+    std::ofstream(golden.expectation(), std::ios::binary) << entries;
+    std::cout << "updated " << name << '\n';
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  testing::InitGoogleTest(&count, arguments);
+  if (count > 1 && std::string_view(arguments[1]) == "--update") {
+    return update(count > 2 ? arguments[2] : "");
+  }
+  return RUN_ALL_TESTS();
+}

@@ -1,0 +1,47 @@
+// The command line, read and checked: what is wrong with it is said before anything is parsed.
+//
+// Tested by tests/tool_test.py.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+// The most threads that --jobs takes.
+inline constexpr unsigned MAX_JOBS = 1024;
+
+// What stands for standard input among paths and as a list's name.
+inline constexpr const char* STANDARD_INPUT = "-";
+
+enum class Command : std::uint8_t { parse, languages, help, version };
+
+enum class Format : std::uint8_t { json, text };
+
+struct Arguments {
+  Command command = Command::parse;
+  std::string help;  // the text, when the command is `help`
+
+  // Of `parse`:
+  std::optional<std::string> language;  // forced; one of the sixteen
+  unsigned jobs = 1;                    // threads, 1 to MAX_JOBS
+  Format format = Format::json;
+  std::optional<std::string> files_from;  // a list of paths, or STANDARD_INPUT
+  bool null_separated = false;            // how that list is separated
+  std::vector<std::string> paths;         // any bytes
+};
+
+// What the user has to change about the command line.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Asks the system for what is not given: the processors that may be used, and whether standard
+// output is a terminal. Throws UsageError.
+Arguments parse_arguments(int count, const char* const* arguments);
+
+}  // namespace tool

@@ -1,0 +1,80 @@
+// See descriptors.h.
+#include "tool/descriptors.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+
+#include "tool/messages.h"
+
+namespace tool {
+namespace {
+
+// A descriptor that its creator made non-blocking is waited for, not given up.
+bool may_go_on(int error, int descriptor, short events) {
+  if (error == EINTR) return true;
+  if (error != EAGAIN && error != EWOULDBLOCK) return false;
+  pollfd waiting{descriptor, events, 0};
+  return ::poll(&waiting, 1, -1) >= 0 || errno == EINTR;
+}
+
+[[noreturn]] void end_for_want_of_output(int error, int status) {
+  // No destructors and no waiting for threads: a parse that nobody will see may take minutes, and
+  // nothing that was begun needs an end.
+  if (error == EPIPE) std::_Exit(status);
+  complain("standard output: " + std::generic_category().message(error));
+  std::_Exit(EXIT_NOT_RUN);
+}
+
+}  // namespace
+
+void reserve_standard_descriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF) continue;
+    // The lowest free number is this one. Opened for the direction in which nobody uses it.
+    const int mode = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    if (::open("/dev/null", mode) < 0) std::_Exit(EXIT_NOT_RUN);
+  }
+}
+
+int read_standard_input(std::string& content) {
+  std::array<char, 65536> buffer;
+  for (;;) {
+    const ssize_t size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+    if (size == 0) return 0;
+    if (size > 0) {
+      content.append(buffer.data(), static_cast<std::size_t>(size));
+    } else if (!may_go_on(errno, STDIN_FILENO, POLLIN)) {
+      return errno;
+    }
+  }
+}
+
+int write_all(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t size = ::write(descriptor, text.data(), text.size());
+    if (size >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(size));
+    } else if (!may_go_on(errno, descriptor, POLLOUT)) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+void write_output(std::string_view text, int status) {
+  if (const int error = write_all(STDOUT_FILENO, text); error != 0) {
+    end_for_want_of_output(error, status);
+  }
+}
+
+void close_output() {
+  if (::close(STDOUT_FILENO) != 0 && errno != EINTR) end_for_want_of_output(errno, EXIT_NOT_RUN);
+}
+
+}  // namespace tool

@@ -1,0 +1,54 @@
+// treesitter-engine: takes files and folders and prints what each declares and refers to.
+//
+//   main -> arguments     what the user wants
+//        -> run           job_source finds files, make_record parses them, json_output or
+//                         text_output form the records, ordered_output writes them
+//
+// Exit statuses and messages: messages.h.
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+
+#include "tool/arguments.h"
+#include "tool/descriptors.h"
+#include "tool/listing.h"
+#include "tool/messages.h"
+#include "tool/run.h"
+
+namespace {
+
+int execute(const tool::Arguments& arguments) {
+  switch (arguments.command) {
+    case tool::Command::parse:
+      return tool::run(arguments);
+    case tool::Command::languages:
+      tool::write_output(tool::languages_text(), tool::EXIT_ALL_PARSED);
+      break;
+    case tool::Command::help:
+      tool::write_output(arguments.help, tool::EXIT_ALL_PARSED);
+      break;
+    case tool::Command::version:
+      tool::write_output(tool::version_text(), tool::EXIT_ALL_PARSED);
+      break;
+  }
+  return tool::EXIT_ALL_PARSED;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  tool::reserve_standard_descriptors();
+  // A closed pipe is then an error of write, met where the records are written.
+  std::signal(SIGPIPE, SIG_IGN);
+  try {
+    const int status = execute(tool::parse_arguments(count, arguments));
+    tool::close_output();
+    return status;
+  } catch (const tool::UsageError& error) {
+    tool::complain(error.what());
+    tool::complain("see treesitter-engine --help");
+  } catch (const std::exception& error) {
+    tool::complain(error.what());
+  }
+  return tool::EXIT_NOT_RUN;
+}

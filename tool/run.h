@@ -1,0 +1,15 @@
+// The command `parse`: all jobs on all threads, with one engine.
+//
+// Tested by tests/tool_test.py.
+#pragma once
+
+#include "tool/arguments.h"
+
+namespace tool {
+
+// Parses what the arguments name and writes the records. Gives the exit status. Throws
+// PathListError for a list that cannot be read (what was begun before is written first),
+// std::bad_alloc.
+int run(const Arguments& arguments);
+
+}  // namespace tool

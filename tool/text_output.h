@@ -1,0 +1,34 @@
+// The text form of a record, for terminals, debuggers and the golden tests: line-based, so that a
+// difference between two of them is a difference of lines.
+//
+//   class     input.Job                                 1-7  export
+//     sig   class Job
+//     doc   Runs again and again.
+//   method    input.Job.retry_later                     6-6
+//     sig   def retry_later; end
+//   ref call 4 puts
+//   error Invalid symbol x: name holds a NUL character
+//
+// An entry is a symbol (kind, qualified name, lines, "export" when it is exported), a reference
+// (kind, line, name) or an error text, each in the order of the record. Absent fields have no line.
+// A text of several lines goes on behind "|". A symbol's name has a line of its own only where it
+// is not what follows the last full stop of the qualified name. Texts are escaped (escape.h), so
+// that every change of a record changes its text form.
+//
+// Tested by tests/tool_formats_test.cpp.
+#pragma once
+
+#include <string>
+
+#include "engines/treesitter/treesitter.h"
+#include "tool/record.h"
+
+namespace tool {
+
+// Appends the entries of a result.
+void append_text_entries(std::string& out, const engines::treesitter::ParseResult& result);
+
+// Appends "file PATH  LANGUAGE" with the hash, the entries, and an empty line.
+void append_text(std::string& out, const Record& record);
+
+}  // namespace tool
