@@ -9,6 +9,7 @@
 
 #include "tests/support/engine_peer.h"
 #include "tests/support/parse.h"
+#include "tests/support/parsed_tree.h"
 
 namespace engines::treesitter {
 namespace {
@@ -83,6 +84,18 @@ TEST(PythonDocstringTest, TheStringThatOpensTheBody) {
           // Comments document nothing.
           {"# Load.\ndef f():\n  pass\n", NONE},
       });
+}
+
+TEST(PythonDocstringTest, NodesWithoutABody) {
+  const ParsedTree tree("x = 'Load.'\nif y:\n  'Load.'\n", "python");
+  const Node assignment = tree.nodes(NodeType::assignment).at(0);
+  EXPECT_EQ(EnginePeer::_extract_python_docstring(assignment, tree.source()), std::nullopt);
+  EXPECT_EQ(EnginePeer::_extract_python_docstring(tree.root(), tree.source()), std::nullopt);
+  // A block that is under no field is a body all the same: `finally` keeps its own so.
+  const ParsedTree orphan("try:\n  x\nfinally:\n  'Load.'\n", "python");
+  const Node block = orphan.nodes(NodeType::block).at(1);
+  EXPECT_EQ(EnginePeer::_extract_python_docstring(block.parent().value(), orphan.source()),
+            "Load.");
 }
 
 TEST(PythonDocstringTest, Cleaning) {

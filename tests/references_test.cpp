@@ -2,11 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tests/support/engine_peer.h"
 #include "tests/support/parse.h"
+#include "tests/support/parsed_tree.h"
 
 namespace engines::treesitter {
 namespace {
@@ -103,9 +106,10 @@ TEST(ReferenceWalkTest, EveryLineOfManyReferencesIsItsOwn) {
     const int count = line == 2 ? 3 : 500;
     for (int i = 0; i < count; ++i) {
       const std::string name = 'f' + std::to_string(i);
-      source += name + "();" + name + "();";
+      source += name + "();";
       expected += (expected.empty() ? "call " : ", call ") + name + ' ' + std::to_string(line);
     }
+    for (int i = 0; i < count; ++i) source += 'f' + std::to_string(i) + "();";
     source += '\n';
   }
   EXPECT_EQ(listed(parse(source, "javascript").references), expected);
@@ -123,7 +127,7 @@ TEST(ReferenceWalkTest, LinesAfterABusyOne) {
   constexpr std::size_t COUNT = 100'000;
   std::string source;
   for (std::size_t i = 0; i < COUNT; ++i) source += 'f' + std::to_string(i) + "();";
-  for (std::size_t i = 0; i < COUNT; ++i) source += "\ng();";
+  for (std::size_t i = 0; i < COUNT; ++i) source += "\ng" + std::to_string(i) + "();";
   EXPECT_THAT(parse(source, "javascript").references, SizeIs(2 * COUNT));
 }
 
@@ -156,6 +160,7 @@ TEST(CallNameTest, FirstCandidateDecides) {
       {"javascript", "foo();\n", "call foo 1"},
       {"javascript", "this.run();\n", "call run 1"},
       {"javascript", "super.run();\n", "call run 1"},
+      {"javascript", "class A { #x; f() { this.#x(); this.#x; } }", "call #x 1"},
       {"javascript", "f().run();\n", "call run 1, call f 1"},
       // The object is an identifier and comes first.
       {"javascript", "obj.run();\n", "call obj 1"},
@@ -199,6 +204,8 @@ TEST(CallNameTest, FirstCandidateDecides) {
       {"php", "<?php A::m();", ""},
       // The member that is called is not looked at; the one it is called on is.
       {"php", "<?php $o->p->m();", "call p 1"},
+      {"php", "<?php $o->p->q->m();", "call q 1"},
+      {"php", "<?php f(1)->m();", ""},
 
       {"sql", "SELECT count(*) FROM t;", ""},
   });
@@ -214,6 +221,8 @@ TEST(TypeNameTest, NamesAndLists) {
       {"java", "class A extends B implements C, D {}", "type B 1, type C 1, type D 1"},
       {"typescript", "class A extends B implements C, D {}",
        "type A 1, type B 1, type C 1, type D 1"},
+      // A list is recorded where it begins, and its first name again where it stands.
+      {"typescript", "class A implements\n C {}", "type A 1, type C 1, type C 2"},
       // Only the list's own names: of a qualified one there is none.
       {"typescript", "class A extends b.B implements c.C<D> {}",
        "type A 1, call B 1, type C 1, type D 1"},
@@ -228,6 +237,16 @@ TEST(TypeNameTest, NamesAndLists) {
       {"csharp", "class A : C<D>, B {}", "type B 1"},
       {"csharp", "class A : N.B {}", ""},
   });
+}
+
+TEST(AttributeNameTest, NodesWithoutTheFields) {
+  const ParsedTree csharp("class A { void F() { x = a.b; } }", "csharp");
+  const ParsedTree php("<?php $o->p;", "php");
+  for (const ParsedTree* tree : {&csharp, &php}) {
+    const auto members = tree->nodes(NodeType::member_access_expression);
+    ASSERT_THAT(members, SizeIs(1));
+    EXPECT_EQ(EnginePeer::_get_attribute_name(members[0]), std::nullopt);
+  }
 }
 
 // What a field holds is the library's answer: the grammar passes fields through a hidden rule here.
@@ -263,6 +282,7 @@ TEST(ImportTest, Python) {
       {"python", "from ..pkg import x\n", "import x 1, import_module ..pkg 1"},
       {"python", "from . import *\n", "import_module . 1"},
       {"python", "from __future__ import annotations\n", ""},
+      {"python", "from m import x.y\n", "import y 1, import_module m 1"},
       // A repeat on the line is left out.
       {"python", "import a, a\n", "import a 1, import_module a 1"},
       {"python", "import x; import x\n", "import x 1, import_module x 1"},
@@ -286,6 +306,8 @@ TEST(ImportTest, OtherLanguages) {
       {"javascript", "import d from 'm';", ""},
       {"typescript", "import x = require('m');", ""},
       {"php", "<?php include 'a.php';", ""},
+      {"php", "<?php include FOO;", "import FOO 1"},
+      {"php", "<?php include_once FOO;", "import FOO 1"},
       {"php", "<?php require_once FOO;", "import FOO 1"},
       {"php", "<?php require A\\B;", "import A\\B 1"},
       {"php", "<?php class A { use B, C; }", "import B 1, import C 1"},

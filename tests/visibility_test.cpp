@@ -6,7 +6,9 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/engine_peer.h"
 #include "tests/support/parse.h"
+#include "tests/support/parsed_tree.h"
 
 namespace engines::treesitter {
 namespace {
@@ -108,14 +110,17 @@ TEST(ExportTest, Php) {
       });
 }
 
+// Properties have no name that the symbol walk finds, so the rule is asked itself.
 TEST(ExportTest, PhpProperties) {
-  const ParseResult result =
-      parse("<?php class A { protected $x; public $y; var $z; private int $w; }", "php");
-  for (const models::Symbol& symbol : result.symbols) {
-    const bool hidden =
-        symbol.name.find('x') != std::string::npos || symbol.name.find('w') != std::string::npos;
-    EXPECT_EQ(symbol.is_export, !hidden) << symbol.name;
+  const ParsedTree tree(
+      "<?php class A { protected $x; private static int $w; public $y; var $z; static $s; "
+      "public private(set) int $p; }",
+      "php");
+  std::vector<bool> flags_in_order;
+  for (const Node& node : tree.nodes(NodeType::property_declaration)) {
+    flags_in_order.push_back(EnginePeer::_is_php_public(node));
   }
+  EXPECT_EQ(flags_in_order, (std::vector{false, false, true, true, true, false}));
 }
 
 TEST(ExportTest, Rust) {

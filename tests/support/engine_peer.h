@@ -15,6 +15,13 @@ struct EnginePeer {
   static auto _clean_block_comment(std::string_view text) {
     return TreeSitterEngine::_clean_block_comment(text);
   }
+  static auto _extract_python_docstring(const Node& node, const Source& content) {
+    return TreeSitterEngine::_extract_python_docstring(node, content);
+  }
+  static bool _is_php_public(const Node& node) { return TreeSitterEngine::_is_php_public(node); }
+  static auto _get_attribute_name(const Node& node) {
+    return TreeSitterEngine::_get_attribute_name(node);
+  }
 };
 
 }  // namespace engines::treesitter

@@ -29,8 +29,8 @@ constexpr std::array RUST_COMMENTS{NodeType::line_comment, NodeType::block_comme
 constexpr std::array CSHARP_COMMENTS{NodeType::comment};
 constexpr std::array RUBY_COMMENTS{NodeType::comment};
 
-// What a run of comments may be interrupted by: Go's line ends are nodes, and what did not parse is
-// passed over.
+// What a run of comments may be interrupted by: a line end, in grammars that have nodes for them
+// (none of ours has), and what did not parse.
 constexpr std::array SEPARATORS{NodeType::newline, NodeType::error};
 
 // Removed from a C# line wherever they stand, in this order. The third has no closing bracket, so

@@ -98,9 +98,9 @@ std::optional<Rule> rule_of(std::string_view language) {
   return std::nullopt;
 }
 
-// The search upwards ends at an `export` statement or at the file or namespace around the node.
-// Those are the scopes of these grammars (they lack the other scope types, which are Python's), so
-// that the nearest scope is where the search ends.
+// The search upwards ends at an `export` statement or at the program or module around the node.
+// These grammars have no other types of scope (function_definition and class_definition are not
+// theirs), so that the nearest scope is where the search ends.
 bool is_exported_by_form(const Node& node) {
   const std::optional<Node> scope = node.scope();
   if (scope && scope->type() == NodeType::export_statement) return true;

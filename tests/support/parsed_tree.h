@@ -1,0 +1,47 @@
+// The tree of a small source, for tests of operations that take a node.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engines/languages/languages.h"
+#include "engines/treesitter/core/arena.h"
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/parser.h"
+#include "engines/treesitter/core/source.h"
+#include "engines/treesitter/core/syntax_tree.h"
+
+namespace engines::treesitter {
+
+// Owns all that its nodes point into.
+class ParsedTree {
+ public:
+  ParsedTree(std::string_view source, std::string_view language)
+      : _bytes(source),
+        _source(_bytes),
+        _tree(Parser(*languages::get_language(language)).parse(_source, _arena)) {}
+  ParsedTree(const ParsedTree&) = delete;
+  ParsedTree& operator=(const ParsedTree&) = delete;
+
+  const Source& source() const { return _source; }
+  Node root() const { return Node(_tree, 0); }
+
+  // All nodes of a type, in document order.
+  std::vector<Node> nodes(NodeType type) const {
+    std::vector<Node> found;
+    for (std::uint32_t i = 0; i < _tree.size(); ++i) {
+      if (_tree.record(i).type == type) found.emplace_back(_tree, i);
+    }
+    return found;
+  }
+
+ private:
+  const std::string _bytes;
+  const Source _source;
+  ParseArena _arena;
+  const SyntaxTree _tree;
+};
+
+}  // namespace engines::treesitter
