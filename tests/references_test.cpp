@@ -115,6 +115,17 @@ TEST(ReferenceWalkTest, EveryLineOfManyReferencesIsItsOwn) {
   EXPECT_EQ(listed(parse(source, "javascript").references), expected);
 }
 
+TEST(ReferenceWalkTest, ManyLinesOfOneReferenceEach) {
+  std::string source;
+  std::string expected;
+  for (int line = 1; line <= 1'000; ++line) {
+    const std::string name = 'f' + std::to_string(line);
+    source += name + "()\n";
+    expected += (line == 1 ? "call " : ", call ") + name + ' ' + std::to_string(line);
+  }
+  EXPECT_EQ(listed(parse(source, "python").references), expected);
+}
+
 TEST(ReferenceWalkTest, AMillionReferencesOnOneLine) {
   constexpr std::size_t COUNT = 500'000;  // each a name and a module
   std::string source = "import ";
