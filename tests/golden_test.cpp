@@ -44,6 +44,7 @@ void PrintTo(const Case& shown, std::ostream* out) { *out << shown.language << '
 std::vector<Case> find_cases() {
   std::vector<Case> cases;
   for (const auto& language : fs::directory_iterator(GOLDEN_FOLDER)) {
+    if (!language.is_directory()) continue;  // .gitattributes
     for (const auto& entry : fs::directory_iterator(language.path())) {
       cases.push_back({language.path().filename(), entry.path().filename()});
     }

@@ -1,0 +1,8 @@
+namespace Shop.Orders
+{
+    class Order { }
+}
+namespace Shop
+{
+    class Order { }
+}

@@ -1,0 +1,2 @@
+public class Spared { }
+class A { string s = "ÿ"; }

@@ -1,0 +1,12 @@
+package p
+
+func Serve() {
+	defer stop()
+	go run()
+	select {
+	case <-done:
+		break
+	}
+	goto end
+end:
+}

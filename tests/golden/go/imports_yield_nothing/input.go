@@ -1,0 +1,8 @@
+package p
+
+import "fmt"
+import (
+	str "strings"
+	. "math"
+	_ "embed"
+)

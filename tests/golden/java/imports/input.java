@@ -1,0 +1,6 @@
+package shop;
+
+import java.util.List;
+import java.util.*;
+import static java.lang.Math.max;
+import Single;

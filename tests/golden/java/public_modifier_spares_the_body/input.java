@@ -1,0 +1,1 @@
+public class A { int s = f("ÿ"); }

@@ -1,0 +1,14 @@
+foo();
+obj.run();
+this.run();
+a.b.run();
+super.run();
+items[0].run();
+get().run();
+items[0]();
+obj?.run();
+new Shape();
+tag`x`;
+import("m");
+obj.run(arg.field);
+(obj.run)();

@@ -1,0 +1,6 @@
+const Shape = class Circle {
+  area() {}
+};
+const Anonymous = class {
+  area() {}
+};

@@ -1,0 +1,7 @@
+export default class {
+  method() {}
+}
+
+const run = () => {
+  function inside() {}
+};

@@ -1,0 +1,3 @@
+/** Crossed. */
+)
+function broken() {}

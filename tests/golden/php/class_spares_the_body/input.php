@@ -1,0 +1,2 @@
+<?php
+class Spared { public $x = "ÿ"; }

@@ -1,0 +1,3 @@
+<?php
+class Spared { }
+function f() { echo "ÿ"; }

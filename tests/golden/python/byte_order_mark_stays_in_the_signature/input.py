@@ -1,0 +1,2 @@
+﻿def first(): pass
+def second(): pass

@@ -1,0 +1,6 @@
+class A:
+    """Doc
+    more."""
+
+    def f(self):
+        return g(1)

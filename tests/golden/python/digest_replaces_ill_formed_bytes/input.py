@@ -1,0 +1,3 @@
+def f():
+    log("ÿâ‚")
+    return 1

@@ -1,0 +1,7 @@
+class Text:
+    """
+    First line.
+
+        Indented \n by four.
+    Last line.  
+    """

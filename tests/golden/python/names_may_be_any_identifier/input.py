@@ -1,0 +1,3 @@
+def naïve(): pass
+class Größe: pass
+def 名前(): pass

@@ -1,0 +1,5 @@
+class Outer:
+    class Inner:
+        def method(self):
+            def local():
+                class Deep: pass

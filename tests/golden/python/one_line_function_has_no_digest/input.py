@@ -1,0 +1,5 @@
+def one(): return call(1)
+
+
+def two():
+    x = y

@@ -1,0 +1,4 @@
+from pkg.mod import *
+from pkg import *
+from . import *
+from .mod import *

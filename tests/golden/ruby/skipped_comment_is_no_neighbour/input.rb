@@ -1,0 +1,4 @@
+# Two rows above the next accepted one.
+#!skipped
+# Accepted.
+def f; end

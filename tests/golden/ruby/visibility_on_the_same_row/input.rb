@@ -1,0 +1,2 @@
+class Job; private; def x; end; end
+class Other; def y; end; private; def z; end; end

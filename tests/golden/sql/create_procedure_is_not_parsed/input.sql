@@ -1,0 +1,1 @@
+CREATE PROCEDURE refresh() LANGUAGE sql AS $$ SELECT 1; $$;

@@ -1,0 +1,2 @@
+CREATE TABLE t (id int);
+CREATE INDEX i ON t (id);

@@ -1,0 +1,11 @@
+CREATE TABLE public.orders (id int PRIMARY KEY, total numeric);
+CREATE VIEW big_orders AS SELECT id FROM orders WHERE total > 100;
+CREATE MATERIALIZED VIEW daily AS SELECT id FROM orders;
+CREATE INDEX orders_total ON orders (total);
+CREATE UNIQUE INDEX ON orders (id);
+CREATE FUNCTION add_one(n int) RETURNS int AS $$ SELECT n + 1; $$ LANGUAGE sql;
+CREATE TRIGGER audit AFTER INSERT ON orders FOR EACH ROW EXECUTE FUNCTION log_it();
+CREATE TABLE "Quoted Name" (id int);
+CREATE TYPE mood AS ENUM ('sad');
+ALTER TABLE orders ADD COLUMN note text;
+SELECT id FROM orders;

@@ -1,0 +1,3 @@
+-- Comment.
+/** Block. */
+CREATE TABLE t (id int);

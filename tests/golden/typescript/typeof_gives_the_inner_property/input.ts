@@ -1,0 +1,2 @@
+let z: typeof a.b.c;
+let y: typeof a.b;
