@@ -546,6 +546,15 @@ class Information(ToolTest):
             self.assertTrue(record["language"] or record["path"][1:].startswith("."), record)
 
 
+class Examples(ToolTest):
+    def test_the_sources_for_newcomers_are_whole_and_in_all_languages(self):
+        folder = pathlib.Path(__file__).resolve().parent.parent / "examples/sources"
+        records = self.parse(folder)
+        self.assertEqual(sorted(record["language"] for record in records), sorted(LANGUAGES))
+        for record in records:
+            self.assertTrue(record["symbols"], record["path"])
+
+
 if __name__ == "__main__":
     TOOL = os.path.abspath(sys.argv.pop(1))
     unittest.main()
