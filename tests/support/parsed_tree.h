@@ -21,7 +21,8 @@ class ParsedTree {
   ParsedTree(std::string_view source, std::string_view language)
       : _bytes(source),
         _source(_bytes),
-        _tree(Parser(*languages::get_language(language)).parse(_source, _arena)) {}
+        _parser(*languages::get_language(language)),
+        _tree(_parser.parse(_source, _arena)) {}
   ParsedTree(const ParsedTree&) = delete;
   ParsedTree& operator=(const ParsedTree&) = delete;
 
@@ -41,6 +42,7 @@ class ParsedTree {
   const std::string _bytes;
   const Source _source;
   ParseArena _arena;
+  Parser _parser;  // the tree points to the parser's grammar
   const SyntaxTree _tree;
 };
 
