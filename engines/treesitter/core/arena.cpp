@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <new>
+#include <numeric>
 
 namespace engines::treesitter {
 namespace {
@@ -71,22 +72,25 @@ ParseArena::~ParseArena() {
   while (_large != nullptr) free_large(_large);
 }
 
-void ParseArena::hold(std::size_t bytes) {
-  if (bytes > _budget || _held > _budget - bytes) throw OverBudget();
-  _held += bytes;
+void ParseArena::charge(std::size_t bytes) {
+  if (bytes > _budget || _charged > _budget - bytes) throw OverBudget();
+  _charged += bytes;
 }
 
 // Each chunk is twice as large as the one before it, so that a small file touches little memory.
-void ParseArena::add_chunk() {
-  const std::size_t size =
-      _chunks.empty() ? FIRST_CHUNK_BYTES : std::min(_chunks.back().size * 2, LARGEST_CHUNK_BYTES);
-  hold(size);
-  try {
-    _chunks.push_back({std::unique_ptr<std::byte[]>(new std::byte[size]), size});
-  } catch (...) {
-    _held -= size;
-    throw;
-  }
+// One that an earlier parse left is charged as a new one: what a file may take is the same on any
+// thread.
+void ParseArena::open_chunk() {
+  const bool is_kept = _next_chunk < _chunks.size();
+  const std::size_t size = is_kept ? _chunks[_next_chunk].size
+                           : _chunks.empty()
+                               ? FIRST_CHUNK_BYTES
+                               : std::min(_chunks.back().size * 2, LARGEST_CHUNK_BYTES);
+  charge(size);
+  if (!is_kept) _chunks.push_back({std::unique_ptr<std::byte[]>(new std::byte[size]), size});
+  _cut = _chunks[_next_chunk].memory.get();
+  _cut_end = _cut + size;
+  ++_next_chunk;
 }
 
 void* ParseArena::allocate_small(std::size_t size_class) {
@@ -96,12 +100,7 @@ void* ParseArena::allocate_small(std::size_t size_class) {
   }
   const std::size_t capacity = size_of_class(size_class);
   const std::size_t size = sizeof(Header) + capacity;
-  if (static_cast<std::size_t>(_cut_end - _cut) < size) {
-    if (_next_chunk == _chunks.size()) add_chunk();
-    _cut = _chunks[_next_chunk].memory.get();
-    _cut_end = _cut + _chunks[_next_chunk].size;
-    ++_next_chunk;
-  }
+  if (static_cast<std::size_t>(_cut_end - _cut) < size) open_chunk();
   Header* const header = new (_cut) Header{capacity};
   _cut += size;
   return header + 1;
@@ -110,10 +109,10 @@ void* ParseArena::allocate_small(std::size_t size_class) {
 void* ParseArena::allocate_large(std::size_t size) {
   if (size > SIZE_MAX / 2) throw std::bad_alloc();
   const std::size_t total = sizeof(LargeBlock) + size;
-  hold(total);
+  charge(total);
   void* const memory = ::operator new(total, std::nothrow);
   if (memory == nullptr) {
-    _held -= total;
+    _charged -= total;
     throw std::bad_alloc();
   }
   auto* const block = new (memory) LargeBlock{nullptr, _large, {size}};
@@ -125,7 +124,7 @@ void* ParseArena::allocate_large(std::size_t size) {
 void ParseArena::free_large(LargeBlock* block) {
   (block->previous != nullptr ? block->previous->next : _large) = block->next;
   if (block->next != nullptr) block->next->previous = block->previous;
-  _held -= sizeof(LargeBlock) + block->header.capacity;
+  _charged -= sizeof(LargeBlock) + block->header.capacity;
   ::operator delete(block);
 }
 
@@ -162,10 +161,13 @@ void ParseArena::reset() {
   _free.fill(nullptr);
   _next_chunk = 0;
   _cut = _cut_end = nullptr;
-  while (_held > KEPT_BYTES) {
-    _held -= _chunks.back().size;
-    _chunks.pop_back();
-  }
+  _charged = 0;
+  while (kept_bytes() > KEPT_BYTES) _chunks.pop_back();
+}
+
+std::size_t ParseArena::kept_bytes() const {
+  return std::accumulate(_chunks.begin(), _chunks.end(), std::size_t{0},
+                         [](std::size_t sum, const Chunk& chunk) { return sum + chunk.size; });
 }
 
 }  // namespace engines::treesitter

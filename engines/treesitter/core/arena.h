@@ -30,7 +30,7 @@ class ParseArena {
   ParseArena& operator=(const ParseArena&) = delete;
 
   // A block of at least `size` bytes, aligned for any pointer or 64-bit integer. Throws
-  // std::bad_alloc, and OverBudget when the arena would then hold more than its budget.
+  // std::bad_alloc, and OverBudget when the parse would then take more than its budget.
   void* allocate(std::size_t size);
   // As realloc: `block` may be null, and its bytes move with it.
   void* reallocate(void* block, std::size_t size);
@@ -41,10 +41,12 @@ class ParseArena {
   void reset();
 
   struct OverBudget {};
-  // The most bytes that the arena may hold from now on.
+  // The most bytes that blocks may take until the next reset, the free ones included.
   void set_budget(std::size_t bytes) { _budget = bytes; }
-  // What it holds now, free blocks included.
-  std::size_t held_bytes() const { return _held; }
+  // What they take now.
+  std::size_t charged_bytes() const { return _charged; }
+  // The memory of the chunks, which outlives a reset in part.
+  std::size_t kept_bytes() const;
 
  private:
   struct Header;
@@ -56,8 +58,8 @@ class ParseArena {
   void* allocate_small(std::size_t size_class);
   void* allocate_large(std::size_t size);
   void free_large(LargeBlock* block);
-  void add_chunk();
-  void hold(std::size_t bytes);
+  void open_chunk();
+  void charge(std::size_t bytes);
 
   struct Chunk {
     std::unique_ptr<std::byte[]> memory;
@@ -70,7 +72,7 @@ class ParseArena {
   std::byte* _cut_end = nullptr;
   std::array<Header*, CLASS_COUNT> _free{};  // lists of blocks given back, by class
   LargeBlock* _large = nullptr;              // a doubly linked list
-  std::size_t _held = 0;
+  std::size_t _charged = 0;
   std::size_t _budget = SIZE_MAX;
 };
 

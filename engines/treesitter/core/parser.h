@@ -38,8 +38,8 @@ class Parser {
   // the grammar's version.
   explicit Parser(const languages::Language& language);
 
-  // The tree of the source, which must outlive it, as must the arena: the tree lies in there, and
-  // the arena is reset when the tree ends. Throws ParseError; std::bad_alloc.
+  // The tree of the source, which must outlive it, as must this parser and the arena: the tree lies
+  // in there, and the arena is reset when the tree ends. Throws ParseError; std::bad_alloc.
   SyntaxTree parse(const Source& source, ParseArena& arena);
 
  private:
