@@ -1,0 +1,188 @@
+// Reading files: what a path may name, and what the error then says.
+#include "engines/treesitter/core/file.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <thread>
+
+namespace engines::treesitter {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FileTest : public testing::Test {
+ protected:
+  FileTest() {
+    std::string name = fs::temp_directory_path() / "file_test_XXXXXX";
+    if (mkdtemp(name.data()) != nullptr) _folder = name;
+  }
+  ~FileTest() override { fs::remove_all(_folder); }
+
+  fs::path path(std::string_view name) const { return _folder / name; }
+  fs::path file(std::string_view name, std::string_view bytes) const {
+    std::ofstream(path(name), std::ios::binary) << bytes;
+    return path(name);
+  }
+
+  static FileContent read(const fs::path& path) {
+    Sha256 digest;
+    return read_file(path, digest);
+  }
+
+  // "[Errno 2] No such file or directory", without the path that follows it.
+  static std::string error_of(const fs::path& path) {
+    try {
+      read(path);
+    } catch (const FileReadError& error) {
+      const std::string text = error.what();
+      EXPECT_EQ(text.rfind("[Errno " + std::to_string(error.code().value()) + "] ", 0), 0u) << text;
+      return text.substr(0, text.find(": "));
+    }
+    return "read";
+  }
+
+  static std::string message(int number) {
+    return "[Errno " + std::to_string(number) + "] " + std::strerror(number);
+  }
+
+ private:
+  fs::path _folder;
+};
+
+TEST_F(FileTest, BytesAsTheyAre) {
+  std::string every_byte;
+  for (int byte = 0; byte < 256; ++byte) every_byte.push_back(static_cast<char>(byte));
+  std::string large;
+  while (large.size() < 3'000'000) large += every_byte;
+  const std::string cases[] = {
+      "",   "x", every_byte, std::string(4095, 'a'), std::string(4096, 'a'), std::string(4097, 'a'),
+      large};
+  for (const std::string& bytes : cases) {
+    const FileContent content = read(file("a", bytes));
+    EXPECT_TRUE(content.bytes == bytes) << bytes.size();
+    EXPECT_EQ(content.size, bytes.size());
+    EXPECT_EQ(content.content_hash, Sha256().of(bytes));
+  }
+}
+
+TEST_F(FileTest, WhatClaimsToBeEmptyIsReadToItsEnd) {
+  const FileContent content = read("/proc/self/status");
+  EXPECT_NE(content.bytes.find("VmRSS"), std::string::npos);
+  EXPECT_EQ(content.size, content.bytes.size());
+}
+
+TEST_F(FileTest, LinksAreFollowed) {
+  fs::create_symlink(file("target", "x"), path("link"));
+  EXPECT_EQ(read(path("link")).bytes, "x");
+}
+
+TEST_F(FileTest, WhatIsNoFileIsAnErrorAndNotAWait) {
+  EXPECT_EQ(error_of(path("missing")), message(ENOENT));
+  EXPECT_EQ(error_of(""), message(ENOENT));
+  EXPECT_EQ(error_of(file("file", "x") / "below"), message(ENOTDIR));
+  EXPECT_EQ(error_of(path("")), message(EISDIR));
+  EXPECT_EQ(error_of(path(std::string(300, 'a'))), message(ENAMETOOLONG));
+  EXPECT_EQ(error_of("/dev/null"), "[Errno 22] Not a regular file");
+
+  fs::create_symlink(path("loop"), path("loop"));
+  EXPECT_EQ(error_of(path("loop")), message(ELOOP));
+
+  ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
+  EXPECT_EQ(error_of(path("fifo")), "[Errno 22] Not a regular file");
+
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path("socket").native().copy(address.sun_path, sizeof address.sun_path - 1);
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(error_of(path("socket")), message(ENXIO));
+  ::close(socket);
+}
+
+// The name in front of the NUL exists, and must not be read in the place of the whole.
+TEST_F(FileTest, ANulEndsNoPath) {
+  file("a", "x");
+  EXPECT_EQ(error_of(path(std::string_view("a\0b", 3))), "[Errno 22] Path holds a NUL character");
+}
+
+TEST_F(FileTest, AnErrorWhileReading) {
+  // Opens as a regular file, and has nothing at address 0.
+  EXPECT_EQ(error_of("/proc/self/mem"), message(EIO));
+}
+
+// Root may read everything, so another user is asked, in a process of its own.
+TEST_F(FileTest, WithoutPermission) {
+  const fs::path secret = file("secret", "x");
+  ASSERT_EQ(::chmod(secret.c_str(), 0), 0);
+  ASSERT_EQ(::chmod(path("").c_str(), 0755), 0);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    constexpr uid_t NOBODY = 65534;
+    if (::geteuid() == 0 && ::setuid(NOBODY) != 0) ::_exit(2);
+    ::_exit(error_of(secret) == message(EACCES) ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "root here may not become another user";
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(FileTest, ErrorsQuoteThePathOnOneLine) {
+  const auto shown = [](std::string_view name) {
+    try {
+      read(fs::path(name));
+    } catch (const FileReadError& error) {
+      const std::string text = error.what();
+      return text.substr(text.find(": ") + 2);
+    }
+    return std::string("read");
+  };
+  EXPECT_EQ(shown("no/a.py"), "'no/a.py'");
+  EXPECT_EQ(shown("no/it's"), "\"no/it's\"");
+  EXPECT_EQ(shown("no/'\""), "'no/\\'\"'");
+  EXPECT_EQ(shown("no/a\nb\\\x7f"), "'no/a\\x0ab\\\\\\x7f'");
+  EXPECT_EQ(shown("no/é\xff"), "'no/é\uFFFD'");
+}
+
+// Whatever a reader sees of a file that others change, size and digest are those of the bytes read.
+TEST_F(FileTest, FilesThatChangeMeanwhile) {
+  const fs::path changing = file("changing", std::string(1'000'000, 'a'));
+  std::atomic<bool> is_done = false;
+  std::thread writer([&] {
+    for (off_t i = 0; !is_done; ++i) {
+      if (::truncate(changing.c_str(), i % 2 == 0 ? 10 : 3'000'000) != 0) return;
+    }
+  });
+  for (int i = 0; i < 200; ++i) {
+    const FileContent content = read(changing);
+    EXPECT_EQ(content.size, content.bytes.size());
+    EXPECT_EQ(content.content_hash, Sha256().of(content.bytes));
+  }
+  is_done = true;
+  writer.join();
+}
+
+TEST(Sha256Test, KnownDigests) {
+  Sha256 digest;
+  EXPECT_EQ(digest.of(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+  const std::string abc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+  EXPECT_EQ(digest.of("abc"), abc);
+  digest.start();
+  digest.update("a");
+  digest.update("bc");
+  EXPECT_EQ(digest.finish(), abc);
+}
+
+}  // namespace
+}  // namespace engines::treesitter

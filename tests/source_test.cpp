@@ -1,0 +1,153 @@
+// What is asked of a file's bytes: compared with the same answers worked out from the text alone.
+#include "engines/treesitter/core/source.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engines/treesitter/core/regex.h"
+#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+bool decodes(std::string_view bytes) {
+  try {
+    require_utf8(bytes);
+    return true;
+  } catch (const Utf8Error&) {
+    return false;
+  }
+}
+
+// Pieces that begin, continue, end or break characters of all sizes, so that every way of cutting a
+// range out of them occurs.
+constexpr std::string_view PIECES[] = {
+    "a",        "\n",   " ",        "if",   "(",    "é",        "字",           "\U0001F600",
+    "\u2028",   "\xE2", "\xE2\x80", "\x80", "\xC3", "\xF0\x9F", "\xF0\x9F\x98", "\xED\xA0\x80",
+    "\xC0\x80", "\xFF", "\xF4\x90",
+};
+
+template <typename Check>
+void for_random_bytes(int count, Check check) {
+  std::mt19937 random(3);
+  for (int i = 0; i < count; ++i) {
+    std::string bytes;
+    for (auto pieces = random() % 9; pieces > 0; --pieces)
+      bytes += PIECES[random() % std::size(PIECES)];
+    check(bytes);
+    if (testing::Test::HasFailure()) return;
+  }
+}
+
+TEST(SourceTest, EveryRangeIsJudgedAndDecodedAsItsBytesAre) {
+  for_random_bytes(3000, [](std::string_view bytes) {
+    const Source source(bytes);
+    std::string storage;
+    for (std::size_t begin = 0; begin <= bytes.size(); ++begin) {
+      for (std::size_t end = begin; end <= bytes.size(); ++end) {
+        const std::string_view range = bytes.substr(begin, end - begin);
+        EXPECT_EQ(source.is_utf8(begin, end), decodes(range))
+            << testing::PrintToString(bytes) << ' ' << begin << '-' << end;
+        EXPECT_EQ(source.decoded(begin, end, storage), decode_replacing(range));
+      }
+    }
+  });
+}
+
+TEST(SourceTest, DecodedPointsIntoTheFileWhereItCan) {
+  const std::string_view bytes =
+      "ab\xFF"
+      "c";
+  const Source source(bytes);
+  std::string storage;
+  EXPECT_EQ(source.decoded(1, 2, storage).data(), bytes.data() + 1);
+  EXPECT_EQ(source.decoded(0, 4, storage), "ab\uFFFDc");
+}
+
+// By row: the trimmed line, decoded, and where its logic ends in the bytes.
+TEST(SourceTest, LinesAreThoseOfTheDecodedText) {
+  for_random_bytes(3000, [](std::string_view bytes) {
+    const Source source(bytes);
+    std::string storage;
+    const auto& logic_lines = source.logic_lines();
+    auto logic = logic_lines.begin();
+    std::size_t begin = 0;
+    std::uint32_t row = 0;
+    for (const std::string_view raw : split(bytes, '\n')) {
+      const std::string text = decode_replacing(raw);
+      const std::string_view trimmed = trim(text);
+      const Source::Range line = source.line_at(begin);
+      EXPECT_EQ(line.begin, begin);
+      EXPECT_EQ(line.end, begin + raw.size());
+      EXPECT_EQ(source.line_at(line.end).begin, begin);
+      const Source::Range range = source.trimmed(line);
+      EXPECT_EQ(source.decoded(range.begin, range.end, storage), trimmed);
+
+      const auto logic_end = find_logic_end(trimmed);
+      ASSERT_EQ(logic != logic_lines.end() && logic->row == row, logic_end.has_value())
+          << testing::PrintToString(bytes);
+      if (logic_end) {
+        EXPECT_EQ(logic->trimmed_begin, range.begin);
+        EXPECT_EQ(logic->trimmed_end, range.end);
+        EXPECT_EQ(source.decoded(range.begin, logic->logic_end, storage),
+                  trimmed.substr(0, *logic_end));
+        ++logic;
+      }
+      begin = line.end + 1;
+      ++row;
+    }
+    EXPECT_TRUE(logic == logic_lines.end());
+  });
+}
+
+TEST(SourceTest, CommentLinesCarryNoLogic) {
+  struct Case {
+    std::string_view line;
+    bool is_comment;
+  };
+  for (const Case& c : std::vector<Case>{{"# f()", true},
+                                         {"// f()", true},
+                                         {"* f()", true},
+                                         {"*f()", true},
+                                         {"\"\"\"f()", true},
+                                         {"'''f()", true},
+                                         {"/* f() */", false},
+                                         {"/f()", false},
+                                         {"\"\"f()", false},
+                                         {"''f()", false},
+                                         {"-- f()", false},
+                                         {"f() # x", false}}) {
+    EXPECT_EQ(is_comment_line(c.line), c.is_comment) << c.line;
+    const std::string file = "\n\u3000 " + std::string(c.line) + "\r\n";
+    EXPECT_EQ(Source(file).logic_lines().empty(), c.is_comment) << c.line;
+  }
+}
+
+TEST(SourceTest, WordsAreFoundInsideTheRangeOnly) {
+  const Source source("private private_ privat");
+  struct Case {
+    std::size_t begin;
+    std::size_t end;
+    bool is_found;
+  };
+  for (const Case& c : std::vector<Case>{{0, 23, true},
+                                         {0, 7, true},
+                                         {0, 6, false},
+                                         {1, 15, true},
+                                         {1, 14, false},
+                                         {8, 15, true},
+                                         {9, 23, false},
+                                         {5, 5, false}}) {
+    EXPECT_EQ(source.contains(c.begin, c.end, "private"), c.is_found) << c.begin << '-' << c.end;
+  }
+  EXPECT_FALSE(source.contains(0, 23, "public"));
+  EXPECT_TRUE(source.contains(0, 23, "privat"));
+}
+
+}  // namespace
+}  // namespace engines::treesitter
