@@ -15,7 +15,7 @@ BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
   python3 python3-dev python3-pytest mypy)
 # What .ci/run needs beside them.
 # shellcheck disable=SC2034
-CI_PACKAGES=(clang clang-format git shellcheck)
+CI_PACKAGES=(clang clang-format clang-tidy git shellcheck)
 
 say() { echo "${0##*/}: $*" >&2; }
 

@@ -90,7 +90,7 @@ class TreeSitterEngine::SymbolWalk {
     return fqn.append(parent).append(1, '.').append(name);
   }
 
-  void add_symbol(const Node& node, std::string_view kind, std::string name,
+  void add_symbol(const Node& node, std::string_view kind, const std::string& name,
                   const std::string& fqn) {
     models::SymbolArguments arguments{
         .id = std::nullopt,
