@@ -53,37 +53,36 @@ std::string repeated(std::string_view text, std::size_t count) {
 // ---- Python ----
 
 TEST(PythonDocstringTest, TheStringThatOpensTheBody) {
-  expect_docstrings(
-      "python",
-      {
-          {"def f():\n  \"\"\"Load.\"\"\"\n", "Load."},
-          {"class f:\n  \"\"\"Load.\"\"\"\n", "Load."},
-          {"async def f():\n  'Load.'\n", "Load."},
-          {"def f(): \"Load.\"\n", "Load."},
-          {"def f(): \"Load.\"; x\n", "Load."},
-          {"@a\ndef f():\n  \"Load.\"\n", "Load."},
-          // A comment stands before the body, not in it.
-          {"def f():\n  # c\n  \"Load.\"\n", "Load."},
-          // Line breaks, indentation and escapes stay.
-          {"def f():\n  \"\"\"\n  One.\n\n    Two.\\n\n  \"\"\"\n", "One.\n\n    Two.\\n"},
-          {"def f():\r\n  \"\"\"One.\r\n  Two.\"\"\"\r\n", "One.\r\n  Two."},
-          {"class f:\n  r'''raw'''\n", "raw"},
-          {"def f():\n  Rb\"raw\"\n", "raw"},
-          {"def f():\n  f\"a{1}\"\n", "a{1}"},
-          // Nothing between the quotes.
-          {"def f():\n  \"\"\"\"\"\"\n", NONE},
-          {"def f():\n  \"\"\" \n \"\"\"\n", NONE},
-          {"def f():\n  ''\n", NONE},
-          // Another first statement.
-          {"def f():\n  x = \"Load.\"\n", NONE},
-          {"def f():\n  g(\"Load.\")\n", NONE},
-          {"def f():\n  \"Lo\" \"ad.\"\n", NONE},
-          {"def f():\n  (\"Load.\")\n", NONE},
-          {"def f():\n  pass\n  \"Load.\"\n", NONE},
-          {"def f():\n", NONE},
-          // Comments document nothing.
-          {"# Load.\ndef f():\n  pass\n", NONE},
-      });
+  const std::vector<Case> python = {
+      {"def f():\n  \"\"\"Load.\"\"\"\n", "Load."},
+      {"class f:\n  \"\"\"Load.\"\"\"\n", "Load."},
+      {"async def f():\n  'Load.'\n", "Load."},
+      {"def f(): \"Load.\"\n", "Load."},
+      {"def f(): \"Load.\"; x\n", "Load."},
+      {"@a\ndef f():\n  \"Load.\"\n", "Load."},
+      // A comment stands before the body, not in it.
+      {"def f():\n  # c\n  \"Load.\"\n", "Load."},
+      // Line breaks, indentation and escapes stay.
+      {"def f():\n  \"\"\"\n  One.\n\n    Two.\\n\n  \"\"\"\n", "One.\n\n    Two.\\n"},
+      {"def f():\r\n  \"\"\"One.\r\n  Two.\"\"\"\r\n", "One.\r\n  Two."},
+      {"class f:\n  r'''raw'''\n", "raw"},
+      {"def f():\n  Rb\"raw\"\n", "raw"},
+      {"def f():\n  f\"a{1}\"\n", "a{1}"},
+      // Nothing between the quotes.
+      {"def f():\n  \"\"\"\"\"\"\n", NONE},
+      {"def f():\n  \"\"\" \n \"\"\"\n", NONE},
+      {"def f():\n  ''\n", NONE},
+      // Another first statement.
+      {"def f():\n  x = \"Load.\"\n", NONE},
+      {"def f():\n  g(\"Load.\")\n", NONE},
+      {"def f():\n  \"Lo\" \"ad.\"\n", NONE},
+      {"def f():\n  (\"Load.\")\n", NONE},
+      {"def f():\n  pass\n  \"Load.\"\n", NONE},
+      {"def f():\n", NONE},
+      // Comments document nothing.
+      {"# Load.\ndef f():\n  pass\n", NONE},
+  };
+  expect_docstrings("python", python);
 }
 
 TEST(PythonDocstringTest, NodesWithoutABody) {
@@ -217,50 +216,49 @@ TEST(BlockCommentTest, Cleaning) {
 }
 
 TEST(BlockCommentTest, TheNearestDocCommentAbove) {
-  expect_docstrings("javascript",
-                    {
-                        {"/** One. */\nfunction f() {}\n", "One."},
-                        {"/** One. */ function f() {}\n", "One."},
-                        {"/**\n * One.\n *\n * Two.\n */\n\n\nfunction f() {}\n", "One.  Two."},
-                        {"class A {\n  /** One. */\n  f() {}\n}\n", "One."},
-                        // Other comments and what did not parse are passed.
-                        {"/** One. */\n// two\nfunction f() {}\n", "One."},
-                        {"/** One. */\n/* two */\nfunction f() {}\n", "One."},
-                        {"/** One. */\n)\nfunction f() {}\n", "One."},
-                        {"/** One. */\n)\n// two\n)\nfunction f() {}\n", "One."},
-                        {"/** One. */\n/** Two. */\nfunction f() {}\n", "Two."},
-                        // An empty one hides those above it.
-                        {"/** One. */\n/** */\nfunction f() {}\n", NONE},
-                        {"/* One. */\nfunction f() {}\n", NONE},
-                        {"// One.\nfunction f() {}\n", NONE},
-                        {"function f() {}\n", NONE},
-                        // Anything else ends the search, and only siblings are seen.
-                        {"/** One. */\nx;\nfunction f() {}\n", NONE},
-                        {"/** One. */\nexport function f() {}\n", NONE},
-                        {"/** One. */\nclass A { f() {} }\n", NONE},
-                        {"/** One. */\nclass A {}\nfunction f() {}\n", NONE},
-                        {"function f() { /** One. */ }\n", NONE},
-                    });
-  expect_docstrings("typescript",
-                    {
-                        {"/** One. */\ninterface f {}\n", "One."},
-                        {"abstract class A {\n  /** One. */\n  f(): void {}\n}\n", "One."},
-                    });
+  const std::vector<Case> javascript = {
+      {"/** One. */\nfunction f() {}\n", "One."},
+      {"/** One. */ function f() {}\n", "One."},
+      {"/**\n * One.\n *\n * Two.\n */\n\n\nfunction f() {}\n", "One.  Two."},
+      {"class A {\n  /** One. */\n  f() {}\n}\n", "One."},
+      // Other comments and what did not parse are passed.
+      {"/** One. */\n// two\nfunction f() {}\n", "One."},
+      {"/** One. */\n/* two */\nfunction f() {}\n", "One."},
+      {"/** One. */\n)\nfunction f() {}\n", "One."},
+      {"/** One. */\n)\n// two\n)\nfunction f() {}\n", "One."},
+      {"/** One. */\n/** Two. */\nfunction f() {}\n", "Two."},
+      // An empty one hides those above it.
+      {"/** One. */\n/** */\nfunction f() {}\n", NONE},
+      {"/* One. */\nfunction f() {}\n", NONE},
+      {"// One.\nfunction f() {}\n", NONE},
+      {"function f() {}\n", NONE},
+      // Anything else ends the search, and only siblings are seen.
+      {"/** One. */\nx;\nfunction f() {}\n", NONE},
+      {"/** One. */\nexport function f() {}\n", NONE},
+      {"/** One. */\nclass A { f() {} }\n", NONE},
+      {"/** One. */\nclass A {}\nfunction f() {}\n", NONE},
+      {"function f() { /** One. */ }\n", NONE},
+  };
+  expect_docstrings("javascript", javascript);
+  const std::vector<Case> typescript = {
+      {"/** One. */\ninterface f {}\n", "One."},
+      {"abstract class A {\n  /** One. */\n  f(): void {}\n}\n", "One."},
+  };
+  expect_docstrings("typescript", typescript);
   expect_docstrings("tsx", {{"/** One. */\nfunction f() { return <a/>; }\n", "One."}});
-  expect_docstrings(
-      "java", {
-                  {"/** One. */\nclass f {}\n", "One."},
-                  {"/** One. */\n@A\npublic class f {}\n", "One."},
-                  {"class A {\n  /**\n   * One.\n   */\n  // two\n  void f() {}\n}\n", "One."},
-                  {"class A {\n  /* One. */\n  void f() {}\n}\n", NONE},
-              });
-  expect_docstrings(
-      "php",
-      {
-          {"<?php\n/** One. */\nfunction f() {}\n", "One."},
-          {"<?php\n/** One. */\n#[A]\nclass f {}\n", "One."},
-          {"<?php\nclass A {\n  /** One. */\n  # two\n  public function f() {}\n}\n", "One."},
-      });
+  const std::vector<Case> java = {
+      {"/** One. */\nclass f {}\n", "One."},
+      {"/** One. */\n@A\npublic class f {}\n", "One."},
+      {"class A {\n  /**\n   * One.\n   */\n  // two\n  void f() {}\n}\n", "One."},
+      {"class A {\n  /* One. */\n  void f() {}\n}\n", NONE},
+  };
+  expect_docstrings("java", java);
+  const std::vector<Case> php = {
+      {"<?php\n/** One. */\nfunction f() {}\n", "One."},
+      {"<?php\n/** One. */\n#[A]\nclass f {}\n", "One."},
+      {"<?php\nclass A {\n  /** One. */\n  # two\n  public function f() {}\n}\n", "One."},
+  };
+  expect_docstrings("php", php);
 }
 
 TEST(BlockCommentTest, BytesThatAreNoUtf8) {
@@ -271,110 +269,108 @@ TEST(BlockCommentTest, BytesThatAreNoUtf8) {
 // ---- Runs of comments ----
 
 TEST(CommentRunTest, Go) {
-  expect_docstrings("go",
-                    {
-                        {"package p\n// one\n//two\n//  three\nfunc f() {}\n", "one two three"},
-                        {"package p\n// one\n//\n// two\nfunc f() {}\n", "one  two"},
-                        {"package p\n//\n// one\n//\nfunc f() {}\n", "one"},
-                        {"package p\n// one\n\n\n// two\n\nfunc f() {}\n", "one two"},
-                        {"package p\n/* one\n * two */\n// three\nfunc f() {}\n", "one two three"},
-                        {"package p\n// one\n/* */\n// two\nfunc f() {}\n", "one two"},
-                        {"package p\n// one\n)\nfunc f() {}\n", "one"},
-                        {"package p\n// one\n\nfunc (r R) f() {}\n", "one"},
-                        {"package p\n// one\nvar x int\n// two\nfunc f() {}\n", "two"},
-                        {"package p\n// one\nvar x int\nfunc f() {}\n", NONE},
-                        // Whatever stands on the line before: a comment is a comment.
-                        {"package p\nvar x int // one\nfunc f() {}\n", "one"},
-                        {"package p\n//\n//\nfunc f() {}\n", NONE},
-                        {"package p\nfunc f() {}\n", NONE},
-                    });
+  const std::vector<Case> go = {
+      {"package p\n// one\n//two\n//  three\nfunc f() {}\n", "one two three"},
+      {"package p\n// one\n//\n// two\nfunc f() {}\n", "one  two"},
+      {"package p\n//\n// one\n//\nfunc f() {}\n", "one"},
+      {"package p\n// one\n\n\n// two\n\nfunc f() {}\n", "one two"},
+      {"package p\n/* one\n * two */\n// three\nfunc f() {}\n", "one two three"},
+      {"package p\n// one\n/* */\n// two\nfunc f() {}\n", "one two"},
+      {"package p\n// one\n)\nfunc f() {}\n", "one"},
+      {"package p\n// one\n\nfunc (r R) f() {}\n", "one"},
+      {"package p\n// one\nvar x int\n// two\nfunc f() {}\n", "two"},
+      {"package p\n// one\nvar x int\nfunc f() {}\n", NONE},
+      // Whatever stands on the line before: a comment is a comment.
+      {"package p\nvar x int // one\nfunc f() {}\n", "one"},
+      {"package p\n//\n//\nfunc f() {}\n", NONE},
+      {"package p\nfunc f() {}\n", NONE},
+  };
+  expect_docstrings("go", go);
 }
 
 TEST(CommentRunTest, Rust) {
-  expect_docstrings("rust", {
-                                {"/// one\n/// two\nfn f() {}\n", "one two"},
-                                {"//! one\n/// two\nfn f() {}\n", "one two"},
-                                {"/// one\n// two\n/// three\nfn f() {}\n", "one three"},
-                                {"/// one\n///\n/// two\nfn f() {}\n", "one  two"},
-                                {"//// one\nfn f() {}\n", "/ one"},
-                                {"/* one */\nfn f() {}\n", "one"},
-                                {"/** one */\n/*! two */\nfn f() {}\n", "one ! two"},
-                                {"/// one\n)\nfn f() {}\n", "one"},
-                                {"/// one\nmod f {}\n", "one"},
-                                {"impl A {\n  /// one\n  pub fn f() {}\n}\n", "one"},
-                                // Another sibling ends the run: an attribute is one.
-                                {"/// one\n#[inline]\nfn f() {}\n", NONE},
-                                {"/// one\n#[inline]\n/// two\nfn f() {}\n", "two"},
-                                {"// one\nfn f() {}\n", NONE},
-                                {"fn f() {}\n", NONE},
-                            });
+  const std::vector<Case> rust = {
+      {"/// one\n/// two\nfn f() {}\n", "one two"},
+      {"//! one\n/// two\nfn f() {}\n", "one two"},
+      {"/// one\n// two\n/// three\nfn f() {}\n", "one three"},
+      {"/// one\n///\n/// two\nfn f() {}\n", "one  two"},
+      {"//// one\nfn f() {}\n", "/ one"},
+      {"/* one */\nfn f() {}\n", "one"},
+      {"/** one */\n/*! two */\nfn f() {}\n", "one ! two"},
+      {"/// one\n)\nfn f() {}\n", "one"},
+      {"/// one\nmod f {}\n", "one"},
+      {"impl A {\n  /// one\n  pub fn f() {}\n}\n", "one"},
+      // Another sibling ends the run: an attribute is one.
+      {"/// one\n#[inline]\nfn f() {}\n", NONE},
+      {"/// one\n#[inline]\n/// two\nfn f() {}\n", "two"},
+      {"// one\nfn f() {}\n", NONE},
+      {"fn f() {}\n", NONE},
+  };
+  expect_docstrings("rust", rust);
 }
 
 TEST(CommentRunTest, CSharp) {
-  expect_docstrings(
-      "csharp",
-      {
-          {"/// <summary>\n/// One.\n/// </summary>\nclass f {}\n", "One."},
-          {"/// <summary>One.</summary>\nclass f {}\n", "One."},
-          {"/// One <see cref=\"X\"/> two <b>three</b>.\nclass f {}\n", "One  two three."},
-          {"/// <returns>One.</returns>\n/// <remarks>Two.</remarks>\nclass f {}\n", "One. Two."},
-          // The opening of a parameter loses its beginning alone.
-          {"class A {\n  /// <param name=\"x\">One.</param>\n  void f() {}\n}\n",
-           "name=\"x\">One."},
-          // A later bracket takes what lies between along.
-          {"/// <param name=\"x\">a <c>b</c>\nclass f {}\n", "name=\"x\">a b"},
-          {"/// a < b\nclass f {}\n", "a < b"},
-          {"/// a > b\nclass f {}\n", "a > b"},
-          {"/// a > b < c\nclass f {}\n", "a > b < c"},
-          {"/// a < b and c > d\nclass f {}\n", "a  d"},
-          {"/// <<a>> b\nclass f {}\n", "> b"},
-          // Tags are removed in their order, each once over: what closes up behind its turn stays.
-          {"/// <</summary>param x\nclass f {}\n", "x"},
-          {"/// <par</param>am x\nclass f {}\n", "<param x"},
-          {"/// <par<param am x\nclass f {}\n", "<param x"},
-          // Lines that say nothing leave no gap.
-          {"/// One.\n///\n/// <br/>\n/// Two.\nclass f {}\n", "One. Two."},
-          {"/// One.\n// two\n/* three */\n/// Four.\nclass f {}\n", "One. Four."},
-          {"/// One.\n)\nclass f {}\n", "One."},
-          {"//// One.\nclass f {}\n", "/ One."},
-          {"// One.\nclass f {}\n", NONE},
-          {"/** One. */\nclass f {}\n", NONE},
-          {"/// <summary/>\nclass f {}\n", NONE},
-          {"/// One.\nclass A {}\nclass f {}\n", NONE},
-          // An attribute belongs to the declaration.
-          {"/// One.\n[A]\nclass f {}\n", "One."},
-      });
+  const std::vector<Case> csharp = {
+      {"/// <summary>\n/// One.\n/// </summary>\nclass f {}\n", "One."},
+      {"/// <summary>One.</summary>\nclass f {}\n", "One."},
+      {"/// One <see cref=\"X\"/> two <b>three</b>.\nclass f {}\n", "One  two three."},
+      {"/// <returns>One.</returns>\n/// <remarks>Two.</remarks>\nclass f {}\n", "One. Two."},
+      // The opening of a parameter loses its beginning alone.
+      {"class A {\n  /// <param name=\"x\">One.</param>\n  void f() {}\n}\n", "name=\"x\">One."},
+      // A later bracket takes what lies between along.
+      {"/// <param name=\"x\">a <c>b</c>\nclass f {}\n", "name=\"x\">a b"},
+      {"/// a < b\nclass f {}\n", "a < b"},
+      {"/// a > b\nclass f {}\n", "a > b"},
+      {"/// a > b < c\nclass f {}\n", "a > b < c"},
+      {"/// a < b and c > d\nclass f {}\n", "a  d"},
+      {"/// <<a>> b\nclass f {}\n", "> b"},
+      // Tags are removed in their order, each once over: what closes up behind its turn stays.
+      {"/// <</summary>param x\nclass f {}\n", "x"},
+      {"/// <par</param>am x\nclass f {}\n", "<param x"},
+      {"/// <par<param am x\nclass f {}\n", "<param x"},
+      // Lines that say nothing leave no gap.
+      {"/// One.\n///\n/// <br/>\n/// Two.\nclass f {}\n", "One. Two."},
+      {"/// One.\n// two\n/* three */\n/// Four.\nclass f {}\n", "One. Four."},
+      {"/// One.\n)\nclass f {}\n", "One."},
+      {"//// One.\nclass f {}\n", "/ One."},
+      {"// One.\nclass f {}\n", NONE},
+      {"/** One. */\nclass f {}\n", NONE},
+      {"/// <summary/>\nclass f {}\n", NONE},
+      {"/// One.\nclass A {}\nclass f {}\n", NONE},
+      // An attribute belongs to the declaration.
+      {"/// One.\n[A]\nclass f {}\n", "One."},
+  };
+  expect_docstrings("csharp", csharp);
 }
 
 TEST(CommentRunTest, Ruby) {
-  expect_docstrings(
-      "ruby",
-      {
-          {"# one\n#two\ndef f; end\n", "one two"},
-          {"# one\n#\n# two\ndef f; end\n", "one  two"},
-          {"## one\ndef f; end\n", "# one"},
-          // Blank rows below the nearest comment do not matter, one between two comments does.
-          {"# one\n\n\n\ndef f; end\n", "one"},
-          {"# one\n\n# two\ndef f; end\n", "two"},
-          {"# one\n\n# two\n# three\n\ndef f; end\n", "two three"},
-          // A line that is left out is no neighbour: one row lies between its neighbours.
-          {"# one\n# -*- x -*-\n# two\ndef f; end\n", "two"},
-          {"#!/usr/bin/ruby\n# one\ndef f; end\n", "one"},
-          {"# one\n# ! two\ndef f; end\n", "one"},
-          {"# -*- coding: utf-8 -*-\ndef f; end\n", NONE},
-          // Neither is a comment of the other form, but its last row counts.
-          {"=begin\none\n=end\ndef f; end\n", NONE},
-          {"# one\n=begin\n=end\ndef f; end\n", "one"},
-          {"# one\n=begin\n=end\n# two\ndef f; end\n", "two"},
-          {"# one\n)\ndef f; end\n", "one"},
-          {"# one\n)\n# two\ndef f; end\n", "two"},
-          {"x # one\ndef f; end\n", "one"},
-          {"# one\nx\ndef f; end\n", NONE},
-          {"# one\nmodule M; end\ndef f; end\n", NONE},
-          {"class A\n  x\n  # one\n  def f; end\nend\n", "one"},
-          // Before the first statement of a body a comment belongs to the class.
-          {"class A\n  # one\n  def f; end\nend\n", NONE},
-      });
+  const std::vector<Case> ruby = {
+      {"# one\n#two\ndef f; end\n", "one two"},
+      {"# one\n#\n# two\ndef f; end\n", "one  two"},
+      {"## one\ndef f; end\n", "# one"},
+      // Blank rows below the nearest comment do not matter, one between two comments does.
+      {"# one\n\n\n\ndef f; end\n", "one"},
+      {"# one\n\n# two\ndef f; end\n", "two"},
+      {"# one\n\n# two\n# three\n\ndef f; end\n", "two three"},
+      // A line that is left out is no neighbour: one row lies between its neighbours.
+      {"# one\n# -*- x -*-\n# two\ndef f; end\n", "two"},
+      {"#!/usr/bin/ruby\n# one\ndef f; end\n", "one"},
+      {"# one\n# ! two\ndef f; end\n", "one"},
+      {"# -*- coding: utf-8 -*-\ndef f; end\n", NONE},
+      // Neither is a comment of the other form, but its last row counts.
+      {"=begin\none\n=end\ndef f; end\n", NONE},
+      {"# one\n=begin\n=end\ndef f; end\n", "one"},
+      {"# one\n=begin\n=end\n# two\ndef f; end\n", "two"},
+      {"# one\n)\ndef f; end\n", "one"},
+      {"# one\n)\n# two\ndef f; end\n", "two"},
+      {"x # one\ndef f; end\n", "one"},
+      {"# one\nx\ndef f; end\n", NONE},
+      {"# one\nmodule M; end\ndef f; end\n", NONE},
+      {"class A\n  x\n  # one\n  def f; end\nend\n", "one"},
+      // Before the first statement of a body a comment belongs to the class.
+      {"class A\n  # one\n  def f; end\nend\n", NONE},
+  };
+  expect_docstrings("ruby", ruby);
 }
 
 TEST(CommentRunTest, BytesThatAreNoUtf8) {
