@@ -9,7 +9,9 @@
 // Tested by tests/syntax_tree_test.cpp against the library's own accessors.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -21,6 +23,12 @@ namespace engines::treesitter {
 
 using languages::Field;
 using languages::NodeType;
+
+// Whether a rule's table holds this node type, or this text.
+template <typename Value, typename Table>
+constexpr bool is_one_of(const Value& value, const Table& table) {
+  return std::find(std::begin(table), std::end(table), value) != std::end(table);
+}
 
 class NodeChildren;
 

@@ -1,8 +1,8 @@
 // The door of PCRE2, and the expression that finds the lines of a body digest.
 //
 // Costs: the compiled expression reads about 1 GB/s with PCRE2's just-in-time compiler and a tenth
-// of that without; the scan by hand beside it, for ASCII text, is several times as fast and makes no
-// allocation. Both are proven equal in tests/regex_test.cpp on generated lines.
+// of that without; the scan by hand beside it, for ASCII text, is several times as fast and makes
+// no allocation. Both are proven equal in tests/regex_test.cpp on generated lines.
 #include "engines/treesitter/core/regex.h"
 
 #define PCRE2_CODE_UNIT_WIDTH 8
@@ -20,9 +20,9 @@ namespace engines::treesitter {
 namespace {
 
 constexpr std::array<std::string_view, 26> KEYWORDS = {
-    "if",     "elif",    "else",  "for",   "while",  "do",    "switch", "case",   "match",
-    "try",    "except",  "catch", "finally", "with", "return", "yield", "raise",  "throw",
-    "assert", "await",   "defer", "go",    "select", "break", "continue", "guard",
+    "if",     "elif",   "else",  "for",     "while",  "do",     "switch",   "case",  "match",
+    "try",    "except", "catch", "finally", "with",   "return", "yield",    "raise", "throw",
+    "assert", "await",  "defer", "go",      "select", "break",  "continue", "guard",
 };
 constexpr std::size_t SHORTEST_KEYWORD = 2;
 
@@ -90,9 +90,9 @@ struct Regex::Code {
 Regex::Regex(std::string_view pattern) {
   int error = 0;
   PCRE2_SIZE offset = 0;
-  pcre2_code* compiled = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(),
-                                       PCRE2_UTF | PCRE2_UCP | PCRE2_NEVER_BACKSLASH_C, &error,
-                                       &offset, nullptr);
+  pcre2_code* compiled =
+      pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(),
+                    PCRE2_UTF | PCRE2_UCP | PCRE2_NEVER_BACKSLASH_C, &error, &offset, nullptr);
   if (compiled == nullptr) {
     throw std::logic_error("faulty pattern at offset " + std::to_string(offset));
   }
@@ -109,7 +109,8 @@ std::optional<std::size_t> Regex::find_end(std::string_view text) const {
   const int found = pcre2_match(_code->compiled, reinterpret_cast<PCRE2_SPTR>(text.data()),
                                 text.size(), 0, PCRE2_NO_UTF_CHECK, data.get(), nullptr);
   if (found == PCRE2_ERROR_NOMATCH) return std::nullopt;
-  if (found < 0) throw std::runtime_error("search failed with PCRE2 error " + std::to_string(found));
+  if (found < 0)
+    throw std::runtime_error("search failed with PCRE2 error " + std::to_string(found));
   return pcre2_get_ovector_pointer(data.get())[1];
 }
 

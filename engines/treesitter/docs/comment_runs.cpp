@@ -5,7 +5,6 @@
 // declaration, so that a file's declarations together read each comment once.
 //
 // Tested by tests/docs_test.cpp.
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -39,11 +38,6 @@ constexpr std::string_view CSHARP_TAGS[] = {
     "<summary>", "</summary>", "<param ",   "</param>",
     "<returns>", "</returns>", "<remarks>", "</remarks>",
 };
-
-template <typename Types>
-bool is_one_of(NodeType type, const Types& types) {
-  return std::find(types.begin(), types.end(), type) != types.end();
-}
 
 // What the comments of one declaration contribute. The walk goes upwards, so each text comes before
 // those already there; they are kept in the order of the walk and joined backwards, because 100,000

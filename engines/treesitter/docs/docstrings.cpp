@@ -9,7 +9,6 @@
 // Tested by tests/docs_test.cpp.
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,9 +42,7 @@ std::optional<Node> first_child_of(const Node& node) {
 std::optional<Node> python_body(const Node& node) {
   if (const std::optional<Node> body = node.child_by_field(Field::body)) return body;
   for (const Node child : node.children()) {
-    const auto found =
-        std::find(std::begin(PYTHON_BODY_TYPES), std::end(PYTHON_BODY_TYPES), child.type());
-    if (found != std::end(PYTHON_BODY_TYPES)) return child;
+    if (is_one_of(child.type(), PYTHON_BODY_TYPES)) return child;
   }
   return std::nullopt;
 }

@@ -9,9 +9,7 @@
 // Each costs the children that it reads. Throws Utf8Error for a name that is no UTF-8.
 //
 // Tested by tests/references_test.cpp.
-#include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -35,11 +33,6 @@ constexpr NodeType NAME_TYPES[] = {
 
 // Children whose own identifiers are the names, all of them.
 constexpr NodeType SPECIFIER_TYPES[] = {NodeType::import_specifier, NodeType::aliased_import};
-
-template <std::size_t N>
-bool is_one_of(NodeType type, const NodeType (&types)[N]) {
-  return std::find(std::begin(types), std::end(types), type) != std::end(types);
-}
 
 // What follows the last full stop; the whole text when there is none.
 std::string_view last_piece(std::string_view dotted) {

@@ -6,9 +6,7 @@
 // Each costs the children that it reads. Throws Utf8Error for a name that is no UTF-8.
 //
 // Tested by tests/references_test.cpp.
-#include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -30,11 +28,6 @@ constexpr NodeType MEMBER_NAME_TYPES[] = {NodeType::property_identifier, NodeTyp
 constexpr NodeType TYPE_NAME_TYPES[] = {NodeType::identifier, NodeType::type_identifier};
 
 constexpr Field ATTRIBUTE_FIELDS[] = {Field::attribute, Field::property};
-
-template <std::size_t N>
-bool is_one_of(NodeType type, const NodeType (&types)[N]) {
-  return std::find(std::begin(types), std::end(types), type) != std::end(types);
-}
 
 template <std::size_t N>
 std::optional<Node> first_child_of(const Node& node, const NodeType (&types)[N]) {

@@ -99,9 +99,9 @@ std::optional<std::string> TreeSitterEngine::_extract_body_digest(const Node& no
   const std::uint32_t last_row = node.end_row();
   if (last_row == node.start_row()) return std::nullopt;
   const std::vector<LogicLine>& lines = content.logic_lines();
-  auto line = std::lower_bound(
-      lines.begin(), lines.end(), node.start_row() + 1,
-      [](const LogicLine& each, std::uint32_t row) { return each.row < row; });
+  auto line =
+      std::lower_bound(lines.begin(), lines.end(), node.start_row() + 1,
+                       [](const LogicLine& each, std::uint32_t row) { return each.row < row; });
   Digest digest(content);
   for (; line != lines.end() && line->row < last_row && !digest.is_full(); ++line) {
     digest.keep(line->trimmed_begin, line->trimmed_end);

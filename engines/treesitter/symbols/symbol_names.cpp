@@ -35,11 +35,6 @@ constexpr std::array YAML_SCALAR_TYPES = {
 constexpr std::array<std::string_view, 6> BLOCK_SCALAR_INDICATORS = {"|",  ">",  "|+",
                                                                      "|-", ">+", ">-"};
 
-template <typename Values, typename Value>
-constexpr bool contains(const Values& values, const Value& value) {
-  return std::find(values.begin(), values.end(), value) != values.end();
-}
-
 Name copy(std::optional<std::string_view> text) {
   if (!text) return std::nullopt;
   return std::string(*text);
@@ -80,7 +75,7 @@ Name block_scalar_name(const Node& scalar) {
   const auto text = _node_text(scalar);
   if (!text) return std::nullopt;
   const std::size_t line_end = std::min(text->find('\n'), text->size());
-  if (!contains(BLOCK_SCALAR_INDICATORS, trim(text->substr(0, line_end)))) {
+  if (!is_one_of(trim(text->substr(0, line_end)), BLOCK_SCALAR_INDICATORS)) {
     return std::string(*text);
   }
   return folded(text->substr(line_end));
@@ -98,10 +93,10 @@ YamlKey yaml_key(const Node& child, std::string_view (*unquote)(std::string_view
     if (!text) return std::nullopt;
     return std::string(unquote(*text));
   };
-  if (contains(YAML_SCALAR_TYPES, child.type())) return {true, scalar_name(child)};
+  if (is_one_of(child.type(), YAML_SCALAR_TYPES)) return {true, scalar_name(child)};
   if (child.type() == NodeType::flow_node) {
     for (const Node grandchild : child.children()) {
-      if (contains(YAML_SCALAR_TYPES, grandchild.type())) return {true, scalar_name(grandchild)};
+      if (is_one_of(grandchild.type(), YAML_SCALAR_TYPES)) return {true, scalar_name(grandchild)};
     }
   }
   if (child.type() == NodeType::block_node) {
@@ -137,7 +132,7 @@ Name toml_name(const Node& node, bool is_pair, std::string_view (*unquote)(std::
 
 Name generic_name(const Node& node) {
   for (const Node child : node.children()) {
-    if (contains(NAME_TYPES, child.type())) {
+    if (is_one_of(child.type(), NAME_TYPES)) {
       const auto text = _node_text(child);
       if (!text) return std::nullopt;
       return std::string(trim(*text));
@@ -165,8 +160,7 @@ std::optional<std::string> TreeSitterEngine::_get_symbol_name(const Node& node,
   if (language == "yaml" && type == NodeType::anchor) {
     return text_of_first(node, NodeType::anchor_name);
   }
-  if (language == "yaml" &&
-      (type == NodeType::block_mapping_pair || type == NodeType::flow_pair)) {
+  if (language == "yaml" && (type == NodeType::block_mapping_pair || type == NodeType::flow_pair)) {
     return yaml_pair_name(node, _unquote_yaml_string);
   }
   if (language == "toml" && (type == NodeType::table || type == NodeType::table_array_element)) {

@@ -1,8 +1,8 @@
 // The symbol walk: from the tree to the symbols that a file declares.
 //
-// One loop over the tree's array, which is in document order. A declaration opens a scope that lasts
-// to its subtree's end, and the innermost open one names what is found inside; all other nodes are
-// transparent.
+// One loop over the tree's array, which is in document order. A declaration opens a scope that
+// lasts to its subtree's end, and the innermost open one names what is found inside; all other
+// nodes are transparent.
 //
 // Costs: one table lookup per node; per symbol its name, its texts and one hash of its FQN. FQNs of
 // nested symbols repeat their ancestors, so the total text of a result is bounded.
@@ -102,8 +102,8 @@ class TreeSitterEngine::SymbolWalk {
         .end_line = node.end_row() + 1,
         .signature = signature(node),
         .is_export = _engine._is_exported(node, _language),
-        .docstring = is_documented(kind) ? _extract_docstring(node, _content, _language)
-                                         : std::nullopt,
+        .docstring =
+            is_documented(kind) ? _extract_docstring(node, _content, _language) : std::nullopt,
         .body_digest = is_digested(kind) ? _extract_body_digest(node, _content) : std::nullopt,
     };
     spend(name.size() + size_of(arguments.signature) + size_of(arguments.docstring) +

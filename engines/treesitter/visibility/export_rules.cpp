@@ -70,11 +70,6 @@ constexpr std::string_view PHP_HIDING_WORDS[] = {"private", "protected"};
 
 constexpr std::string_view RUST_PUBLIC_PREFIX = "pub";
 
-template <typename Value, std::size_t N>
-bool is_one_of(const Value& value, const Value (&values)[N]) {
-  return std::find(std::begin(values), std::end(values), value) != std::end(values);
-}
-
 // A node of no bytes reads as the empty text here.
 std::string_view text_or_empty(const Node& node) { return _node_text(node).value_or(""); }
 
