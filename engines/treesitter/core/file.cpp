@@ -31,24 +31,48 @@ class Descriptor {
   int _number;
 };
 
-// The path in quotes, on one line, whatever its bytes are.
+void append_escape(std::string& text, char letter, std::uint32_t value, int digits) {
+  constexpr std::string_view DIGITS = "0123456789abcdef";
+  text.append(1, '\\').append(1, letter);
+  while (digits-- > 0) text.append(1, DIGITS[value >> (4 * digits) & 0x0F]);
+}
+
+void append_quoted(std::string& text, std::string_view character, char32_t value, char quote) {
+  if (value == static_cast<unsigned char>(quote) || value == U'\\') {
+    text.append(1, '\\').append(character);
+  } else if (value == U'\t' || value == U'\n' || value == U'\r') {
+    text.append(1, '\\').append(1, value == U'\t' ? 't' : value == U'\n' ? 'n' : 'r');
+  } else if (is_printable(value)) {
+    text.append(character);
+  } else if (value < 0x100) {
+    append_escape(text, 'x', value, 2);
+  } else if (value < 0x10000) {
+    append_escape(text, 'u', value, 4);
+  } else {
+    append_escape(text, 'U', value, 8);
+  }
+}
+
+// The path in quotes, on one line, whatever its bytes are: as Python's repr shows a path, so that
+// our texts read as its own do. A byte that is no UTF-8 is U+DC00 and the byte there.
 std::string quoted(const std::filesystem::path& path) {
-  const bool has_apostrophe = path.native().find('\'') != std::string::npos;
-  const bool has_quote = path.native().find('"') != std::string::npos;
+  const std::string_view bytes = path.native();
+  const bool has_apostrophe = bytes.find('\'') != std::string_view::npos;
+  const bool has_quote = bytes.find('"') != std::string_view::npos;
   const char quote = has_apostrophe && !has_quote ? '"' : '\'';
   std::string text(1, quote);
-  for (const char byte : path.native()) {
-    constexpr std::string_view DIGITS = "0123456789abcdef";
-    const auto value = static_cast<unsigned char>(byte);
-    if (byte == '\\' || byte == quote) {
-      text.append(1, '\\').append(1, byte);
-    } else if (value < 0x20 || value == 0x7F) {
-      text.append("\\x").append(1, DIGITS[value >> 4]).append(1, DIGITS[value & 0x0F]);
-    } else {
-      text.append(1, byte);
+  for (std::size_t offset = 0; offset < bytes.size();) {
+    const IllFormed fault = find_ill_formed(bytes, offset);
+    while (offset < fault.offset) {
+      const CodePoint point = code_point_at(bytes, offset);
+      append_quoted(text, bytes.substr(offset, point.size), point.value, quote);
+      offset += point.size;
+    }
+    for (; offset < fault.offset + fault.size; ++offset) {
+      append_escape(text, 'u', 0xDC00U | static_cast<unsigned char>(bytes[offset]), 4);
     }
   }
-  return decode_replacing(text.append(1, quote));
+  return text.append(1, quote);
 }
 
 [[noreturn]] void fail(const std::filesystem::path& path, int error_number) {
@@ -86,6 +110,8 @@ std::size_t read_some(const Descriptor& file, const std::filesystem::path& path,
 FileReadError::FileReadError(int error_number, const std::filesystem::path& path,
                              const char* description)
     : std::system_error(error_number, std::generic_category()),
+      _description(description),
+      _path(path),
       _text("[Errno " + std::to_string(error_number) + "] " + description + ": " + quoted(path)) {}
 
 FileContent read_file(const std::filesystem::path& path, Sha256& digest) {
@@ -99,7 +125,8 @@ FileContent read_file(const std::filesystem::path& path, Sha256& digest) {
   // A claim is no promise: files of /proc claim 0, and others change while they are read. One byte
   // more than claimed lets the read that finds the end follow without growing.
   const bool is_huge = claimed > MAX_PARSED_BYTES;
-  std::string bytes(is_huge ? CHUNK : std::max(static_cast<std::size_t>(claimed) + 1, SMALLEST), '\0');
+  std::string bytes(is_huge ? CHUNK : std::max(static_cast<std::size_t>(claimed) + 1, SMALLEST),
+                    '\0');
   std::size_t used = 0;
   while (!is_huge && used <= MAX_PARSED_BYTES) {
     if (used == bytes.size()) bytes.resize(used + used / 2);

@@ -18,8 +18,12 @@ class FileReadError : public std::system_error {
   FileReadError(int error_number, const std::filesystem::path& path, const char* description);
 
   const char* what() const noexcept override { return _text.c_str(); }
+  const std::string& description() const noexcept { return _description; }
+  const std::filesystem::path& path() const noexcept { return _path; }
 
  private:
+  std::string _description;
+  std::filesystem::path _path;
   std::string _text;
 };
 

@@ -60,8 +60,8 @@ Sequence sequence_at(std::string_view bytes, std::size_t offset) {
   std::size_t present = 1;
   while (present < lead.size && offset + present < bytes.size()) {
     const unsigned char byte = byte_at(bytes, offset + present);
-    const bool fits = present == 1 ? byte >= lead.second_min && byte <= lead.second_max
-                                   : is_continuation(byte);
+    const bool fits =
+        present == 1 ? byte >= lead.second_min && byte <= lead.second_max : is_continuation(byte);
     if (!fits) break;
     ++present;
   }
@@ -193,10 +193,16 @@ bool is_word(char32_t value) {
   return (U_GET_GC_MASK(static_cast<UChar32>(value)) & (U_GC_L_MASK | U_GC_N_MASK)) != 0;
 }
 
+bool is_printable(char32_t value) {
+  if (value == U' ') return true;
+  return (U_GET_GC_MASK(static_cast<UChar32>(value)) & (U_GC_C_MASK | U_GC_Z_MASK)) == 0;
+}
+
 IllFormed find_ill_formed(std::string_view bytes, std::size_t offset) {
   while ((offset = skip_ascii(bytes, offset)) < bytes.size()) {
     const Sequence sequence = sequence_at(bytes, offset);
-    if (sequence.present < sequence.size) return {offset, std::max<std::size_t>(sequence.present, 1)};
+    if (sequence.present < sequence.size)
+      return {offset, std::max<std::size_t>(sequence.present, 1)};
     offset += sequence.size;
   }
   return {bytes.size(), 0};

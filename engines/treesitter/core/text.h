@@ -58,6 +58,10 @@ bool is_upper(std::string_view text);
 // Letters, numbers and the underscore: the word characters of regular expressions.
 bool is_word(char32_t value);
 
+// Neither a control, a format, private or unassigned character, nor whitespace other than U+0020:
+// what can be shown as it is in a text of one line.
+bool is_printable(char32_t value);
+
 // Where ill-formed UTF-8 begins in `bytes` at or after `offset`, and how long the maximal
 // ill-formed subpart is: the longest start of a well-formed sequence, or else one byte.
 // `size` is 0 and `offset` the length of `bytes` when the rest is well formed.
