@@ -1,6 +1,8 @@
 // The tests' door to the engine's private operations: each is reached under its own name.
 #pragma once
 
+#include <filesystem>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -9,6 +11,21 @@
 namespace engines::treesitter {
 
 struct EnginePeer {
+  static ThreadStorage& _get_thread_local_storage(const TreeSitterEngine& engine) {
+    return engine._get_thread_local_storage();
+  }
+  static Parser* _get_parser(const TreeSitterEngine& engine, std::string_view language) {
+    return engine._get_parser(language);
+  }
+  static std::string _path_to_fqn(const std::filesystem::path& file_path) {
+    return TreeSitterEngine::_path_to_fqn(file_path);
+  }
+  static auto _get_signature(const Node& node, const Source& content, std::string_view language) {
+    return TreeSitterEngine::_get_signature(node, content, language);
+  }
+  static auto _extract_body_digest(const Node& node, const Source& content) {
+    return TreeSitterEngine::_extract_body_digest(node, content);
+  }
   static auto _clean_python_docstring(std::string_view text) {
     return TreeSitterEngine::_clean_python_docstring(text);
   }

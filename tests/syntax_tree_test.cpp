@@ -1,0 +1,275 @@
+// The tree array, compared with what the library's own accessors say about a tree that a plain
+// parser made of the same bytes, on all sources that the project holds and on broken copies of
+// them.
+#include <gtest/gtest.h>
+#include <tree_sitter/api.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engines/languages/language.h"
+#include "tests/support/parsed_tree.h"
+
+namespace engines::treesitter {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Input {
+  std::string name;
+  std::string language;
+  std::string bytes;
+};
+
+// Golden inputs and examples: whatever lies there and has a language.
+const std::vector<Input>& inputs() {
+  static const std::vector<Input> found = [] {
+    std::vector<Input> all;
+    for (const fs::path folder : {TESTS_DIR "/golden", TESTS_DIR "/../examples"}) {
+      for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        const auto language = languages::detect_language(entry.path());
+        if (!entry.is_regular_file() || !language) continue;
+        std::ifstream file(entry.path(), std::ios::binary);
+        all.push_back({fs::relative(entry.path(), folder),
+                       std::string(*language),
+                       {std::istreambuf_iterator<char>(file), {}}});
+      }
+    }
+    return all;
+  }();
+  return found;
+}
+
+// The library's tree, made without any of the engine's guards.
+class LibraryTree {
+ public:
+  LibraryTree(const std::string& bytes, const languages::Language& language) {
+    const std::unique_ptr<TSParser, decltype(&ts_parser_delete)> parser(ts_parser_new(),
+                                                                        ts_parser_delete);
+    ts_parser_set_language(parser.get(), language.grammar());
+    _tree = ts_parser_parse_string(parser.get(), nullptr, bytes.data(),
+                                   static_cast<std::uint32_t>(bytes.size()));
+  }
+  ~LibraryTree() { ts_tree_delete(_tree); }
+  LibraryTree(const LibraryTree&) = delete;
+  LibraryTree& operator=(const LibraryTree&) = delete;
+  TSNode root() const { return ts_tree_root_node(_tree); }
+
+ private:
+  TSTree* _tree;
+};
+
+// The fields that rules ask for.
+const std::pair<Field, std::string_view> FIELDS[] = {
+    {Field::attribute, "attribute"},     {Field::body, "body"}, {Field::function, "function"},
+    {Field::module_name, "module_name"}, {Field::name, "name"}, {Field::property, "property"},
+};
+
+// All nodes of the library's tree in document order, and for each the end of its subtree.
+struct LibraryNodes {
+  std::vector<TSNode> nodes;
+  std::vector<std::uint32_t> subtree_ends;
+  std::vector<std::uint32_t> parents;
+
+  explicit LibraryNodes(TSNode root) {
+    TSTreeCursor cursor = ts_tree_cursor_new(root);
+    std::vector<std::uint32_t> open;
+    for (bool is_done = false; !is_done;) {
+      parents.push_back(open.empty() ? NodeRecord::NONE : open.back());
+      open.push_back(static_cast<std::uint32_t>(nodes.size()));
+      nodes.push_back(ts_tree_cursor_current_node(&cursor));
+      subtree_ends.push_back(0);
+      if (ts_tree_cursor_goto_first_child(&cursor)) continue;
+      for (;;) {
+        subtree_ends[open.back()] = static_cast<std::uint32_t>(nodes.size());
+        open.pop_back();
+        if (ts_tree_cursor_goto_next_sibling(&cursor)) break;
+        is_done = !ts_tree_cursor_goto_parent(&cursor);
+        if (is_done) break;
+      }
+    }
+    ts_tree_cursor_delete(&cursor);
+  }
+};
+
+class Comparison {
+ public:
+  Comparison(const ParsedTree& tree, const LibraryNodes& library)
+      : _tree(tree.root().tree()), _library(library) {}
+
+  // What a cursor tells in one pass.
+  void compare_records() const {
+    ASSERT_EQ(_tree.size(), _library.nodes.size());
+    for (std::uint32_t i = 0; i < _tree.size(); ++i) {
+      const Node ours(_tree, i);
+      ASSERT_TRUE(is_same_record(_tree.record(i), i)) << "node " << i << ", " << ours.type_text();
+      ASSERT_TRUE(ours.scope() == nearest_scope(ours)) << "node " << i << ", " << ours.type_text();
+    }
+  }
+
+  // What the library works out anew for each node.
+  void compare_accessors(bool has_aliases) {
+    for (std::uint32_t i = 0; i < _tree.size(); ++i) {
+      const TSNode theirs = _library.nodes[i];
+      const Node ours(_tree, i);
+      if (!has_aliases) {
+        ASSERT_EQ(ours.type_text(), ts_node_type(theirs)) << i;
+      }
+      expect_same(ours.parent(), ts_node_parent(theirs), "parent", i);
+      expect_same(ours.previous_sibling(), ts_node_prev_sibling(theirs), "previous sibling", i);
+      if (_tree.record(i).previous != index_of(ours.previous_sibling())) {
+        ++odd_siblings;
+        // The array's own answer may be used for every other node.
+        ASSERT_EQ(ours.start_byte(), ours.end_byte()) << i;
+      }
+      std::uint32_t count = 0;
+      for (const Node child : ours.children()) {
+        expect_same(child, ts_node_child(theirs, count++), "child", i);
+      }
+      ASSERT_EQ(count, ts_node_child_count(theirs)) << i;
+      for (const auto& [field, name] : FIELDS) {
+        const TSNode child = ts_node_child_by_field_name(theirs, name.data(),
+                                                         static_cast<std::uint32_t>(name.size()));
+        expect_same(ours.child_by_field(field), child, name, i);
+      }
+    }
+  }
+
+  std::size_t odd_siblings = 0;
+
+ private:
+  static std::uint32_t index_of(const std::optional<Node>& node) {
+    return node ? node->index() : NodeRecord::NONE;
+  }
+
+  void expect_same(const std::optional<Node>& ours, TSNode theirs, std::string_view what,
+                   std::uint32_t index) const {
+    const bool is_same =
+        ours ? ts_node_eq(_library.nodes[ours->index()], theirs) : ts_node_is_null(theirs);
+    EXPECT_TRUE(is_same) << what << " of node " << index << ", " << Node(_tree, index).type_text();
+  }
+
+  bool is_same_record(const NodeRecord& ours, std::uint32_t index) const {
+    const TSNode theirs = _library.nodes[index];
+    const TSPoint start = ts_node_start_point(theirs);
+    const languages::Language& language = _tree.language();
+    return ours.start_byte == ts_node_start_byte(theirs) &&
+           ours.end_byte == ts_node_end_byte(theirs) && ours.start_row == start.row &&
+           ours.start_column == start.column && ours.end_row == ts_node_end_point(theirs).row &&
+           ours.parent == _library.parents[index] &&
+           ours.subtree_end == _library.subtree_ends[index] &&
+           ours.type == languages::node_type_of(language.type_name(ours.symbol)) &&
+           language.type_name(ours.symbol) == language.type_name(ts_node_symbol(theirs));
+  }
+
+  static std::optional<Node> nearest_scope(const Node& node) {
+    auto parent = node.parent();
+    // One step where the parent is no scope: its answer has been checked before.
+    if (parent && std::count(SCOPE_TYPES.begin(), SCOPE_TYPES.end(), parent->type()) == 0) {
+      return parent->scope();
+    }
+    return parent;
+  }
+
+  const SyntaxTree& _tree;
+  const LibraryNodes& _library;
+};
+
+std::size_t compare(const std::string& bytes, const std::string& language, bool with_accessors) {
+  try {
+    const ParsedTree ours(bytes, language);
+    const languages::Language& grammar = *languages::get_language(language);
+    const LibraryTree theirs(bytes, grammar);
+    const LibraryNodes nodes(theirs.root());
+    Comparison comparison(ours, nodes);
+    comparison.compare_records();
+    if (with_accessors && !testing::Test::HasFailure()) {
+      comparison.compare_accessors(language == "java" || language == "sql");
+    }
+    return comparison.odd_siblings;
+  } catch (const ParseError& error) {
+    ADD_FAILURE() << error.what();
+    return 0;
+  }
+}
+
+TEST(SyntaxTreeTest, EqualsTheLibrarysAccessorsOnAllSources) {
+  ASSERT_GT(inputs().size(), 16u);
+  for (const Input& input : inputs()) {
+    compare(input.bytes, input.language, true);
+    ASSERT_FALSE(HasFailure()) << input.name;
+  }
+}
+
+// As users' files are while they are being written, and worse.
+std::string broken(std::string bytes, std::mt19937& random) {
+  if (bytes.empty()) return bytes;
+  const auto place = [&] { return random() % bytes.size(); };
+  constexpr std::string_view DEBRIS[] = {"\xFF", {"\0", 1}, "(", "}", "\"",
+                                         "\n",   "é",       "<", ":", "`"};
+  switch (random() % 4) {
+    case 0:
+      return bytes.substr(0, place());
+    case 1:
+      return bytes.substr(place());
+    case 2:
+      return bytes.erase(place(), 1 + random() % 20);
+    default:
+      return bytes.insert(place(), DEBRIS[random() % std::size(DEBRIS)]);
+  }
+}
+
+TEST(SyntaxTreeTest, EqualsTheLibrarysAccessorsOnBrokenSources) {
+  std::mt19937 random(11);
+  for (const Input& input : inputs()) {
+    std::string bytes;
+    for (int i = 0; i < 12; ++i) {
+      // Every third time from the whole again, else the fault comes on top of the last one.
+      bytes = broken(i % 3 == 0 ? input.bytes : bytes, random);
+      compare(bytes, input.language, true);
+      ASSERT_FALSE(HasFailure()) << input.name << ", time " << i;
+    }
+  }
+}
+
+// Where the library names another sibling than the one before, the node has no width. Its answer
+// counts, and these sources show that it is asked.
+TEST(SyntaxTreeTest, SiblingsOfNodesWithoutWidth) {
+  EXPECT_GT(compare("0.\n\n", "markdown", true), 0u);
+  EXPECT_GT(compare("class A{\n{;);", "java", true), 0u);
+  EXPECT_GT(compare("[0,5,2,[", "json", true), 0u);
+}
+
+std::string repeated(std::string_view text, std::size_t count) {
+  std::string all;
+  for (std::size_t i = 0; i < count; ++i) all += text;
+  return all;
+}
+
+TEST(SyntaxTreeTest, DeepAndWide) {
+  constexpr std::size_t COUNT = 100'000;
+  compare(repeated("[", COUNT) + repeated("]", COUNT), "json", false);
+  compare(repeated("{\"a\":", COUNT) + "1" + repeated("}", COUNT), "json", false);
+  compare("[" + repeated("1,", COUNT) + "1]", "json", false);
+  compare(repeated("x = 1\n", COUNT), "python", false);
+  compare(repeated("# c\n", COUNT), "ruby", false);
+  compare("x = 1" + repeated(" + 1", COUNT / 10), "javascript", false);
+}
+
+// The questions that go to the library stay cheap on a chain whose links all start at one byte.
+TEST(SyntaxTreeTest, FieldsOfALongChain) {
+  const ParsedTree tree("a" + repeated(".b", 2'000), "python");
+  for (const Node node : tree.nodes(NodeType::attribute)) {
+    const auto field = node.child_by_field(Field::attribute);
+    ASSERT_TRUE(field && field->bytes() == "b" && field->parent() == node);
+  }
+}
+
+}  // namespace
+}  // namespace engines::treesitter

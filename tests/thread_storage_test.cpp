@@ -1,0 +1,205 @@
+// Storage per engine and per thread: engines and threads that end in either order. The address and
+// thread sanitizers see what these cases provoke.
+#include "engines/treesitter/core/thread_storage.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <barrier>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "tests/support/engine_peer.h"
+#include "tests/support/parse.h"
+
+namespace engines::treesitter {
+namespace {
+
+// Runs `work(i)` on as many threads at once.
+template <typename Work>
+void on_threads(int count, Work work) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < count; ++i) threads.emplace_back([&work, i] { work(i); });
+  for (std::thread& thread : threads) thread.join();
+}
+
+// Storage that is used after it was freed, or by two threads, shows its marks wrong or missing.
+void mark(ThreadStorage& storage, std::uint32_t value) {
+  storage.ruby_visibility_cache[{value, value}] = {{value, "private"}};
+}
+bool is_marked(const ThreadStorage& storage, std::uint32_t value) {
+  return storage.ruby_visibility_cache.size() == 1 &&
+         storage.ruby_visibility_cache.begin()->first.first == value;
+}
+
+TEST(ThreadLocalTest, OneStoragePerThreadAndObject) {
+  ThreadLocal one;
+  ThreadLocal other;
+  ThreadStorage* const storage = &one.get();
+  mark(*storage, 1);
+  mark(other.get(), 2);
+  EXPECT_EQ(&one.get(), storage);
+  EXPECT_NE(&other.get(), storage);
+  EXPECT_TRUE(is_marked(one.get(), 1));
+  std::thread([&] {
+    EXPECT_NE(&one.get(), storage);
+    EXPECT_TRUE(one.get().ruby_visibility_cache.empty());
+  }).join();
+}
+
+TEST(ThreadLocalTest, ANewObjectAtAnOldAddressIsNew) {
+  alignas(ThreadLocal) std::byte memory[sizeof(ThreadLocal)];
+  for (std::uint32_t i = 0; i < 100; ++i) {
+    auto* const local = new (memory) ThreadLocal;
+    EXPECT_TRUE(local->get().ruby_visibility_cache.empty());
+    mark(local->get(), i);
+    local->~ThreadLocal();
+  }
+}
+
+TEST(ThreadLocalTest, ThreadsEndFirst) {
+  ThreadLocal local;
+  for (int round = 0; round < 20; ++round) {
+    on_threads(8, [&](int i) {
+      const auto value = static_cast<std::uint32_t>(i);
+      EXPECT_TRUE(local.get().ruby_visibility_cache.empty());
+      mark(local.get(), value);
+      std::this_thread::yield();
+      EXPECT_TRUE(is_marked(local.get(), value));
+    });
+  }
+}
+
+TEST(ThreadLocalTest, ObjectsEndFirst) {
+  for (int round = 0; round < 20; ++round) {
+    auto local = std::make_unique<ThreadLocal>();
+    std::barrier used(9);
+    std::barrier gone(9);
+    std::thread owner([&] {
+      used.arrive_and_wait();
+      local.reset();
+      gone.arrive_and_wait();
+    });
+    on_threads(8, [&](int i) {
+      mark(local->get(), static_cast<std::uint32_t>(i));
+      used.arrive_and_wait();
+      gone.arrive_and_wait();
+      ThreadLocal next;
+      EXPECT_TRUE(next.get().ruby_visibility_cache.empty());
+    });
+    owner.join();
+  }
+}
+
+// Both ends at the same moment, again and again: each storage must be freed by one side.
+TEST(ThreadLocalTest, ThreadsAndObjectsEndTogether) {
+  for (int round = 0; round < 200; ++round) {
+    auto local = std::make_unique<ThreadLocal>();
+    std::barrier used(5);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([&] {
+        mark(local->get(), 1);
+        used.arrive_and_wait();
+      });
+    }
+    used.arrive_and_wait();
+    local.reset();
+    for (std::thread& thread : threads) thread.join();
+  }
+}
+
+TEST(ThreadLocalTest, ManyObjectsOnManyThreads) {
+  std::vector<ThreadLocal> locals(30);
+  on_threads(6, [&](int thread) {
+    for (int round = 0; round < 3; ++round) {
+      for (std::uint32_t i = 0; i < locals.size(); ++i) {
+        const auto value = static_cast<std::uint32_t>(thread) * 100 + i;
+        if (round == 0) mark(locals[i].get(), value);
+        EXPECT_TRUE(is_marked(locals[i].get(), value));
+      }
+    }
+  });
+}
+
+// What the process has allocated, or 0 where a sanitizer's allocator is in the place of the one
+// that counts.
+std::size_t allocated_bytes() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  return 0;
+#else
+  return mallinfo2().uordblks;
+#endif
+}
+
+TEST(ThreadLocalTest, TenThousandThreadsLeaveNothing) {
+  ThreadLocal local;
+  local.get();
+  const auto one_thread = [&] { std::thread([&] { mark(local.get(), 1); }).join(); };
+  one_thread();
+  const std::size_t before = allocated_bytes();
+  for (int i = 0; i < 10'000; ++i) one_thread();
+  // Less than two bytes for each.
+  EXPECT_LT(allocated_bytes(), before + 20'000);
+}
+
+TEST(ThreadLocalTest, TenThousandObjectsLeaveNothing) {
+  ThreadLocal().get();
+  const std::size_t before = allocated_bytes();
+  for (int i = 0; i < 10'000; ++i) ThreadLocal().get();
+  EXPECT_LT(allocated_bytes(), before + 20'000);
+}
+
+// ---- The engine's use of it ----
+
+TEST(EngineStorageTest, OneParserPerThreadAndLanguage) {
+  const TreeSitterEngine engine;
+  const Parser* const parser = EnginePeer::_get_parser(engine, "python");
+  ASSERT_NE(parser, nullptr);
+  EXPECT_EQ(EnginePeer::_get_parser(engine, "python"), parser);
+  EXPECT_NE(EnginePeer::_get_parser(engine, "go"), parser);
+  EXPECT_EQ(EnginePeer::_get_parser(engine, "python"), parser);
+  const TreeSitterEngine other;
+  EXPECT_NE(EnginePeer::_get_parser(other, "python"), parser);
+  std::thread([&] {
+    EXPECT_TRUE(EnginePeer::_get_thread_local_storage(engine).parsers.empty());
+    EXPECT_NE(EnginePeer::_get_parser(engine, "python"), parser);
+  }).join();
+}
+
+TEST(EngineStorageTest, AMissingGrammarIsNotRemembered) {
+  const TreeSitterEngine engine;
+  EXPECT_EQ(EnginePeer::_get_parser(engine, "cobol"), nullptr);
+  EXPECT_TRUE(EnginePeer::_get_thread_local_storage(engine).parsers.empty());
+}
+
+// All languages on all threads of one engine, and what comes out is what one thread gives.
+TEST(EngineStorageTest, ThreadsShareAnEngine) {
+  const auto parse_all = [](const TreeSitterEngine& engine) {
+    std::vector<ParseResult> results;
+    for (const std::string_view language : languages::language_names()) {
+      const std::string source = "class A { f() { g(); } }\n# B\nkey: &c 1\ndef d(): pass\n";
+      results.push_back(engine.parse_content(source, language, "a/b.c"));
+    }
+    return results;
+  };
+  const auto expected = parse_all(TreeSitterEngine());
+  auto engine = std::make_unique<TreeSitterEngine>();
+  std::barrier parsed(5);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 3; ++round) EXPECT_EQ(parse_all(*engine), expected);
+      parsed.arrive_and_wait();
+      // The engine may be gone here, and its parsers with it.
+      EXPECT_EQ(parse_all(TreeSitterEngine()), expected);
+    });
+  }
+  parsed.arrive_and_wait();
+  engine.reset();
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace engines::treesitter
