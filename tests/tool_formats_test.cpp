@@ -204,7 +204,7 @@ error Invalid symbol x: y
 
 TEST(TextOutput, TellsNamesThatTheQualifiedNameHides) {
   const std::string padding(40, ' ');
-  const auto line = [&](std::string fqn) {
+  const auto line = [&](const std::string& fqn) {
     return "function  " + fqn + padding.substr(std::min(fqn.size(), padding.size())) + "  3-14\n";
   };
   EXPECT_EQ(text_of({symbol("f", "a.f")}), line("a.f"));
