@@ -77,7 +77,8 @@ install_node_modules() {
 }
 
 # build PRESET: configures when there is no build yet or the presets have changed, then builds what
-# changed; the rest of the configuration CMake watches itself.
+# changed; the rest of the configuration CMake watches itself. Ninja names only what fails, and goes
+# on to name all of it.
 build() {
   local preset=$1
   local folder=$ROOT/build/$preset
@@ -90,7 +91,7 @@ build() {
   if [[ ! -f $folder/build.ninja || $ROOT/CMakePresets.json -nt $folder/build.ninja ]]; then
     (cd "$ROOT" && run_logged "$folder/configure.log" cmake --preset "$preset") || return 1
   fi
-  run_logged "$folder/build.log" cmake --build "$folder"
+  run_logged "$folder/build.log" cmake --build "$folder" -- --quiet -k 0
 }
 
 # set_up: everything up to the release build. Two of these at once would write the same files, so

@@ -90,7 +90,7 @@ TEST(ParseArenaTest, NothingGrowsWhatBlocksGivenBackCouldServe) {
   ParseArena arena;
   void* block = nullptr;
   for (int i = 0; i < 1000; ++i) {
-    for (const std::size_t size : {1, 100, 32 * 1024, 100'000}) {
+    for (const std::size_t size : {1u, 100u, 32u * 1024, 100'000u}) {
       block = arena.reallocate(block, size);
     }
     arena.deallocate(block);
@@ -101,7 +101,7 @@ TEST(ParseArenaTest, NothingGrowsWhatBlocksGivenBackCouldServe) {
 }
 
 TEST(ParseArenaTest, BudgetEndsAllocationAndNotTheArena) {
-  for (const std::size_t size : {100, 10'000, 50'000}) {
+  for (const std::size_t size : {100u, 10'000u, 50'000u}) {
     ParseArena arena;
     arena.set_budget(1'000'000);
     std::size_t total = 0;

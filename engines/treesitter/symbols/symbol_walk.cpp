@@ -78,7 +78,7 @@ class TreeSitterEngine::SymbolWalk {
     const auto [fqn, is_new] = _seen_fqns.insert(qualified(*name));
     if (!is_new) return _tree.record(node.index()).subtree_end;
     _open.push_back({_tree.record(node.index()).subtree_end, &*fqn});
-    add_symbol(node, *kind, std::move(*name), *fqn);
+    add_symbol(node, *kind, *name, *fqn);
     return next;
   }
 
