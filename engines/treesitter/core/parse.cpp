@@ -62,16 +62,19 @@ ParseResult TreeSitterEngine::_parse(ParseJob&& job) const {
     return failed(job.path, job.language, std::move(job.content_hash),
                   "No parser available for " + std::string(job.language));
   }
+  const bool is_too_large = job.size > MAX_PARSED_BYTES;
+  const Source source(is_too_large ? std::string_view() : job.bytes);
+  std::optional<SyntaxTree> tree;
   try {
-    if (job.size > MAX_PARSED_BYTES) refuse_size(job.size);
-    const Source source(job.bytes);
-    return _walk(job, parser->parse(source, _get_thread_local_storage().arena));
-  } catch (const ParseError& error) {
+    if (is_too_large) refuse_size(job.size);
+    tree.emplace(parser->parse(source, _get_thread_local_storage().arena));
+  } catch (const std::exception& error) {
     log(LogLevel::warning, job.messages.parse_error, {job.path, job.language, error.what()},
         std::current_exception());
     return failed(job.path, job.language, std::move(job.content_hash),
                   std::string("Parse error: ") + error.what());
   }
+  return _walk(job, *tree);
 }
 
 ParseResult TreeSitterEngine::_walk(ParseJob& job, const SyntaxTree& tree) const {
