@@ -4,6 +4,7 @@
 //
 // Tested by tests/engine_test.cpp.
 #include <algorithm>
+#include <new>
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/core/file.h"
@@ -68,6 +69,9 @@ ParseResult TreeSitterEngine::_parse(ParseJob&& job) const {
   try {
     if (is_too_large) refuse_size(job.size);
     tree.emplace(parser->parse(source, _get_thread_local_storage().arena));
+  } catch (const std::bad_alloc&) {
+    // The process is short of memory, which is no fault of the file and no fact about it.
+    throw;
   } catch (const std::exception& error) {
     log(LogLevel::warning, job.messages.parse_error, {job.path, job.language, error.what()},
         std::current_exception());
