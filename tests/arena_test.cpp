@@ -98,6 +98,14 @@ TEST(ParseArenaTest, NothingGrowsWhatBlocksGivenBackCouldServe) {
   }
   EXPECT_LT(arena.charged_bytes(), 1'000'000u);
   arena.deallocate(nullptr);
+
+  const std::size_t before = arena.charged_bytes();
+  for (int round = 0; round < 10; ++round) {
+    std::vector<void*> blocks(100);
+    for (void*& each : blocks) each = arena.allocate(1000);
+    for (void* each : blocks) arena.deallocate(each);
+  }
+  EXPECT_LT(arena.charged_bytes(), before + 300'000);
 }
 
 TEST(ParseArenaTest, BudgetEndsAllocationAndNotTheArena) {

@@ -16,6 +16,8 @@
 #include "engines/treesitter/core/thread_storage.h"
 #include "tests/support/engine_peer.h"
 #include "tests/support/parse.h"
+#include "tests/support/parsed_tree.h"
+#include "tests/support/sanitizers.h"
 
 namespace engines::treesitter {
 namespace {
@@ -154,9 +156,7 @@ TEST_F(EngineTest, ParserThatGivesUp) {
 
 // Memory that runs out while the library parses reaches the caller: it is no fact about the file.
 TEST_F(EngineTest, ParserWithoutMemory) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "sanitizers need more address space than this test leaves";
-#endif
+  if (IS_SANITIZED) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
   const std::string source(1'500'000, '[');
   const pid_t child = ::fork();
   if (child == 0) {
@@ -347,6 +347,23 @@ TEST_F(EngineTest, RejectedSymbols) {
 }
 
 // ---- Strict texts ----
+
+TEST(NodeTextTest, StrictAndNeverEmpty) {
+  const auto text_of = [](std::string_view source) {
+    const ParsedTree tree(source, "json");
+    const std::vector<Node> contents = tree.nodes(NodeType::string);
+    return std::string(_node_text(contents.at(0)).value_or("(none)"));
+  };
+  EXPECT_EQ(text_of("\"\xC3\xA9\""), "\"\u00E9\"");
+  EXPECT_EQ(text_of("\"\""), "\"\"");
+  EXPECT_THROW(text_of("\"\xE9\""), Utf8Error);
+  // What is missing spans no bytes.
+  const ParsedTree tree("[1", "json");
+  const SyntaxTree& nodes = tree.root().tree();
+  const Node last(nodes, nodes.size() - 1);
+  EXPECT_EQ(last.type_text(), "]");
+  EXPECT_EQ(_node_text(last), std::nullopt);
+}
 
 TEST_F(EngineTest, NamesAreDecodedStrictly) {
   const auto outcome = [&](std::string_view name, std::string_view bytes) {

@@ -5,8 +5,6 @@
 #include <tree_sitter/api.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
@@ -14,37 +12,11 @@
 #include <vector>
 
 #include "engines/languages/language.h"
+#include "tests/support/inputs.h"
 #include "tests/support/parsed_tree.h"
 
 namespace engines::treesitter {
 namespace {
-
-namespace fs = std::filesystem;
-
-struct Input {
-  std::string name;
-  std::string language;
-  std::string bytes;
-};
-
-// Golden inputs and examples: whatever lies there and has a language.
-const std::vector<Input>& inputs() {
-  static const std::vector<Input> found = [] {
-    std::vector<Input> all;
-    for (const fs::path folder : {TESTS_DIR "/golden", TESTS_DIR "/../examples"}) {
-      for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        const auto language = languages::detect_language(entry.path());
-        if (!entry.is_regular_file() || !language) continue;
-        std::ifstream file(entry.path(), std::ios::binary);
-        all.push_back({fs::relative(entry.path(), folder),
-                       std::string(*language),
-                       {std::istreambuf_iterator<char>(file), {}}});
-      }
-    }
-    return all;
-  }();
-  return found;
-}
 
 // The library's tree, made without any of the engine's guards.
 class LibraryTree {
@@ -207,24 +179,6 @@ TEST(SyntaxTreeTest, EqualsTheLibrarysAccessorsOnAllSources) {
   }
 }
 
-// As users' files are while they are being written, and worse.
-std::string broken(std::string bytes, std::mt19937& random) {
-  if (bytes.empty()) return bytes;
-  const auto place = [&] { return random() % bytes.size(); };
-  constexpr std::string_view DEBRIS[] = {"\xFF", {"\0", 1}, "(", "}", "\"",
-                                         "\n",   "é",       "<", ":", "`"};
-  switch (random() % 4) {
-    case 0:
-      return bytes.substr(0, place());
-    case 1:
-      return bytes.substr(place());
-    case 2:
-      return bytes.erase(place(), 1 + random() % 20);
-    default:
-      return bytes.insert(place(), DEBRIS[random() % std::size(DEBRIS)]);
-  }
-}
-
 TEST(SyntaxTreeTest, EqualsTheLibrarysAccessorsOnBrokenSources) {
   std::mt19937 random(11);
   for (const Input& input : inputs()) {
@@ -244,12 +198,6 @@ TEST(SyntaxTreeTest, SiblingsOfNodesWithoutWidth) {
   EXPECT_GT(compare("0.\n\n", "markdown", true), 0u);
   EXPECT_GT(compare("class A{\n{;);", "java", true), 0u);
   EXPECT_GT(compare("[0,5,2,[", "json", true), 0u);
-}
-
-std::string repeated(std::string_view text, std::size_t count) {
-  std::string all;
-  for (std::size_t i = 0; i < count; ++i) all += text;
-  return all;
 }
 
 TEST(SyntaxTreeTest, DeepAndWide) {

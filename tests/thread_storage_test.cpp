@@ -12,6 +12,7 @@
 
 #include "tests/support/engine_peer.h"
 #include "tests/support/parse.h"
+#include "tests/support/sanitizers.h"
 
 namespace engines::treesitter {
 namespace {
@@ -125,13 +126,7 @@ TEST(ThreadLocalTest, ManyObjectsOnManyThreads) {
 
 // What the process has allocated, or 0 where a sanitizer's allocator is in the place of the one
 // that counts.
-std::size_t allocated_bytes() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  return 0;
-#else
-  return mallinfo2().uordblks;
-#endif
-}
+std::size_t allocated_bytes() { return IS_SANITIZED ? 0 : mallinfo2().uordblks; }
 
 TEST(ThreadLocalTest, TenThousandThreadsLeaveNothing) {
   ThreadLocal local;

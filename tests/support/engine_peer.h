@@ -20,6 +20,9 @@ struct EnginePeer {
   static std::string _path_to_fqn(const std::filesystem::path& file_path) {
     return TreeSitterEngine::_path_to_fqn(file_path);
   }
+  static auto _node_type_to_symbol_kind(const Node& node, std::string_view language) {
+    return TreeSitterEngine::_node_type_to_symbol_kind(node, language);
+  }
   static auto _get_signature(const Node& node, const Source& content, std::string_view language) {
     return TreeSitterEngine::_get_signature(node, content, language);
   }
