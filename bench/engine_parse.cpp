@@ -1,7 +1,8 @@
 // The engine, measured: the counterpart of stock/stock_parse.c, driven by the same lines.
 //
 //   engine_parse --detect      for each path on standard input, the language or an empty line
-//   engine_parse MANIFEST      the manifest has one line "GROUP<tab>LANGUAGE<tab>PATH" for each file;
+//   engine_parse MANIFEST      the manifest has one line "GROUP<tab>LANGUAGE<tab>PATH" for each
+//   file;
 //                              files of one group follow each other
 //
 // Each line of standard input asks for one measurement:
@@ -10,12 +11,12 @@
 //   memory                             the most memory that this process ever held, in KiB
 //
 // MODE says how much of the work is done: `file` all of it, from the path; `content` the same from
-// contents in memory, with the manifest's language; `parse` the guarded parse and the reading of its
-// tree into the array; `read` that reading alone, on one thread. The answer is "CPU WALL FILES BYTES
-// NODES SYMBOLS REFERENCES ERRORS DIGEST REFUSED": nanoseconds of all repeats together and the counts
-// of one. DIGEST 1 asks for a digest of everything in the results, and for the numbers of the files
-// whose parse was refused, with commas between; else both are `-`. Records are destroyed within the
-// time, as by a caller who has used them.
+// contents in memory, with the manifest's language; `parse` the guarded parse and the reading of
+// its tree into the array; `read` that reading alone, on one thread. The answer is "CPU WALL FILES
+// BYTES NODES SYMBOLS REFERENCES ERRORS DIGEST REFUSED": nanoseconds of all repeats together and
+// the counts of one. DIGEST 1 asks for a digest of everything in the results, and for the numbers
+// of the files whose parse was refused, with commas between; else both are `-`. Records are
+// destroyed within the time, as by a caller who has used them.
 #include <tree_sitter/api.h>
 
 #include <atomic>
@@ -255,10 +256,16 @@ class Bench {
       const File& file = _files[_first + i % count];
       counts.bytes += file.bytes.size();
       switch (request.mode) {
-        case Mode::parse: bare.parse(file, counts); break;
-        case Mode::read: read_tree(file, counts); break;
+        case Mode::parse:
+          bare.parse(file, counts);
+          break;
+        case Mode::read:
+          read_tree(file, counts);
+          break;
         case Mode::file:
-        case Mode::content: whole(request, i % count, file, counts); break;
+        case Mode::content:
+          whole(request, i % count, file, counts);
+          break;
       }
     }
   }
@@ -301,8 +308,10 @@ class Bench {
 };
 
 std::optional<Request> request_from(const std::string& line) {
-  constexpr std::pair<std::string_view, Mode> MODES[] = {
-      {"file", Mode::file}, {"content", Mode::content}, {"parse", Mode::parse}, {"read", Mode::read}};
+  constexpr std::pair<std::string_view, Mode> MODES[] = {{"file", Mode::file},
+                                                         {"content", Mode::content},
+                                                         {"parse", Mode::parse},
+                                                         {"read", Mode::read}};
   Request request{};
   std::string mode;
   std::istringstream fields(line);

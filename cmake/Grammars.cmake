@@ -34,6 +34,8 @@ add_library(tree_sitter_core STATIC "${_core}/src/lib.c")
 _third_party_target(tree_sitter_core)
 target_include_directories(tree_sitter_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
 target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
+# Core and scanners call back into the engine, so the linker looks there once more behind them.
+target_link_libraries(tree_sitter_core PRIVATE $<LINK_ONLY:treesitter_engine>)
 
 # The private headers are named from above their folder (<lib/src/subtree.h>), since beside them lie
 # copies of some ICU headers that would shadow the installed ones.

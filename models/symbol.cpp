@@ -27,7 +27,9 @@ void reject_nul(std::string_view name) {
 
 }  // namespace
 
-std::string_view kind_text(SymbolKind kind) { return KIND_TEXTS.at(static_cast<std::size_t>(kind)); }
+std::string_view kind_text(SymbolKind kind) {
+  return KIND_TEXTS.at(static_cast<std::size_t>(kind));
+}
 
 std::optional<SymbolKind> kind_from_text(std::string_view text) {
   const auto found = std::find(KIND_TEXTS.begin(), KIND_TEXTS.end(), text);

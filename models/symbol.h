@@ -37,17 +37,17 @@ std::optional<SymbolKind> kind_from_text(std::string_view text);
 // What a Symbol is built from. None of the fields has a default, so every place that builds a
 // symbol says all eleven.
 struct SymbolArguments {
-  std::optional<std::int64_t> id;            // the store's key; none until a store gives one
-  std::int64_t file_id;                      // the store's key of the file
-  std::string name;                          // UTF-8; may be empty
-  std::string_view kind;                     // one of the nine kind texts
-  std::string fqn;                           // dotted; may hold path bytes that are no UTF-8
-  std::uint32_t start_line;                  // 1-based
-  std::uint32_t end_line;                    // 1-based, the line of the last byte's end
-  std::optional<std::string> signature;      // UTF-8, at most 200 code points
-  bool is_export;                            // visible outside its file
-  std::optional<std::string> docstring;      // UTF-8, at most 500 code points, never empty
-  std::optional<std::string> body_digest;    // UTF-8, at most 800 code points, never empty
+  std::optional<std::int64_t> id;          // the store's key; none until a store gives one
+  std::int64_t file_id;                    // the store's key of the file
+  std::string name;                        // UTF-8; may be empty
+  std::string_view kind;                   // one of the nine kind texts
+  std::string fqn;                         // dotted; may hold path bytes that are no UTF-8
+  std::uint32_t start_line;                // 1-based
+  std::uint32_t end_line;                  // 1-based, the line of the last byte's end
+  std::optional<std::string> signature;    // UTF-8, at most 200 code points
+  bool is_export;                          // visible outside its file
+  std::optional<std::string> docstring;    // UTF-8, at most 500 code points, never empty
+  std::optional<std::string> body_digest;  // UTF-8, at most 800 code points, never empty
 };
 
 // One declaration of a source file. The fields are those of SymbolArguments, with the kind as a

@@ -1,6 +1,6 @@
-// Tree-sitter parsing engine for symbol extraction: one source file, or a text and its language, in;
-// one ParseResult out, with the symbols that the file declares and the references that it makes.
-// This is the only header that a caller includes.
+// Tree-sitter parsing engine for symbol extraction: one source file, or a text and its language,
+// in; one ParseResult out, with the symbols that the file declares and the references that it
+// makes. This is the only header that a caller includes.
 //
 //   #include "engines/treesitter/treesitter.h"
 //
@@ -21,8 +21,8 @@
 // Failures: what can be expected of files (unreadable, no grammar, a parser that gives up, a symbol
 // that the model rejects) is data, in ParseResult::errors. Syntax errors are no failures: the tree
 // holds error nodes and the walks run over it. All else is thrown: Utf8Error where a rule reads a
-// name that is no UTF-8, std::invalid_argument for a path without a last component, ResultLimitError
-// for a file whose record would be out of all proportion, std::bad_alloc.
+// name that is no UTF-8, std::invalid_argument for a path without a last component,
+// ResultLimitError for a file whose record would be out of all proportion, std::bad_alloc.
 #pragma once
 
 #include <cstddef>
@@ -61,7 +61,8 @@ inline constexpr std::string_view IMPORT_MODULE_KIND = "import_module";
 
 // ---- Errors ----
 
-// Bytes that were to be read as UTF-8 and are not. The text names the byte, its place and the fault.
+// Bytes that were to be read as UTF-8 and are not. The text names the byte, its place and the
+// fault.
 class Utf8Error : public std::invalid_argument {
  public:
   // `start` and `end`: the ill-formed range, in bytes of `object`.
@@ -70,11 +71,12 @@ class Utf8Error : public std::invalid_argument {
   std::string object;  // the bytes that were read
   std::size_t start;
   std::size_t end;
-  std::string reason;  // "invalid start byte", "invalid continuation byte", "unexpected end of data"
+  std::string
+      reason;  // "invalid start byte", "invalid continuation byte", "unexpected end of data"
 };
 
-// The record of one file would hold more text than MAX_RESULT_TEXT allows (symbols/symbol_walk.cpp):
-// a megabyte of nested keys implies gigabytes of qualified names.
+// The record of one file would hold more text than MAX_RESULT_TEXT allows
+// (symbols/symbol_walk.cpp): a megabyte of nested keys implies gigabytes of qualified names.
 class ResultLimitError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -135,8 +137,8 @@ class TreeSitterEngine {
   std::optional<ParseResult> parse_file(const std::filesystem::path& file_path,
                                         std::int64_t file_id = 0) const;
 
-  // Parse source code content directly. `content` is UTF-8 (else Utf8Error); `file_path` becomes the
-  // result's path as it stands, and names the symbols.
+  // Parse source code content directly. `content` is UTF-8 (else Utf8Error); `file_path` becomes
+  // the result's path as it stands, and names the symbols.
   ParseResult parse_content(std::string_view content, std::string_view language,
                             std::string_view file_path, std::int64_t file_id = 0) const;
 
@@ -202,7 +204,8 @@ class TreeSitterEngine {
       const Node& parent);
   static std::optional<std::string_view> _get_ruby_call_name(const Node& node);
 
-  // -- references/: which nodes refer to something, and under which name. Views point into the file.
+  // -- references/: which nodes refer to something, and under which name. Views point into the
+  // file.
   static std::vector<ReferenceInfo> _extract_references(const Node& root,
                                                         std::string_view language);
   static std::optional<std::string_view> _get_call_name(const Node& node,

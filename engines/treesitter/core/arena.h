@@ -2,12 +2,13 @@
 //
 // The library asks for memory through a hook (core/parser.cpp directs it here). Everything of a
 // parse, the library's parser and the grammar's scanner included, lies in the arena and goes with
-// one reset: a tree is never freed node by node, a scanner that leaks leaks nothing, and a guard may
-// leave a parse by an exception wherever it stands. Parsing is about a fifth faster than with the C
-// library's allocator.
+// one reset: a tree is never freed node by node, a scanner that leaks leaks nothing, and a guard
+// may leave a parse by an exception wherever it stands. Parsing is about a fifth faster than with
+// the C library's allocator.
 //
-// Small blocks are cut from chunks and reused by size; a large block has memory of its own and gives
-// it back at once. Under AddressSanitizer every block is large, so that it sees each one's ends.
+// Small blocks are cut from chunks and reused by size; a large block has memory of its own and
+// gives it back at once. Under AddressSanitizer every block is large, so that it sees each one's
+// ends.
 //
 // An arena belongs to one thread.
 //
@@ -41,9 +42,11 @@ class ParseArena {
   void reset();
 
   struct OverBudget {};
-  // The most bytes that blocks may take until the next reset, the free ones included.
+  // The most bytes that a parse may take until the next reset, with blocks given back.
   void set_budget(std::size_t bytes) { _budget = bytes; }
-  // What they take now.
+  // Counts memory that belongs to the parse and lies elsewhere; as for a block, throws OverBudget.
+  void charge(std::size_t bytes);
+  // What all that takes now.
   std::size_t charged_bytes() const { return _charged; }
   // The memory of the chunks, which outlives a reset in part.
   std::size_t kept_bytes() const;
@@ -59,7 +62,6 @@ class ParseArena {
   void* allocate_large(std::size_t size);
   void free_large(LargeBlock* block);
   void open_chunk();
-  void charge(std::size_t bytes);
 
   struct Chunk {
     std::unique_ptr<std::byte[]> memory;

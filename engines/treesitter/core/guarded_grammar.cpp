@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "engines/treesitter/core/arena.h"
+#include "engines/treesitter/core/parse_meter.h"
 
 extern "C" {
 #include <lib/src/parser.h>
@@ -18,7 +19,24 @@ namespace {
 // a state's number from a state.
 constexpr unsigned LIBRARY_STATE_BYTES = TREE_SITTER_SERIALIZATION_BUFFER_SIZE;
 
+// What the scanners take for the library's room (cmake/scanner_prelude.h). No legitimate file comes
+// near: its blocks would be nested 8,000 deep.
+constexpr std::size_t SCANNER_STATE_BYTES = 64 * 1024;
+
+// Room behind the state. Scanners check before they write, some of them up to 8 bytes late. Ruby's
+// reads at most 255 literals of 5 bytes and 255 heredocs of 259, whatever the state's true size is,
+// and compares sizes only then.
+constexpr std::size_t ROOM_BEHIND = 72 * 1024;
+
+// A scanner that reads to the end of a large file for every token takes long between two steps of
+// the library.
+constexpr std::uint32_t ADVANCES_PER_CHECK = 64 * 1024;
+
 thread_local constinit ScannerStates* current_states = nullptr;
+
+bool scan_guarded(void* scanner, TSLexer* lexer, const bool* valid_symbols) {
+  return current_states->scan(scanner, lexer, valid_symbols);
+}
 
 unsigned serialize_guarded(void* scanner, char* buffer) {
   return current_states->serialize(scanner, buffer);
@@ -28,6 +46,8 @@ void deserialize_guarded(void* scanner, const char* buffer, unsigned size) {
   current_states->deserialize(scanner, buffer, size);
 }
 
+void advance_guarded(TSLexer* lexer, bool skip) { current_states->advance(lexer, skip); }
+
 // Grammars generated for older versions of the library end before the fields that came later.
 std::size_t size_of_language(const TSLanguage& grammar) {
   return grammar.abi_version < 15 ? offsetof(TSLanguage, name) : sizeof(TSLanguage);
@@ -35,28 +55,59 @@ std::size_t size_of_language(const TSLanguage& grammar) {
 
 }  // namespace
 
+// What `memcpy` means in the scanners. Markdown's copies its whole stack of blocks into the state
+// without asking whether it fits.
+extern "C" void* treesitter_engine_copy(void* destination, const void* source, std::size_t size) {
+  if (size == 0) return destination;  // the source may then be null
+  if (current_states != nullptr) current_states->require_room(destination, size);
+  return std::memcpy(destination, source, size);
+}
+
 GuardedGrammar::GuardedGrammar(const TSLanguage& grammar)
     : _original(grammar), _guarded(std::make_unique<TSLanguage>()) {
   std::memcpy(_guarded.get(), &grammar, size_of_language(grammar));
-  if (grammar.external_scanner.serialize == nullptr) return;
+  if (grammar.external_scanner.scan == nullptr) return;
+  _buffer = std::make_unique_for_overwrite<char[]>(SCANNER_STATE_BYTES + ROOM_BEHIND);
+  _guarded->external_scanner.scan = scan_guarded;
   _guarded->external_scanner.serialize = serialize_guarded;
   _guarded->external_scanner.deserialize = deserialize_guarded;
 }
 
 GuardedGrammar::~GuardedGrammar() = default;
 
-ScannerStates::ScannerStates(const GuardedGrammar& grammar, ParseArena& arena)
-    : _grammar(grammar.original()),
-      _arena(arena),
-      _buffer(static_cast<char*>(arena.allocate(SCANNER_STATE_BYTES))) {
+ScannerStates::ScannerStates(const GuardedGrammar& grammar, ParseArena& arena,
+                             const ParseMeter& meter)
+    : _grammar(grammar.original()), _arena(arena), _meter(meter), _buffer(grammar.buffer()) {
   current_states = this;
 }
 
 ScannerStates::~ScannerStates() { current_states = nullptr; }
 
+bool ScannerStates::scan(void* scanner, TSLexer* lexer, const bool* valid_symbols) {
+  _advance = lexer->advance;
+  lexer->advance = advance_guarded;
+  const bool found = _grammar.external_scanner.scan(scanner, lexer, valid_symbols);
+  lexer->advance = _advance;
+  return found;
+}
+
+void ScannerStates::advance(TSLexer* lexer, bool skip) {
+  if (++_advances % ADVANCES_PER_CHECK == 0) _meter.check_time();
+  _advance(lexer, skip);
+}
+
+void ScannerStates::require_room(const void* destination, std::size_t size) const {
+  const auto* const begin = static_cast<const char*>(destination);
+  const char* const end = _buffer + SCANNER_STATE_BYTES;
+  if (begin < _buffer || begin >= end + ROOM_BEHIND) return;  // it is no state that is written
+  if (begin > end || size > static_cast<std::size_t>(end - begin)) {
+    throw GuardSpoke{Guard::scanner_state};
+  }
+}
+
 unsigned ScannerStates::serialize(void* scanner, char* buffer) {
   const unsigned size = _grammar.external_scanner.serialize(scanner, _buffer);
-  if (size > SCANNER_STATE_BYTES) throw ScannerStateOverflow();
+  if (size > SCANNER_STATE_BYTES) throw GuardSpoke{Guard::scanner_state};
   if (size < LIBRARY_STATE_BYTES) {
     std::memcpy(buffer, _buffer, size);
     return size;
@@ -68,14 +119,14 @@ unsigned ScannerStates::serialize(void* scanner, char* buffer) {
 }
 
 void ScannerStates::deserialize(void* scanner, const char* buffer, unsigned size) const {
-  if (size < LIBRARY_STATE_BYTES) {
-    _grammar.external_scanner.deserialize(scanner, buffer, size);
-    return;
+  std::string_view state(buffer, size);
+  if (size == LIBRARY_STATE_BYTES) {
+    std::uint32_t number = 0;
+    std::memcpy(&number, buffer, sizeof number);
+    state = _states[number];
   }
-  std::uint32_t number = 0;
-  std::memcpy(&number, buffer, sizeof number);
-  const std::string_view state = _states[number];
-  _grammar.external_scanner.deserialize(scanner, state.data(), static_cast<unsigned>(state.size()));
+  if (!state.empty()) std::memcpy(_buffer, state.data(), state.size());
+  _grammar.external_scanner.deserialize(scanner, _buffer, static_cast<unsigned>(state.size()));
 }
 
 std::uint32_t ScannerStates::number_of(std::string_view state) {

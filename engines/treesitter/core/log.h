@@ -27,8 +27,8 @@ struct LogRecord {
 // The record's format with its arguments in place.
 std::string format_record(const LogRecord& record);
 
-// Where records go. Both operations are called from whichever thread parses, with no lock held; they
-// must not throw.
+// Where records go. Both operations are called from whichever thread parses, with no lock held;
+// they must not throw.
 class LogSink {
  public:
   virtual ~LogSink() = default;

@@ -1,8 +1,8 @@
 // Parser: tree-sitter's parser for one language, with guards around every parse.
 //
-// Grammars and their scanners are programs that somebody wrote for well-meant input: 17 bytes of TSX
-// can make one loop for ever, 300 letters make one abort the process. Every parse therefore has an
-// operation budget (the same on every machine), a memory budget and a time limit, and a failed
+// Grammars and their scanners are programs that somebody wrote for well-meant input: 17 bytes of
+// TSX can make one loop for ever, 300 letters make one abort the process. Every parse therefore has
+// an operation budget (the same on every machine), a memory budget and a time limit, and a failed
 // assertion ends the parse and not the process. All of them end as a ParseError, and the next parse
 // on the thread finds nothing of it.
 //

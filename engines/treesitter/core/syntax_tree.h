@@ -1,9 +1,9 @@
 // SyntaxTree: the library's tree, read once into an array in document order.
 //
 // A node is followed by its descendants, so that its first child is the next record, its next
-// sibling the record at its subtree's end, and skipping what a node contains is one assignment. Both
-// walks are loops over the array, and nothing recurses over the input. One record takes 44 bytes; a
-// file of code has about one node in six bytes.
+// sibling the record at its subtree's end, and skipping what a node contains is one assignment.
+// Both walks are loops over the array, and nothing recurses over the input. One record takes 44
+// bytes; a file of code has about one node in six bytes.
 //
 // Tested by tests/syntax_tree_test.cpp against the library's own accessors.
 #pragma once
@@ -27,8 +27,10 @@ namespace engines::treesitter {
 // the export wrapper and the whole program for the exports of JavaScript and TypeScript. No grammar
 // has types of both rules.
 inline constexpr std::array SCOPE_TYPES = {
-    languages::NodeType::function_definition, languages::NodeType::class_definition,
-    languages::NodeType::export_statement,    languages::NodeType::program,
+    languages::NodeType::function_definition,
+    languages::NodeType::class_definition,
+    languages::NodeType::export_statement,
+    languages::NodeType::program,
     languages::NodeType::module,
 };
 
@@ -62,8 +64,8 @@ using ArenaLease = std::unique_ptr<ParseArena, ResetArena>;
 
 class SyntaxTree {
  public:
-  // Reads the whole tree, which lies in the leased arena. The language lives as long as the process; the source must outlive the
-  // SyntaxTree.
+  // Reads the whole tree, which lies in the leased arena. The language lives as long as the
+  // process; the source must outlive the SyntaxTree.
   SyntaxTree(ArenaLease lease, const TSTree& tree, const languages::Language& language,
              const Source& source);
 

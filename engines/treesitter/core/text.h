@@ -35,8 +35,8 @@ std::string_view trim(std::string_view text);
 std::string_view trim_start(std::string_view text);
 std::string_view trim_end(std::string_view text);
 
-// The number of code points. `at_most` stops the count early: the answer is then min(count, at_most),
-// which keeps a question about a cap independent of the text's length.
+// The number of code points. `at_most` stops the count early: the answer is then min(count,
+// at_most), which keeps a question about a cap independent of the text's length.
 std::size_t length(std::string_view text, std::size_t at_most = SIZE_MAX);
 
 // The first `count` code points, or the whole text when it has fewer.

@@ -69,7 +69,9 @@ class ThreadSlots {
     _entries.reserve(_entries.size() + 1);
   }
 
-  void add(std::uint64_t identity, ThreadLocal::Slot* slot) { _entries.push_back({identity, slot}); }
+  void add(std::uint64_t identity, ThreadLocal::Slot* slot) {
+    _entries.push_back({identity, slot});
+  }
 
  private:
   struct Entry {
@@ -125,7 +127,8 @@ ThreadStorage& ThreadLocal::find_or_make() {
 ThreadLocal::Slot* ThreadLocal::claim() {
   for (Slot* slot = _slots.load(std::memory_order_acquire); slot != nullptr; slot = slot->next) {
     SlotState vacant = SlotState::vacant;
-    if (!slot->state.compare_exchange_strong(vacant, SlotState::leaving, std::memory_order_acquire)) {
+    if (!slot->state.compare_exchange_strong(vacant, SlotState::leaving,
+                                             std::memory_order_acquire)) {
       continue;
     }
     try {

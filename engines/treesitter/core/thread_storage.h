@@ -71,7 +71,7 @@ class ThreadLocal {
   ThreadStorage& find_or_make();
   Slot* claim();
 
-  const std::uint64_t _identity;       // written by the constructor only
+  const std::uint64_t _identity;        // written by the constructor only
   std::atomic<Slot*> _slots = nullptr;  // a list that only grows, pushed to by any thread
 };
 

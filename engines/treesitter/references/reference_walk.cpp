@@ -11,13 +11,13 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "engines/treesitter/core/hash.h"
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/syntax_tree.h"
 #include "engines/treesitter/treesitter.h"
@@ -170,7 +170,7 @@ void TreeSitterEngine::ReferenceWalk::add(std::string_view name, std::uint32_t l
 std::size_t& TreeSitterEngine::ReferenceWalk::slot_of(std::string_view name,
                                                       std::string_view kind) {
   const std::size_t mask = _slots.size() - 1;
-  std::size_t position = std::hash<std::string_view>()(name) & mask;
+  std::size_t position = hash_of(name) & mask;
   while (_slots[position] > _line_begin) {
     const ReferenceInfo& found = _references[_slots[position] - 1];
     if (found.name == name && found.kind == kind) break;

@@ -11,6 +11,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "engines/treesitter/core/hash.h"
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/treesitter.h"
 
@@ -60,11 +61,34 @@ class TreeSitterEngine::SymbolWalk {
   }
 
  private:
+  // Names an FQN: the symbol's that holds it, or, negative, one of those that the model rejected.
+  // An FQN may be as long as the file, so that no second copy is kept to find repeats.
+  using FqnId = std::int64_t;
+
   // A declaration that has an FQN, whether or not the model accepted it.
   struct Open {
     std::uint32_t subtree_end;
-    const std::string* fqn;
+    FqnId fqn;
   };
+
+  struct FqnHash {
+    using is_transparent = void;
+    const SymbolWalk* walk;
+    std::size_t operator()(std::string_view fqn) const { return hash_of(fqn); }
+    std::size_t operator()(FqnId id) const { return hash_of(walk->fqn(id)); }
+  };
+  struct FqnEqual {
+    using is_transparent = void;
+    const SymbolWalk* walk;
+    bool operator()(FqnId left, FqnId right) const { return left == right; }
+    bool operator()(std::string_view fqn, FqnId id) const { return fqn == walk->fqn(id); }
+    bool operator()(FqnId id, std::string_view fqn) const { return fqn == walk->fqn(id); }
+  };
+
+  std::string_view fqn(FqnId id) const {
+    return id >= 0 ? _symbols[static_cast<std::size_t>(id)].fqn
+                   : _rejected_fqns[static_cast<std::size_t>(-1 - id)];
+  }
 
   // Gives the index of the node to visit next.
   std::uint32_t extract_node(const Node& node) {
@@ -75,29 +99,31 @@ class TreeSitterEngine::SymbolWalk {
     if (!name) return next;
 
     // The first declaration of an FQN wins; a later one goes with everything nested in it.
-    const auto [fqn, is_new] = _seen_fqns.insert(qualified(*name));
-    if (!is_new) return _tree.record(node.index()).subtree_end;
-    _open.push_back({_tree.record(node.index()).subtree_end, &*fqn});
-    add_symbol(node, *kind, *name, *fqn);
+    const std::uint32_t subtree_end = _tree.record(node.index()).subtree_end;
+    std::string qualified_name = qualified(*name);
+    spend(qualified_name.size());  // of a repeat too: it was made, and may be long
+    if (_seen_fqns.find(std::string_view(qualified_name)) != _seen_fqns.end()) return subtree_end;
+    const FqnId id = add_symbol(node, *kind, *name, std::move(qualified_name));
+    _seen_fqns.insert(id);
+    _open.push_back({subtree_end, id});
     return next;
   }
 
-  std::string qualified(std::string_view name) {
-    const std::string& parent = _open.empty() ? _fqn_prefix : *_open.back().fqn;
-    spend(parent.size() + 1 + name.size());
-    std::string fqn;
-    fqn.reserve(parent.size() + 1 + name.size());
-    return fqn.append(parent).append(1, '.').append(name);
+  std::string qualified(std::string_view name) const {
+    const std::string_view parent = _open.empty() ? _fqn_prefix : fqn(_open.back().fqn);
+    std::string text;
+    text.reserve(parent.size() + 1 + name.size());
+    return text.append(parent).append(1, '.').append(name);
   }
 
-  void add_symbol(const Node& node, std::string_view kind, const std::string& name,
-                  const std::string& fqn) {
+  FqnId add_symbol(const Node& node, std::string_view kind, const std::string& name,
+                   std::string qualified_name) {
     models::SymbolArguments arguments{
         .id = std::nullopt,
         .file_id = _file_id,
         .name = name,
         .kind = kind,
-        .fqn = fqn,
+        .fqn = std::move(qualified_name),
         .start_line = node.start_row() + 1,
         .end_line = node.end_row() + 1,
         .signature = signature(node),
@@ -110,8 +136,11 @@ class TreeSitterEngine::SymbolWalk {
           size_of(arguments.body_digest));
     try {
       _symbols.emplace_back(std::move(arguments));
+      return static_cast<FqnId>(_symbols.size()) - 1;
     } catch (const std::invalid_argument& error) {
       _errors.push_back("Invalid symbol " + name + ": " + error.what());
+      _rejected_fqns.push_back(qualified(name));
+      return -static_cast<FqnId>(_rejected_fqns.size());
     }
   }
 
@@ -144,7 +173,8 @@ class TreeSitterEngine::SymbolWalk {
 
   std::vector<Symbol> _symbols;
   std::vector<std::string> _errors;
-  std::unordered_set<std::string> _seen_fqns;
+  std::vector<std::string> _rejected_fqns;
+  std::unordered_set<FqnId, FqnHash, FqnEqual> _seen_fqns{0, FqnHash{this}, FqnEqual{this}};
   std::vector<Open> _open;  // innermost last
   std::optional<std::uint32_t> _signature_row;
   std::optional<std::string> _signature;

@@ -1,0 +1,53 @@
+// What the grammars' scanners are told about characters (cmake/scanner_prelude.h directs them
+// here).
+//
+// The C library's own answers depend on the locale: a host that has called setlocale finds the XML
+// element `<été>`, one that has not finds an error. These are the answers that it gives in a UTF-8
+// locale, in every host, as far as both know the same version of Unicode. Numbers outside of
+// Unicode, with which scanners mark the end of the file and ill-formed bytes, have no property.
+//
+// Tested by tests/guards_test.cpp.
+#include <unicode/uchar.h>
+
+#include <cwctype>
+
+namespace {
+
+UChar32 code_point(wint_t character) {
+  return character <= UCHAR_MAX_VALUE ? static_cast<UChar32>(character) : U_SENTINEL;
+}
+
+bool is_ascii_digit(wint_t character) { return character >= '0' && character <= '9'; }
+
+}  // namespace
+
+// The separators U+001C to U+001F, which ICU counts in, are no space to the C library; nor are the
+// no-break spaces, to neither of them.
+extern "C" int treesitter_engine_iswspace(wint_t character) {
+  if (character < 0x80) return character == ' ' || (character >= '\t' && character <= '\r');
+  return u_isWhitespace(code_point(character));
+}
+
+// To the C library the digits of other scripts are letters.
+extern "C" int treesitter_engine_iswalpha(wint_t character) {
+  const UChar32 value = code_point(character);
+  return u_isUAlphabetic(value) || (u_isdigit(value) && !is_ascii_digit(character));
+}
+
+extern "C" int treesitter_engine_iswalnum(wint_t character) {
+  const UChar32 value = code_point(character);
+  return u_isUAlphabetic(value) || u_isdigit(value);
+}
+
+extern "C" int treesitter_engine_iswupper(wint_t character) {
+  return u_isUUppercase(code_point(character));
+}
+
+extern "C" int treesitter_engine_iswlower(wint_t character) {
+  return u_isULowercase(code_point(character));
+}
+
+extern "C" wint_t treesitter_engine_towlower(wint_t character) {
+  if (character > UCHAR_MAX_VALUE) return character;
+  return static_cast<wint_t>(u_tolower(code_point(character)));
+}

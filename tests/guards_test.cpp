@@ -1,0 +1,309 @@
+// What ends a parse that would not end, and what the next parse on the thread finds of it: nothing.
+//
+// tests/killers holds many more such files, each with a process of its own; here stand the guards'
+// own promises.
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <pthread.h>
+
+#include <clocale>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "engines/languages/language.h"
+#include "engines/treesitter/core/parser.h"
+#include "tests/support/parse.h"
+#include "tests/support/sanitizers.h"
+
+extern "C" {
+#include <lib/src/parser.h>
+}
+
+namespace engines::treesitter {
+namespace {
+
+std::string repeated(std::string_view text, std::size_t count) {
+  std::string all;
+  all.reserve(text.size() * count);
+  for (std::size_t i = 0; i < count; ++i) all += text;
+  return all;
+}
+
+std::string ruby_heredoc(std::size_t name_size) {
+  const std::string name(name_size, 'A');
+  return "x = <<" + name + "\ntext\n" + name + "\n";
+}
+
+struct Hostile {
+  std::string_view language;
+  std::string source;
+  std::string_view guard;
+};
+
+const std::vector<Hostile>& hostile_sources() {
+  static const std::vector<Hostile> sources = {
+      // Sixteen bytes for which the library loops for ever.
+      {"tsx", "<a {{b:>c:d(e f)", "operation budget exceeded"},
+      {"javascript", repeated("->", 5'000), "operation budget exceeded"},
+      // Each level is a state of its own, so that they are quadratic together.
+      {"markdown", repeated(">", 30'000), "memory budget exceeded"},
+      {"yaml", repeated("- ", 9'000) + "a\n", "memory budget exceeded"},
+      // The blocks that Markdown's scanner copies into its state without asking for room, and the
+      // pairs of which YAML's writes the last one half behind it.
+      {"markdown", repeated(">", 800'000), "scanner state exceeds its limit"},
+      {"yaml", repeated("- ", 300'000) + "a\n", "scanner state exceeds its limit"},
+      // Ruby's counts in 8 bits. Names of 256 letters have none then, and the last source makes it
+      // take the letters of names for the sizes of heredocs that reach far behind its state.
+      {"ruby", ruby_heredoc(300), "assertion of the grammar failed"},
+      {"ruby", ruby_heredoc(256), "assertion of the grammar failed"},
+      {"ruby", repeated("%w(#{", 300), "assertion of the grammar failed"},
+      {"ruby", repeated("f(<<\"" + repeated("\u00ff", 300) + "\",", 200),
+       "assertion of the grammar failed"},
+  };
+  return sources;
+}
+
+std::string error_of(const ParseResult& result) {
+  return result.errors.empty() ? "" : result.errors.front();
+}
+
+std::string parse_error(std::string_view guard, std::size_t size) {
+  return "Parse error: " + std::string(guard) + " (" + std::to_string(size) + " bytes)";
+}
+
+// ---- What a guard says ----
+
+TEST(GuardsTest, NameThemselvesAndTheSize) {
+  for (const Hostile& hostile : hostile_sources()) {
+    const ParseResult result = parse(hostile.source, hostile.language);
+    if (IS_SANITIZED) {  // slower and larger, so that another guard may come first
+      EXPECT_TRUE(error_of(result).starts_with("Parse error: ")) << hostile.source.substr(0, 40);
+    } else {
+      EXPECT_EQ(error_of(result), parse_error(hostile.guard, hostile.source.size()))
+          << hostile.source.substr(0, 40);
+    }
+    EXPECT_TRUE(result.symbols.empty() && result.references.empty());
+    EXPECT_EQ(result.content_hash.size(), 64U);
+  }
+}
+
+TEST(GuardsTest, LeaveNothingForTheNextParse) {
+  constexpr std::string_view GOOD = "# a\n\nclass A:\n  x: [1]\n  y: <<B\nB\n";
+  for (const Hostile& hostile : hostile_sources()) {
+    const ParseResult expected = TreeSitterEngine().parse_content(GOOD, hostile.language, "input");
+    const TreeSitterEngine engine;
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_NE(error_of(engine.parse_content(hostile.source, hostile.language, "input")), "");
+      EXPECT_EQ(engine.parse_content(GOOD, hostile.language, "input"), expected)
+          << hostile.language;
+    }
+  }
+}
+
+// The budgets are the same for a thread that has parsed much before: what an earlier parse left is
+// no advantage and no burden.
+TEST(GuardsTest, SpeakAlikeOnAnyThread) {
+  for (const Hostile& hostile : hostile_sources()) {
+    const std::string here = error_of(parse(hostile.source, hostile.language));
+    std::string there;
+    std::thread([&] { there = error_of(parse(hostile.source, hostile.language)); }).join();
+    if (!IS_SANITIZED) {
+      EXPECT_EQ(there, here) << hostile.language;
+    }
+  }
+}
+
+// ---- Time ----
+
+// A grammar whose scanner is `scan`.
+class GrammarWithScanner {
+ public:
+  explicit GrammarWithScanner(bool (*scan)(void*, TSLexer*, const bool*))
+      : _grammar(*languages::get_language("toml")->grammar()), _language("toml", &_grammar) {
+    _grammar.external_scanner.scan = scan;
+  }
+  const languages::Language& language() const { return _language; }
+
+ private:
+  TSLanguage _grammar;
+  languages::Language _language;
+};
+
+// A scanner's classical fault: it waits for a character and forgets that the file may end.
+bool scan_for_ever(void* /*scanner*/, TSLexer* lexer, const bool* /*valid_symbols*/) {
+  while (lexer->lookahead != '!') lexer->advance(lexer, false);
+  return false;
+}
+
+TEST(TimeGuardTest, EndsAScannerThatNeverReturns) {
+  const GrammarWithScanner grammar(scan_for_ever);
+  Parser parser(grammar.language());
+  ParseArena arena;
+  const Source source("a = 1\n");
+  try {
+    parser.parse(source, arena);
+    FAIL() << "the parse ended";
+  } catch (const ParseError& error) {
+    EXPECT_STREQ(error.what(), "time limit exceeded (6 bytes)");
+  }
+}
+
+// ---- Room for the scanners' states ----
+
+std::size_t symbol_count(const std::string& source, std::string_view language) {
+  const ParseResult result = parse(source, language);
+  EXPECT_EQ(error_of(result), "");
+  return result.symbols.size();
+}
+
+TEST(ScannerStateTest, DeepNestingBeyondTheLibrarysRoom) {
+  // One key at the bottom of the sequences: 20 bytes of state and 8 for each.
+  EXPECT_EQ(symbol_count(repeated("- ", 125) + "key: 1\n", "yaml"), 1U);
+  EXPECT_EQ(symbol_count(repeated("- ", 126) + "key: 1\n", "yaml"), 1U);
+  EXPECT_EQ(symbol_count(repeated("- ", 1'000) + "key: 1\n", "yaml"), 1U);
+
+  // The tags that are open are the state: two bytes for each.
+  const std::size_t levels = IS_SANITIZED ? 700 : 2'000;
+  EXPECT_EQ(symbol_count(repeated("<a>", levels) + repeated("</a>", levels), "xml"), levels);
+
+  EXPECT_EQ(symbol_count(repeated("> ", 250) + "# heading\n", "markdown"), 1U);
+  EXPECT_EQ(symbol_count(repeated("> ", 600) + "# heading\n", "markdown"), 1U);
+}
+
+TEST(ScannerStateTest, ManyLargeStatesThatAlternate) {
+  // Every key has a state of its own above 300 levels, and each level is met again on the way out.
+  std::string source;
+  constexpr int LEVELS = 300;
+  for (int i = 0; i < LEVELS; ++i) source += std::string(static_cast<std::size_t>(i), ' ') + "k:\n";
+  for (int i = LEVELS; i-- > 0;) {
+    source += std::string(static_cast<std::size_t>(i), ' ') + "l" + std::to_string(i) + ": 1\n";
+  }
+  EXPECT_EQ(symbol_count(source, "yaml"), 2U * LEVELS);
+}
+
+TEST(ScannerStateTest, YamlKnowsRowsBeyondSixteenBits) {
+  const std::string source = "first: 1\n" + repeated("#\n", 70'000) + "last: 2\n";
+  const ParseResult result = parse(source, "yaml");
+  ASSERT_EQ(result.symbols.size(), 2U);
+  EXPECT_EQ(result.symbols[1].name, "last");
+  EXPECT_EQ(result.symbols[1].start_line, 70'002U);
+
+  const std::string wide = std::string(40'000, ' ') + "key: 1\n";
+  EXPECT_EQ(symbol_count(wide, "yaml"), 1U);
+}
+
+TEST(ScannerStateTest, WhatAScannerForgetsIsNotLeaked) {
+  const std::string source = repeated("SELECT $tag$ text $tag$;\n", 50);
+  const auto memory_after = [&](int parses) {
+    for (int i = 0; i < parses; ++i) parse(source, "sql");
+    return mallinfo2().uordblks;
+  };
+  const std::size_t before = memory_after(10);
+  EXPECT_LT(memory_after(200), before + 64 * 1024);
+}
+
+// ---- Characters ----
+
+TEST(ScannerCharactersTest, DoNotFollowTheLocale) {
+  struct Case {
+    std::string_view language;
+    std::string_view source;
+    std::size_t symbols;
+  };
+  const Case cases[] = {
+      {"xml", "<été>x</été>", 1},
+      {"xml", "<名前/>", 1},
+      {"markdown", "1\U0010FFFF\n\n# heading\n", 1},
+  };
+  for (const char* const locale : {"C", "C.UTF-8"}) {
+    ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr);
+    for (const Case& c : cases) {
+      EXPECT_EQ(parse(c.source, c.language).symbols.size(), c.symbols) << locale << ' ' << c.source;
+    }
+  }
+  std::setlocale(LC_ALL, "C");
+}
+
+// ---- The native stack ----
+
+// Runs it on a thread with a stack of 64 KiB, the least that a host may give.
+void on_small_stack(std::function<void()> run) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 64 * 1024), 0);
+  pthread_t thread;
+  const auto start = [](void* argument) -> void* {
+    (*static_cast<std::function<void()>*>(argument))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, start, &run), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+TEST(StackTest, DoesNotGrowWithTheNesting) {
+  if (IS_SANITIZED) GTEST_SKIP() << "instrumented frames are larger than the stack";
+  struct Case {
+    std::string_view language;
+    std::string_view open;
+    std::string_view close;
+  };
+  const Case cases[] = {
+      {"python", "f(", ")"},
+      {"python", "[", "]"},
+      {"javascript", "function f() {", "}"},
+      {"typescript", "class A { m() { return ", "}}"},
+      {"tsx", "<a>", "</a>"},
+      {"java", "class A {", "}"},
+      {"go", "func() {", "}()"},
+      {"rust", "mod a {", "}"},
+      {"csharp", "namespace A {", "}"},
+      {"ruby", "module A;", "end;"},
+      {"php", "if (1) { function f() {", "}}"},
+      {"sql", "SELECT (", ")"},
+      {"json", "{\"a\":[", "]}"},
+      {"yaml", "{a: [", "]}"},
+      {"toml", "[", "]"},
+  };
+  for (const Case& c : cases) {
+    const std::string start = c.language == "php" ? "<?php " : c.language == "toml" ? "a = " : "";
+    const std::string source = start + repeated(c.open, 20'000) + repeated(c.close, 20'000);
+    on_small_stack([&] {
+      const TreeSitterEngine engine;
+      try {
+        engine.parse_content(source, c.language, "input");
+      } catch (const ResultLimitError&) {
+      }
+    });
+  }
+}
+
+// ---- The bound on a result's text ----
+
+TEST(ResultLimitTest, NestedNamesEndInAnOrderlyError) {
+  const auto nested = [](std::size_t levels) {
+    return repeated("{\"key\":", levels) + "1" + std::string(levels, '}');
+  };
+  EXPECT_EQ(symbol_count(nested(1'000), "json"), 1'000U);
+  try {
+    parse(nested(100'000), "json");
+    FAIL() << "a result of tens of gigabytes";
+  } catch (const ResultLimitError& error) {
+    // 16 MiB and 256 bytes for each of the 800,001.
+    EXPECT_STREQ(error.what(), "the symbols of this file hold more text than 221577472 bytes");
+  }
+}
+
+// Distinct keys of one row, each with the same long signature: as dense as files get.
+TEST(ResultLimitTest, MinifiedFilesStayBelow) {
+  std::string source = "{";
+  for (int i = 0; i < 50'000; ++i) source += "\"k" + std::to_string(i) + "\":0,";
+  source.back() = '}';
+  EXPECT_EQ(symbol_count(source, "json"), 50'000U);
+}
+
+}  // namespace
+}  // namespace engines::treesitter
