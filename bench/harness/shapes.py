@@ -9,6 +9,7 @@ input show.
 """
 
 DEEP_LEVELS = 20_000
+DEEP_PLACES = 500
 WIDE_BYTES = 300_000
 
 # What stands in front, what opens a level, what is inside, what closes a level, what stands behind.
@@ -25,9 +26,9 @@ DEEP = {
     "ruby": BRACKETS,
     "php": ("<?php\n$x = ", "[", "1", "]", ";\n"),
     "sql": ("SELECT ", "(", "1", ")", ";\n"),
-    # Its scanner keeps a state for each open block, so that depth is bounded; many deep quotes do.
+    # These scanners save what is open with every token, so that depth is bounded; many deep places do.
     "markdown": ("", "> " * 60 + "text\n\n", "", "", ""),
-    "xml": ("", "<a>", "text", "</a>", "\n"),
+    "xml": ("<r>", "<a>" * 60 + "text" + "</a>" * 60, "", "", "</r>\n"),
     "json": ("", "[", "1", "]", "\n"),
     "yaml": ("x: ", "[", "1", "]", "\n"),
     "toml": ("x = ", "[", "1", "]", "\n"),
@@ -65,7 +66,7 @@ LONG = {
 
 def deep(language, scale):
     before, opening, inside, closing, after = DEEP[language]
-    levels = DEEP_LEVELS * scale if closing else DEEP_LEVELS * scale // 40
+    levels = scale * (DEEP_LEVELS if closing else DEEP_PLACES)
     return before + opening * levels + inside + closing * levels + after
 
 
