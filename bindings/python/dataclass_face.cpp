@@ -1,0 +1,93 @@
+// One idea: who asks for __dataclass_fields__ has imported dataclasses already, so that is when a
+// true dataclass of the same fields is made and its description copied. Importing dataclasses with
+// the module would triple the time of its import.
+//
+// Tested by tests/python/test_records.py.
+#include "bindings/python/dataclass_face.h"
+
+#include "bindings/python/owned.h"
+
+namespace engines::treesitter::python {
+namespace {
+
+constexpr const char* DESCRIPTIONS[] = {"__dataclass_fields__", "__dataclass_params__"};
+
+// Stands in a type for one of the descriptions until somebody reads it.
+struct LateDescription {
+  PyObject_HEAD const char* name;
+};
+
+PyObject* twin_of(PyObject* type) {
+  const Owned dataclasses(PyImport_ImportModule("dataclasses"));
+  const Owned name(dataclasses ? PyObject_GetAttrString(type, "__name__") : nullptr);
+  const Owned annotations(name ? PyObject_GetAttrString(type, "__annotations__") : nullptr);
+  const Owned fields(annotations ? PyDict_Items(annotations.get()) : nullptr);
+  return fields ? PyObject_CallMethod(dataclasses.get(), "make_dataclass", "OO", name.get(),
+                                      fields.get())
+                : nullptr;
+}
+
+PyObject* describe(PyObject* self, PyObject* /*instance*/, PyObject* type) {
+  const Owned twin(twin_of(type));
+  if (!twin) return nullptr;
+  for (const char* const name : DESCRIPTIONS) {
+    const Owned description(PyObject_GetAttrString(twin.get(), name));
+    if (!description || PyObject_SetAttrString(type, name, description.get()) != 0) return nullptr;
+  }
+  return PyObject_GetAttrString(type, reinterpret_cast<LateDescription*>(self)->name);
+}
+
+void deallocate(PyObject* self) {
+  PyTypeObject* const type = Py_TYPE(self);
+  type->tp_free(self);
+  Py_DECREF(type);
+}
+
+PyObject* new_late_description_type(PyObject* module) {
+  PyType_Slot slots[] = {
+      {Py_tp_descr_get, reinterpret_cast<void*>(describe)},
+      {Py_tp_dealloc, reinterpret_cast<void*>(deallocate)},
+      {0, nullptr},
+  };
+  PyType_Spec spec = {
+      .name = "treesitter._LateDescription",
+      .basicsize = sizeof(LateDescription),
+      .itemsize = 0,
+      .flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_DISALLOW_INSTANTIATION,
+      .slots = slots,
+  };
+  return PyType_FromModuleAndSpec(module, &spec, nullptr);
+}
+
+bool set_late_descriptions(PyObject* module, PyObject* type) {
+  const Owned late_type(new_late_description_type(module));
+  for (const char* const name : DESCRIPTIONS) {
+    const Owned late(late_type ? new_record(reinterpret_cast<PyTypeObject*>(late_type.get()))
+                               : nullptr);
+    if (!late) return false;
+    reinterpret_cast<LateDescription*>(late.get())->name = name;
+    if (PyObject_SetAttrString(type, name, late.get()) != 0) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool add_dataclass_face(PyObject* module, PyTypeObject* type, const RecordSpec& spec) {
+  const Owned names(PyTuple_New(static_cast<Py_ssize_t>(spec.fields.size())));
+  const Owned annotations(PyDict_New());
+  if (!names || !annotations) return false;
+  for (std::size_t i = 0; i < spec.fields.size(); ++i) {
+    PyObject* const name = PyUnicode_InternFromString(spec.fields[i].name);
+    if (name == nullptr) return false;
+    PyTuple_SET_ITEM(names.get(), static_cast<Py_ssize_t>(i), name);
+    const Owned annotation(PyUnicode_FromString(annotation_of(spec.fields[i].type)));
+    if (!annotation || PyDict_SetItem(annotations.get(), name, annotation.get()) != 0) return false;
+  }
+  auto* const object = reinterpret_cast<PyObject*>(type);
+  return PyObject_SetAttrString(object, "__match_args__", names.get()) == 0 &&
+         PyObject_SetAttrString(object, "__annotations__", annotations.get()) == 0 &&
+         set_late_descriptions(module, object);
+}
+
+}  // namespace engines::treesitter::python

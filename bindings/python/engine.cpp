@@ -1,0 +1,180 @@
+// Each Python object has an engine of its own, with its parsers per thread. Unpickled ones are all
+// the same object, since a task that is shipped to another process brings its engine with it, and a
+// new one for each task would build its parsers again.
+//
+// Tested by tests/python/test_engine.py and test_processes.py.
+#include "bindings/python/engine.h"
+
+#include <array>
+#include <filesystem>
+#include <new>
+#include <string>
+
+#include "bindings/python/arguments.h"
+#include "bindings/python/errors.h"
+#include "bindings/python/gil.h"
+#include "bindings/python/outcome.h"
+#include "bindings/python/owned.h"
+#include "bindings/python/parse_many.h"
+#include "bindings/python/texts.h"
+
+namespace engines::treesitter::python {
+namespace {
+
+struct EngineObject {
+  PyObject_HEAD std::shared_ptr<const TreeSitterEngine> engine;
+};
+
+PyObject* make(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
+  if (!bind_arguments({"TreeSitterEngine", {}, 0}, arguments, keywords, {})) return nullptr;
+  const auto& state = *static_cast<ModuleState*>(PyType_GetModuleState(type));
+  return translating(state, [type]() -> PyObject* {
+    auto engine = std::make_shared<const TreeSitterEngine>();
+    auto* const self = reinterpret_cast<EngineObject*>(type->tp_alloc(type, 0));
+    if (self == nullptr) return nullptr;
+    new (&self->engine) std::shared_ptr<const TreeSitterEngine>(std::move(engine));
+    return reinterpret_cast<PyObject*>(self);
+  });
+}
+
+void deallocate(PyObject* self) {
+  PyTypeObject* const type = Py_TYPE(self);
+  std::destroy_at(&reinterpret_cast<EngineObject*>(self)->engine);
+  type->tp_free(self);
+  Py_DECREF(type);
+}
+
+PyObject* parse_file(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
+                     PyObject* keywords) {
+  static constexpr const char* NAMES[] = {"file_path", "file_id"};
+  std::array<PyObject*, std::size(NAMES)> values{};
+  if (!bind_arguments({"parse_file", NAMES, 1}, arguments, count, keywords, values)) return nullptr;
+  ModuleState& state = state_of(self);
+  return translating(state, [&]() -> PyObject* {
+    std::string path;
+    std::int64_t file_id = 0;
+    if (!path_from(values[0], path) || !integer_from(values[1], file_id)) return nullptr;
+    const std::filesystem::path file_path(std::move(path));
+    const auto engine = engine_of(self);
+    Outcome outcome;
+    without_gil(
+        [&] { outcome = outcome_of([&] { return engine->parse_file(file_path, file_id); }); });
+    return deliver(state, outcome);
+  });
+}
+
+PyObject* parse_content(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
+                        PyObject* keywords) {
+  static constexpr const char* NAMES[] = {"content", "language", "file_path", "file_id"};
+  std::array<PyObject*, std::size(NAMES)> values{};
+  if (!bind_arguments({"parse_content", NAMES, 3}, arguments, count, keywords, values)) {
+    return nullptr;
+  }
+  if (!PyUnicode_Check(values[0])) {
+    PyErr_Format(PyExc_TypeError, "content must be str, not %.200s", Py_TYPE(values[0])->tp_name);
+    return nullptr;
+  }
+  ModuleState& state = state_of(self);
+  return translating(state, [&]() -> PyObject* {
+    std::string language;
+    std::string path;
+    std::int64_t file_id = 0;
+    Utf8 content;
+    if (!text_from(values[1], "language", language) || !path_from(values[2], path) ||
+        !integer_from(values[3], file_id) || !content.encode(values[0])) {
+      return nullptr;
+    }
+    const auto engine = engine_of(self);
+    Outcome outcome;
+    without_gil([&] {
+      outcome = outcome_of(
+          [&] { return engine->parse_content(content.view(), language, path, file_id); });
+    });
+    return deliver(state, outcome);
+  });
+}
+
+PyObject* parse_many(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
+                     PyObject* keywords) {
+  return new_parse_many(state_of(self), self, arguments, count, keywords);
+}
+
+PyObject* reduce(PyObject* self, PyObject* /*none*/) {
+  const Owned module(Py_NewRef(PyType_GetModule(Py_TYPE(self))));
+  const Owned function(PyObject_GetAttrString(module.get(), "_process_engine"));
+  return function ? Py_BuildValue("O()", function.get()) : nullptr;
+}
+
+constexpr const char PARSE_FILE_DOC[] =
+    "parse_file($self, /, file_path, file_id=0)\n--\n\n"
+    "Parse a source file and extract symbols.\n\n"
+    "file_path is a str, bytes or os.PathLike, file_id the caller's key of the file, which every\n"
+    "symbol gets. Gives a ParseResult, or None when the path tells no language; nothing is read\n"
+    "then. A file that cannot be read or parsed gives a result that says so in its errors.\n\n"
+    "Raises UnicodeDecodeError where a rule reads a name that is no UTF-8, ResultLimitError,\n"
+    "MemoryError. Other threads run while the file is read and parsed.";
+
+constexpr const char PARSE_CONTENT_DOC[] =
+    "parse_content($self, /, content, language, file_path, file_id=0)\n--\n\n"
+    "Parse source code content directly.\n\n"
+    "content is the source text, language the name of its language, and file_path names the\n"
+    "symbols and becomes the result's path as it is. Gives a ParseResult.\n\n"
+    "Raises UnicodeEncodeError for a content with lone surrogates, ValueError for an empty path,\n"
+    "ResultLimitError, MemoryError. Other threads run while the content is parsed.";
+
+constexpr const char PARSE_MANY_DOC[] =
+    "parse_many($self, /, paths, threads=None)\n--\n\n"
+    "As the module's parse_many, with this engine.";
+
+PyMethodDef methods[] = {
+    {"parse_file", as_method(parse_file), METH_FASTCALL | METH_KEYWORDS, PARSE_FILE_DOC},
+    {"parse_content", as_method(parse_content), METH_FASTCALL | METH_KEYWORDS, PARSE_CONTENT_DOC},
+    {"parse_many", as_method(parse_many), METH_FASTCALL | METH_KEYWORDS, PARSE_MANY_DOC},
+    {"__reduce__", reduce, METH_NOARGS, "Pickled as the engine of the process that unpickles it."},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+constexpr const char DOC[] =
+    "TreeSitterEngine()\n--\n\n"
+    "Tree-sitter based code parser for symbol extraction.\n\n"
+    "One engine serves any number of threads at once. Each thread has parsers of its own, made on\n"
+    "first use and freed when the thread or the engine ends. An engine that is pickled becomes "
+    "the\n"
+    "one engine of the process that unpickles it.";
+
+PyType_Slot slots[] = {
+    {Py_tp_doc, const_cast<char*>(DOC)},
+    {Py_tp_new, reinterpret_cast<void*>(make)},
+    {Py_tp_dealloc, reinterpret_cast<void*>(deallocate)},
+    {Py_tp_methods, methods},
+    {0, nullptr},
+};
+
+PyType_Spec spec = {
+    .name = "treesitter.TreeSitterEngine",
+    .basicsize = sizeof(EngineObject),
+    .itemsize = 0,
+    .flags = Py_TPFLAGS_DEFAULT,
+    .slots = slots,
+};
+
+}  // namespace
+
+const std::shared_ptr<const TreeSitterEngine>& engine_of(PyObject* object) {
+  return reinterpret_cast<EngineObject*>(object)->engine;
+}
+
+PyObject* process_engine(PyObject* module, PyObject* /*none*/) {
+  ModuleState& state = state_of_module(module);
+  if (state.process_engine == nullptr) {
+    state.process_engine = PyObject_CallNoArgs(reinterpret_cast<PyObject*>(state.engine));
+  }
+  return Py_XNewRef(state.process_engine);
+}
+
+bool add_engine_type(ModuleState& state, PyObject* module) {
+  state.engine = reinterpret_cast<PyTypeObject*>(PyType_FromModuleAndSpec(module, &spec, nullptr));
+  return state.engine != nullptr && PyModule_AddType(module, state.engine) == 0;
+}
+
+}  // namespace engines::treesitter::python

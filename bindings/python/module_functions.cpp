@@ -1,0 +1,174 @@
+// Tested by tests/python/test_module.py.
+#include "bindings/python/module_functions.h"
+
+#include <string>
+
+#include "bindings/python/arguments.h"
+#include "bindings/python/engine.h"
+#include "bindings/python/errors.h"
+#include "bindings/python/owned.h"
+#include "bindings/python/parse_many.h"
+#include "bindings/python/records.h"
+#include "bindings/python/state.h"
+#include "bindings/python/texts.h"
+#include "engines/languages/languages.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter::python {
+namespace {
+
+// ---- Languages ----
+
+PyObject* detect_language(PyObject* module, PyObject* const* arguments, Py_ssize_t count,
+                          PyObject* keywords) {
+  static constexpr const char* NAMES[] = {"file_path"};
+  PyObject* value = nullptr;
+  if (!bind_arguments({"detect_language", NAMES, 1}, arguments, count, keywords, {&value, 1})) {
+    return nullptr;
+  }
+  return translating(state_of_module(module), [value]() -> PyObject* {
+    std::string path;
+    if (!path_from(value, path)) return nullptr;
+    const auto language = languages::detect_language(path);
+    return language ? to_str(*language) : Py_NewRef(Py_None);
+  });
+}
+
+template <typename Values, typename Convert>
+PyObject* to_tuple(const Values& values, Convert convert) {
+  Owned tuple(PyTuple_New(static_cast<Py_ssize_t>(values.size())));
+  for (std::size_t i = 0; tuple && i < values.size(); ++i) {
+    PyObject* const item = convert(values[i]);
+    if (item == nullptr) return nullptr;
+    PyTuple_SET_ITEM(tuple.get(), static_cast<Py_ssize_t>(i), item);
+  }
+  return tuple.release();
+}
+
+PyObject* language_names(PyObject* /*module*/, PyObject* /*none*/) {
+  return to_tuple(languages::language_names(), to_str);
+}
+
+PyObject* to_record(const ModuleState& state, const languages::LanguageInfo& info) {
+  Owned record(new_record(state.language_info));
+  if (!record) return nullptr;
+  PyObject** const items = items_of(record.get());
+  items[0] = to_str(info.name);
+  items[1] = to_str(info.grammar_package);
+  items[2] = to_str(info.grammar_version);
+  items[3] = to_tuple(info.file_names, to_str);
+  items[4] = to_tuple(info.suffixes, to_str);
+  return PyErr_Occurred() == nullptr ? record.release() : nullptr;
+}
+
+PyObject* language_infos(PyObject* module, PyObject* /*none*/) {
+  const ModuleState& state = state_of_module(module);
+  return to_tuple(languages::language_infos(),
+                  [&](const auto& info) { return to_record(state, info); });
+}
+
+PyObject* core_version(PyObject* /*module*/, PyObject* /*none*/) {
+  return to_str(languages::core_version());
+}
+
+// ---- Many files ----
+
+PyObject* parse_many(PyObject* module, PyObject* const* arguments, Py_ssize_t count,
+                     PyObject* keywords) {
+  const Owned engine(process_engine(module, nullptr));
+  if (!engine) return nullptr;
+  return new_parse_many(state_of_module(module), engine.get(), arguments, count, keywords);
+}
+
+// ---- Text helpers ----
+
+PyObject* truncate_docstring(PyObject* module, PyObject* object) {
+  return translating(state_of_module(module), [object]() -> PyObject* {
+    std::string text;
+    if (!text_from(object, "text", text)) return nullptr;
+    const auto [kept, is_cut] = _truncate_docstring(text);
+    return Py_BuildValue("NN", to_str(kept), PyBool_FromLong(is_cut));
+  });
+}
+
+PyObject* strip_matching_quotes(PyObject* module, PyObject* object) {
+  return translating(state_of_module(module), [object]() -> PyObject* {
+    std::string text;
+    if (!text_from(object, "text", text)) return nullptr;
+    return to_str(_strip_matching_quotes(text));
+  });
+}
+
+// A node of any binding of tree-sitter: its `text` is bytes or None.
+PyObject* node_text(PyObject* /*module*/, PyObject* node) {
+  const Owned text(PyObject_GetAttrString(node, "text"));
+  if (!text) return nullptr;
+  if (text.get() == Py_None) Py_RETURN_NONE;
+  char* bytes = nullptr;
+  Py_ssize_t size = 0;
+  if (PyBytes_AsStringAndSize(text.get(), &bytes, &size) != 0) return nullptr;
+  if (size == 0) Py_RETURN_NONE;
+  return PyUnicode_DecodeUTF8(bytes, size, nullptr);
+}
+
+// The expression as Python's re takes it; the engine has its own form of it (core/regex.cpp).
+constexpr const char BODY_DIGEST_PATTERN[] =
+    R"(\b(if|elif|else|for|while|do|switch|case|match|try|except|catch|finally|with|return|yield)"
+    R"(|raise|throw|assert|await|defer|go|select|break|continue|guard)\b|\w+\s*\()";
+
+// Importing re with the module would cost as much as the rest of the import.
+PyObject* late_attribute(PyObject* module, PyObject* name) {
+  if (!PyUnicode_Check(name) || PyUnicode_CompareWithASCIIString(name, "_BODY_DIGEST_RE") != 0) {
+    PyErr_Format(PyExc_AttributeError, "module 'treesitter' has no attribute %R", name);
+    return nullptr;
+  }
+  const Owned re(PyImport_ImportModule("re"));
+  const Owned compiled(re ? PyObject_CallMethod(re.get(), "compile", "s", BODY_DIGEST_PATTERN)
+                          : nullptr);
+  if (!compiled || PyObject_SetAttr(module, name, compiled.get()) != 0) return nullptr;
+  return Py_NewRef(compiled.get());
+}
+
+}  // namespace
+
+// In a header's order: what callers use first.
+PyMethodDef module_functions[] = {
+    {"parse_many", as_method(parse_many), METH_FASTCALL | METH_KEYWORDS,
+     "parse_many($module, /, paths, threads=None)\n--\n\n"
+     "Parse files on several threads; an iterator over their results in the order of paths.\n\n"
+     "paths is an iterable of str, bytes or os.PathLike, read as the work proceeds: at most 16 "
+     "for\n"
+     "each thread are ahead of the results. threads is by default the number of processors that\n"
+     "this process may use.\n\n"
+     "Each item is what parse_file would give, a ParseResult or None. Where parse_file would "
+     "raise\n"
+     "for one file there is a result too, whose errors hold the exception's name and text. What\n"
+     "paths itself raises comes at its place, after the results of the paths before it.\n\n"
+     "The iterator's close() ends the threads, as does dropping it."},
+    {"detect_language", as_method(detect_language), METH_FASTCALL | METH_KEYWORDS,
+     "detect_language($module, /, file_path)\n--\n\n"
+     "The name of the language of the file at that path, or None; the file is not read."},
+    {"language_names", language_names, METH_NOARGS,
+     "language_names($module, /)\n--\n\nThe names of all languages."},
+    {"language_infos", language_infos, METH_NOARGS,
+     "language_infos($module, /)\n--\n\n"
+     "What each language consists of: a LanguageInfo with its grammar, the grammar's version, and\n"
+     "the file names and suffixes that mean it. In the order of language_names()."},
+    {"core_version", core_version, METH_NOARGS,
+     "core_version($module, /)\n--\n\nThe version of the tree-sitter core."},
+    {"_truncate_docstring", truncate_docstring, METH_O,
+     "_truncate_docstring($module, text, /)\n--\n\n"
+     "The text, cut to MAX_DOCSTRING_LENGTH characters, and whether it was cut."},
+    {"_node_text", node_text, METH_O,
+     "_node_text($module, node, /)\n--\n\nDecode a tree-sitter node's text as UTF-8."},
+    {"_strip_matching_quotes", strip_matching_quotes, METH_O,
+     "_strip_matching_quotes($module, text, /)\n--\n\n"
+     "Remove a matching pair of surrounding single or double quotes."},
+    {"_process_engine", process_engine, METH_NOARGS,
+     "_process_engine($module, /)\n--\n\nThe engine that unpickled engines are in this process."},
+    {"__getattr__", late_attribute, METH_O,
+     "__getattr__($module, name, /)\n--\n\nThe attributes that are made when first asked for."},
+    {nullptr, nullptr, 0, nullptr},
+};
+
+}  // namespace engines::treesitter::python

@@ -1,0 +1,39 @@
+// Owned: one strong reference to a Python object, given back when it ends.
+//
+// Any call into Python may let the interpreter's lock go, and a thread that wants it back while
+// another ends the interpreter is ended by unwinding its stack. An Owned that goes then, without
+// the lock, leaves its object to the process.
+#pragma once
+
+#include <Python.h>
+
+#include <utility>
+
+namespace engines::treesitter::python {
+
+class Owned {
+ public:
+  Owned() = default;
+  // Takes the reference over; null is none.
+  explicit Owned(PyObject* object) : _object(object) {}
+  Owned(Owned&& other) noexcept : _object(std::exchange(other._object, nullptr)) {}
+  Owned& operator=(Owned&& other) noexcept {
+    std::swap(_object, other._object);
+    return *this;
+  }
+  Owned(const Owned&) = delete;
+  Owned& operator=(const Owned&) = delete;
+  ~Owned() {
+    if (_Py_IsFinalizing() != 0 && PyGILState_Check() == 0) return;
+    Py_XDECREF(_object);
+  }
+
+  PyObject* get() const { return _object; }
+  PyObject* release() { return std::exchange(_object, nullptr); }
+  explicit operator bool() const { return _object != nullptr; }
+
+ private:
+  PyObject* _object = nullptr;
+};
+
+}  // namespace engines::treesitter::python

@@ -1,0 +1,110 @@
+// What all records do alike, whatever their fields are.
+//
+// Tested by tests/python/test_records.py.
+#include "bindings/python/records.h"
+
+#include <array>
+
+#include "bindings/python/arguments.h"
+#include "bindings/python/owned.h"
+
+namespace engines::treesitter::python {
+namespace {
+
+std::span<PyObject*> all_items(PyObject* self) {
+  const auto bytes = static_cast<std::size_t>(Py_TYPE(self)->tp_basicsize) - sizeof(PyObject);
+  return {items_of(self), bytes / sizeof(PyObject*)};
+}
+
+PyObject* filled_record(const RecordSpec& spec, PyTypeObject* type, PyObject* const* values) {
+  const auto& state = *static_cast<ModuleState*>(PyType_GetModuleState(type));
+  Owned record(new_record(type));
+  if (!record) return nullptr;
+  PyObject** const items = items_of(record.get());
+  for (std::size_t i = 0; i < spec.fields.size(); ++i) {
+    items[i] = field_value(state, spec.name, spec.fields[i], values[i]);
+    if (items[i] == nullptr) return nullptr;
+  }
+  if (spec.accepts != nullptr && !spec.accepts(items)) return nullptr;
+  return record.release();
+}
+
+// "name=value, " for each field.
+PyObject* repr_of_fields(const RecordSpec& spec, PyObject* self) {
+  const Owned parts(PyList_New(0));
+  const Owned comma(PyUnicode_FromString(", "));
+  if (!parts || !comma) return nullptr;
+  for (std::size_t i = 0; i < spec.fields.size(); ++i) {
+    const Owned part(PyUnicode_FromFormat("%s=%R", spec.fields[i].name, items_of(self)[i]));
+    if (!part || PyList_Append(parts.get(), part.get()) != 0) return nullptr;
+  }
+  return PyUnicode_Join(comma.get(), parts.get());
+}
+
+}  // namespace
+
+PyObject* make_record(const RecordSpec& spec, PyTypeObject* type, PyObject* arguments,
+                      PyObject* keywords) {
+  std::array<const char*, MOST_FIELDS> names{};
+  std::array<PyObject*, MOST_FIELDS> values{};
+  const std::size_t count = spec.fields.size();
+  for (std::size_t i = 0; i < count; ++i) names[i] = spec.fields[i].name;
+  const Parameters parameters = {spec.name, {names.data(), count}, count};
+  if (!bind_arguments(parameters, arguments, keywords, {values.data(), count})) return nullptr;
+  return filled_record(spec, type, values.data());
+}
+
+PyObject* repr_of_record(const RecordSpec& spec, PyObject* self) {
+  // A list in a record may hold the record.
+  const int entered = Py_ReprEnter(self);
+  if (entered != 0) return entered > 0 ? PyUnicode_FromFormat("%s(...)", spec.name) : nullptr;
+  const Owned fields(repr_of_fields(spec, self));
+  Py_ReprLeave(self);
+  return fields ? PyUnicode_FromFormat("%s(%U)", spec.name, fields.get()) : nullptr;
+}
+
+PyObject* compare_records(PyObject* self, PyObject* other, int operation) {
+  if ((operation != Py_EQ && operation != Py_NE) || Py_TYPE(self) != Py_TYPE(other)) {
+    Py_RETURN_NOTIMPLEMENTED;
+  }
+  int equal = 1;
+  for (std::size_t i = 0; equal > 0 && i < all_items(self).size(); ++i) {
+    // Comparing runs code of the host's when a list holds its objects, which may set the field.
+    const Owned mine(Py_NewRef(items_of(self)[i]));
+    const Owned theirs(Py_NewRef(items_of(other)[i]));
+    equal = PyObject_RichCompareBool(mine.get(), theirs.get(), Py_EQ);
+  }
+  if (equal < 0) return nullptr;
+  return PyBool_FromLong((equal != 0) == (operation == Py_EQ));
+}
+
+PyObject* reduce_record(PyObject* self, PyObject* /*none*/) {
+  const std::span<PyObject*> items = all_items(self);
+  Owned values(PyTuple_New(static_cast<Py_ssize_t>(items.size())));
+  if (!values) return nullptr;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    PyTuple_SET_ITEM(values.get(), static_cast<Py_ssize_t>(i), Py_NewRef(items[i]));
+  }
+  return PyTuple_Pack(2, Py_TYPE(self), values.get());
+}
+
+void deallocate_record(PyObject* self) {
+  PyTypeObject* const type = Py_TYPE(self);
+  if (PyType_IS_GC(type)) PyObject_GC_UnTrack(self);
+  clear_record(self);
+  type->tp_free(self);
+  Py_DECREF(type);
+}
+
+int traverse_record(PyObject* self, visitproc visit, void* arg) {
+  Py_VISIT(Py_TYPE(self));
+  for (PyObject* const item : all_items(self)) Py_VISIT(item);
+  return 0;
+}
+
+int clear_record(PyObject* self) {
+  for (PyObject*& item : all_items(self)) Py_CLEAR(item);
+  return 0;
+}
+
+}  // namespace engines::treesitter::python

@@ -1,0 +1,78 @@
+// Records as Python sees them: plain mutable values with typed fields, which dataclasses, match,
+// pickle and repr treat as dataclasses.
+//
+// They are types of C and not dataclasses of Python, since a result may hold a hundred thousand of
+// them: one takes 56 to 104 bytes and is made in the time of its texts, and importing dataclasses
+// takes longer than our whole import may. A field holds only what its type allows, so records of
+// texts and numbers can be part of no reference cycle and cost the garbage collector nothing.
+#pragma once
+
+#include <Python.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "bindings/python/state.h"
+
+namespace engines::treesitter::python {
+
+enum class FieldType : std::uint8_t {
+  text,
+  optional_text,
+  integer,
+  optional_integer,
+  boolean,
+  kind,  // a SymbolKind, or the text of one, which becomes it
+  list_of_symbols,
+  list_of_references,
+  list_of_texts,
+  tuple_of_texts,
+};
+
+struct Field {
+  const char* name;
+  FieldType type;
+  const char* doc;
+};
+
+struct RecordSpec {
+  const char* name;            // without the module's
+  const char* qualified_name;  // with it
+  const char* doc;             // headed by the signature
+  std::span<const Field> fields;
+  bool is_collected;  // lists may hold anything, the record itself included
+  // What the constructor rejects beyond types: false with an error set. May be null.
+  bool (*accepts)(PyObject* const* items);
+};
+
+inline constexpr std::size_t MOST_FIELDS = 11;
+
+// Makes the types of all records and adds them to the module. False with an error set.
+bool add_record_types(ModuleState& state, PyObject* module);
+
+// A record whose fields are still to be filled. Null with an error set.
+inline PyObject* new_record(PyTypeObject* type) { return type->tp_alloc(type, 0); }
+
+// The record's fields, in their order; strong references, null only until they are filled.
+inline PyObject** items_of(PyObject* record) { return reinterpret_cast<PyObject**>(record + 1); }
+
+// How a field's type is annotated.
+const char* annotation_of(FieldType type);
+
+// The value as a field of that type holds it: a new reference, or null with a TypeError or
+// ValueError set.
+PyObject* field_value(const ModuleState& state, const char* record, const Field& field,
+                      PyObject* value);
+
+// The slots that need no names. items, not fields: what a type of N fields stores.
+PyObject* make_record(const RecordSpec& spec, PyTypeObject* type, PyObject* arguments,
+                      PyObject* keywords);
+PyObject* repr_of_record(const RecordSpec& spec, PyObject* self);
+PyObject* compare_records(PyObject* self, PyObject* other, int operation);
+PyObject* reduce_record(PyObject* self, PyObject* none);
+void deallocate_record(PyObject* self);
+int traverse_record(PyObject* self, visitproc visit, void* arg);
+int clear_record(PyObject* self);
+
+}  // namespace engines::treesitter::python

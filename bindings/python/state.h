@@ -1,0 +1,47 @@
+// What one import of the module owns, and what its functions find each other's types by.
+//
+// Nothing of it is a global, so that every interpreter of the process has a module of its own. Read
+// and written with the interpreter's lock held.
+#pragma once
+
+#include <Python.h>
+
+#include <array>
+#include <cstddef>
+
+namespace engines::treesitter::python {
+
+inline constexpr std::size_t KIND_COUNT = 9;  // of models::SymbolKind
+
+// All members are strong references. Those of the second group are null until first needed.
+struct ModuleState {
+  PyTypeObject* symbol;
+  PyTypeObject* reference_info;
+  PyTypeObject* parse_result;
+  PyTypeObject* language_info;
+  PyTypeObject* engine;
+  PyTypeObject* parse_many;
+  PyObject* result_limit_error;
+  PyObject* parse_error;
+  PyObject* symbol_kind;
+  std::array<PyObject*, KIND_COUNT>
+      kinds;  // the enumeration's members, in the order of the model's
+
+  PyObject* logger;
+  PyObject* process_engine;  // what unpickling an engine gives
+  PyObject* body_digest_re;
+};
+
+inline ModuleState& state_of_module(PyObject* module) {
+  return *static_cast<ModuleState*>(PyModule_GetState(module));
+}
+
+// `self` is an instance of one of the module's types, none of which can be derived from.
+inline ModuleState& state_of(PyObject* self) {
+  return *static_cast<ModuleState*>(PyType_GetModuleState(Py_TYPE(self)));
+}
+
+// The module function that gives the process-wide engine; TreeSitterEngine.__reduce__ names it.
+PyObject* process_engine(PyObject* module, PyObject* none);
+
+}  // namespace engines::treesitter::python
