@@ -10,6 +10,7 @@
 #include "tests/support/engine_peer.h"
 #include "tests/support/parse.h"
 #include "tests/support/parsed_tree.h"
+#include "tests/support/sanitizers.h"
 
 namespace engines::treesitter {
 namespace {
@@ -127,7 +128,7 @@ TEST(ReferenceWalkTest, ManyLinesOfOneReferenceEach) {
 }
 
 TEST(ReferenceWalkTest, AMillionReferencesOnOneLine) {
-  constexpr std::size_t COUNT = 500'000;  // each a name and a module
+  constexpr std::size_t COUNT = IS_SANITIZED ? 50'000 : 500'000;  // each a name and a module
   std::string source = "import ";
   for (std::size_t i = 0; i < COUNT; ++i) source += 'm' + std::to_string(i) + ',';
   source.back() = '\n';
@@ -135,7 +136,7 @@ TEST(ReferenceWalkTest, AMillionReferencesOnOneLine) {
 }
 
 TEST(ReferenceWalkTest, LinesAfterABusyOne) {
-  constexpr std::size_t COUNT = 100'000;
+  constexpr std::size_t COUNT = IS_SANITIZED ? 10'000 : 100'000;
   std::string source;
   for (std::size_t i = 0; i < COUNT; ++i) source += 'f' + std::to_string(i) + "();";
   for (std::size_t i = 0; i < COUNT; ++i) source += "\ng" + std::to_string(i) + "();";
@@ -143,7 +144,7 @@ TEST(ReferenceWalkTest, LinesAfterABusyOne) {
 }
 
 TEST(ReferenceWalkTest, CallsNestedAHundredThousandDeep) {
-  constexpr std::size_t DEPTH = 100'000;
+  constexpr std::size_t DEPTH = IS_SANITIZED ? 20'000 : 100'000;
   std::string source;
   for (std::size_t i = 0; i < DEPTH; ++i) source += "f(\n";
   source += std::string(DEPTH, ')');

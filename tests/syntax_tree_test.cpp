@@ -14,6 +14,7 @@
 #include "engines/languages/language.h"
 #include "tests/support/inputs.h"
 #include "tests/support/parsed_tree.h"
+#include "tests/support/sanitizers.h"
 
 namespace engines::treesitter {
 namespace {
@@ -201,7 +202,7 @@ TEST(SyntaxTreeTest, SiblingsOfNodesWithoutWidth) {
 }
 
 TEST(SyntaxTreeTest, DeepAndWide) {
-  constexpr std::size_t COUNT = 100'000;
+  constexpr std::size_t COUNT = IS_SANITIZED ? 10'000 : 100'000;
   compare(repeated("[", COUNT) + repeated("]", COUNT), "json", false);
   compare(repeated("{\"a\":", COUNT) + "1" + repeated("}", COUNT), "json", false);
   compare("[" + repeated("1,", COUNT) + "1]", "json", false);
