@@ -200,8 +200,10 @@ void read_tree(const File& file, Counts& counts) {
                              static_cast<std::uint32_t>(file.bytes.size())),
       ts_tree_delete);
   const Source source(file.bytes);
+  ParseArena arena;  // where the tree would lie; the reader counts its own memory there
   const std::int64_t start = nanoseconds(CLOCK_THREAD_CPUTIME_ID);
-  counts.nodes += SyntaxTree({}, *tree, language, source).size();
+  counts.nodes +=
+      SyntaxTree(engines::treesitter::ArenaLease(&arena), *tree, language, source).size();
   counts.inner_nanoseconds += nanoseconds(CLOCK_THREAD_CPUTIME_ID) - start;
 }
 

@@ -159,7 +159,8 @@ def print_valid(session):
         ways = [Way(session.stock, "parse")]
         ways += [Way(engine, mode) for engine in session.engines for mode in modes]
         stock, *times = session.take_turns(group, ways)
-        if stock is None:
+        if stock is None or None in times:
+            print(f"{group.name} is left out: a program died on it.")
             continue
         stock_peak = session.peak_memory("stock", group, group.largest)
         largest = (session.folder / group.largest).stat().st_size
