@@ -1,0 +1,53 @@
+"""The installed package, made once for all tests: cmake --install into a folder of its own.
+
+ctest sets BUILD_FOLDER, SOURCE_FOLDER, NODE_MODULES, CMAKE_COMMAND and COMPILER.
+"""
+import os
+import pathlib
+import subprocess
+
+import pytest
+
+BUILD = pathlib.Path(os.environ["BUILD_FOLDER"])
+SOURCE = pathlib.Path(os.environ["SOURCE_FOLDER"])
+NODE_MODULES = pathlib.Path(os.environ["NODE_MODULES"])
+CMAKE = os.environ["CMAKE_COMMAND"]
+COMPILER = os.environ["COMPILER"]
+
+
+def run(*command, **options):
+    """The command's standard output; a failure shows all that it printed."""
+    done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, timeout=600, check=False, **options)
+    assert done.returncode == 0, f"{command} gave {done.returncode}:\n{done.stdout}"
+    return done.stdout
+
+
+@pytest.fixture(scope="session")
+def prefix(tmp_path_factory):
+    folder = tmp_path_factory.mktemp("prefix") / "opt"
+    run(CMAKE, "--install", BUILD, "--prefix", folder)
+    return folder
+
+
+@pytest.fixture(scope="session")
+def site(prefix):
+    """Where the installed module lies."""
+    (module,) = prefix.glob("lib/python3*/*-packages/treesitter.*.so")
+    return module.parent
+
+
+@pytest.fixture(scope="session")
+def pkg_config(prefix):
+    environment = {**os.environ, "PKG_CONFIG_PATH": str(prefix / "lib" / "pkgconfig")}
+
+    def flags(*options):
+        return run("pkg-config", *options, "treesitter-engine", env=environment).split()
+    return flags
+
+
+@pytest.fixture
+def sources(tmp_path):
+    """A file that parses, and one that is not there."""
+    (tmp_path / "a.py").write_text("def f(): pass\n")
+    return [tmp_path / "a.py", tmp_path / "missing.py"]

@@ -1,0 +1,111 @@
+"""The C++ package, as projects that have only the installed files use it."""
+import re
+import subprocess
+
+import pytest
+
+from conftest import CMAKE, COMPILER, NODE_MODULES, SOURCE, run
+
+CONSUMER = SOURCE / "tests" / "consumer"
+
+
+def expect_answers(program, sources):
+    present, missing = sources
+    assert run(program, present, missing).splitlines() == [
+        "16 languages",
+        "function f",
+        f"log Failed to read file {missing}: [Errno 2] No such file or directory: '{missing}'",
+        f"Failed to read file: [Errno 2] No such file or directory: '{missing}'",
+        "invalid start byte",
+    ]
+
+
+def test_found_by_cmake(prefix, sources, tmp_path):
+    run(CMAKE, "-S", CONSUMER, "-B", tmp_path / "build", f"-DCMAKE_PREFIX_PATH={prefix}",
+        f"-DCMAKE_CXX_COMPILER={COMPILER}")
+    run(CMAKE, "--build", tmp_path / "build")
+    expect_answers(tmp_path / "build" / "consumer", sources)
+
+
+@pytest.mark.parametrize("compiler", ["g++", "clang++"])
+def test_found_by_pkg_config(compiler, pkg_config, sources, tmp_path):
+    if subprocess.run(["which", compiler], capture_output=True, check=False).returncode != 0:
+        pytest.skip(f"no {compiler} here")
+    run(compiler, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror",
+        CONSUMER / "consumer.cpp", *pkg_config("--cflags", "--libs"), "-o", tmp_path / "consumer")
+    expect_answers(tmp_path / "consumer", sources)
+
+
+def test_an_installation_can_be_moved(prefix, sources, tmp_path):
+    moved = tmp_path / "elsewhere"
+    run("cp", "-r", prefix, moved)
+    run(CMAKE, "-S", CONSUMER, "-B", tmp_path / "build", f"-DCMAKE_PREFIX_PATH={moved}",
+        f"-DCMAKE_CXX_COMPILER={COMPILER}")
+    run(CMAKE, "--build", tmp_path / "build")
+    expect_answers(tmp_path / "build" / "consumer", sources)
+
+
+def test_headers_need_only_themselves(prefix, pkg_config, tmp_path):
+    folder = prefix / "include" / "treesitter-engine"
+    headers = sorted(folder.rglob("*.h"))
+    assert len(headers) == 4
+    for header in headers:
+        text = header.read_text()
+        assert not re.search(r"^\s*#\s*(define|if|ifdef|ifndef)\b", text, re.MULTILINE), header
+        assert "tree_sitter/" not in text, header
+        source = tmp_path / "alone.cpp"
+        source.write_text(f'#include "{header.relative_to(folder)}"\n')
+        run(COMPILER, "-std=c++20", "-fsyntax-only", f"-I{folder}", source)
+
+
+def test_names_of_c_are_local(prefix):
+    # Weak ones are the compiler's own, such as the pointer to the handler of exceptions.
+    symbols = run("nm", "--defined-only", "--extern-only", "--format=posix",
+                  prefix / "lib" / "libtreesitter-engine.a")
+    names = [line.split()[:2] for line in symbols.splitlines() if len(line.split()) > 2]
+    assert names
+    assert [name for name, kind in names if kind in "TDBRC" and not name.startswith("_Z")] == []
+
+
+@pytest.fixture(scope="module")
+def other_core(tmp_path_factory):
+    """Another build of the tree-sitter library, as a host may have loaded it: everything visible."""
+    folder = tmp_path_factory.mktemp("core")
+    core = NODE_MODULES / "tree-sitter" / "vendor" / "tree-sitter" / "lib"
+    grammar = NODE_MODULES / "tree-sitter-json" / "src"
+    run("gcc", "-shared", "-fPIC", "-O1", "-w", "-D_GNU_SOURCE", f"-I{core}/include", f"-I{core}/src",
+        f"-I{grammar}", core / "src" / "lib.c", grammar / "parser.c", "-o",
+        folder / "libtree-sitter.so")
+    return folder / "libtree-sitter.so"
+
+
+@pytest.mark.parametrize("order", ["ours first", "other first"])
+def test_two_cores_in_one_program(order, other_core, pkg_config, tmp_path):
+    libraries = [*pkg_config("--libs"), str(other_core), f"-Wl,-rpath,{other_core.parent}"]
+    if order == "other first":
+        libraries = libraries[-2:] + libraries[:-2]
+    run("g++", "-std=c++20", "-O1", *pkg_config("--cflags"), CONSUMER / "two_cores.cpp", *libraries,
+        "-o", tmp_path / "two_cores")
+    assert run(tmp_path / "two_cores") == "both\n"
+
+
+def test_two_cores_in_one_interpreter(other_core, site):
+    # The other core's names are visible to all that is loaded later, as RTLD_GLOBAL makes them.
+    run("/usr/bin/python3", "-c", f"""
+import ctypes, sys
+other = ctypes.CDLL({str(other_core)!r}, mode=ctypes.RTLD_GLOBAL)
+sys.path.insert(0, {str(site)!r})
+import treesitter
+
+@ctypes.CFUNCTYPE(ctypes.c_void_p, ctypes.c_size_t)
+def malloc(size):
+    raise SystemExit("the other core's memory was asked for")
+
+other.ts_set_allocator(malloc, None, None, None)
+engine = treesitter.TreeSitterEngine()
+assert engine.parse_content('{{"a": 1}}', "json", "a.json").symbols[0].name == "a"
+other.ts_set_allocator(None, None, None, None)
+other.ts_parser_new.restype = ctypes.c_void_p
+other.ts_parser_delete.argtypes = [ctypes.c_void_p]
+other.ts_parser_delete(other.ts_parser_new())
+""")
