@@ -14,7 +14,8 @@ struct TSLanguage;
 TSParser* ts_parser_new();
 void ts_parser_delete(TSParser* parser);
 bool ts_parser_set_language(TSParser* parser, const TSLanguage* language);
-TSTree* ts_parser_parse_string(TSParser* parser, const TSTree* old, const char* text, unsigned size);
+TSTree* ts_parser_parse_string(TSParser* parser, const TSTree* old, const char* text,
+                               unsigned size);
 void ts_tree_delete(TSTree* tree);
 void ts_set_allocator(void* (*)(std::size_t), void* (*)(std::size_t, std::size_t),
                       void* (*)(void*, std::size_t), void (*)(void*));
@@ -29,7 +30,9 @@ void* counted_malloc(std::size_t size) { return ++requests, std::malloc(size); }
 void* counted_calloc(std::size_t count, std::size_t size) {
   return ++requests, std::calloc(count, size);
 }
-void* counted_realloc(void* block, std::size_t size) { return ++requests, std::realloc(block, size); }
+void* counted_realloc(void* block, std::size_t size) {
+  return ++requests, std::realloc(block, size);
+}
 
 bool parse_with_the_other() {
   TSParser* const parser = ts_parser_new();
