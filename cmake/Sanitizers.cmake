@@ -8,6 +8,11 @@ endif()
 add_compile_options(
   -fsanitize=${TREESITTER_ENGINE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
 add_link_options(-fsanitize=${TREESITTER_ENGINE_SANITIZE})
+# libFuzzer learns which paths an input took, in the core and the grammars too. Comparisons are not
+# traced: that takes more than half of the time, and the words of a grammar come from our mutator.
+if(TREESITTER_ENGINE_FUZZ)
+  add_compile_options(-fsanitize-coverage=inline-8bit-counters,pc-table)
+endif()
 
 # Linked into every executable of ours by treesitter_engine_target.
 add_library(sanitizer_defaults OBJECT cmake/sanitizer_defaults.cpp)

@@ -1,0 +1,35 @@
+#!/usr/bin/python3
+"""Makes the seeds of a fuzzing campaign from the inputs of the golden tests.
+
+  make_seeds.py FOLDER
+
+Writes FOLDER/parse (a byte that names the language, then the source), FOLDER/text (four bytes of
+numbers, then the source) and FOLDER/paths.
+"""
+import pathlib
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+# In the order of languages::language_names().
+LANGUAGES = ("python", "javascript", "typescript", "tsx", "java", "go", "rust", "csharp", "ruby",
+             "php", "sql", "markdown", "xml", "json", "yaml", "toml")
+
+
+def main():
+    target = pathlib.Path(sys.argv[1])
+    for name in ("parse", "text", "paths"):
+        (target / name).mkdir(parents=True, exist_ok=True)
+    for source in sorted((ROOT / "tests" / "golden").glob("*/*/input.*")):
+        language, case = source.parts[-3:-1]
+        seed = f"{language}-{case}"
+        content = source.read_bytes()
+        if language in LANGUAGES:
+            number = bytes([LANGUAGES.index(language)])
+            (target / "parse" / seed).write_bytes(number + content)
+        (target / "text" / seed).write_bytes(b"\0\5\0\50" + content)
+        (target / "paths" / seed).write_bytes(f"{language}/{source.name}".encode())
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,33 @@
+// Any text in any language through parse_content. The first byte names the language.
+#include <cstddef>
+#include <cstdint>
+
+#include "engines/languages/languages.h"
+#include "engines/treesitter/core/text.h"
+#include "fuzz/parse_fuzzing.h"
+
+namespace {
+
+using namespace engines;
+using namespace engines::treesitter;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  static const TreeSitterEngine engine;
+  const auto names = languages::language_names();
+  const std::string_view language = names[data[0] % names.size()];
+  const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
+
+  std::string content(bytes);
+  if (find_ill_formed(bytes).size > 0) {
+    const auto refused = [&] { return engine.parse_content(bytes, language, "a/input.x"); };
+    fuzz::require(std::holds_alternative<std::string>(fuzz::answer_of(refused)),
+                  "content that is no UTF-8 is refused");
+    content = decode_replacing(bytes);
+  }
+  fuzz::checked_answer([&] { return engine.parse_content(content, language, "a/input.x"); },
+                       content, "a.input.");
+  return 0;
+}

@@ -1,0 +1,89 @@
+// The killers: each in a process of its own, on a thread with a stack of 64 KiB, within the bounds
+// of time and memory, with the outcome that its row names. killers/make_killers.py makes them.
+//
+// A program of its own with one thread, since it makes processes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "engines/languages/language.h"
+#include "fuzz/child_run.h"
+#include "tests/support/sanitizers.h"
+
+namespace engines::treesitter::fuzz {
+namespace {
+
+struct Killer {
+  std::string file;
+  std::string language;
+  std::string expected;
+};
+
+void PrintTo(const Killer& killer, std::ostream* output) { *output << killer.file; }
+
+std::vector<Killer> killers() {
+  std::vector<Killer> all;
+  std::ifstream index(KILLERS_DIR "/index.tsv");
+  for (std::string line; std::getline(index, line);) {
+    std::istringstream columns(line);
+    Killer killer;
+    std::getline(columns, killer.file, '\t');
+    std::getline(columns, killer.language, '\t');
+    std::getline(columns, killer.expected);
+    all.push_back(killer);
+  }
+  return all;
+}
+
+std::string bytes_of(const Killer& killer) {
+  std::ifstream file(KILLERS_DIR "/" + killer.file, std::ios::binary);
+  EXPECT_TRUE(file.good()) << killer.file;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool is_guard(const std::string& text) { return text.starts_with("Parse error: "); }
+
+bool is_answer(const std::string& text) {
+  return is_guard(text) || text.starts_with("parsed: ") || text.starts_with("thrown: ");
+}
+
+void expect_outcome(const Killer& killer, const Outcome& outcome) {
+  EXPECT_EQ(outcome.signal, 0);
+  if (IS_SANITIZED || killer.expected == "an answer") {
+    EXPECT_TRUE(is_answer(outcome.text)) << outcome.text;
+  } else if (killer.expected == "a guard") {
+    EXPECT_TRUE(is_guard(outcome.text)) << outcome.text;
+  } else {
+    EXPECT_EQ(outcome.text, killer.expected);
+  }
+}
+
+class KillersTest : public testing::TestWithParam<Killer> {};
+
+TEST_P(KillersTest, IsAnsweredWithinTheBounds) {
+  const Killer& killer = GetParam();
+  const std::string content = bytes_of(killer);
+  languages::get_language(killer.language);  // so that it is not the child that builds it
+  ChildRun run(content, killer.language, IS_SANITIZED ? 0 : 64 * 1024);
+  const Outcome outcome = run.finish();
+  expect_outcome(killer, outcome);
+  if (IS_SANITIZED) return;
+  EXPECT_LE(outcome.seconds, allowed_seconds(content.size()));
+  EXPECT_LE(outcome.bytes, allowed_bytes(content.size()));
+}
+
+std::string test_name(const testing::TestParamInfo<Killer>& info) {
+  std::string name = info.param.file;
+  std::replace(name.begin(), name.end(), '.', '_');
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Killers, KillersTest, testing::ValuesIn(killers()), test_name);
+
+}  // namespace
+}  // namespace engines::treesitter::fuzz
