@@ -219,6 +219,8 @@ bool is_usable(const Iteration* iteration) {
 }
 
 PyObject* next(PyObject* self) {
+  // A caller such as list() asks again and again without Python code in between.
+  if (PyErr_CheckSignals() != 0) return nullptr;
   Iteration* const iteration = iteration_of(self);
   if (!is_usable(iteration)) return nullptr;
   ModuleState& state = state_of(self);

@@ -95,7 +95,7 @@ bool accepts_symbol(PyObject* const* items) {
                                     .is_export = false,
                                     .docstring = std::nullopt,
                                     .body_digest = std::nullopt};
-  if (!model_text_from(items[2], arguments.name) || !model_text_from(items[4], arguments.fqn) ||
+  if (!model_text_from(items[2], arguments.name) ||
       !line_from(items[5], "start_line", arguments.start_line) ||
       !line_from(items[6], "end_line", arguments.end_line)) {
     return false;
@@ -129,8 +129,8 @@ constexpr RecordSpec SYMBOL = {
         "Symbol(id, file_id, name, kind, fqn, start_line, end_line, signature, is_export, "
         "docstring, body_digest)\n--\n\n"
         "One declaration of a source file.\n\n"
-        "Rejected with ValueError: a kind that is none of the nine, U+0000 in name or fqn, lines\n"
-        "that are not 1-based or run backwards.",
+        "Rejected with ValueError: a kind that is none of the nine, U+0000 in name, lines that\n"
+        "are not 1-based or run backwards.",
     .fields = SYMBOL_FIELDS,
     .is_collected = false,
     .accepts = accepts_symbol,

@@ -1,115 +1,118 @@
-"""The module as a host meets it. Run by ctest with PYTHONPATH set to the module's folder."""
-import dataclasses
-import logging
-import os
-import pickle
-import threading
+"""The module as such: its import, constants, helpers and languages."""
+import inspect
+import json
+import pathlib
+import re
+import types
 
 import pytest
 
 import treesitter
+from conftest import run_python
 
-SOURCE = "class A:\n    '''Doc.'''\n    def f(self):\n        return g(self)\n"
-
-
-@pytest.fixture
-def engine():
-    return treesitter.TreeSitterEngine()
+LOCK_FILE = pathlib.Path(__file__).parents[2] / "package-lock.json"
 
 
-@pytest.fixture
-def result(engine):
-    return engine.parse_content(SOURCE, "python", "pkg/a.py", 3)
+def test_import_is_light():
+    assert run_python("""
+        import os, sys
+        open_files = os.listdir("/proc/self/fd")
+        before = set(sys.modules)
+        import treesitter
+        heavy = {"threading", "logging", "dataclasses", "re", "inspect"}
+        print(sorted((set(sys.modules) - before) & heavy))
+        print(len(os.listdir("/proc/self/task")), os.listdir("/proc/self/fd") == open_files)
+    """) == "[]\n1 True\n"
 
 
-def test_records_are_plain_values(result):
-    symbol = result.symbols[0]
-    assert (symbol.name, symbol.fqn, symbol.file_id, symbol.docstring) == ("A", "pkg.a.A", 3, "Doc.")
-    assert symbol.kind == "class" and symbol.kind is treesitter.SymbolKind("class")
-    assert result.references == [treesitter.ReferenceInfo(name="g", line=4, kind="call")]
-    assert pickle.loads(pickle.dumps(result, 5)) == result
-    assert dataclasses.asdict(result)["references"] == [{"name": "g", "line": 4, "kind": "call"}]
-    assert repr(result.references[0]) == "ReferenceInfo(name='g', line=4, kind='call')"
-    match symbol:
-        case treesitter.Symbol(name="A", is_export=True):
-            pass
-        case _:
-            pytest.fail("no match")
-    with pytest.raises(TypeError):
-        treesitter.ReferenceInfo(name="g", line=4)
+def test_imported_twice_and_in_another_interpreter():
+    assert run_python("""
+        import sys, _xxsubinterpreters
+        import treesitter as first
+        del sys.modules["treesitter"]
+        import treesitter as second
+        made = first.TreeSitterEngine().parse_content("def f(): pass", "python", "a.py")
+        print(isinstance(made, first.ParseResult), first is not second)
+        other = _xxsubinterpreters.create()
+        _xxsubinterpreters.run_string(other, '''if True:
+            import treesitter
+            made = treesitter.TreeSitterEngine().parse_content("def f(): pass", "python", "a.py")
+            print(made.symbols[0].name, flush=True)''')
+        _xxsubinterpreters.destroy(other)
+        print(second.TreeSitterEngine().parse_content("def x(): pass", "python", "a.py").symbols[0].name)
+    """) == "True True\nf\nx\n"
 
 
-def test_file_and_content_agree(engine, tmp_path):
-    path = tmp_path / "a.py"
-    path.write_text(SOURCE)
-    from_file = engine.parse_file(path)
-    assert from_file == engine.parse_content(SOURCE, "python", str(path))
-    assert from_file == engine.parse_file(os.fsencode(path))
-    assert engine.parse_file("a.unknown") is None
+def test_constants():
+    assert (treesitter.MAX_DOCSTRING_LENGTH, treesitter.TRUNCATION_SUFFIX,
+            treesitter.MAX_BODY_DIGEST_LENGTH, treesitter.IMPORT_MODULE_KIND) == (
+                500, "...", 800, "import_module")
 
 
-def test_odd_paths_survive(engine, tmp_path):
-    path = os.fsdecode(os.fsencode(tmp_path) + b"/\xff.py")
-    with open(path, "w") as file:
-        file.write(SOURCE)
-    result = engine.parse_file(path)
-    assert result.path == path
-    assert result.symbols[0].fqn.endswith(".\udcff.A")
+@pytest.mark.parametrize("line, end", [
+    ("x = 1", None), ("if x:", 2), ("f (x)", 3), ("été(x)", 4), ("iffy", None), ("\N{NKO DIGIT ONE}(", 2),
+    ("a if b", 4), ("@go:", 3), ("_(", 2)])
+def test_body_digest_expression(line, end):
+    assert isinstance(treesitter._BODY_DIGEST_RE, re.Pattern)
+    assert treesitter._BODY_DIGEST_RE is treesitter._BODY_DIGEST_RE
+    found = treesitter._BODY_DIGEST_RE.search(line)
+    assert (found and found.end()) == end
 
 
-def test_errors_are_pythons(engine):
-    with pytest.raises(UnicodeEncodeError):
-        engine.parse_content("\ud800", "python", "a.py")
-    with pytest.raises(ValueError):
-        engine.parse_content(SOURCE, "python", "")
-    with pytest.raises(TypeError):
-        engine.parse_content(SOURCE, 3, "a.py")
+@pytest.mark.parametrize("length", [0, 1, 499, 500, 501, 5_000])
+@pytest.mark.parametrize("letter", ["a", "é", "\U0001F600"])
+def test_truncate_docstring(length, letter):
+    text = letter * length
+    cut = (letter * 497 + "...", True)
+    assert treesitter._truncate_docstring(text) == (cut if length > 500 else (text, False))
 
 
-def test_undecodable_name(engine, tmp_path):
-    path = tmp_path / "a.json"
-    path.write_bytes(b'{"\xff": 1}')
+@pytest.mark.parametrize("text, stripped", [
+    ("'a'", "a"), ('"a"', "a"), ("''", ""), ('""', ""), ("'", "'"), ("'a\"", "'a\""), ("", ""),
+    ("'a'b'", "a'b"), ("é", "é"), ("a", "a")])
+def test_strip_matching_quotes(text, stripped):
+    assert treesitter._strip_matching_quotes(text) == stripped
+
+
+def test_node_text():
+    node = types.SimpleNamespace
+    assert treesitter._node_text(node(text=None)) is None
+    assert treesitter._node_text(node(text=b"")) is None
+    assert treesitter._node_text(node(text=b"\xc3\xa9")) == "é"
     with pytest.raises(UnicodeDecodeError):
-        engine.parse_file(path)
+        treesitter._node_text(node(text=b"\xe9"))
+    with pytest.raises(TypeError):
+        treesitter._node_text(node(text="é"))
+    with pytest.raises(AttributeError):
+        treesitter._node_text(b"a")
 
 
-def test_read_failure_reads_and_logs_as_oserror(engine, tmp_path, caplog):
-    path = str(tmp_path / "missing 'é'.py")
-    with caplog.at_level(logging.DEBUG, "engines.treesitter"):
-        result = engine.parse_file(path)
-    with pytest.raises(OSError) as error:
-        open(path)
-    assert result.errors == [f"Failed to read file: {error.value}"]
-    (record,) = caplog.records
-    assert record.levelno == logging.WARNING and record.args[0] == path
-    assert isinstance(record.exc_info[1], FileNotFoundError)
+def test_languages():
+    names = ("python javascript typescript tsx java go rust csharp ruby php sql markdown xml json "
+             "yaml toml").split()
+    infos = treesitter.language_infos()
+    assert sorted(treesitter.language_names()) == sorted(names)
+    assert [info.name for info in infos] == list(treesitter.language_names())
+    packages = json.loads(LOCK_FILE.read_text(encoding="utf-8"))["packages"]
+    for info in infos:
+        assert packages[f"node_modules/{info.grammar_package}"]["version"] == info.grammar_version
+        for example in [*info.file_names, *("a" + suffix for suffix in info.suffixes)]:
+            assert treesitter.detect_language(f"src/{example}") == info.name
+    assert packages["node_modules/tree-sitter"]["version"] == treesitter.core_version()
+    assert treesitter.detect_language("a.unknown") is None
+    assert treesitter.detect_language(b"\xff.rb") == "ruby"
 
 
-def test_parse_many_keeps_the_order_and_never_raises(tmp_path):
-    paths = []
-    for i in range(50):
-        path = tmp_path / f"m{i}.py"
-        if i % 7:
-            path.write_text(f"def f{i}(): pass\n")
-        paths.append(str(path))
-    for threads in (1, 4):
-        results = list(treesitter.parse_many(iter(paths), threads=threads))
-        assert [result.path for result in results] == paths
-        assert [bool(result.errors) for result in results] == [i % 7 == 0 for i in range(50)]
-
-
-def test_one_engine_serves_all_threads(engine, result):
-    results = []
-    parse = lambda: results.extend(engine.parse_content(SOURCE, "python", "pkg/a.py", 3)
-                                   for _ in range(50))
-    threads = [threading.Thread(target=parse) for _ in range(8)]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
-    assert len(results) == 400 and all(each == result for each in results)
-
-
-def test_engine_pickles():
-    engine = pickle.loads(pickle.dumps(treesitter.TreeSitterEngine()))
-    assert engine.parse_content(SOURCE, "python", "a.py").symbols
+def test_help():
+    for name in treesitter.__all__:
+        made = getattr(treesitter, name)
+        if inspect.isroutine(made) or inspect.isclass(made):
+            assert inspect.getdoc(made), name
+    for function in [treesitter.parse_many, treesitter.detect_language,
+                     treesitter.TreeSitterEngine.parse_file, treesitter.TreeSitterEngine.parse_content]:
+        assert inspect.getdoc(function) and inspect.signature(function).parameters
+    assert str(inspect.signature(treesitter.TreeSitterEngine.parse_content)) == (
+        "(self, /, content, language, file_path, file_id=0)")
+    assert set(treesitter.__all__) == {name for name in dir(treesitter) if name[0] != "_"}
+    with pytest.raises(AttributeError, match="module 'treesitter' has no attribute 'nothing'"):
+        treesitter.nothing

@@ -1,0 +1,32 @@
+"""What the tests of the module share. ctest sets PYTHONPATH to the module's folder."""
+import os
+import subprocess
+import sys
+import textwrap
+
+import pytest
+
+import treesitter
+
+SOURCE = "class A:\n    '''Doc.'''\n    def f(self):\n        return g(self)\n"
+NESTED_KEYS = '{"key":' * 9_000 + "1" + "}" * 9_000  # whose qualified names are out of proportion
+
+
+@pytest.fixture
+def engine():
+    return treesitter.TreeSitterEngine()
+
+
+@pytest.fixture
+def source_file(tmp_path):
+    path = tmp_path / "a.py"
+    path.write_text(SOURCE, encoding="utf-8")
+    return str(path)
+
+
+def run_python(code, *arguments, expected=0):
+    """The output of an interpreter of its own, which must end in order and say nothing else."""
+    done = subprocess.run([sys.executable, "-c", textwrap.dedent(code), *map(os.fspath, arguments)],
+                          capture_output=True, text=True, timeout=300, check=False)
+    assert (done.returncode, done.stderr) == (expected, "")
+    return done.stdout

@@ -1,0 +1,66 @@
+"""Paths in all their forms, and names that are no UTF-8."""
+import os
+
+import pytest
+
+import treesitter
+from conftest import SOURCE
+
+
+class AsText(os.PathLike):
+    def __init__(self, path):
+        self.path = path
+
+    def __fspath__(self):
+        return self.path
+
+
+ODD_NAMES = [b"plain", b"\xff", b"caf\xe9", "caf\u00e9".encode(), b"a\nb", b"a b", b"it's", b'"', b"\\",
+             b"\x01", "\U0001F600".encode(), b"\xed\xa0\x80", b"\xc3", b"-", b"~", b"%s"]
+
+
+def forms(path):
+    """The path as each type that a caller may have."""
+    text = os.fsdecode(path)
+    return [path, text, AsText(path), AsText(text)]
+
+
+@pytest.mark.parametrize("name", ODD_NAMES)
+def test_odd_names_survive(engine, tmp_path, name):
+    folder = os.path.join(os.fsencode(tmp_path), b"in " + name)
+    os.mkdir(folder)
+    path = os.path.join(folder, name + b".py")
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(SOURCE)
+    text = os.fsdecode(path)
+    prefix = text[1:-len(".py")].replace("\\", ".").replace("/", ".")
+    for form in forms(path):
+        result = engine.parse_file(form)
+        assert result.path == text and result.errors == []
+        assert [symbol.fqn for symbol in result.symbols] == [f"{prefix}.A", f"{prefix}.A.f"]
+        assert engine.parse_content(SOURCE, "python", form) == result
+        assert next(treesitter.parse_many([form])) == result
+
+
+@pytest.mark.parametrize("path, fqn", [
+    ("./src//a.py", "src.a.A"), ("../up/m.py", "up.m.A"), ("/abs/x.py", "abs.x.A"), ("a.tar.gz", "a.tar.A"),
+    ("C:\\proj\\a.ts", "C:.proj.a.A"), ("cfg/.rc.py", "cfg..rc.A"), ("Makefile", "Makefile.A"),
+    ("a/", "a.A"), ("nul\0.py", "nul\0.A")])
+def test_the_path_is_as_given_and_the_prefix_normal(engine, path, fqn):
+    result = engine.parse_content(SOURCE, "python", path)
+    assert result.path == path
+    assert result.symbols[0].fqn == fqn
+
+
+def test_a_path_that_is_none(engine):
+    class Odd(os.PathLike):
+        def __fspath__(self):
+            raise LookupError("odd")
+    for call in (engine.parse_file, treesitter.detect_language):
+        with pytest.raises(LookupError, match="odd"):
+            call(Odd())
+
+
+def test_unknown_languages_are_not_read(engine):
+    assert engine.parse_file("/nowhere/a.unknown") is None
+    assert engine.parse_file("") is None
