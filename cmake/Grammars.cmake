@@ -30,7 +30,21 @@ function(_third_party_target target)
 endfunction()
 
 set(_core "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/vendor/tree-sitter/lib")
-add_library(tree_sitter_core STATIC "${_core}/src/lib.c")
+# The one change in a source that options cannot say: the core is compiled from a copy of lib.c, with
+# a stack.c beside it that has our stack_node_release (cmake/stack_release.h).
+set(_patched "${PROJECT_BINARY_DIR}/generated/core")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${_core}/src/stack.c")
+file(READ "${_core}/src/stack.c" _stack)
+string(REPLACE "static void stack_node_release("
+  "#include \"${PROJECT_SOURCE_DIR}/cmake/stack_release.h\"\nstatic void _recursive_release("
+  _patched_stack "${_stack}")
+if(_patched_stack STREQUAL _stack)
+  message(FATAL_ERROR "The core's stack.c has no stack_node_release; see cmake/stack_release.h")
+endif()
+file(WRITE "${_patched}/stack.c.new" "${_patched_stack}")
+configure_file("${_patched}/stack.c.new" "${_patched}/stack.c" COPYONLY)
+configure_file("${_core}/src/lib.c" "${_patched}/lib.c" COPYONLY)
+add_library(tree_sitter_core STATIC "${_patched}/lib.c")
 _third_party_target(tree_sitter_core)
 target_include_directories(tree_sitter_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
 target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)

@@ -103,6 +103,11 @@ KILLERS = [
     ("nots.rb", "ruby", "!" * 1_000_000, AN_ANSWER),
     ("nested.js", "javascript", nested_functions(3_000), parsed(3_000, 3_000)),
 
+    # Chains of the library's stack, each link of which it once released by a call within a call.
+    ("stack.rs", "rust", "-;" * 15_000, AN_ANSWER),
+    ("stack.java", "java", "- ;" * 10_000, AN_ANSWER),
+    ("stack.go", "go", "{[" * 15_000, AN_ANSWER),
+
     # ---- The size of results ----
     ("keys.json", "json", '{"key":' * 125_000 + "1" + "}" * 125_000,
      "thrown: the symbols of this file hold more text than 272777472 bytes"),
