@@ -90,7 +90,7 @@ void deallocate(PyObject* self) {
 
 // ---- Reading paths ----
 
-// An error text as an exception's last line shows it.
+// The exception's name and text.
 std::string error_text(PyObject* exception) {
   const Owned text(PyObject_Str(exception));
   const char* const utf8 = text ? PyUnicode_AsUTF8(text.get()) : nullptr;

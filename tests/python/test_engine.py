@@ -1,0 +1,157 @@
+"""Parsing: both entry points, the same answers as the tool's, and many threads at once."""
+import concurrent.futures
+import dataclasses
+import gc
+import hashlib
+import json
+import logging
+import os
+import pathlib
+import subprocess
+import sys
+import threading
+
+import pytest
+
+import treesitter
+from conftest import NESTED_KEYS, SOURCE
+
+EXAMPLES = pathlib.Path(__file__).parents[2] / "examples" / "sources"
+
+
+def test_a_whole_result(engine):
+    assert engine.parse_content(SOURCE, "python", "pkg/a.py", 3) == treesitter.ParseResult(
+        path="pkg/a.py", language="python",
+        content_hash=hashlib.sha256(SOURCE.encode()).hexdigest(),
+        symbols=[
+            treesitter.Symbol(
+                id=None, file_id=3, name="A", kind="class", fqn="pkg.a.A", start_line=1, end_line=4,
+                signature="class A:", is_export=True, docstring="Doc.", body_digest=None),
+            treesitter.Symbol(
+                id=None, file_id=3, name="f", kind="function", fqn="pkg.a.A.f", start_line=3,
+                end_line=4, signature="def f(self):", is_export=True, docstring=None,
+                body_digest="return g(self)")],
+        references=[treesitter.ReferenceInfo(name="g", line=4, kind="call")], errors=[])
+
+
+def test_file_and_content_agree(engine, source_file):
+    assert engine.parse_file(source_file, 3) == engine.parse_content(
+        content=SOURCE, language="python", file_path=source_file, file_id=3)
+    assert engine.parse_file(file_path=source_file, file_id=3).symbols[0].file_id == 3
+    assert engine.parse_file(source_file).symbols[0].file_id == 0
+
+
+def test_bytes_are_read_as_they_are(engine, tmp_path):
+    path = tmp_path / "a.py"
+    content = b"def f(): # \xff\n  return 1\r\n"
+    path.write_bytes(content)
+    result = engine.parse_file(path)
+    assert result.content_hash == hashlib.sha256(content).hexdigest()
+    assert result.symbols[0].signature == "def f(): # \N{REPLACEMENT CHARACTER}"
+
+
+@pytest.mark.parametrize("text", ["é", "\U0001F600", "名前"])
+def test_texts_of_every_width(engine, text):
+    result = engine.parse_content(f'def f():\n    """{text}"""\n', "python", "a.py")
+    assert result.symbols[0].docstring == text
+
+
+def test_same_answers_as_the_tool(engine):
+    tool = os.environ["TREESITTER_ENGINE"]
+    paths = sorted(str(path) for path in EXAMPLES.iterdir())
+    assert len(paths) == 16
+    output = subprocess.run([tool, "parse", "--format", "json", *paths], check=True,
+                            capture_output=True, text=True).stdout
+    assert [dataclasses.asdict(engine.parse_file(path)) for path in paths] == [
+        json.loads(line) for line in output.splitlines()]
+
+
+def test_one_engine_serves_all_threads(engine):
+    paths = sorted(EXAMPLES.iterdir())
+    expected = [engine.parse_file(path) for path in paths]
+    start = threading.Barrier(8)
+
+    def work(_):
+        start.wait()
+        return [[engine.parse_file(path) for path in paths] for _ in range(5)]
+    with concurrent.futures.ThreadPoolExecutor(8) as pool:
+        for rounds in pool.map(work, range(8)):
+            assert rounds == [expected] * 5
+
+
+def test_engines_come_and_go_with_threads(source_file):
+    expected = treesitter.TreeSitterEngine().parse_file(source_file)
+
+    def work(engine):
+        assert (engine or treesitter.TreeSitterEngine()).parse_file(source_file) == expected
+    for i in range(200):
+        thread = threading.Thread(target=work, args=[treesitter.TreeSitterEngine() if i % 2 else None])
+        thread.start()
+        thread.join()
+
+
+def test_other_threads_run_meanwhile(engine, tmp_path):
+    path = tmp_path / "large.py"
+    path.write_text(SOURCE * 40_000, encoding="utf-8")
+    begun = threading.Event()
+    ended = []
+
+    def parse():
+        begun.set()
+        engine.parse_file(path)
+        ended.append(True)
+    interval = sys.getswitchinterval()
+    thread = threading.Thread(target=parse)
+    try:
+        sys.setswitchinterval(600)  # the other thread runs only when this one lets it
+        thread.start()
+        begun.wait()
+        assert not ended
+    finally:
+        sys.setswitchinterval(interval)
+        thread.join()
+    assert ended
+
+
+def resident_kib():
+    pages = int(pathlib.Path("/proc/self/statm").read_text(encoding="ascii").split()[1])
+    return pages * os.sysconf("SC_PAGE_SIZE") // 1024
+
+
+@pytest.fixture
+def quiet_log(monkeypatch):
+    """Records are made and dropped; pytest would keep them all."""
+    logger = logging.getLogger("engines.treesitter")
+    monkeypatch.setattr(logger, "propagate", False)
+    handler = logging.NullHandler()
+    logger.addHandler(handler)
+    yield
+    logger.removeHandler(handler)
+
+
+@pytest.mark.usefixtures("quiet_log")
+def test_no_leak_over_100_000_parses(engine, tmp_path):
+    unreadable = str(tmp_path / "missing.py")
+    undecodable = tmp_path / "a.json"
+    undecodable.write_bytes(b'{"\xff": 1}')
+
+    def parse(times):
+        for i in range(times):
+            engine.parse_content(SOURCE, "python", "a.py", i)
+            engine.parse_content("function été() { f() }", "javascript", "a.js")
+            engine.parse_content("x", "cobol", "a.cob")
+            if i % 10 == 0:
+                engine.parse_file(unreadable)
+                with pytest.raises(UnicodeDecodeError):
+                    engine.parse_file(undecodable)
+            if i % 10_000 == 0:
+                with pytest.raises(treesitter.ResultLimitError):
+                    engine.parse_content(NESTED_KEYS, "json", "a.json")
+                list(treesitter.parse_many([undecodable] * 40, threads=2))
+    parse(3_000)
+    gc.collect()
+    blocks, memory = sys.getallocatedblocks(), resident_kib()
+    parse(34_000)
+    gc.collect()
+    assert sys.getallocatedblocks() - blocks < 1_000
+    assert resident_kib() - memory < 2_000

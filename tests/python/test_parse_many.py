@@ -1,0 +1,136 @@
+"""parse_many: in order, bounded, and never raising for one file."""
+import collections
+import itertools
+import os
+import signal
+import subprocess
+import sys
+import time
+
+import pytest
+
+import treesitter
+from conftest import NESTED_KEYS, SOURCE
+
+MOST_AHEAD = 16  # for each thread
+
+
+def thread_count():
+    return len(os.listdir("/proc/self/task"))
+
+
+@pytest.mark.parametrize("threads", [1, 2, 5, None])
+def test_in_the_order_of_the_input(engine, tmp_path, threads):
+    paths = []
+    for i in range(200):
+        path = tmp_path / f"m{i}.py"
+        if i % 7:  # the others are missing
+            path.write_text(SOURCE * (1 + i % 5 * 40), encoding="utf-8")
+        paths.append(str(path) if i % 11 else str(path) + ".unknown")
+    expected = [engine.parse_file(path) for path in paths]
+    assert list(treesitter.parse_many(paths, threads)) == expected
+    assert list(engine.parse_many(iter(paths), threads=threads)) == expected
+    assert list(treesitter.parse_many([], threads)) == []
+
+
+def test_errors_of_files_are_data(tmp_path):
+    (tmp_path / "bad.json").write_bytes(b'{"\xff": 1}')
+    (tmp_path / "nested.json").write_text(NESTED_KEYS, encoding="utf-8")
+    (tmp_path / "good.json").write_text('{"a": 1}', encoding="utf-8")
+    names = ["bad.json", "missing.json", "nested.json", "\ud800.json", "good.json"]
+    paths = [f"{tmp_path}/{name}" for name in names]
+    results = list(treesitter.parse_many(paths, threads=2))
+    assert [result.path for result in results] == paths
+    assert [result.errors and result.errors[0].partition(":")[0] for result in results] == [
+        "UnicodeDecodeError", "Failed to read file", "ResultLimitError",
+        "UnicodeEncodeError", []]
+    assert [result.language for result in results] == ["json", "json", "json", "", "json"]
+    assert results[4].symbols[0].name == "a"
+
+
+@pytest.mark.parametrize("threads", [1, 3])
+def test_paths_are_read_as_results_are_taken(source_file, threads):
+    read = []
+
+    def paths():
+        for i in itertools.count():
+            read.append(i)
+            yield source_file
+    results = treesitter.parse_many(paths(), threads)
+    assert read == []
+    for taken in range(1, 100):
+        next(results)
+        assert taken <= len(read) <= taken + MOST_AHEAD * threads
+    results.close()
+    assert list(results) == []
+
+
+def test_what_paths_raises_comes_at_its_place(source_file):
+    def paths():
+        yield from [source_file] * 3
+        raise LookupError("no more")
+    results = treesitter.parse_many(paths(), threads=2)
+    assert [next(results).errors for _ in range(3)] == [[], [], []]
+    with pytest.raises(LookupError, match="no more"):
+        next(results)
+    assert list(results) == []
+    results = treesitter.parse_many([source_file, 3])
+    assert next(results).symbols
+    with pytest.raises(TypeError):
+        next(results)
+
+
+@pytest.mark.parametrize("arguments, error", [
+    ((), TypeError), ((3,), TypeError), (("a.py",), TypeError), ((b"a.py",), TypeError),
+    (([], "2"), TypeError), (([], 2.0), TypeError), (([], 0), ValueError), (([], -1), ValueError)])
+def test_wrong_arguments(arguments, error):
+    with pytest.raises(error):
+        treesitter.parse_many(*arguments)
+
+
+@pytest.mark.parametrize("end", ["exhausted", "closed", "dropped"])
+def test_threads_end_with_the_iteration(source_file, end):
+    before = thread_count()
+    results = treesitter.parse_many([source_file] * 500, threads=4)
+    next(results)
+    assert thread_count() > before
+    if end == "exhausted":
+        collections.deque(results, maxlen=0)
+    elif end == "closed":
+        results.close()
+        results.close()
+    else:
+        del results
+    assert thread_count() == before
+
+
+def test_not_from_within_itself(source_file):
+    def paths():
+        yield source_file
+        for attempt in (results.close, results.__next__):
+            with pytest.raises(ValueError, match="already executing"):
+                attempt()
+        yield source_file
+    results = treesitter.parse_many(paths(), threads=1)
+    assert len(list(results)) == 2
+
+
+@pytest.mark.parametrize("name", ["a.unknown", "a.py"])
+def test_ctrl_c_comes_between_files(tmp_path, name):
+    (tmp_path / name).write_text(SOURCE, encoding="utf-8")
+    # A deque of no room takes results for ever, and without Python code in between.
+    child = subprocess.Popen(
+        [sys.executable, "-c",
+         "import collections, itertools, sys, treesitter\n"
+         "print('ready', flush=True)\n"
+         "try:\n"
+         "    collections.deque(treesitter.parse_many(itertools.repeat(sys.argv[1])), maxlen=0)\n"
+         "except KeyboardInterrupt:\n"
+         "    print('interrupted')\n", tmp_path / name],
+        stdout=subprocess.PIPE, text=True)
+    with child:
+        assert child.stdout.readline() == "ready\n"
+        time.sleep(0.2)  # into the loop; before it the interruption would be taken as well
+        child.send_signal(signal.SIGINT)
+        assert child.communicate(timeout=60)[0] == "interrupted\n"
+    assert child.returncode == 0

@@ -1,0 +1,97 @@
+"""Engines across processes: pickled, forked, spawned."""
+import copy
+import functools
+import multiprocessing
+import os
+import pickle
+import threading
+
+import pytest
+
+import treesitter
+from conftest import SOURCE, run_python
+
+
+def test_pickled_engines_are_the_one_of_the_process():
+    first = pickle.loads(pickle.dumps(treesitter.TreeSitterEngine(), 5))
+    assert first is pickle.loads(pickle.dumps(first)) is copy.deepcopy(first)
+    assert first.parse_content(SOURCE, "python", "a.py").symbols
+
+
+@pytest.mark.parametrize("method", ["fork", "spawn", "forkserver"])
+def test_work_is_shipped_to_processes(engine, tmp_path, method):
+    paths = []
+    for i in range(20):
+        paths.append(str(tmp_path / f"m{i}.py"))
+        if i % 5:
+            with open(paths[-1], "w", encoding="utf-8") as file:
+                file.write(SOURCE * i)
+    expected = [engine.parse_file(path, 7) for path in paths]
+    with multiprocessing.get_context(method).Pool(2) as pool:
+        assert pool.map(functools.partial(engine.parse_file, file_id=7), paths) == expected
+
+
+def in_child(work):
+    """Forks, and gives the child's exit status: 0 when `work` gave true."""
+    child = os.fork()
+    if child == 0:
+        try:
+            os._exit(0 if work() else 1)
+        finally:
+            os._exit(2)
+    return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
+
+
+def test_forked_while_threads_parse(engine):
+    expected = engine.parse_content(SOURCE, "python", "a.py")
+    stop = threading.Event()
+
+    def parse():
+        while not stop.is_set():
+            engine.parse_content(SOURCE, "python", "a.py")
+    threads = [threading.Thread(target=parse) for _ in range(3)]
+    for thread in threads:
+        thread.start()
+    try:
+        for _ in range(30):
+            assert in_child(lambda: engine.parse_content(SOURCE, "python", "a.py") == expected) == 0
+    finally:
+        stop.set()
+        for thread in threads:
+            thread.join()
+
+
+def test_an_iteration_stays_with_its_process(source_file):
+    results = treesitter.parse_many([source_file] * 100, threads=2)
+    next(results)
+
+    def work():
+        try:
+            next(results)
+        except RuntimeError as error:
+            results.close()
+            return "another process" in str(error) and len(list(
+                treesitter.parse_many([source_file] * 5, threads=2))) == 5
+        return False
+    assert in_child(work) == 0
+    assert len(list(results)) == 99
+
+
+def test_a_forked_child_ends_in_order():
+    # Through the interpreter's end and not os._exit, with the parent's threads gone.
+    assert run_python("""
+        import os, sys, threading, treesitter
+        engine = treesitter.TreeSitterEngine()
+        def parse():
+            while True:
+                engine.parse_content("def f(): pass\\n" * 100, "python", "a.py")
+        for _ in range(2):
+            threading.Thread(target=parse, daemon=True).start()
+        for _ in range(10):
+            child = os.fork()
+            if child == 0:
+                engine.parse_content("def f(): pass", "python", "a.py")
+                sys.exit(3)
+            assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 3
+        print("well")
+    """) == "well\n"
