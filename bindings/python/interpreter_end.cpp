@@ -10,7 +10,7 @@
 namespace engines::treesitter::python {
 namespace {
 
-// One of each per process, as libcrypto is.
+// One of each per process, as its exit handlers are.
 std::atomic<int> calls_under_way = 0;
 std::atomic<bool> has_ended = false;
 std::atomic<bool> is_arranged = false;

@@ -27,6 +27,6 @@ def source_file(tmp_path):
 def run_python(code, *arguments, expected=0):
     """The output of an interpreter of its own, which must end in order and say nothing else."""
     done = subprocess.run([sys.executable, "-c", textwrap.dedent(code), *map(os.fspath, arguments)],
-                          capture_output=True, text=True, timeout=300, check=False)
+                          capture_output=True, text=True, timeout=120, check=False)
     assert (done.returncode, done.stderr) == (expected, "")
     return done.stdout

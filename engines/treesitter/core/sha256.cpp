@@ -1,25 +1,20 @@
+// libcrypto's functions of SHA-256 itself, which OpenSSL 3 calls deprecated, and not those of EVP.
+// The latter look the algorithm up behind locks, and the first look-up in a process reads
+// libcrypto's configuration: a child forked meanwhile, of a program whose other threads hash, waits
+// for ever for a lock that nobody holds any more. These have no state but the one that they are
+// given, and cost the same per byte.
+#define OPENSSL_SUPPRESS_DEPRECATED
 #include "engines/treesitter/core/sha256.h"
 
-#include <openssl/evp.h>
+#include <openssl/sha.h>
 
 #include <array>
-#include <new>
-#include <stdexcept>
 
 namespace engines::treesitter {
-namespace {
 
-void require(int succeeded) {
-  if (succeeded != 1) throw std::runtime_error("libcrypto failed to compute SHA-256");
-}
+void Sha256::Free::operator()(SHA256state_st* state) const { delete state; }
 
-}  // namespace
-
-void Sha256::Free::operator()(evp_md_ctx_st* context) const { EVP_MD_CTX_free(context); }
-
-Sha256::Sha256() : _context(EVP_MD_CTX_new()) {
-  if (!_context) throw std::bad_alloc();
-}
+Sha256::Sha256() : _state(new SHA256state_st) {}
 
 std::string Sha256::of(std::string_view bytes) {
   start();
@@ -27,16 +22,17 @@ std::string Sha256::of(std::string_view bytes) {
   return finish();
 }
 
-void Sha256::start() { require(EVP_DigestInit_ex(_context.get(), EVP_sha256(), nullptr)); }
+// None of the three can fail.
+void Sha256::start() { SHA256_Init(_state.get()); }
 
 void Sha256::update(std::string_view bytes) {
-  require(EVP_DigestUpdate(_context.get(), bytes.data(), bytes.size()));
+  SHA256_Update(_state.get(), bytes.data(), bytes.size());
 }
 
 std::string Sha256::finish() {
   constexpr std::string_view DIGITS = "0123456789abcdef";
-  std::array<unsigned char, 32> digest{};
-  require(EVP_DigestFinal_ex(_context.get(), digest.data(), nullptr));
+  std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
+  SHA256_Final(digest.data(), _state.get());
   std::string text;
   text.reserve(2 * digest.size());
   for (const unsigned char byte : digest) {

@@ -7,12 +7,11 @@
 #include <string>
 #include <string_view>
 
-struct evp_md_ctx_st;
+struct SHA256state_st;
 
 namespace engines::treesitter {
 
-// One digest after the other, on one thread: fetching the algorithm and making a context costs as
-// much as digesting a few kilobytes, so both are kept.
+// One digest after the other, on one thread. Takes no lock, so that it works in any forked child.
 class Sha256 {
  public:
   Sha256();  // throws std::bad_alloc
@@ -27,10 +26,10 @@ class Sha256 {
 
  private:
   struct Free {
-    void operator()(evp_md_ctx_st* context) const;
+    void operator()(SHA256state_st* state) const;
   };
 
-  std::unique_ptr<evp_md_ctx_st, Free> _context;
+  std::unique_ptr<SHA256state_st, Free> _state;
 };
 
 }  // namespace engines::treesitter
