@@ -3,8 +3,8 @@
 //
 // Daemon threads go on while the main thread ends the interpreter and runs the process's exit
 // handlers. These destroy what the libraries and we ourselves keep for the process, and a thread in
-// the middle of a file then crashes it. So the end of the interpreter waits for calls that are under
-// way and lets none begin. The guards around every parse bound that wait; Ctrl-C ends it.
+// the middle of a file then crashes it. So the end of the interpreter waits for calls that are
+// under way and lets none begin. The guards around every parse bound that wait; Ctrl-C ends it.
 #pragma once
 
 namespace engines::treesitter::python {
