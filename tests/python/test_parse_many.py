@@ -49,13 +49,15 @@ def test_errors_of_files_are_data(tmp_path):
 
 
 @pytest.mark.parametrize("threads", [1, 3])
-def test_paths_are_read_as_results_are_taken(source_file, threads):
+def test_paths_are_read_as_results_are_taken(source_file, tmp_path, threads):
     read = []
+    large = tmp_path / "large.py"  # keeps its thread busy while the others run ahead
+    large.write_text(SOURCE * 20_000, encoding="utf-8")
 
     def paths():
         for i in itertools.count():
             read.append(i)
-            yield source_file
+            yield source_file if i else large
     results = treesitter.parse_many(paths(), threads)
     assert read == []
     for taken in range(1, 100):
