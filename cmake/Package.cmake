@@ -8,7 +8,7 @@
 #   the Python module                see bindings/python/CMakeLists.txt
 #   the licences of what is compiled in
 #
-# Tested by tests/package/test_package.py.
+# Tested by tests/package.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 

@@ -1,6 +1,6 @@
 """The C++ package, as projects that have only the installed files use it."""
 import re
-import subprocess
+import shutil
 
 import pytest
 
@@ -27,10 +27,9 @@ def test_found_by_cmake(prefix, sources, tmp_path):
     expect_answers(tmp_path / "build" / "consumer", sources)
 
 
-@pytest.mark.parametrize("compiler", ["g++", "clang++"])
+# The second compiler is there wherever .ci/run is, which installs it; ./test does with the first.
+@pytest.mark.parametrize("compiler", filter(shutil.which, ["g++", "clang++"]))
 def test_found_by_pkg_config(compiler, pkg_config, sources, tmp_path):
-    if subprocess.run(["which", compiler], capture_output=True, check=False).returncode != 0:
-        pytest.skip(f"no {compiler} here")
     run(compiler, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror",
         CONSUMER / "consumer.cpp", *pkg_config("--cflags", "--libs"), "-o", tmp_path / "consumer")
     expect_answers(tmp_path / "consumer", sources)
