@@ -77,7 +77,8 @@ def storable(text):
 
 
 def store(database, file_id, result):
-    forget(database, file_id)
+    database.execute("DELETE FROM symbols WHERE file_id = ?", (file_id,))
+    database.execute("DELETE FROM refs WHERE file_id = ?", (file_id,))
     database.execute(
         "UPDATE files SET language = ?, content_hash = ?, errors = ? WHERE id = ?",
         (result.language, result.content_hash, storable("\n".join(result.errors)), file_id))
@@ -92,58 +93,47 @@ def store(database, file_id, result):
          for reference in result.references))
 
 
-def forget(database, file_id):
-    database.execute("DELETE FROM symbols WHERE file_id = ?", (file_id,))
-    database.execute("DELETE FROM refs WHERE file_id = ?", (file_id,))
+def entry(database, path):
+    """The file's id, given when it is first seen, and the hash of what is stored of it."""
+    database.execute("INSERT OR IGNORE INTO files (path) VALUES (?)", (path,))
+    return database.execute("SELECT id, content_hash FROM files WHERE path = ?", (path,)).fetchone()
 
 
-class Indexing:
-    """One run over some folders. `counts` says what became of the files."""
+def forget_missing(database, folders, seen):
+    """Forgets files that were below the folders and are no more; gives their number."""
+    roots = tuple(os.path.join(os.fsencode(folder), b"") for folder in folders)
+    gone = [(file_id,) for file_id, path in database.execute("SELECT id, path FROM files")
+            if path.startswith(roots) and file_id not in seen]
+    for table, column in (("symbols", "file_id"), ("refs", "file_id"), ("files", "id")):
+        database.executemany(f"DELETE FROM {table} WHERE {column} = ?", gone)
+    return len(gone)
 
-    def __init__(self, database, threads):
-        self.database = database
-        self.threads = threads
-        self.counts = collections.Counter()
 
-    def run(self, folders):
-        engine = treesitter.TreeSitterEngine()  # one for all threads
-        seen = set()
-        with self.database, concurrent.futures.ThreadPoolExecutor(self.threads) as pool:
-            under_way = collections.deque()
-            for path in source_files(folders):
-                file_id, known_hash = self.entry(path)
-                seen.add(file_id)
-                under_way.append((file_id, pool.submit(parse_if_changed, engine, path, file_id,
-                                                       known_hash)))
-                if len(under_way) > 8 * self.threads:
-                    self.finish(*under_way.popleft())
-            while under_way:
-                self.finish(*under_way.popleft())
-            self.forget_missing(folders, seen)
-        return self.counts
+def index(database, folders, threads):
+    """What became of the files: how many were parsed, failed, unchanged, removed."""
+    engine = treesitter.TreeSitterEngine()  # one for all threads
+    counts = collections.Counter()
+    seen = set()
 
-    def entry(self, path):
-        """The file's id, given when it is first seen, and the hash of what is stored of it."""
-        self.database.execute("INSERT OR IGNORE INTO files (path) VALUES (?)", (path,))
-        return self.database.execute(
-            "SELECT id, content_hash FROM files WHERE path = ?", (path,)).fetchone()
-
-    def finish(self, file_id, future):
+    def finish(file_id, future):
         result = future.result()
-        if result is None:
-            self.counts["unchanged"] += 1
-            return
-        store(self.database, file_id, result)
-        self.counts["failed" if result.errors else "parsed"] += 1
+        if result is not None:
+            store(database, file_id, result)
+        counts["unchanged" if result is None else "failed" if result.errors else "parsed"] += 1
 
-    def forget_missing(self, folders, seen):
-        """Files that were below the folders and are no more."""
-        roots = tuple(os.path.join(os.fsencode(folder), b"") for folder in folders)
-        for file_id, path in self.database.execute("SELECT id, path FROM files").fetchall():
-            if path.startswith(roots) and file_id not in seen:
-                forget(self.database, file_id)
-                self.database.execute("DELETE FROM files WHERE id = ?", (file_id,))
-                self.counts["removed"] += 1
+    with database, concurrent.futures.ThreadPoolExecutor(threads) as pool:
+        under_way = collections.deque()
+        for path in source_files(folders):
+            file_id, known_hash = entry(database, path)
+            seen.add(file_id)
+            under_way.append(
+                (file_id, pool.submit(parse_if_changed, engine, path, file_id, known_hash)))
+            if len(under_way) > 8 * threads:
+                finish(*under_way.popleft())
+        while under_way:
+            finish(*under_way.popleft())
+        counts["removed"] = forget_missing(database, folders, seen)
+    return +counts  # without those that are 0
 
 
 def find(database, name):
@@ -158,16 +148,16 @@ def main(arguments=None):
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("database")
     commands = parser.add_subparsers(dest="command", required=True)
-    index = commands.add_parser("index", help="parse what changed below folders")
-    index.add_argument("folders", nargs="+")
-    index.add_argument("--threads", type=int, default=len(os.sched_getaffinity(0)))
+    command = commands.add_parser("index", help="parse what changed below folders")
+    command.add_argument("folders", nargs="+")
+    command.add_argument("--threads", type=int, default=len(os.sched_getaffinity(0)))
     commands.add_parser("find", help="where a name is defined, and who calls it").add_argument("name")
     options = parser.parse_args(arguments)
 
     logging.basicConfig(level=logging.ERROR)  # unreadable files are in the database, as errors
     database = open_database(options.database)
     if options.command == "index":
-        counts = Indexing(database, options.threads).run(options.folders)
+        counts = index(database, options.folders, options.threads)
         print(", ".join(f"{count} {what}" for what, count in sorted(counts.items())) or "no files")
         return 0
     sys.stdout.reconfigure(errors="surrogateescape")  # names of files may be any bytes

@@ -36,7 +36,7 @@ def index(indexer, tree, tmp_path):
     database = indexer.open_database(tmp_path / "index.db")
 
     def run():
-        return dict(indexer.Indexing(database, 2).run([str(tree)]))
+        return dict(indexer.index(database, [str(tree)], 2))
     run.database = database
     return run
 
