@@ -30,21 +30,36 @@ function(_third_party_target target)
 endfunction()
 
 set(_core "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/vendor/tree-sitter/lib")
-# The one change in a source that options cannot say: the core is compiled from a copy of lib.c, with
-# a stack.c beside it that has our stack_node_release (cmake/stack_release.h).
-set(_patched "${PROJECT_BINARY_DIR}/generated/core")
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${_core}/src/stack.c")
-file(READ "${_core}/src/stack.c" _stack)
-string(REPLACE "static void stack_node_release("
-  "#include \"${PROJECT_SOURCE_DIR}/cmake/stack_release.h\"\nstatic void _recursive_release("
-  _patched_stack "${_stack}")
-if(_patched_stack STREQUAL _stack)
-  message(FATAL_ERROR "The core's stack.c has no stack_node_release; see cmake/stack_release.h")
-endif()
-file(WRITE "${_patched}/stack.c.new" "${_patched_stack}")
-configure_file("${_patched}/stack.c.new" "${_patched}/stack.c" COPYONLY)
-configure_file("${_core}/src/lib.c" "${_patched}/lib.c" COPYONLY)
-add_library(tree_sitter_core STATIC "${_patched}/lib.c")
+set(_core_copy "${PROJECT_BINARY_DIR}/generated/core")
+configure_file("${_core}/src/lib.c" "${_core_copy}/lib.c" COPYONLY)
+
+# _replace_in_core(FILE HEADER FUNCTION...): beside the copy of lib.c, from where the core is
+# compiled, a copy of the core's FILE in which HEADER, which defines the FUNCTIONs anew, stands before
+# the first of them. The core's own stay, under names that begin with published_. This is for what no
+# option can say; a FUNCTION is everything up to its name, and one that is not there ends the build.
+function(_replace_in_core file header)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${_core}/src/${file}")
+  file(READ "${_core}/src/${file}" text)
+  set(include "#include \"${PROJECT_SOURCE_DIR}/cmake/${header}\"\n")
+  foreach(function ${ARGN})
+    string(REGEX REPLACE "([a-z_]+)$" "published_\\1(" renamed "${function}")
+    string(FIND "${text}" "\n${function}(" first)
+    string(FIND "${text}" "\n${function}(" last REVERSE)
+    if(first EQUAL -1 OR NOT first EQUAL last)
+      message(FATAL_ERROR "The core's ${file} does not define '${function}' once; see cmake/${header}")
+    endif()
+    string(REPLACE "\n${function}(" "\n${include}${renamed}" text "${text}")
+    set(include "")
+  endforeach()
+  file(WRITE "${_core_copy}/${file}.new" "${text}")
+  configure_file("${_core_copy}/${file}.new" "${_core_copy}/${file}" COPYONLY)
+endfunction()
+
+_replace_in_core(stack.c core_stack.h "static void stack_node_release"
+  "static StackNode *stack_node_new" "StackSliceArray ts_stack_pop_count")
+_replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance")
+
+add_library(tree_sitter_core STATIC "${_core_copy}/lib.c")
 _third_party_target(tree_sitter_core)
 target_include_directories(tree_sitter_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
 target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
@@ -79,6 +94,9 @@ function(_grammar name package)
   _third_party_target(${target})
   target_include_directories(${target} SYSTEM PRIVATE "${source}")
   target_compile_definitions(${target} PRIVATE TREE_SITTER_HIDE_SYMBOLS TREE_SITTER_REUSE_ALLOCATOR)
+  set(forced "${PROJECT_SOURCE_DIR}/cmake/parser_prelude.h")
+  set_source_files_properties("${source}/parser.c" PROPERTIES
+    COMPILE_OPTIONS "-include;${forced}" OBJECT_DEPENDS "${forced}")
   if(EXISTS "${source}/scanner.c")
     target_sources(${target} PRIVATE "${source}/scanner.c")
     set(forced "${PROJECT_SOURCE_DIR}/cmake/scanner_prelude.h")

@@ -8,6 +8,7 @@
 
 #include <clocale>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -123,14 +124,15 @@ TEST(GuardsTest, SpeakAlikeOnAnyThread) {
 class GrammarWithScanner {
  public:
   explicit GrammarWithScanner(bool (*scan)(void*, TSLexer*, const bool*))
-      : _grammar(*languages::get_language("python")->grammar()), _language("python", &_grammar) {
+      : _grammar(*languages::get_language("python")->grammar()) {
     _grammar.external_scanner.scan = scan;
+    _language = std::make_unique<languages::Language>("python", &_grammar);
   }
-  const languages::Language& language() const { return _language; }
+  const languages::Language& language() const { return *_language; }
 
  private:
   TSLanguage _grammar;
-  languages::Language _language;
+  std::unique_ptr<languages::Language> _language;
 };
 
 // A scanner's classical fault: it waits for a character and forgets that the file may end.

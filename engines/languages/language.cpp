@@ -54,7 +54,7 @@ std::string_view _after_aliases(std::string_view language, std::string_view text
 }  // namespace
 
 Language::Language(std::string_view name, const TSLanguage* grammar)
-    : _name(name), _grammar(grammar) {
+    : _name(name), _grammar(*grammar) {
   const std::uint32_t count = ts_language_symbol_count(grammar);
   _type_names.reserve(count);
   for (std::uint32_t symbol = 0; symbol < count; ++symbol) {

@@ -7,7 +7,8 @@
 // node and no rule knows that two grammars name their nodes otherwise (language.cpp renames them).
 //
 // Immutable once built and read by all threads; never destroyed (languages.h). Costs 64 KiB of
-// address space, of which only the pages that hold the grammar's symbols and ERROR are touched.
+// address space, of which only the pages that hold the grammar's symbols and ERROR are touched, and
+// the grammar's parse table (wide_grammar.h).
 //
 // Tested by tests/languages_test.cpp.
 
@@ -19,6 +20,7 @@
 
 #include "engines/languages/languages.h"
 #include "engines/languages/node_types.h"
+#include "engines/languages/wide_grammar.h"
 
 struct TSLanguage;
 
@@ -39,7 +41,7 @@ class Language {
   std::string_view name() const { return _name; }
 
   // What a parser is constructed from.
-  const TSLanguage* grammar() const { return _grammar; }
+  const TSLanguage* grammar() const { return _grammar.grammar(); }
 
   // The text of a node's type, as the rules see it. `symbol` is what the tree holds: ERROR's 65535
   // gives "ERROR", a number that the grammar does not know gives the empty text.
@@ -53,7 +55,7 @@ class Language {
 
  private:
   const std::string_view _name;
-  const TSLanguage* const _grammar;
+  const WideGrammar _grammar;
   std::vector<std::string_view> _type_names;  // by symbol; ERROR stands outside
   std::array<std::uint16_t, FIELD_COUNT> _field_ids{};
   std::array<NodeType, 65536> _node_types{};  // by symbol; the value 0 is `other`

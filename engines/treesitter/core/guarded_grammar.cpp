@@ -48,11 +48,6 @@ void deserialize_guarded(void* scanner, const char* buffer, unsigned size) {
 
 void advance_guarded(TSLexer* lexer, bool skip) { current_states->advance(lexer, skip); }
 
-// Grammars generated for older versions of the library end before the fields that came later.
-std::size_t size_of_language(const TSLanguage& grammar) {
-  return grammar.abi_version < 15 ? offsetof(TSLanguage, name) : sizeof(TSLanguage);
-}
-
 }  // namespace
 
 // What `memcpy` means in the scanners. Markdown's copies its whole stack of blocks into the state
@@ -64,8 +59,7 @@ extern "C" void* treesitter_engine_copy(void* destination, const void* source, s
 }
 
 GuardedGrammar::GuardedGrammar(const TSLanguage& grammar)
-    : _original(grammar), _guarded(std::make_unique<TSLanguage>()) {
-  std::memcpy(_guarded.get(), &grammar, size_of_language(grammar));
+    : _original(grammar), _guarded(std::make_unique<TSLanguage>(grammar)) {
   if (grammar.external_scanner.scan == nullptr) return;
   _buffer = std::make_unique_for_overwrite<char[]>(SCANNER_STATE_BYTES + ROOM_BEHIND);
   _guarded->external_scanner.scan = scan_guarded;

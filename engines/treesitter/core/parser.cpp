@@ -21,7 +21,7 @@ namespace {
 // ---- Calibration ----
 //
 // Nested brackets take 620 bytes per byte, the most of all legitimate text; code takes 15 to 40.
-constexpr std::uint64_t MEMORY_FLOOR = 32 << 20;
+constexpr std::uint64_t MEMORY_FLOOR = 24 << 20;
 constexpr std::uint64_t MEMORY_PER_BYTE = 704;
 
 const char* text_of(Guard guard) {

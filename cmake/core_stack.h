@@ -1,0 +1,99 @@
+// Compiled into the core's stack.c, by cmake/Grammars.cmake, in the place of the core's own
+// functions of the same names. They do the same; the golden cases hold them to it, and the counts
+// that bench/run compares over a whole corpus.
+#pragma once
+
+#include <string.h>
+
+static uint32_t stack__subtree_node_count(Subtree subtree);
+static void ts_stack__add_slice(Stack* self, StackVersion version, StackNode* node,
+                                SubtreeArray* subtrees);
+StackSliceArray published_ts_stack_pop_count(Stack* self, StackVersion version, uint32_t count);
+
+// Gives a reference back. The core's own calls itself for every predecessor of a dead node but the
+// first, and broken code makes chains of such nodes as long as the file: 3 kB of `-;` in Rust
+// overflow a stack of 64 KiB. Here the nodes that are half released form a list, so that the native
+// stack stays as it is.
+static void stack_node_release(StackNode* self, StackNodeArray* pool, SubtreePool* subtree_pool) {
+  StackNode* dead = NULL;  // the newest; each names the one before it where its position was
+  for (;;) {
+    ts_assert(self->ref_count != 0);
+    if (--self->ref_count == 0) {
+      memcpy(&self->position, &dead, sizeof dead);
+      dead = self;
+    }
+    while (dead && dead->link_count == 0) {
+      StackNode* const node = dead;
+      memcpy(&dead, &node->position, sizeof dead);
+      if (pool->size < MAX_NODE_POOL_SIZE) {
+        array_push(pool, node);
+      } else {
+        ts_free(node);
+      }
+    }
+    if (!dead) return;
+    const StackLink link = dead->links[--dead->link_count];
+    if (link.subtree.ptr) ts_subtree_release(subtree_pool, link.subtree);
+    self = link.node;
+  }
+}
+
+// Makes a node. The core's own clears the room of eight links every time, though nearly every node
+// has one: 240 bytes for each token and each node of the tree.
+static StackNode* stack_node_new(StackNode* previous, Subtree subtree, bool is_pending,
+                                 TSStateId state, StackNodeArray* pool) {
+  StackNode* const node = pool->size > 0 ? array_pop(pool) : ts_malloc(sizeof(StackNode));
+  node->state = state;
+  node->ref_count = 1;
+  node->link_count = previous ? 1 : 0;
+  node->links[0] = (StackLink){.node = previous, .subtree = subtree, .is_pending = is_pending};
+  node->position = previous ? previous->position : length_zero();
+  node->error_cost = previous ? previous->error_cost : 0;
+  node->node_count = previous ? previous->node_count : 0;
+  node->dynamic_precedence = previous ? previous->dynamic_precedence : 0;
+  if (previous && subtree.ptr) {
+    node->error_cost += ts_subtree_error_cost(subtree);
+    node->position = length_add(node->position, ts_subtree_total_size(subtree));
+    node->node_count += stack__subtree_node_count(subtree);
+    node->dynamic_precedence += ts_subtree_dynamic_precedence(subtree);
+  }
+  return node;
+}
+
+// The node that lies `count` subtrees below `node`, extras not counted, and in `size` how many lie
+// above it with them; or NULL when the stack branches on the way or ends.
+static StackNode* stack_node_below(StackNode* node, uint32_t count, uint32_t* size) {
+  *size = 0;
+  while (count > 0) {
+    if (node->link_count != 1) return NULL;
+    const Subtree subtree = node->links[0].subtree;
+    if (subtree.ptr) ++*size;
+    if (!subtree.ptr || !ts_subtree_extra(subtree)) --count;
+    node = node->links[0].node;
+  }
+  return node;
+}
+
+// Pops `count` subtrees. The core's own follows all branches of the stack at once, with a callback
+// for each step; nearly every stretch has no branches, and is popped here by two loops along it.
+StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t count) {
+  StackNode* node = array_get(&self->heads, version)->node;
+  uint32_t size = 0;
+  StackNode* const bottom = stack_node_below(node, count, &size);
+  if (!bottom) return published_ts_stack_pop_count(self, version, count);
+
+  SubtreeArray subtrees = array_new();
+  // They will be a node's children, whose own data comes behind them in the same block.
+  const uint32_t room = (uint32_t)(ts_subtree_alloc_size(count) / sizeof(Subtree));
+  array_reserve(&subtrees, size > room ? size : room);
+  subtrees.size = size;
+  for (; node != bottom; node = node->links[0].node) {
+    const Subtree subtree = node->links[0].subtree;
+    if (!subtree.ptr) continue;
+    ts_subtree_retain(subtree);
+    subtrees.contents[--size] = subtree;
+  }
+  array_clear(&self->slices);
+  ts_stack__add_slice(self, version, bottom, &subtrees);
+  return self->slices;
+}
