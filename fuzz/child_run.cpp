@@ -10,7 +10,6 @@
 #include <exception>
 #include <system_error>
 
-#include "engines/languages/languages.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter::fuzz {
@@ -107,10 +106,6 @@ Outcome ChildRun::finish() {
   outcome.seconds = seconds_of(usage.ru_utime) + seconds_of(usage.ru_stime);
   outcome.bytes = static_cast<std::size_t>(usage.ru_maxrss) * 1024;
   return outcome;
-}
-
-void prepare_languages() {
-  for (const std::string_view name : languages::language_names()) languages::get_language(name);
 }
 
 }  // namespace engines::treesitter::fuzz

@@ -42,7 +42,4 @@ class ChildRun {
   int _pipe;
 };
 
-// Builds what parses of any language share, so that no child has to.
-void prepare_languages();
-
 }  // namespace engines::treesitter::fuzz

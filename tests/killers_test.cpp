@@ -3,6 +3,8 @@
 //
 // A program of its own with one thread, since it makes processes.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -11,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "engines/languages/language.h"
+#include "engines/treesitter/core/hash.h"
 #include "fuzz/child_run.h"
 #include "tests/support/sanitizers.h"
 
@@ -68,7 +70,6 @@ class KillersTest : public testing::TestWithParam<Killer> {};
 TEST_P(KillersTest, IsAnsweredWithinTheBounds) {
   const Killer& killer = GetParam();
   const std::string content = bytes_of(killer);
-  languages::get_language(killer.language);  // so that it is not the child that builds it
   ChildRun run(content, killer.language, IS_SANITIZED ? 0 : 64 * 1024);
   const Outcome outcome = run.finish();
   expect_outcome(killer, outcome);
@@ -84,6 +85,28 @@ std::string test_name(const testing::TestParamInfo<Killer>& info) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Killers, KillersTest, testing::ValuesIn(killers()), test_name);
+
+// ---- Names that somebody chose ----
+
+std::size_t hash_in_a_process_of_its_own(std::string_view text) {
+  int ends[2];
+  if (::pipe(ends) != 0) return 0;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const std::size_t hash = hash_of(text);
+    ::_exit(::write(ends[1], &hash, sizeof hash) == sizeof hash ? 0 : 1);
+  }
+  std::size_t hash = 0;
+  EXPECT_EQ(::read(ends[0], &hash, sizeof hash), static_cast<ssize_t>(sizeof hash));
+  for (const int end : ends) ::close(end);
+  ::waitpid(child, nullptr, 0);
+  return hash;
+}
+
+// Whoever writes a file cannot know which of its names will share a bucket.
+TEST(HashTest, IsAnotherOneInEachProcess) {
+  EXPECT_NE(hash_in_a_process_of_its_own("name"), hash_in_a_process_of_its_own("name"));
+}
 
 }  // namespace
 }  // namespace engines::treesitter::fuzz

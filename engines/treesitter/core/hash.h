@@ -4,7 +4,7 @@
 // names all fall into one bucket: its table would be searched through for each of them. A number
 // drawn at the start of the process makes the buckets unforeseeable; no answer depends on it.
 //
-// Tested by tests/killers_test.cpp: the file of such names.
+// Tested by tests/killers_test.cpp.
 #pragma once
 
 #include <cstddef>
