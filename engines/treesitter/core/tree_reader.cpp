@@ -30,28 +30,64 @@ bool is_scope(NodeType type) {
   return std::find(SCOPE_TYPES.begin(), SCOPE_TYPES.end(), type) != SCOPE_TYPES.end();
 }
 
+// What the walk asks of a subtree. A small leaf lies in the word that its parent holds for it; what
+// is larger lies elsewhere, and most often not in a cache.
+struct Facts {
+  Length padding;
+  Length size;
+  std::uint32_t child_count;
+  TSSymbol symbol;
+  bool is_visible;
+  bool is_extra;
+};
+
+[[gnu::always_inline]] inline Facts facts_of(const Subtree& subtree) {
+  if (subtree.data.is_inline) {
+    const SubtreeInlineData& leaf = subtree.data;
+    return {.padding = {leaf.padding_bytes, {leaf.padding_rows, leaf.padding_columns}},
+            .size = {leaf.size_bytes, {0, leaf.size_bytes}},
+            .child_count = 0,
+            .symbol = leaf.symbol,
+            .is_visible = leaf.visible,
+            .is_extra = leaf.extra};
+  }
+  const SubtreeHeapData& node = *subtree.ptr;
+  return {.padding = node.padding,
+          .size = node.size,
+          .child_count = node.child_count,
+          .symbol = node.symbol,
+          .is_visible = node.visible,
+          .is_extra = node.extra};
+}
+
+// How many children are fetched into the cache when their parent is met. They were made one after
+// the other, so that the processor finds the others by itself.
+constexpr std::uint32_t FETCHED_CHILDREN = 8;
+
 }  // namespace
 
+// All of the walk is to be one loop, with the frame and the facts in registers: left to itself the
+// compiler calls, and passes both through memory, for a third more time.
 class TreeReader {
  public:
   explicit TreeReader(SyntaxTree& tree) : _tree(tree) {
-    const Subtree& root = _tree._tree->root;
-    const std::size_t count = ts_subtree_visible_descendant_count(root) + std::size_t{1};
+    const std::size_t count =
+        ts_subtree_visible_descendant_count(_tree._tree->root) + std::size_t{1};
     _tree._lease->charge(count * (sizeof(NodeRecord) + sizeof(NodeHandle)));
     _tree._records.reserve(count);
     _tree._handles.reserve(count);
-    const Length start = ts_subtree_padding(root);
-    open(root, start, {add(root, start, 0, NodeRecord::NONE, NodeRecord::NONE), NodeRecord::NONE});
   }
 
   void read() {
-    while (!_frames.empty()) {
-      if (_frames.back().next == _frames.back().end) {
-        close();
-      } else {
-        visit(_frames.back());
-      }
-    }
+    const Subtree& root = _tree._tree->root;
+    const Facts facts = facts_of(root);
+    const Owner nobody = {NodeRecord::NONE, NodeRecord::NONE, NodeRecord::NONE};
+    const Owner owner = add(root, facts, 0, facts.padding, nobody);
+    if (facts.child_count == 0) return;
+    Frame frame = frame_of(root, facts, facts.padding, owner, false);
+    do {
+      while (frame.next != frame.end) visit(frame);
+    } while (close(frame));
   }
 
  private:
@@ -59,6 +95,7 @@ class TreeReader {
   struct Owner {
     std::uint32_t index;
     std::uint32_t last_child;  // so far, or NONE
+    std::uint32_t scope;       // of its children: itself, or its own; or NONE
   };
 
   // A subtree whose children are being read. A hidden one hands its owner back when it is done.
@@ -72,72 +109,75 @@ class TreeReader {
     Owner owner;
   };
 
-  void visit(Frame& frame) {
+  // Reads the next child of `frame`, and makes the child the frame when it has children itself.
+  [[gnu::always_inline]] void visit(Frame& frame) {
     const Subtree& child = *frame.next++;
-    if (!frame.is_first) frame.position = length_add(frame.position, ts_subtree_padding(child));
+    const Facts facts = facts_of(child);
+    const Length start =
+        frame.is_first ? frame.position : length_add(frame.position, facts.padding);
     frame.is_first = false;
+    frame.position = length_add(start, facts.size);
     TSSymbol alias = 0;
-    if (frame.alias != nullptr && !ts_subtree_extra(child)) alias = *frame.alias++;
-    const Length start = frame.position;
-    frame.position = length_add(start, ts_subtree_size(child));
-    if (alias == 0 && !ts_subtree_visible(child)) {
-      open(child, start, frame.owner, true);
-      return;
+    if (frame.alias != nullptr && !facts.is_extra) alias = *frame.alias++;
+    const bool is_hidden = alias == 0 && !facts.is_visible;
+    Owner owner = frame.owner;
+    if (!is_hidden) {
+      owner = add(child, facts, alias, start, frame.owner);
+      frame.owner.last_child = owner.index;
     }
-    const std::uint32_t index = add(child, start, alias, frame.owner.index, frame.owner.last_child);
-    frame.owner.last_child = index;
-    open(child, start, {index, NodeRecord::NONE}, false);
+    if (facts.child_count == 0) return;
+    _parents.push_back(frame);
+    frame = frame_of(child, facts, start, owner, is_hidden);
   }
 
-  void open(const Subtree& subtree, Length start, Owner owner, bool is_hidden = false) {
-    const std::uint32_t count = ts_subtree_child_count(subtree);
-    if (count == 0) return;
+  [[gnu::always_inline]] Frame frame_of(const Subtree& subtree, const Facts& facts, Length start,
+                                        Owner owner, bool is_hidden) const {
     const Subtree* const children = ts_subtree_children(subtree);
+    for (std::uint32_t i = 0; i < std::min(facts.child_count, FETCHED_CHILDREN); ++i) {
+      if (!children[i].data.is_inline) __builtin_prefetch(children[i].ptr);
+    }
     const TSSymbol* const aliases =
         ts_language_alias_sequence(_tree._tree->language, subtree.ptr->production_id);
-    _frames.push_back({children, children + count, aliases, start, true, is_hidden, owner});
+    return {children, children + facts.child_count, aliases, start, true, is_hidden, owner};
   }
 
-  void close() {
-    const Frame frame = _frames.back();
-    _frames.pop_back();
-    if (frame.is_hidden) {
-      _frames.back().owner = frame.owner;
-    } else {
-      _tree._records[frame.owner.index].subtree_end = _tree.size();
-    }
+  // Ends the frame and makes its parent the frame. Returns false when it has none.
+  [[gnu::always_inline]] bool close(Frame& frame) {
+    const Owner owner = frame.owner;
+    if (!frame.is_hidden) _tree._records[owner.index].subtree_end = _tree.size();
+    if (_parents.empty()) return false;
+    const bool is_hidden = frame.is_hidden;
+    frame = _parents.back();
+    _parents.pop_back();
+    if (is_hidden) frame.owner = owner;
+    return true;
   }
 
-  std::uint32_t add(const Subtree& subtree, Length start, TSSymbol alias, std::uint32_t parent,
-                    std::uint32_t previous) {
+  // Adds the record of a visible node, and returns the node as an owner.
+  [[gnu::always_inline]] Owner add(const Subtree& subtree, const Facts& facts, TSSymbol alias,
+                                   Length start, const Owner& parent) {
     const std::uint32_t index = _tree.size();
-    const TSSymbol symbol = alias != 0 ? alias : ts_subtree_symbol(subtree);
-    const Length end = length_add(start, ts_subtree_size(subtree));
+    const TSSymbol symbol = alias != 0 ? alias : facts.symbol;
+    const NodeType type = _tree._language->node_type(symbol);
     _tree._records.push_back({
         .start_byte = start.bytes,
-        .end_byte = end.bytes,
+        .end_byte = start.bytes + facts.size.bytes,
         .start_row = start.extent.row,
         .start_column = start.extent.column,
-        .end_row = end.extent.row,
-        .parent = parent,
-        .previous = previous,
+        .end_row = start.extent.row + facts.size.extent.row,
+        .parent = parent.index,
+        .previous = parent.last_child,
         .subtree_end = index + 1,
-        .scope = scope_below(parent),
+        .scope = parent.scope,
         .symbol = symbol,
-        .type = _tree._language->node_type(symbol),
+        .type = type,
     });
     _tree._handles.push_back({&subtree, alias});
-    return index;
-  }
-
-  std::uint32_t scope_below(std::uint32_t parent) const {
-    if (parent == NodeRecord::NONE) return NodeRecord::NONE;
-    const NodeRecord& record = _tree._records[parent];
-    return is_scope(record.type) ? parent : record.scope;
+    return {index, NodeRecord::NONE, is_scope(type) ? index : parent.scope};
   }
 
   SyntaxTree& _tree;
-  std::vector<Frame> _frames;
+  std::vector<Frame> _parents;  // of the frame, the outermost first
 };
 
 SyntaxTree::SyntaxTree(ArenaLease lease, const TSTree& tree, const languages::Language& language,
