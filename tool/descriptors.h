@@ -1,6 +1,6 @@
 // The three standard descriptors: made safe at the start, read and written whole.
 //
-// Tested by tests/tool_test.py.
+// Tested by tests/tool_runs_test.py.
 #pragma once
 
 #include <string>

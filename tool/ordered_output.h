@@ -3,7 +3,7 @@
 // What waits for an earlier record is bounded by number and by size, so a slow first file does not
 // let the rest of a run pile up in memory.
 //
-// Tested by tests/tool_test.py.
+// Tested by tests/tool_runs_test.py.
 #pragma once
 
 #include <array>

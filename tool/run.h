@@ -1,6 +1,6 @@
 // The command `parse`: all jobs on all threads, with one engine.
 //
-// Tested by tests/tool_test.py.
+// Tested by tests/tool_runs_test.py.
 #pragma once
 
 #include "tool/arguments.h"

@@ -1,0 +1,75 @@
+"""What the tests of the tool share: a run of it in an empty folder, and what it printed.
+
+The program under test is the first argument of the file that runs, further ones are unittest's.
+"""
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+TOOL = os.path.abspath(sys.argv.pop(1))
+TIMEOUT = 120  # seconds; only a hang gets there, sanitizers included
+
+LANGUAGES = ("python javascript typescript tsx java go rust csharp ruby php sql markdown xml json "
+             "yaml toml").split()
+RESULT_FIELDS = ["path", "language", "content_hash", "symbols", "references", "errors"]
+SYMBOL_FIELDS = ["id", "file_id", "name", "kind", "fqn", "start_line", "end_line", "signature",
+                 "is_export", "docstring", "body_digest"]
+
+SOURCE = b'class Job:\n    """Runs."""\n\n    def run(self):\n        return go(1)\n'
+
+
+class ToolTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="tool_test_"))
+        self.addCleanup(shutil.rmtree, self.folder)
+
+    def write(self, path, content=SOURCE):
+        path = os.path.join(os.fsencode(self.folder), os.fsencode(path))
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "wb") as file:
+            file.write(content)
+
+    def run_tool(self, *arguments, **options):
+        options = {"input": b"", "stdout": subprocess.PIPE, **options}
+        if "stdin" in options:
+            del options["input"]
+        return subprocess.run([TOOL, *arguments], stderr=subprocess.PIPE, cwd=self.folder,
+                              timeout=TIMEOUT, check=False, **options)
+
+    def parse(self, *arguments, status=0, **options):
+        """The records of a run that must end with this status."""
+        done = self.run_tool("parse", *arguments, **options)
+        self.assertEqual(done.returncode, status, done.stderr)
+        return self.records(done.stdout)
+
+    def records(self, output):
+        """Strict: every line is one whole object in UTF-8, the last one ended like the others."""
+        lines = output.decode("utf-8").split("\n")
+        self.assertEqual(lines.pop(), "")
+        return [json.loads(line) for line in lines]
+
+    def paths(self, *arguments, **options):
+        return [record["path"] for record in self.parse(*arguments, **options)]
+
+    def assert_messages(self, done, *parts):
+        """As many messages as parts, each with the tool's name in front."""
+        lines = done.stderr.decode().splitlines()
+        self.assertEqual(len(lines), len(parts), lines)
+        for line, part in zip(lines, parts):
+            self.assertTrue(line.startswith("treesitter-engine: "), line)
+            self.assertIn(part, line)
+
+    def assert_unreadable(self, record, path, language, text):
+        self.assertEqual(list(record), RESULT_FIELDS)
+        self.assertEqual(record["path"], path)
+        self.assertEqual(record["language"], language)
+        self.assertEqual((record["content_hash"], record["symbols"], record["references"]),
+                         ("", [], []))
+        self.assertEqual(len(record["errors"]), 1)
+        self.assertTrue(record["errors"][0].startswith("Failed to read "), record["errors"])
+        self.assertIn(text, record["errors"][0])

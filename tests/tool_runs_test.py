@@ -1,0 +1,254 @@
+#!/usr/bin/env python3
+"""How the tool runs: odd files, wrong use, closed descriptors, pipes, terminals.
+
+    tool_runs_test.py BUILD/treesitter-engine [options of unittest]
+"""
+import json
+import os
+import pathlib
+import pty
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import time
+import unittest
+
+from support.tool_case import SOURCE, TIMEOUT, TOOL, ToolTest
+
+
+def ignore_sigpipe():
+    signal.signal(signal.SIGPIPE, signal.SIG_IGN)
+
+
+def become_nobody():
+    os.setgroups([])
+    os.setgid(65534)
+    os.setuid(65534)
+
+
+class Failures(ToolTest):
+    def test_missing_files(self):
+        self.write("a.py")
+        done = self.run_tool("parse", "no.py", "a.py", "no_folder", "a.py/x", "")
+        self.assertEqual(done.returncode, 1)
+        records = self.records(done.stdout)
+        self.assert_unreadable(records[0], "no.py", "python", "No such file")
+        self.assertEqual(records[1]["errors"], [])
+        self.assert_unreadable(records[2], "no_folder", None, "No such file")
+        self.assert_unreadable(records[3], "a.py/x", None, "Not a directory")
+        self.assert_unreadable(records[4], "", None, "No such file")
+        self.assert_messages(done, "no.py: ", "no_folder: ", "a.py/x: ", ": Failed")
+
+    def test_fifos_sockets_and_devices_are_refused_without_waiting(self):
+        os.mkfifo(self.folder / "fifo.py")
+        with socket.socket(socket.AF_UNIX) as bound:
+            bound.bind(os.path.relpath(self.folder / "socket.py"))
+            (self.folder / "null.py").symlink_to("/dev/null")
+            names = ["fifo.py", "null.py", "socket.py"]
+            records = self.parse(*names, status=1)
+            for record, name in zip(records, names, strict=True):
+                self.assert_unreadable(record, name, "python", name)
+            for record, name in zip(self.parse("--language", "go", *names, status=1), names):
+                self.assert_unreadable(record, name, "go", name)
+            self.assertEqual(self.paths(".", status=1), ["./fifo.py", "./socket.py"])
+
+    def test_folders_without_permission(self):
+        self.write("top/a.py")
+        self.write("top/closed/b.py")
+        self.write("top/d.py")
+        os.chmod(self.folder / "top/closed", 0)
+        os.chmod(self.folder, 0o755)
+        self.addCleanup(os.chmod, self.folder / "top/closed", 0o755)
+        options = {}
+        if os.geteuid() == 0:  # permissions do not bind the superuser
+            program = self.folder / "tool"  # nobody may be unable to reach the build folder
+            shutil.copy(TOOL, program)
+            done = subprocess.run([program, "--version"], preexec_fn=become_nobody, check=False,
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            if done.returncode != 0:
+                self.skipTest("runs as root, and cannot become somebody else")
+            options = {"preexec_fn": become_nobody, "executable": program}
+        records = self.parse("top", "top/closed", status=1, **options)
+        self.assertEqual([record["path"] for record in records],
+                         ["top/a.py", "top/closed", "top/d.py", "top/closed"])
+        self.assert_unreadable(records[1], "top/closed", None, "Permission denied")
+        self.assertIn("Failed to read folder: ", records[3]["errors"][0])
+
+    def test_paths_too_long(self):
+        long = "/".join(["x" * 250] * 20) + ".py"
+        self.assert_unreadable(self.parse(long, status=1)[0], long, "python", "too long")
+        self.assert_unreadable(self.parse("y" * 300, status=1)[0], "y" * 300, None, "too long")
+
+    def test_wrong_use_ends_with_status_2_and_prints_no_record(self):
+        self.write("a.py")
+        for arguments, part in [
+                ([], "subcommand"),
+                (["bogus"], "subcommand"),
+                (["parse"], "no PATH"),
+                (["parse", "--bogus", "a.py"], "--bogus"),
+                (["parse", "--jobs", "0", "a.py"], "--jobs"),
+                (["parse", "--jobs", "many", "a.py"], "--jobs"),
+                (["parse", "--jobs", "99999", "a.py"], "--jobs"),
+                (["parse", "--format", "xml", "a.py"], "--format"),
+                (["parse", "--language", "klingon", "a.py"], "klingon"),
+                (["parse", "--language", "Python", "a.py"], "Python"),
+                (["parse", "--language", "", "a.py"], "unknown language"),
+                (["parse", "-"], "--language"),
+                (["parse", "--language", "go", "-", "-"], "once"),
+                (["parse", "--language", "go", "-", "--files-from", "-"], "once"),
+                (["parse", "--null", "a.py"], "--files-from"),
+                (["parse", "--files-from", "no\x1blist"], r"no\x1blist"),
+                (["parse", "--files-from", "."], "directory"),
+                (["languages", "a.py"], "a.py"),
+        ]:
+            with self.subTest(arguments=arguments):
+                done = self.run_tool(*arguments)
+                self.assertEqual((done.returncode, done.stdout), (2, b""))
+                self.assertIn(part, done.stderr.decode().splitlines()[0])
+                for line in done.stderr.decode().splitlines():
+                    self.assertTrue(line.startswith("treesitter-engine: "), line)
+
+
+class Runs(ToolTest):
+    def write_many(self, count):
+        for number in range(count):
+            # The first is much the slowest, so that the others have to wait for it.
+            methods = 1500 if number == 0 else number % 7
+            source = b"class A:\n" + b"".join(b"  def m%d(self): return f(%d)\n" % (i, i)
+                                              for i in range(methods))
+            self.write(f"top/{number:04}.py", source)
+        self.write("top/0100_bad.java", b'class A { String s = "\xff"; }\n')
+        os.mkfifo(self.folder / "top/0200_fifo.py")
+
+    def test_the_output_is_the_same_for_any_number_of_jobs(self):
+        self.write_many(400)
+        for output_format in ("json", "text"):
+            arguments = ["parse", "--format", output_format, "top", "no.py", "top"]
+            done = self.run_tool(*arguments, "--jobs", "1")
+            self.assertEqual(done.returncode, 1)
+            self.assertEqual(len(done.stderr.splitlines()), 5)
+            for jobs in ("2", "16"):
+                other = self.run_tool(*arguments, "--jobs", jobs)
+                self.assertEqual((other.returncode, other.stderr), (1, done.stderr))
+                self.assertEqual(other.stdout, done.stdout)
+
+    def test_a_closed_pipe_ends_it_quietly(self):
+        self.write_many(700)
+        for prepare in (None, ignore_sigpipe):  # Python's subprocesses have the default otherwise
+            with subprocess.Popen([TOOL, "parse", "top", "top", "top"], stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE, cwd=self.folder,
+                                  preexec_fn=prepare) as process:
+                self.assertEqual(process.stdout.read(1), b"{")
+                process.stdout.close()
+                self.assertEqual(process.wait(TIMEOUT), 0)
+                self.assertEqual(process.stderr.read(), b"")
+
+    def test_output_that_cannot_be_written_ends_with_status_2(self):
+        self.write("a.py")
+        with open("/dev/full", "wb") as full:
+            for arguments in (["parse", "a.py"], ["languages"], ["--help"], ["--version"]):
+                done = self.run_tool(*arguments, stdout=full)
+                self.assertEqual(done.returncode, 2)
+                self.assert_messages(done, "standard output: No space left")
+        done = self.run_tool("parse", "a.py", stdout=None, preexec_fn=lambda: os.close(1))
+        self.assertEqual(done.returncode, 2)
+        self.assert_messages(done, "standard output: Bad file descriptor")
+        self.assertEqual((self.folder / "a.py").read_bytes(), SOURCE)
+
+    def test_all_standard_descriptors_may_be_closed(self):
+        self.write("a.py")
+        done = self.run_tool("parse", "a.py", stdin=None, stdout=None,
+                             preexec_fn=lambda: os.closerange(0, 3))
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual((self.folder / "a.py").read_bytes(), SOURCE)
+
+    def test_a_pipe_that_does_not_block_is_waited_for(self):
+        self.write_many(50)
+        expected = self.run_tool("parse", "top").stdout
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        with subprocess.Popen([TOOL, "parse", "top"], stdout=writer, stderr=subprocess.DEVNULL,
+                              cwd=self.folder) as process, os.fdopen(reader, "rb") as output:
+            os.close(writer)
+            time.sleep(0.2)  # until the pipe is full
+            self.assertEqual(output.read(), expected)
+            self.assertEqual(process.wait(TIMEOUT), 1)
+
+    def test_what_waits_for_a_slow_record_is_bounded(self):
+        # Nothing can be written before standard input ends; how far the other thread has gone on
+        # until then shows in what it has read.
+        # One long line: each of its keys has a signature of 200 characters.
+        wide = b"{" + b",".join(b'"k%d":1' % i for i in range(2000)) + b"}"
+        for name, source, count, at_most in [("many", SOURCE + b"#" * 16000, 1000, 300),
+                                             ("large", wide, 200, 150)]:
+            for number in range(count):
+                self.write(f"{name}/{number:04}." + ("json" if name == "large" else "py"), source)
+            with self.subTest(name), subprocess.Popen(
+                    [TOOL, "parse", "--jobs", "2", "--language", "python", "-", name],
+                    stdin=subprocess.PIPE, stdout=subprocess.PIPE, cwd=self.folder) as process:
+                self.assertLess(self.settled_reading(process.pid) / len(source), at_most)
+                process.stdin.close()
+                self.assertEqual(process.stdout.read().count(b"\n"), count + 1)
+                self.assertEqual(process.wait(TIMEOUT), 0)
+
+    def settled_reading(self, pid):
+        """The bytes that the process has read, once it reads no more."""
+        seen = [-1, 0]
+        while seen[-1] != seen[-2]:
+            time.sleep(1)
+            fields = pathlib.Path(f"/proc/{pid}/io").read_text("ascii").split()
+            seen.append(int(fields[fields.index("rchar:") + 1]))
+        return seen[-1]
+
+
+class Terminal(ToolTest):
+    def run_on_terminal(self, arguments, descriptors, stdin=subprocess.DEVNULL):
+        """The status, and what a terminal that stands at these descriptors shows."""
+        controller, terminal = pty.openpty()
+        streams = {1: "stdout", 2: "stderr"}
+        options = {name: terminal if number in descriptors else subprocess.DEVNULL
+                   for number, name in streams.items()}
+        with subprocess.Popen([TOOL, *arguments], stdin=stdin, cwd=self.folder,
+                              **options) as process:
+            os.close(terminal)
+            shown = b""
+            try:
+                while part := os.read(controller, 65536):
+                    shown += part
+            except OSError:  # the terminal's last user is gone
+                pass
+            os.close(controller)
+            return process.wait(TIMEOUT), shown.replace(b"\r\n", b"\n").decode()
+
+    def test_text_is_the_default_on_a_terminal(self):
+        self.write("a.py")
+        status, shown = self.run_on_terminal(["parse", "a.py"], [1, 2])
+        self.assertEqual(status, 0)
+        self.assertTrue(shown.startswith("file a.py  python\n"), shown)
+        status, shown = self.run_on_terminal(["parse", "--format", "json", "a.py"], [1, 2])
+        self.assertEqual(json.loads(shown)["path"], "a.py")
+
+    def test_an_error_is_told_once_on_a_terminal(self):
+        _, shown = self.run_on_terminal(["parse", "no.py"], [1, 2])
+        self.assertEqual(shown.count("No such file"), 1)
+        _, shown = self.run_on_terminal(["parse", "no.py"], [2])
+        self.assertEqual(shown.count("No such file"), 1)
+
+    def test_long_runs_show_progress_and_wipe_it(self):
+        self.write("a.py")
+        feeder = subprocess.Popen([sys.executable, "-c", "import time\nfor i in range(50):"
+                                   " print('a.py', flush=True); time.sleep(0.05)"],
+                                  stdout=subprocess.PIPE)
+        with feeder:
+            status, shown = self.run_on_terminal(["parse", "--files-from", "-"], [2],
+                                                 stdin=feeder.stdout)
+        self.assertEqual(status, 0)
+        self.assertRegex(shown, r"\A(\r\x1b\[K[0-9]+ files, a\.py)+\r\x1b\[K\Z")
+        _, shown = self.run_on_terminal(["parse", "a.py"], [2])
+        self.assertEqual(shown, "")
+
+
+if __name__ == "__main__":
+    unittest.main()
