@@ -76,6 +76,7 @@ KILLERS = [
     ("unclosed.xml", "xml", "<a>" * 10_000, A_GUARD),
     ("closed_1000.xml", "xml", "<a>" * 1_000 + "</a>" * 1_000, parsed(1_000)),
     ("closed_10000.xml", "xml", "<a>" * 10_000 + "</a>" * 10_000, A_GUARD),
+    ("unclosed_starts.xml", "xml", '"<a ' * 7_500, A_GUARD),
     ("long_name.xml", "xml", f"<{'a' * 70_000}></{'a' * 70_000}>", AN_ANSWER),
     ("heredoc_255.rb", "ruby", heredoc("A" * 255) + "class B; end\n", parsed(1)),
     ("heredoc_256.rb", "ruby", heredoc("A" * 256), "assertion"),
