@@ -56,8 +56,10 @@ function(_replace_in_core file header)
 endfunction()
 
 _replace_in_core(stack.c core_stack.h "static void stack_node_release"
-  "static StackNode *stack_node_new" "StackSliceArray ts_stack_pop_count")
-_replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance")
+  "static StackNode *stack_node_new" "static StackVersion ts_stack__add_version"
+  "StackSliceArray ts_stack_pop_count")
+_replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
+  "static void ts_lexer__mark_end")
 
 add_library(tree_sitter_core STATIC "${_core_copy}/lib.c")
 _third_party_target(tree_sitter_core)

@@ -6,8 +6,6 @@
 #include <string.h>
 
 static uint32_t stack__subtree_node_count(Subtree subtree);
-static void ts_stack__add_slice(Stack* self, StackVersion version, StackNode* node,
-                                SubtreeArray* subtrees);
 StackSliceArray published_ts_stack_pop_count(Stack* self, StackVersion version, uint32_t count);
 
 // Gives a reference back. The core's own calls itself for every predecessor of a dead node but the
@@ -74,6 +72,26 @@ static StackNode* stack_node_below(StackNode* node, uint32_t count, uint32_t* si
   return node;
 }
 
+// Adds a version of the stack whose top is `node`. The core's own puts the head together elsewhere
+// and copies it, by wide loads of what narrow stores have just written, for which processors wait.
+static StackVersion ts_stack__add_version(Stack* self, StackVersion original_version,
+                                          StackNode* node) {
+  if (self->heads.size == self->heads.capacity) {
+    array_reserve(&self->heads, self->heads.capacity * 2);
+  }
+  const StackHead* const original = array_get(&self->heads, original_version);
+  StackHead* const head = &self->heads.contents[self->heads.size];
+  head->node = node;
+  head->summary = NULL;
+  head->node_count_at_last_error = original->node_count_at_last_error;
+  head->last_external_token = original->last_external_token;
+  head->lookahead_when_paused = NULL_SUBTREE;
+  head->status = StackStatusActive;
+  stack_node_retain(node);
+  if (head->last_external_token.ptr) ts_subtree_retain(head->last_external_token);
+  return (StackVersion)self->heads.size++;
+}
+
 // Pops `count` subtrees. The core's own follows all branches of the stack at once, with a callback
 // for each step; nearly every stretch has no branches, and is popped here by two loops along it.
 StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t count) {
@@ -93,7 +111,9 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
     ts_subtree_retain(subtree);
     subtrees.contents[--size] = subtree;
   }
-  array_clear(&self->slices);
-  ts_stack__add_slice(self, version, bottom, &subtrees);
+  array_reserve(&self->slices, 1);
+  self->slices.contents[0].subtrees = subtrees;
+  self->slices.contents[0].version = ts_stack__add_version(self, version, bottom);
+  self->slices.size = 1;
   return self->slices;
 }
