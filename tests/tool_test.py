@@ -12,7 +12,8 @@ import pathlib
 import subprocess
 import unittest
 
-from support.tool_case import LANGUAGES, RESULT_FIELDS, SOURCE, SYMBOL_FIELDS, TIMEOUT, TOOL, ToolTest
+from support.tool_case import (LANGUAGES, RESULT_FIELDS, SOURCE, SYMBOL_FIELDS, TIMEOUT, TOOL,
+                               ToolTest)
 
 
 class Records(ToolTest):

@@ -2,8 +2,8 @@
 
     site_folder.py PREFIX
 
-For a prefix of this Python's own, the folder that it searches: Debian's has one below /usr for packages
-and another below /usr/local. For any other, what a Python installed there would search.
+For a prefix of this Python's own, the folder that it searches: Debian's has one below /usr for
+packages and another below /usr/local. For any other, what a Python installed there would search.
 """
 import os
 import site

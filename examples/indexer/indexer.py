@@ -151,7 +151,8 @@ def main(arguments=None):
     command = commands.add_parser("index", help="parse what changed below folders")
     command.add_argument("folders", nargs="+")
     command.add_argument("--threads", type=int, default=len(os.sched_getaffinity(0)))
-    commands.add_parser("find", help="where a name is defined, and who calls it").add_argument("name")
+    command = commands.add_parser("find", help="where a name is defined, and who calls it")
+    command.add_argument("name")
     options = parser.parse_args(arguments)
 
     logging.basicConfig(level=logging.ERROR)  # unreadable files are in the database, as errors

@@ -68,12 +68,12 @@ def test_names_of_c_are_local(prefix):
 
 @pytest.fixture(scope="module")
 def other_core(tmp_path_factory):
-    """Another build of the tree-sitter library, as a host may have loaded it: everything visible."""
+    """Another build of the tree-sitter library, as a host may have loaded it: all visible."""
     folder = tmp_path_factory.mktemp("core")
     core = NODE_MODULES / "tree-sitter" / "vendor" / "tree-sitter" / "lib"
     grammar = NODE_MODULES / "tree-sitter-json" / "src"
-    run("gcc", "-shared", "-fPIC", "-O1", "-w", "-D_GNU_SOURCE", f"-I{core}/include", f"-I{core}/src",
-        f"-I{grammar}", core / "src" / "lib.c", grammar / "parser.c", "-o",
+    run("gcc", "-shared", "-fPIC", "-O1", "-w", "-D_GNU_SOURCE", f"-I{core}/include",
+        f"-I{core}/src", f"-I{grammar}", core / "src" / "lib.c", grammar / "parser.c", "-o",
         folder / "libtree-sitter.so")
     return folder / "libtree-sitter.so"
 

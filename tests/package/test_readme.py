@@ -14,7 +14,8 @@ README = (SOURCE / "README.md").read_text(encoding="utf-8")
 
 def blocks(heading):
     """The code below a heading, up to the next."""
-    section = re.split(r"^#+ ", README.partition(f"\n### {heading}\n")[2], maxsplit=1, flags=re.M)[0]
+    rest = README.partition(f"\n### {heading}\n")[2]
+    section = re.split(r"^#+ ", rest, maxsplit=1, flags=re.M)[0]
     found = re.findall(r"^```(?:sh|python|cpp)\n(.*?)^```$", section, re.M | re.S)
     assert found, heading
     return found
@@ -22,7 +23,7 @@ def blocks(heading):
 
 @pytest.fixture
 def installed(prefix, site, tmp_path, monkeypatch):
-    """A folder with our examples, where the package is found as if it were in the system's places."""
+    """A folder with our examples, where the package is found as in the system's places."""
     shutil.copytree(SOURCE / "examples", tmp_path / "examples")
     monkeypatch.chdir(tmp_path)
     monkeypatch.setenv("PATH", f"{prefix / 'bin'}{os.pathsep}{os.environ['PATH']}")
@@ -33,7 +34,8 @@ def installed(prefix, site, tmp_path, monkeypatch):
 
 def test_tool(installed):
     (block,) = blocks("The tool")
-    text, index, content, found, languages = (run("bash", "-c", line) for line in block.splitlines())
+    lines = block.splitlines()
+    text, index, content, found, languages = (run("bash", "-c", line) for line in lines)
     assert "examples.sources.catalogue." in text and index == ""
     assert len((installed / "index.jsonl").read_text(encoding="utf-8").splitlines()) == 16
     assert [symbol["name"] for symbol in json.loads(content)["symbols"]] == ["f"]

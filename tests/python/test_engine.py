@@ -85,7 +85,8 @@ def test_engines_come_and_go_with_threads(source_file):
     def work(engine):
         assert (engine or treesitter.TreeSitterEngine()).parse_file(source_file) == expected
     for i in range(200):
-        thread = threading.Thread(target=work, args=[treesitter.TreeSitterEngine() if i % 2 else None])
+        shared = treesitter.TreeSitterEngine() if i % 2 else None
+        thread = threading.Thread(target=work, args=[shared])
         thread.start()
         thread.join()
 

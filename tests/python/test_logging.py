@@ -76,8 +76,8 @@ def test_a_parse_that_fails(engine, records, tmp_path, named):
         engine.parse_content(BAD_RUBY, "ruby", path)
     detail = "assertion of the grammar failed (608 bytes)"
     assert [facts(record) for record in records] == [
-        ("WARNING", f"Tree-sitter parse error for {named}=%s language=%s: %s", (path, "ruby", detail),
-         treesitter.ParseError)]
+        ("WARNING", f"Tree-sitter parse error for {named}=%s language=%s: %s",
+         (path, "ruby", detail), treesitter.ParseError)]
     assert str(records[0].exc_info[1]) == detail
 
 

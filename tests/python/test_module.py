@@ -39,7 +39,8 @@ def test_imported_twice_and_in_another_interpreter():
             made = treesitter.TreeSitterEngine().parse_content("def f(): pass", "python", "a.py")
             print(made.symbols[0].name, flush=True)''')
         _xxsubinterpreters.destroy(other)
-        print(second.TreeSitterEngine().parse_content("def x(): pass", "python", "a.py").symbols[0].name)
+        made = second.TreeSitterEngine().parse_content("def x(): pass", "python", "a.py")
+        print(made.symbols[0].name)
     """) == "True True\nf\nx\n"
 
 
@@ -50,7 +51,8 @@ def test_constants():
 
 
 @pytest.mark.parametrize("line, end", [
-    ("x = 1", None), ("if x:", 2), ("f (x)", 3), ("été(x)", 4), ("iffy", None), ("\N{NKO DIGIT ONE}(", 2),
+    ("x = 1", None), ("if x:", 2), ("f (x)", 3), ("été(x)", 4), ("iffy", None),
+    ("\N{NKO DIGIT ONE}(", 2),
     ("a if b", 4), ("@go:", 3), ("_(", 2)])
 def test_body_digest_expression(line, end):
     assert isinstance(treesitter._BODY_DIGEST_RE, re.Pattern)
@@ -108,10 +110,11 @@ def test_help():
         made = getattr(treesitter, name)
         if inspect.isroutine(made) or inspect.isclass(made):
             assert inspect.getdoc(made), name
-    for function in [treesitter.parse_many, treesitter.detect_language,
-                     treesitter.TreeSitterEngine.parse_file, treesitter.TreeSitterEngine.parse_content]:
+    engine = treesitter.TreeSitterEngine
+    for function in [treesitter.parse_many, treesitter.detect_language, engine.parse_file,
+                     engine.parse_content]:
         assert inspect.getdoc(function) and inspect.signature(function).parameters
-    assert str(inspect.signature(treesitter.TreeSitterEngine.parse_content)) == (
+    assert str(inspect.signature(engine.parse_content)) == (
         "(self, /, content, language, file_path, file_id=0)")
     assert set(treesitter.__all__) == {name for name in dir(treesitter) if name[0] != "_"}
     with pytest.raises(AttributeError, match="module 'treesitter' has no attribute 'nothing'"):

@@ -14,7 +14,8 @@ SYMBOL = {"id": None, "file_id": 3, "name": "A", "kind": SymbolKind.CLASS, "fqn"
           "start_line": 1, "end_line": 4, "signature": "class A:", "is_export": True,
           "docstring": "Doc.", "body_digest": None}
 RESULT = {"path": "pkg/a.py", "language": "python", "content_hash": "00" * 32,
-          "symbols": [Symbol(**SYMBOL)], "references": [ReferenceInfo(**REFERENCE)], "errors": ["e"]}
+          "symbols": [Symbol(**SYMBOL)], "references": [ReferenceInfo(**REFERENCE)],
+          "errors": ["e"]}
 LANGUAGE = {"name": "x", "grammar_package": "tree-sitter-x", "grammar_version": "1.0",
             "file_names": (), "suffixes": (".x",)}
 OTHER = {None: "new", True: False, SymbolKind.CLASS: SymbolKind.ENUM}
