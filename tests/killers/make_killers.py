@@ -65,7 +65,7 @@ KILLERS = [
     ("quotes_300.md", "markdown", ">" * 300, parsed(0)),
     ("quotes_600.md", "markdown", "> " * 600 + "# heading\n", parsed(1)),
     ("quotes_30000.md", "markdown", ">" * 30_000, "memory"),
-    ("quotes_800000.md", "markdown", ">" * 800_000, "state"),
+    ("quotes_900000.md", "markdown", ">" * 900_000, "state"),
     ("lists_30000.md", "markdown", "* " * 15_000, AN_ANSWER),
     ("sequences_254.yaml", "yaml", "- " * 254 + "a: 1\n", parsed(1)),
     ("sequences_1000.yaml", "yaml", "- " * 1_000 + "a: 1\n", parsed(1)),
