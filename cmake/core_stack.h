@@ -115,5 +115,6 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
   self->slices.contents[0].subtrees = subtrees;
   self->slices.contents[0].version = ts_stack__add_version(self, version, bottom);
   self->slices.size = 1;
-  return self->slices;
+  // Not self->slices as a whole: it would be loaded across the size that has just been stored.
+  return (StackSliceArray){self->slices.contents, 1, self->slices.capacity};
 }
