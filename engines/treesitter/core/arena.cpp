@@ -106,9 +106,9 @@ void* ParseArena::allocate_small(std::size_t size_class) {
   return header + 1;
 }
 
-// Large blocks have sizes of classes too. A scanner's list that grows with every tag would otherwise
-// ask for a size slightly above all that were given back before, and where something small lies
-// between those, the process keeps them all: 460 MB for 30 KB of XML.
+// Large blocks have sizes of classes too. A scanner's list that grows with every tag would
+// otherwise ask for a size slightly above all that were given back before, and where something
+// small lies between those, the process keeps them all: 460 MB for 30 KB of XML.
 void* ParseArena::allocate_large(std::size_t size) {
   if (size > SIZE_MAX / 2) throw std::bad_alloc();
   if (!EVERY_BLOCK_IS_LARGE) size = size_of_class(size_class_of(size));
