@@ -6,6 +6,8 @@
 // locale, in every host, as far as both know the same version of Unicode. Numbers outside of
 // Unicode, with which scanners mark the end of the file and ill-formed bytes, have no property.
 //
+// ASCII is answered here: scanners ask about little else, and once for each character.
+//
 // Tested by tests/guards_test.cpp.
 #include <unicode/uchar.h>
 
@@ -17,37 +19,48 @@ UChar32 code_point(wint_t character) {
   return character <= UCHAR_MAX_VALUE ? static_cast<UChar32>(character) : U_SENTINEL;
 }
 
+bool is_ascii(wint_t character) { return character < 0x80; }
 bool is_ascii_digit(wint_t character) { return character >= '0' && character <= '9'; }
+bool is_ascii_upper(wint_t character) { return character >= 'A' && character <= 'Z'; }
+bool is_ascii_lower(wint_t character) { return character >= 'a' && character <= 'z'; }
+bool is_ascii_letter(wint_t character) {
+  return is_ascii_upper(character) || is_ascii_lower(character);
+}
 
 }  // namespace
 
 // The separators U+001C to U+001F, which ICU counts in, are no space to the C library; nor are the
 // no-break spaces, to neither of them.
 extern "C" int treesitter_engine_iswspace(wint_t character) {
-  if (character < 0x80) return character == ' ' || (character >= '\t' && character <= '\r');
+  if (is_ascii(character)) return character == ' ' || (character >= '\t' && character <= '\r');
   return u_isWhitespace(code_point(character));
 }
 
 // To the C library the digits of other scripts are letters.
 extern "C" int treesitter_engine_iswalpha(wint_t character) {
+  if (is_ascii(character)) return is_ascii_letter(character);
   const UChar32 value = code_point(character);
-  return u_isUAlphabetic(value) || (u_isdigit(value) && !is_ascii_digit(character));
+  return u_isUAlphabetic(value) || u_isdigit(value);
 }
 
 extern "C" int treesitter_engine_iswalnum(wint_t character) {
+  if (is_ascii(character)) return is_ascii_letter(character) || is_ascii_digit(character);
   const UChar32 value = code_point(character);
   return u_isUAlphabetic(value) || u_isdigit(value);
 }
 
 extern "C" int treesitter_engine_iswupper(wint_t character) {
+  if (is_ascii(character)) return is_ascii_upper(character);
   return u_isUUppercase(code_point(character));
 }
 
 extern "C" int treesitter_engine_iswlower(wint_t character) {
+  if (is_ascii(character)) return is_ascii_lower(character);
   return u_isULowercase(code_point(character));
 }
 
 extern "C" wint_t treesitter_engine_towlower(wint_t character) {
+  if (is_ascii(character)) return is_ascii_upper(character) ? character - 'A' + 'a' : character;
   if (character > UCHAR_MAX_VALUE) return character;
   return static_cast<wint_t>(u_tolower(code_point(character)));
 }

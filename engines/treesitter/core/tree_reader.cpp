@@ -60,10 +60,6 @@ struct Facts {
           .is_extra = node.extra};
 }
 
-// How many children are fetched into the cache when their parent is met. They were made one after
-// the other, so that the processor finds the others by itself.
-constexpr std::uint32_t FETCHED_CHILDREN = 8;
-
 }  // namespace
 
 // All of the walk is to be one loop, with the frame and the facts in registers: left to itself the
@@ -133,9 +129,6 @@ class TreeReader {
   [[gnu::always_inline]] Frame frame_of(const Subtree& subtree, const Facts& facts, Length start,
                                         Owner owner, bool is_hidden) const {
     const Subtree* const children = ts_subtree_children(subtree);
-    for (std::uint32_t i = 0; i < std::min(facts.child_count, FETCHED_CHILDREN); ++i) {
-      if (!children[i].data.is_inline) __builtin_prefetch(children[i].ptr);
-    }
     const TSSymbol* const aliases =
         ts_language_alias_sequence(_tree._tree->language, subtree.ptr->production_id);
     return {children, children + facts.child_count, aliases, start, true, is_hidden, owner};
