@@ -42,6 +42,14 @@ void* operator new(std::size_t size) {
   ++live_blocks;
   return block;
 }
+// Said too, since a sanitizer's own would not call the one above.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  try {
+    return operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
 void operator delete(void* block) noexcept {
   if (block != nullptr) --live_blocks;
   std::free(block);
