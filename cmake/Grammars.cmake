@@ -69,7 +69,8 @@ target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
 # come from registers; by wider loads, which these optimisations make of them, the processor waits for
 # the stores: 3 % of a parse.
 target_compile_options(tree_sitter_core PRIVATE
-  $<$<C_COMPILER_ID:GNU>:-fno-tree-vectorize -fno-store-merging>)
+  $<$<C_COMPILER_ID:GNU>:-fno-tree-vectorize -fno-store-merging>
+  -include "${PROJECT_SOURCE_DIR}/cmake/allocator.h")
 # Core and scanners call back into the engine, so the linker looks there once more behind them.
 target_link_libraries(tree_sitter_core PRIVATE $<LINK_ONLY:treesitter_engine>)
 

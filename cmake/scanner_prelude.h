@@ -2,10 +2,10 @@
 // the installed sources, which stay untouched. The system headers that declare what is replaced
 // here come first, so that the macros meet calls only.
 //
-// Memory: every scanner's goes through the core's allocator hook. Most scanners ask for it by
-// ts_malloc, which TREE_SITTER_REUSE_ALLOCATOR directs to the hook; some (Python, Markdown, SQL)
-// call malloc itself, and their memory would escape the budget and the arena that stand behind the
-// hook. The macros are function-like: a member or a variable called `free` stays what it is.
+// Memory: every scanner's comes from the arena of the parse (allocator.h). Most scanners ask for it
+// by ts_malloc, but some (Python, Markdown, SQL) call malloc itself, and their memory would escape
+// the budget and the arena. The macros are function-like: a member or a variable called `free`
+// stays what it is.
 //
 // State: scanners stop, or write past the end, at the core's 1,024 bytes. The engine hands them a
 // larger buffer, keeps what the core has no room for, and checks each copy into it
@@ -27,17 +27,13 @@
 #include <wchar.h>
 #include <wctype.h>
 
+#include "allocator.h"
 #include "tree_sitter/parser.h"
 
-extern void* (*ts_current_malloc)(size_t size);
-extern void* (*ts_current_calloc)(size_t count, size_t size);
-extern void* (*ts_current_realloc)(void* pointer, size_t size);
-extern void (*ts_current_free)(void* pointer);
-
-#define malloc(size) ts_current_malloc(size)
-#define calloc(count, size) ts_current_calloc(count, size)
-#define realloc(pointer, size) ts_current_realloc(pointer, size)
-#define free(pointer) ts_current_free(pointer)
+#define malloc(size) treesitter_engine_allocate(size)
+#define calloc(count, size) treesitter_engine_allocate_zeroed(count, size)
+#define realloc(block, size) treesitter_engine_reallocate(block, size)
+#define free(block) treesitter_engine_deallocate(block)
 
 #undef TREE_SITTER_SERIALIZATION_BUFFER_SIZE
 #define TREE_SITTER_SERIALIZATION_BUFFER_SIZE (64 * 1024)
@@ -72,8 +68,7 @@ extern wint_t treesitter_engine_towlower(wint_t character);
 #endif
 
 // No scanner uses the following; one that begins to does not compile. The first ones allocate
-// inside the C library, where the hook cannot see it, and their result would then be freed through
-// the hook.
+// inside the C library, past the arena, and their result would then be freed in the arena.
 #pragma GCC poison strdup strndup wcsdup asprintf vasprintf getline getdelim reallocarray
 #pragma GCC poison aligned_alloc posix_memalign open_memstream
 #pragma GCC poison isalnum isalpha isblank iscntrl isgraph islower isprint ispunct isspace isupper

@@ -1,6 +1,6 @@
 // ParseArena: the memory of one parse, freed as a whole.
 //
-// The library asks for memory through a hook (core/parser.cpp directs it here). Everything of a
+// The library asks for its memory here (core/parser.cpp directs it). Everything of a
 // parse, the library's parser and the grammar's scanner included, lies in the arena and goes with
 // one reset: a tree is never freed node by node, a scanner that leaks leaks nothing, and a guard
 // may leave a parse by an exception wherever it stands. Parsing is about a fifth faster than with

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <new>
 #include <string>
 
@@ -55,37 +54,10 @@ const char* read_source(void* payload, std::uint32_t offset, TSPoint /*position*
 
 thread_local constinit ParseArena* current_arena = nullptr;
 
-void* allocate(std::size_t size) {
-  return current_arena != nullptr ? current_arena->allocate(size) : std::malloc(size);
-}
-
-void* allocate_zeroed(std::size_t count, std::size_t size) {
-  if (current_arena == nullptr) return std::calloc(count, size);
-  if (size != 0 && count > SIZE_MAX / size) throw std::bad_alloc();
-  return std::memset(current_arena->allocate(count * size), 0, count * size);
-}
-
-void* reallocate(void* block, std::size_t size) {
-  return current_arena != nullptr ? current_arena->reallocate(block, size)
-                                  : std::realloc(block, size);
-}
-
-void deallocate(void* block) {
-  if (current_arena != nullptr) {
-    current_arena->deallocate(block);
-  } else {
-    std::free(block);
-  }
-}
-
 // Directs the library's memory to the arena of the calling thread's parse while there is one.
 class ArenaScope {
  public:
-  explicit ArenaScope(ParseArena& arena) {
-    static std::once_flag installed;
-    std::call_once(installed, ts_set_allocator, allocate, allocate_zeroed, reallocate, deallocate);
-    current_arena = &arena;
-  }
+  explicit ArenaScope(ParseArena& arena) { current_arena = &arena; }
   ~ArenaScope() { current_arena = nullptr; }
   ArenaScope(const ArenaScope&) = delete;
   ArenaScope& operator=(const ArenaScope&) = delete;
@@ -96,6 +68,29 @@ class ArenaScope {
 }
 
 }  // namespace
+
+extern "C" void* treesitter_engine_allocate(std::size_t size) {
+  return current_arena != nullptr ? current_arena->allocate(size) : std::malloc(size);
+}
+
+extern "C" void* treesitter_engine_allocate_zeroed(std::size_t count, std::size_t size) {
+  if (current_arena == nullptr) return std::calloc(count, size);
+  if (size != 0 && count > SIZE_MAX / size) throw std::bad_alloc();
+  return std::memset(current_arena->allocate(count * size), 0, count * size);
+}
+
+extern "C" void* treesitter_engine_reallocate(void* block, std::size_t size) {
+  return current_arena != nullptr ? current_arena->reallocate(block, size)
+                                  : std::realloc(block, size);
+}
+
+extern "C" void treesitter_engine_deallocate(void* block) {
+  if (current_arena != nullptr) {
+    current_arena->deallocate(block);
+  } else {
+    std::free(block);
+  }
+}
 
 // What `assert` calls in the core and the grammars, which are compiled to call it by this name.
 extern "C" [[noreturn]] void treesitter_engine_assert_fail(const char* /*assertion*/,

@@ -8,8 +8,10 @@
 // nested symbols repeat their ancestors, so the total text of a result is bounded.
 //
 // Tested by tests/symbols_test.cpp.
+#include <algorithm>
+#include <memory_resource>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "engines/treesitter/core/hash.h"
 #include "engines/treesitter/core/node.h"
@@ -71,20 +73,6 @@ class TreeSitterEngine::SymbolWalk {
     FqnId fqn;
   };
 
-  struct FqnHash {
-    using is_transparent = void;
-    const SymbolWalk* walk;
-    std::size_t operator()(std::string_view fqn) const { return hash_of(fqn); }
-    std::size_t operator()(FqnId id) const { return hash_of(walk->fqn(id)); }
-  };
-  struct FqnEqual {
-    using is_transparent = void;
-    const SymbolWalk* walk;
-    bool operator()(FqnId left, FqnId right) const { return left == right; }
-    bool operator()(std::string_view fqn, FqnId id) const { return fqn == walk->fqn(id); }
-    bool operator()(FqnId id, std::string_view fqn) const { return fqn == walk->fqn(id); }
-  };
-
   std::string_view fqn(FqnId id) const {
     return id >= 0 ? _symbols[static_cast<std::size_t>(id)].fqn
                    : _rejected_fqns[static_cast<std::size_t>(-1 - id)];
@@ -102,11 +90,18 @@ class TreeSitterEngine::SymbolWalk {
     const std::uint32_t subtree_end = _tree.record(node.index()).subtree_end;
     std::string qualified_name = qualified(*name);
     spend(qualified_name.size());  // of a repeat too: it was made, and may be long
-    if (_seen_fqns.find(std::string_view(qualified_name)) != _seen_fqns.end()) return subtree_end;
+    const std::size_t hash = hash_of(qualified_name);
+    if (is_seen(hash, qualified_name)) return subtree_end;
     const FqnId id = add_symbol(node, *kind, *name, std::move(qualified_name));
-    _seen_fqns.insert(id);
+    _fqns_by_hash.emplace(hash, id);
     _open.push_back({subtree_end, id});
     return next;
+  }
+
+  bool is_seen(std::size_t hash, std::string_view qualified_name) const {
+    const auto [first, last] = _fqns_by_hash.equal_range(hash);
+    return std::any_of(first, last,
+                       [&](const auto& each) { return fqn(each.second) == qualified_name; });
   }
 
   std::string qualified(std::string_view name) const {
@@ -174,7 +169,8 @@ class TreeSitterEngine::SymbolWalk {
   std::vector<Symbol> _symbols;
   std::vector<std::string> _errors;
   std::vector<std::string> _rejected_fqns;
-  std::unordered_set<FqnId, FqnHash, FqnEqual> _seen_fqns{0, FqnHash{this}, FqnEqual{this}};
+  std::pmr::monotonic_buffer_resource _memory;  // of the table, given back as a whole
+  std::pmr::unordered_multimap<std::size_t, FqnId> _fqns_by_hash{&_memory};
   std::vector<Open> _open;  // innermost last
   std::optional<std::uint32_t> _signature_row;
   std::optional<std::string> _signature;

@@ -1,0 +1,25 @@
+// What the core and the scanners call for memory, in the place of the core's allocator hook: the
+// arena of the calling thread's parse (engines/treesitter/core/parser.cpp defines them). A call by
+// name can be inlined when the whole is linked, one through a pointer cannot.
+#pragma once
+
+#include <stddef.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+void* treesitter_engine_allocate(size_t size);
+void* treesitter_engine_allocate_zeroed(size_t count, size_t size);
+void* treesitter_engine_reallocate(void* block, size_t size);
+void treesitter_engine_deallocate(void* block);
+
+#ifdef __cplusplus
+}
+#endif
+
+// The core's own names for its hook.
+#define ts_malloc(size) treesitter_engine_allocate(size)
+#define ts_calloc(count, size) treesitter_engine_allocate_zeroed(count, size)
+#define ts_realloc(block, size) treesitter_engine_reallocate(block, size)
+#define ts_free(block) treesitter_engine_deallocate(block)
