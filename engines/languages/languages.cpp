@@ -12,8 +12,9 @@
 #include "engines/languages/languages.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
-#include <mutex>
+#include <memory>
 
 #include "engines/languages/detection_table.h"
 #include "engines/languages/language.h"
@@ -99,20 +100,19 @@ constexpr auto INFOS = [] {
   return infos;
 }();
 
-// Filled by the first thread that asks; the others wait for it. The object is left to the process
-// on purpose: parsers in thread-local storage may still use it while static objects are destroyed.
-struct Slot {
-  std::once_flag built;
-  const Language* language = nullptr;
-};
+// Threads that ask for a language at once may each build it; one of them sets it, and the others
+// take that one. Nobody waits: a child that is forked while another thread builds would wait for
+// ever. The object is left to the process on purpose, since parsers in thread-local storage may
+// still use it while static objects are destroyed.
+constinit std::array<std::atomic<const Language*>, COUNT> languages{};
 
 const Language* _language_at(std::size_t index) {
-  static std::array<Slot, COUNT> slots;
-  Slot& slot = slots[index];
-  std::call_once(slot.built, [&] {
-    slot.language = new Language(REGISTRY[index].name, REGISTRY[index].grammar());
-  });
-  return slot.language;
+  const Language* known = languages[index].load(std::memory_order_acquire);
+  if (known != nullptr) return known;
+  auto mine = std::make_unique<const Language>(REGISTRY[index].name, REGISTRY[index].grammar());
+  const bool is_first = languages[index].compare_exchange_strong(
+      known, mine.get(), std::memory_order_acq_rel, std::memory_order_acquire);
+  return is_first ? mine.release() : known;
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 // at every step of a parse, and at every error once for each symbol of the grammar. Those searches
 // are a sixth of the parse of code and half of that of SQL. Here every state has its row.
 //
-// The rows take from 2 KB (JSON) to 9 MB (C#) and 25 MB (SQL) of memory, and a thousandth of a
-// second for each 5 MB to fill, once per process and only for languages that are asked for.
+// The rows take from 2 KB (JSON) to 9 MB (C#) and 25 MB (SQL) of memory, and half a millisecond for
+// each MB to fill, once per process and only for languages that are asked for.
 //
 // Tested by tests/wide_grammar_test.cpp.
 #pragma once
