@@ -132,44 +132,19 @@ struct Case {
 
 TEST(BodyDigestTest, KeepsTheLinesThatCarryLogic) {
   const std::vector<Case> cases = {
-      // The line on which the declaration starts is dropped; other lines of its header are not.
-      {"python", "def f(): return 1\n", NONE},
-      {"python", "def f(a,\n      b=g()):\n  x = y\n", "b=g()):"},
-      {"python", "def f():\n  x = y\n  1\n\n  # if x\n  z = 'a'\n", NONE},
-      {"python", "def f():\n  \"\"\"Return it.\"\"\"\n  return x\n", "return x"},
-      {"python", "def f():\n  '''f()'''\n  x = compute(y)\n  x = y\n", "x = compute(y)"},
-      // Only a docstring's first line is known by its quotes.
-      {"python", "def f():\n  \"\"\"A.\n  If it calls f(x).\n  \"\"\"\n", "If it calls f(x)."},
-      {"python", "def f():\n  if a:\n    return b\n  else:\n    pass\n", "if a:\nreturn b\nelse:"},
       {"python", "def f():\n  # call(x)\n  x = 1  # call(x)\n", "x = 1  # call(x)"},
-      {"javascript", "function f() {\n  /* note */\n  if (a) {\n  }\n}", "if (a) {"},
-      {"javascript", "function f() {\n  /* call(x) */\n  // call(x)\n   * call(x)\n}",
-       "/* call(x) */"},
       {"javascript", "function f() {\r\n  return 1;\r\n}\r\n", "return 1;"},
       {"javascript", "function f() {\n\u3000return\u2003\n}", "return"},
       // A keyword counts as a word in any language.
       {"python", "def f():\n  x = match\n  y = doing\n  z = Return\n", "x = match"},
       {"javascript", "function f() {\n  return 1 } function g() { return 2 }\n", "return 1 }"},
       {"ruby", "def f\n  return 1 if x\n  y = z\nend\n", "return 1 if x"},
-      {"go", "package p\nfunc f() {\n\tdefer g()\n\tx := y\n}\n", "defer g()"},
       {"sql", "CREATE FUNCTION f() RETURNS int AS $$\n  SELECT g(1);\n$$ LANGUAGE sql;",
        "SELECT g(1);"},
       // A heading has no body.
       {"markdown", "# If f()\n\nf()\n", NONE},
   };
   for (const Case& c : cases) EXPECT_EQ(digest(c.source, c.language), c.expected) << c.source;
-}
-
-TEST(BodyDigestTest, OnlyFunctionsAndMethodsHaveOne) {
-  const ParseResult result = parse("class A {\n  b() {\n    return 1;\n  }\n}\n", "javascript");
-  ASSERT_EQ(result.symbols.size(), 2u);
-  EXPECT_EQ(result.symbols[0].body_digest, std::nullopt);
-  EXPECT_EQ(result.symbols[1].body_digest, "return 1;");
-}
-
-TEST(BodyDigestTest, InvalidBytesAreJudgedAsReplacementCharacters) {
-  const ParseResult result = parse_as_file("def f():\n  g('\xE2\x82\xFF')\n", "python");
-  EXPECT_EQ(result.symbols.at(0).body_digest, "g('\uFFFD\uFFFD')");
 }
 
 // A line of `length` code points that carries logic, all but its beginning in umlauts.
@@ -210,36 +185,6 @@ TEST(BodyDigestTest, EndsAtEightHundredCodePoints) {
   EXPECT_EQ(length(digest(source, "javascript")), 800u);
   EXPECT_EQ(digest("function f() {\n" + line_of(799) + "\n" + line_of(10) + "\n}", "javascript"),
             line_of(799));
-}
-
-std::string signature(std::string_view source, std::string_view language) {
-  const ParseResult result = parse(source, language);
-  if (result.symbols.empty()) return "(no symbol)";
-  return result.symbols[0].signature.value_or(std::string(NONE));
-}
-
-TEST(SignatureTest, IsTheLineOnWhichTheDeclarationStarts) {
-  const std::vector<Case> cases = {
-      {"python", "def f(): return 1\n", "def f(): return 1"},
-      {"python", "\n\nif x:\n\t def f(a,\n    b):\n    pass\n", "def f(a,"},
-      {"python", "@a\ndef f():\n  pass\n", "def f():"},
-      {"javascript", "x = 1; export function f() {}", "x = 1; export function f() {}"},
-      {"javascript", "export default\nfunction f() {}", "function f() {}"},
-      {"javascript", "\u3000class A {}\u2029 \r\n", "class A {}"},
-      {"javascript", "\uFEFFclass A {}", "\uFEFFclass A {}"},
-      // Rows end at line feeds only.
-      {"javascript", "1;\rclass A {}\r\n", "1;\rclass A {}"},
-      {"json", "{\"a\": 1}", "{\"a\": 1}"},
-  };
-  for (const Case& c : cases) EXPECT_EQ(signature(c.source, c.language), c.expected) << c.source;
-}
-
-TEST(SignatureTest, IsCutToTwoHundredCodePoints) {
-  const auto line = [](std::size_t length) { return "def f(): " + repeated("ü", length - 9); };
-  EXPECT_EQ(signature("   " + line(199) + "  \n", "python"), line(199));
-  EXPECT_EQ(signature("   " + line(200) + "  \n", "python"), line(200));
-  EXPECT_EQ(signature("   " + line(201) + "  \n", "python"), line(197) + "...");
-  EXPECT_EQ(signature(line(5000), "python"), line(197) + "...");
 }
 
 // ---- Costs ----
