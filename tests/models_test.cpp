@@ -1,4 +1,4 @@
-// The symbol model: its kinds, and what it rejects.
+// The symbol model: what it rejects.
 #include "models/symbol.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +6,6 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace engines::models {
 namespace {
@@ -23,39 +22,6 @@ SymbolArguments arguments() {
           .is_export = true,
           .docstring = "Save.",
           .body_digest = std::nullopt};
-}
-
-TEST(SymbolTest, KeepsWhatItIsGiven) {
-  const Symbol symbol(arguments());
-  EXPECT_EQ(symbol.id, std::nullopt);
-  EXPECT_EQ(symbol.file_id, 7);
-  EXPECT_EQ(symbol.name, "save");
-  EXPECT_EQ(symbol.kind, SymbolKind::method);
-  EXPECT_EQ(symbol.fqn, "models.User.save");
-  EXPECT_EQ(symbol.start_line, 3u);
-  EXPECT_EQ(symbol.end_line, 5u);
-  EXPECT_EQ(symbol.signature, "def save(self):");
-  EXPECT_TRUE(symbol.is_export);
-  EXPECT_EQ(symbol.docstring, "Save.");
-  EXPECT_EQ(symbol.body_digest, std::nullopt);
-  EXPECT_EQ(symbol, Symbol(arguments()));
-}
-
-TEST(SymbolTest, NineKindsAndTheirTexts) {
-  const std::vector<std::pair<SymbolKind, std::string_view>> kinds = {
-      {SymbolKind::class_, "class"},      {SymbolKind::function, "function"},
-      {SymbolKind::method, "method"},     {SymbolKind::interface, "interface"},
-      {SymbolKind::type, "type"},         {SymbolKind::enum_, "enum"},
-      {SymbolKind::variable, "variable"}, {SymbolKind::module, "module"},
-      {SymbolKind::constant, "constant"},
-  };
-  for (const auto& [kind, text] : kinds) {
-    EXPECT_EQ(kind_text(kind), text);
-    EXPECT_EQ(kind_from_text(text), kind);
-  }
-  for (const std::string_view text : {"", "Class", "class_", "property", "const"}) {
-    EXPECT_EQ(kind_from_text(text), std::nullopt) << text;
-  }
 }
 
 // Changes one argument and gives the text of the rejection.

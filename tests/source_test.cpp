@@ -125,28 +125,5 @@ TEST(SourceTest, LinesAreThoseOfTheDecodedText) {
   });
 }
 
-TEST(SourceTest, CommentLinesCarryNoLogic) {
-  struct Case {
-    std::string_view line;
-    bool is_comment;
-  };
-  for (const Case& c : std::vector<Case>{{"# f()", true},
-                                         {"// f()", true},
-                                         {"* f()", true},
-                                         {"*f()", true},
-                                         {"\"\"\"f()", true},
-                                         {"'''f()", true},
-                                         {"/* f() */", false},
-                                         {"/f()", false},
-                                         {"\"\"f()", false},
-                                         {"''f()", false},
-                                         {"-- f()", false},
-                                         {"f() # x", false}}) {
-    EXPECT_EQ(is_comment_line(c.line), c.is_comment) << c.line;
-    const std::string file = "\n\u3000 " + std::string(c.line) + "\r\n";
-    EXPECT_EQ(Source(file).logic_lines().empty(), c.is_comment) << c.line;
-  }
-}
-
 }  // namespace
 }  // namespace engines::treesitter

@@ -123,23 +123,6 @@ TEST(TextTest, DecodesAsPythonDoes) {
   }
 }
 
-std::string error_text(std::string_view bytes) {
-  try {
-    require_utf8(bytes);
-  } catch (const std::invalid_argument& error) {
-    return error.what();
-  }
-  return "none";
-}
-
-TEST(TextTest, ErrorsNameTheByteItsPlaceAndTheFault) {
-  EXPECT_EQ(error_text("ab\xE9"),
-            "'utf-8' codec can't decode byte 0xe9 in position 2: unexpected end of data");
-  EXPECT_EQ(error_text("\xE2\x82(x"),
-            "'utf-8' codec can't decode bytes in position 0-1: invalid continuation byte");
-  EXPECT_EQ(error_text("\xC3\xA9"), "none");
-}
-
 TEST(TextTest, TrimsAndSplitsAsPythonDoes) {
   for (const Strings row : text_tables()["trimming"]) {
     const std::string& text = row[0];
