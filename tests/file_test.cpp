@@ -6,7 +6,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -82,11 +81,6 @@ TEST_F(FileTest, WhatClaimsToBeEmptyIsReadToItsEnd) {
   EXPECT_EQ(content.size, content.bytes.size());
 }
 
-TEST_F(FileTest, LinksAreFollowed) {
-  fs::create_symlink(file("target", "x"), path("link"));
-  EXPECT_EQ(read(path("link")).bytes, "x");
-}
-
 TEST_F(FileTest, WhatIsNoFileIsAnErrorAndNotAWait) {
   EXPECT_EQ(error_of(path("missing")), message(ENOENT));
   EXPECT_EQ(error_of(""), message(ENOENT));
@@ -135,28 +129,6 @@ TEST_F(FileTest, ErrorsQuoteThePathOnOneLine) {
     EXPECT_EQ(error.description(), "No such file or directory");
     EXPECT_EQ(error.path(), path);
   }
-}
-
-TEST_F(FileTest, AnErrorWhileReading) {
-  // Opens as a regular file, and has nothing at address 0.
-  EXPECT_EQ(error_of("/proc/self/mem"), message(EIO));
-}
-
-// Root may read everything, so another user is asked, in a process of its own.
-TEST_F(FileTest, WithoutPermission) {
-  const fs::path secret = file("secret", "x");
-  ASSERT_EQ(::chmod(secret.c_str(), 0), 0);
-  ASSERT_EQ(::chmod(path("").c_str(), 0755), 0);
-  const pid_t child = ::fork();
-  if (child == 0) {
-    constexpr uid_t NOBODY = 65534;
-    if (::geteuid() == 0 && ::setuid(NOBODY) != 0) ::_exit(2);
-    ::_exit(error_of(secret) == message(EACCES) ? 0 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "root here may not become another user";
-  EXPECT_EQ(status, 0);
 }
 
 // Whatever a reader sees of a file that others change, size and digest are those of the bytes read.

@@ -1,7 +1,7 @@
 // What ends a parse that would not end, and what the next parse on the thread finds of it: nothing.
 //
-// tests/killers holds many more such files, each with a process of its own; here stand the guards'
-// own promises.
+// tests/killers holds these files and many more, each with a process of its own, and says which
+// guard ends them; here stand the guards' other promises.
 #include <gtest/gtest.h>
 #include <malloc.h>
 #include <pthread.h>
@@ -16,6 +16,7 @@
 
 #include "engines/languages/language.h"
 #include "engines/treesitter/core/parser.h"
+#include "tests/support/inputs.h"
 #include "tests/support/parse.h"
 #include "tests/support/sanitizers.h"
 
@@ -26,13 +27,6 @@ extern "C" {
 namespace engines::treesitter {
 namespace {
 
-std::string repeated(std::string_view text, std::size_t count) {
-  std::string all;
-  all.reserve(text.size() * count);
-  for (std::size_t i = 0; i < count; ++i) all += text;
-  return all;
-}
-
 std::string ruby_heredoc(std::size_t name_size) {
   const std::string name(name_size, 'A');
   return "x = <<" + name + "\ntext\n" + name + "\n";
@@ -41,28 +35,26 @@ std::string ruby_heredoc(std::size_t name_size) {
 struct Hostile {
   std::string_view language;
   std::string source;
-  std::string_view guard;
 };
 
 const std::vector<Hostile>& hostile_sources() {
   static const std::vector<Hostile> sources = {
       // Sixteen bytes for which the library loops for ever.
-      {"tsx", "<a {{b:>c:d(e f)", "operation budget exceeded"},
-      {"javascript", repeated("->", 5'000), "operation budget exceeded"},
+      {"tsx", "<a {{b:>c:d(e f)"},
+      {"javascript", repeated("->", 5'000)},
       // Each level is a state of its own, so that they are quadratic together.
-      {"markdown", repeated(">", 30'000), "memory budget exceeded"},
-      {"yaml", repeated("- ", 9'000) + "a\n", "memory budget exceeded"},
+      {"markdown", repeated(">", 30'000)},
+      {"yaml", repeated("- ", 9'000) + "a\n"},
       // The blocks that Markdown's scanner copies into its state without asking for room, and the
       // pairs of which YAML's writes the last one half behind it.
-      {"markdown", repeated(">", 900'000), "scanner state exceeds its limit"},
-      {"yaml", repeated("- ", 300'000) + "a\n", "scanner state exceeds its limit"},
+      {"markdown", repeated(">", 900'000)},
+      {"yaml", repeated("- ", 300'000) + "a\n"},
       // Ruby's counts in 8 bits. Names of 256 letters have none then, and the last source makes it
       // take the letters of names for the sizes of heredocs that reach far behind its state.
-      {"ruby", ruby_heredoc(300), "assertion of the grammar failed"},
-      {"ruby", ruby_heredoc(256), "assertion of the grammar failed"},
-      {"ruby", repeated("%w(#{", 300), "assertion of the grammar failed"},
-      {"ruby", repeated("f(<<\"" + repeated("\u00ff", 300) + "\",", 200),
-       "assertion of the grammar failed"},
+      {"ruby", ruby_heredoc(300)},
+      {"ruby", ruby_heredoc(256)},
+      {"ruby", repeated("%w(#{", 300)},
+      {"ruby", repeated("f(<<\"" + repeated("\u00ff", 300) + "\",", 200)},
   };
   return sources;
 }
@@ -71,25 +63,7 @@ std::string error_of(const ParseResult& result) {
   return result.errors.empty() ? "" : result.errors.front();
 }
 
-std::string parse_error(std::string_view guard, std::size_t size) {
-  return "Parse error: " + std::string(guard) + " (" + std::to_string(size) + " bytes)";
-}
-
-// ---- What a guard says ----
-
-TEST(GuardsTest, NameThemselvesAndTheSize) {
-  for (const Hostile& hostile : hostile_sources()) {
-    const ParseResult result = parse(hostile.source, hostile.language);
-    if (IS_SANITIZED) {  // slower and larger, so that another guard may come first
-      EXPECT_TRUE(error_of(result).starts_with("Parse error: ")) << hostile.source.substr(0, 40);
-    } else {
-      EXPECT_EQ(error_of(result), parse_error(hostile.guard, hostile.source.size()))
-          << hostile.source.substr(0, 40);
-    }
-    EXPECT_TRUE(result.symbols.empty() && result.references.empty());
-    EXPECT_EQ(result.content_hash.size(), 64U);
-  }
-}
+// ---- What a guard leaves ----
 
 TEST(GuardsTest, LeaveNothingForTheNextParse) {
   constexpr std::string_view GOOD = "# a\n\nclass A:\n  x: [1]\n  y: <<B\nB\n";
@@ -166,14 +140,12 @@ TEST(ScannerStateTest, DeepNestingBeyondTheLibrarysRoom) {
   // One key at the bottom of the sequences: 20 bytes of state and 8 for each.
   EXPECT_EQ(symbol_count(repeated("- ", 125) + "key: 1\n", "yaml"), 1U);
   EXPECT_EQ(symbol_count(repeated("- ", 126) + "key: 1\n", "yaml"), 1U);
-  EXPECT_EQ(symbol_count(repeated("- ", 1'000) + "key: 1\n", "yaml"), 1U);
 
   // The tags that are open are the state: two bytes for each.
   const std::size_t levels = IS_SANITIZED ? 700 : 2'000;
   EXPECT_EQ(symbol_count(repeated("<a>", levels) + repeated("</a>", levels), "xml"), levels);
 
   EXPECT_EQ(symbol_count(repeated("> ", 250) + "# heading\n", "markdown"), 1U);
-  EXPECT_EQ(symbol_count(repeated("> ", 600) + "# heading\n", "markdown"), 1U);
 }
 
 TEST(ScannerStateTest, ManyLargeStatesThatAlternate) {
@@ -193,9 +165,6 @@ TEST(ScannerStateTest, YamlKnowsRowsBeyondSixteenBits) {
   ASSERT_EQ(result.symbols.size(), 2U);
   EXPECT_EQ(result.symbols[1].name, "last");
   EXPECT_EQ(result.symbols[1].start_line, 70'002U);
-
-  const std::string wide = std::string(40'000, ' ') + "key: 1\n";
-  EXPECT_EQ(symbol_count(wide, "yaml"), 1U);
 }
 
 TEST(ScannerStateTest, WhatAScannerForgetsIsNotLeaked) {
@@ -298,14 +267,6 @@ TEST(ResultLimitTest, NestedNamesEndInAnOrderlyError) {
     // 16 MiB and 256 bytes for each of the 800,001.
     EXPECT_STREQ(error.what(), "the symbols of this file hold more text than 221577472 bytes");
   }
-}
-
-// Distinct keys of one row, each with the same long signature: as dense as files get.
-TEST(ResultLimitTest, MinifiedFilesStayBelow) {
-  std::string source = "{";
-  for (int i = 0; i < 50'000; ++i) source += "\"k" + std::to_string(i) + "\":0,";
-  source.back() = '}';
-  EXPECT_EQ(symbol_count(source, "json"), 50'000U);
 }
 
 }  // namespace

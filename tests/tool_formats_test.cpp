@@ -97,28 +97,6 @@ TEST(JsonOutput, WritesEveryFieldInItsOrder) {
   EXPECT_EQ(json_line(record), expected.dump() + '\n');
 }
 
-TEST(JsonOutput, WritesTheOtherOutcomes) {
-  EXPECT_EQ(json_line({"LICENSE", UnknownLanguage{}}), R"({"path":"LICENSE","language":null})"
-                                                       "\n");
-  EXPECT_EQ(json_line({"a.py", Raised{"no \"UTF-8\""}}),
-            R"({"path":"a.py","raised":"no \"UTF-8\""})"
-            "\n");
-  EXPECT_EQ(json_line({"top", Unreadable{std::nullopt, "why"}}),
-            R"({"path":"top","language":null,"content_hash":"","symbols":[],"references":[],)"
-            R"("errors":["why"]})"
-            "\n");
-  EXPECT_EQ(json_line({"-", Unreadable{"go", "why"}}),
-            R"({"path":"-","language":"go","content_hash":"","symbols":[],"references":[],)"
-            R"("errors":["why"]})"
-            "\n");
-}
-
-TEST(JsonOutput, PutsTheBytesOfAnOddPathBesideIt) {
-  const auto record = ordered_json::parse(json_line({"a\xFF/\xC3\xA9", UnknownLanguage{}}));
-  EXPECT_EQ(record.dump(),
-            "{\"path\":\"a\uFFFD/\u00E9\",\"path_bytes\":\"61ff2fc3a9\",\"language\":null}");
-}
-
 TEST(JsonOutput, EscapesWhatMayNotStandInALine) {
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"", R"("")"},

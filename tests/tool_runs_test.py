@@ -76,11 +76,6 @@ class Failures(ToolTest):
         self.assert_unreadable(records[1], "top/closed", None, "Permission denied")
         self.assertIn("Failed to read folder: ", records[3]["errors"][0])
 
-    def test_paths_too_long(self):
-        long = "/".join(["x" * 250] * 20) + ".py"
-        self.assert_unreadable(self.parse(long, status=1)[0], long, "python", "too long")
-        self.assert_unreadable(self.parse("y" * 300, status=1)[0], "y" * 300, None, "too long")
-
     def test_wrong_use_ends_with_status_2_and_prints_no_record(self):
         self.write("a.py")
         for arguments, part in [

@@ -41,15 +41,6 @@ def test_file_and_content_agree(engine, source_file):
     assert engine.parse_file(source_file).symbols[0].file_id == 0
 
 
-def test_bytes_are_read_as_they_are(engine, tmp_path):
-    path = tmp_path / "a.py"
-    content = b"def f(): # \xff\n  return 1\r\n"
-    path.write_bytes(content)
-    result = engine.parse_file(path)
-    assert result.content_hash == hashlib.sha256(content).hexdigest()
-    assert result.symbols[0].signature == "def f(): # \N{REPLACEMENT CHARACTER}"
-
-
 @pytest.mark.parametrize("text", ["é", "\U0001F600", "名前"])
 def test_texts_of_every_width(engine, text):
     result = engine.parse_content(f'def f():\n    """{text}"""\n', "python", "a.py")

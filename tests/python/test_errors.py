@@ -95,10 +95,3 @@ def test_read_failures_read_as_pythons_own(engine, tmp_path):
         assert result == treesitter.ParseResult(
             path=os.fsdecode(path), language="python", content_hash="", symbols=[], references=[],
             errors=[f"Failed to read file: {expected.value}"])
-
-
-def test_expected_failures_are_data(engine):
-    assert engine.parse_content("", "cobol", "a.cob").errors == ["No parser available for cobol"]
-    name = "A" * 300
-    (error,) = engine.parse_content(f"x = <<{name}\n{name}\n", "ruby", "a.rb").errors
-    assert error == "Parse error: assertion of the grammar failed (608 bytes)"

@@ -81,12 +81,6 @@ def test_a_parse_that_fails(engine, records, tmp_path, named):
     assert str(records[0].exc_info[1]) == detail
 
 
-def test_nothing_is_said_of_what_goes_well(engine, records, source_file):
-    engine.parse_file(source_file)
-    engine.parse_file("a.unknown")
-    assert records == []
-
-
 def test_the_logger_is_asked_for_its_level_first(engine, monkeypatch, tmp_path):
     asked = []
     monkeypatch.setattr(LOGGER, "isEnabledFor", lambda level: asked.append(level))

