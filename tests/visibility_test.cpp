@@ -49,6 +49,9 @@ TEST(ExportTest, Corners) {
   // A child that reads as a hiding word hides, its name included.
   expect_flags("php", {{"<?php class A { public function private() {} }", "+A -private"},
                        {"<?php class A { public function protector() {} }", "+A +protector"}});
+  // The first letter, and not its first byte; some have no case, or title case.
+  expect_flags("go", {{"package p\nfunc Été() {}\nfunc été() {}\nfunc 世() {}\nfunc ǅ() {}\n",
+                       "+Été -été -世 -ǅ"}});
   expect_flags("rust", {{"crate fn f() {}", "-f"}});
   // The search ends at a module, outside of which may be an export.
   expect_flags("typescript",
