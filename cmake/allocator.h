@@ -5,18 +5,10 @@
 
 #include <stddef.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
-
 void* treesitter_engine_allocate(size_t size);
 void* treesitter_engine_allocate_zeroed(size_t count, size_t size);
 void* treesitter_engine_reallocate(void* block, size_t size);
 void treesitter_engine_deallocate(void* block);
-
-#ifdef __cplusplus
-}
-#endif
 
 // The core's own names for its hook.
 #define ts_malloc(size) treesitter_engine_allocate(size)
