@@ -1,8 +1,8 @@
 // treesitter-engine: takes files and folders and prints what each declares and refers to.
 //
 //   main -> arguments     what the user wants
-//        -> run           job_source finds files, make_record parses them, json_output or
-//                         text_output form the records, ordered_output writes them
+//        -> run           item_source finds files, the engine parses them on all threads,
+//                         json_output or text_output form the records
 //
 // Exit statuses and messages: messages.h.
 #include <csignal>
@@ -11,6 +11,7 @@
 
 #include "tool/arguments.h"
 #include "tool/descriptors.h"
+#include "tool/interrupts.h"
 #include "tool/listing.h"
 #include "tool/messages.h"
 #include "tool/run.h"
@@ -40,6 +41,7 @@ int main(int count, char** arguments) {
   tool::reserve_standard_descriptors();
   // A closed pipe is then an error of write, met where the records are written.
   std::signal(SIGPIPE, SIG_IGN);
+  tool::catch_interrupts();
   try {
     const int status = execute(tool::parse_arguments(count, arguments));
     tool::close_output();
