@@ -61,7 +61,7 @@ std::string skipped(const Counts& counts, const walk::LeftOut& left_out) {
     reasons += (reasons.empty() ? "" : ", ") + std::to_string(count) + reason;
   };
   add(left_out.hidden, " hidden");
-  add(left_out.links, " symbolic links");
+  add(left_out.links, " linked");
   add(left_out.unknown + counts.unknown, " of unknown language");
   add(counts.binary, " binary");
   return total == 0 ? "" : ", " + std::to_string(total) + " skipped (" + reasons + ")";
