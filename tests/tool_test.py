@@ -179,10 +179,10 @@ class Input(ToolTest):
         self.write("list", b"a.txt\ntop\n")
         records = self.parse("--language", "ruby", "a.txt", "top/b.py", "no.py", "--files-from",
                              "list", status=1)
-        self.assertEqual([record["language"] for record in records], ["ruby"] * 5)
+        self.assertEqual([record["language"] for record in records], ["ruby"] * 4 + [None])
         self.assertEqual(records[0]["symbols"][0]["fqn"], "a.f")
         self.assertEqual(records[3], records[0])
-        self.assert_unreadable(records[4], "top", "ruby", "is a folder")
+        self.assert_unreadable(records[4], "top", None, "is a folder")
 
     def test_languages_have_their_usual_names_too(self):
         self.write("a", b"")

@@ -12,6 +12,7 @@
 #include <system_error>
 #include <utility>
 
+#include "engines/languages/languages.h"
 #include "tool/descriptors.h"
 
 namespace tool {
@@ -54,8 +55,15 @@ void read_content(int descriptor, ParseItem& item) {
   }
 }
 
+// Told to the engine where an item may be a failure, which has the language that is named alone.
+std::optional<std::string> detected(const std::string& path) {
+  const auto language = engines::languages::detect_language(path);
+  return language ? std::optional<std::string>(*language) : std::nullopt;
+}
+
 // A file whose path the system would not take.
 void read_through_folder(walk::FolderWalk& walk, ParseItem& item) {
+  item.language = detected(item.path);
   const OwnedDescriptor file(walk.open_last());
   struct stat status {};
   if (file.number() < 0 || ::fstat(file.number(), &status) != 0) {
@@ -105,9 +113,11 @@ std::optional<ParseItem> ItemSource::find() {
       continue;
     }
     ParseItem item = item_at(*std::move(path));
-    item.language = _arguments.language;
-    // One on the command line would have been a usage error.
-    if (is_folder(item.path)) item.failure = FOLDER_WITH_LANGUAGE;
+    if (is_folder(item.path)) {
+      item.failure = FOLDER_WITH_LANGUAGE;  // on the command line it was a usage error
+    } else {
+      item.language = _arguments.language;
+    }
     return item;
   }
 }
@@ -138,7 +148,7 @@ std::optional<ParseItem> ItemSource::next_found() {
 
 ParseItem ItemSource::standard_input() const {
   ParseItem item = item_at(_arguments.stdin_path.value_or(STANDARD_INPUT));
-  item.language = _arguments.language;
+  item.language = _arguments.language ? _arguments.language : detected(item.path);
   item.is_text = true;
   read_content(STDIN_FILENO, item);
   return item;
