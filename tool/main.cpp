@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <new>
 
 #include "tool/arguments.h"
 #include "tool/descriptors.h"
@@ -49,6 +50,8 @@ int main(int count, char** arguments) {
   } catch (const tool::UsageError& error) {
     tool::complain(error.what());
     tool::complain("see treesitter-engine --help");
+  } catch (const std::bad_alloc&) {
+    tool::complain("out of memory");
   } catch (const std::exception& error) {
     tool::complain(error.what());
   }

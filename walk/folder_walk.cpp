@@ -60,18 +60,28 @@ void FolderWalk::push(OpenFolder folder) {
   if (_levels.size() > OPEN_FOLDERS) _levels[_levels.size() - 1 - OPEN_FOLDERS].folder.close();
 }
 
-// Goes back to the parent. One that has been moved has another `..`, and may still be where its
-// path says; one that is found in neither place stays closed.
+// Goes back to the parent, which may have been moved: then the child has another `..` now.
 void FolderWalk::pop() {
   const OpenFolder child = std::move(_levels.back().folder);
   _levels.pop_back();
   if (_levels.empty()) return;
   Level& parent = _levels.back();
   _path.resize(parent.path_size);
-  if (parent.folder.is_open()) return;
-  OpenFolder again = child.is_open() ? OpenFolder::in(child, "..") : OpenFolder();
-  if (!again.is_open() || !again.is(parent.folder)) again = OpenFolder::at_path(_path);
+  if (parent.folder.is_open() || !child.is_open()) return;
+  OpenFolder again = OpenFolder::in(child, "..");
   if (again.is_open() && again.is(parent.folder)) parent.folder = std::move(again);
+}
+
+// Gives an errno, 0 when the current folder is open. One that the way back has not found may still
+// be where its path says.
+int FolderWalk::require_open() {
+  OpenFolder& folder = _levels.back().folder;
+  if (folder.is_open()) return 0;
+  OpenFolder again = OpenFolder::at_path(_path);
+  if (!again.is_open()) return errno;
+  if (!again.is(folder)) return ESTALE;
+  folder = std::move(again);
+  return 0;
 }
 
 void FolderWalk::close_all_but_last() {
@@ -82,8 +92,8 @@ void FolderWalk::close_all_but_last() {
 
 // Gives what cannot be entered.
 std::optional<Found> FolderWalk::enter(const std::string& name) {
+  if (const int error = require_open(); error != 0) return Found{_path + name, error};
   const OpenFolder& parent = _levels.back().folder;
-  if (!parent.is_open()) return Found{_path + name, ESTALE};
   OpenFolder folder = OpenFolder::in(parent, name);
   if (!folder.is_open() && (errno == EMFILE || errno == ENFILE)) {
     // Others need descriptors too; the walk can do with two.
@@ -118,11 +128,11 @@ std::optional<Found> FolderWalk::next() {
 }
 
 int FolderWalk::open_last() {
-  if (!_levels.empty() && _levels.back().folder.is_open()) {
-    return _levels.back().folder.open_file(_last_name);
+  if (const int error = _levels.empty() ? ESTALE : require_open(); error != 0) {
+    errno = error;
+    return -1;
   }
-  errno = ESTALE;
-  return -1;
+  return _levels.back().folder.open_file(_last_name);
 }
 
 }  // namespace walk

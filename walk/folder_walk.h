@@ -38,7 +38,7 @@ struct LeftOut {
 // are given: whoever reads them refuses them, and the user learns of it.
 class FolderWalk {
  public:
-  static constexpr std::size_t OPEN_FOLDERS = 8;
+  static constexpr std::size_t OPEN_FOLDERS = 3;
 
   // A symbolic link to a folder is followed here, since somebody named it.
   explicit FolderWalk(const std::string& folder);
@@ -60,13 +60,14 @@ class FolderWalk {
     int error;
   };
   struct Level {
-    std::size_t path_size;  // of the path that its entries follow, in _path
-    OpenFolder folder;      // closed while far from the current one, or for good when it was lost
+    std::size_t path_size;       // of the path that its entries follow, in _path
+    OpenFolder folder;           // closed while far from the current one, or when it was lost
     std::vector<Entry> entries;  // the next one is last
   };
 
   void push(OpenFolder folder);
   void pop();
+  int require_open();
   std::optional<Found> enter(const std::string& name);
   bool keeps(const char* name, OpenFolder::Kind kind);
   void close_all_but_last();
