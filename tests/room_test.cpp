@@ -1,0 +1,106 @@
+// The memory that all parses share: nobody is lost for want of it, and nobody waits for ever.
+#include "engines/treesitter/core/room.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "engines/treesitter/core/process_limits.h"
+#include "tests/support/inputs.h"
+#include "tests/support/parse.h"
+
+namespace engines::treesitter {
+namespace {
+
+// Of the whole process, so it is set back.
+class RoomTest : public testing::Test {
+ protected:
+  ~RoomTest() override { set_memory_room(_before); }
+
+  // To a tenth, what the item takes when nothing else is under way.
+  std::uint64_t least_room(const ParseItem& item) const {
+    for (std::uint64_t room = 2'000'000;; room += room / 10) {
+      set_memory_room(room);
+      if (std::get<ParseResult>(engine.parse(item)).errors.empty()) return room;
+    }
+  }
+
+  const TreeSitterEngine engine;
+
+ private:
+  const std::uint64_t _before = memory_room();
+};
+
+TEST_F(RoomTest, IsThreeQuartersOfWhatTheProcessMayHave) {
+  EXPECT_EQ(memory_room(), process_memory_limit() / 4 * 3);
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
+  rlimit lower = before;
+  lower.rlim_cur = std::min<rlim_t>(before.rlim_cur, rlim_t{1} << 44) - 1;
+  ASSERT_EQ(::setrlimit(RLIMIT_AS, &lower), 0);
+  EXPECT_LE(process_memory_limit(), lower.rlim_cur);
+  ASSERT_EQ(::setrlimit(RLIMIT_AS, &before), 0);
+}
+
+TEST_F(RoomTest, AFileThatCanNeverFitSaysBothNumbers) {
+  const std::string content = repeated("x = f(1)\n", 20'000);
+  set_memory_room(1'000'000);
+  const ParseResult result = engine.parse_bytes(content, "python", "a.py");
+  ASSERT_EQ(result.errors.size(), 1U);
+  EXPECT_TRUE(result.errors[0].starts_with("Parse error: ")) << result.errors[0];
+  EXPECT_TRUE(
+      result.errors[0].ends_with(" bytes of memory needed, 1000000 allowed to this process"))
+      << result.errors[0];
+  EXPECT_EQ(result.content_hash.size(), 64U);
+  set_memory_room(1'000'000'000);
+  EXPECT_EQ(engine.parse_bytes(content, "python", "a.py").references.size(), 20'000U);
+}
+
+TEST_F(RoomTest, FilesThatDoNotFitTogetherComeOneByOne) {
+  const ParseItem item{.path = "a.py", .content = repeated("x = [1, f(2)]\n", 10'000)};
+  const ParseResult expected = std::get<ParseResult>(engine.parse(item));
+  set_memory_room(least_room(item) * 5 / 4);
+  std::size_t count = 0;
+  const auto source = [&] { return count++ < 20 ? std::optional(item) : std::nullopt; };
+  for (const ParsedItem& parsed : engine.parse_many(source, {.threads = 4})) {
+    ASSERT_EQ(std::get<ParseResult>(parsed.outcome), expected)
+        << std::get<ParseResult>(parsed.outcome).errors.front();
+  }
+  EXPECT_GT(count, 20U);
+}
+
+TEST_F(RoomTest, WhoWaitsCanBeCancelled) {
+  set_memory_room(1'000'000);
+  RoomTurn first(0, never_cancelled);
+  std::stop_source stop;
+  std::thread waiting([&] {
+    const Outcome outcome = engine.parse({.path = "a.py", .content = repeated("x = 1\n", 100'000)},
+                                         {.stop = stop.get_token()});
+    EXPECT_EQ(std::get<Raised>(outcome).kind, Raised::Kind::cancelled);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  stop.request_stop();
+  waiting.join();
+}
+
+// What stays counted would grow until nothing fits.
+TEST_F(RoomTest, EverythingIsGivenBack) {
+  const ParseItem item{.path = "a.py", .content = repeated("x = f(1)\n", 10'000)};
+  const std::uint64_t before = least_room(item);
+  set_memory_room(200'000'000);
+  for (int i = 0; i < 20; ++i) {
+    std::thread([] {
+      const TreeSitterEngine own;
+      for (const char* const path : {"a.py", "a.json"}) {
+        (void)own.parse({.path = path, .content = repeated("{\"a\":[1, f(2)", 3'000)});
+      }
+    }).join();
+  }
+  EXPECT_EQ(least_room(item), before);
+}
+
+}  // namespace
+}  // namespace engines::treesitter
