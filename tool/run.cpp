@@ -19,12 +19,16 @@
 namespace tool {
 namespace {
 
-Output formatted(const Record& record, Format format) {
-  Output output{record.path, {}, error_texts(record)};
+using engines::treesitter::ParsedItem;
+using engines::treesitter::Raised;
+
+Output formatted(const ParsedItem& record, Format format) {
+  Output output{record.item.path, {}, error_texts(record)};
+  StringSink sink(output.text);
   if (format == Format::json) {
-    append_json(output.text, record);
+    write_json(sink, record);
   } else {
-    append_text(output.text, record);
+    write_text(sink, record);
   }
   return output;
 }
@@ -71,7 +75,8 @@ Output Run::output_of(Job job) const {
   try {
     return formatted(make_record(_engine, std::move(job), _arguments.language), _arguments.format);
   } catch (const std::bad_alloc& error) {
-    return formatted({path, Raised{error.what()}}, _arguments.format);
+    const Raised raised{Raised::Kind::out_of_memory, error.what(), "", "", nullptr};
+    return formatted({{.path = path}, raised}, _arguments.format);
   }
 }
 

@@ -24,6 +24,8 @@ def say(text):
 
 def tool_programs(engines, named):
     """The tool of each engine, by the engine's name: the one that is named, or of its build."""
+    if unknown := sorted(named.keys() - engines.keys()):
+        sys.exit(f"bench: --tool {unknown[0]}: no --engine has that name")
     programs = {}
     for name, engine in engines.items():
         program = named.get(name) or str(pathlib.Path(engine).parent.parent / "treesitter-engine")
