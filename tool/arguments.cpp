@@ -212,21 +212,19 @@ void settle_command(const CLI::App& app, std::vector<std::string>& arguments) {
   throw UsageError("unknown command '" + escaped(word) + "'" + meant);
 }
 
-// What a command leaves of its arguments is an error, which CLI11 would put less helpfully.
-void require_all_taken(const CLI::App& app) {
-  for (const CLI::App* const command : app.get_subcommands()) {
-    const auto rest = command->remaining();
-    if (rest.empty()) continue;
-    std::string word = rest.front();
-    unshield(word);
-    if (!word.starts_with('-')) throw UsageError("unexpected argument '" + escaped(word) + "'");
-    std::vector<std::string> names;
-    for (const CLI::Option* const option : command->get_options()) {
-      for (const auto& name : option->get_lnames()) names.push_back("--" + name);
-    }
-    word = word.substr(0, word.find('='));
-    throw UsageError("unknown option '" + escaped(word) + "'" + suggestion(word, names));
+// What is left of the arguments is an error, which CLI11 would put less helpfully.
+void require_all_taken(const CLI::App& command) {
+  const auto rest = command.remaining();
+  if (rest.empty()) return;
+  std::string word = rest.front();
+  unshield(word);
+  if (!word.starts_with('-')) throw UsageError("unexpected argument '" + escaped(word) + "'");
+  std::vector<std::string> names;
+  for (const CLI::Option* const option : command.get_options()) {
+    for (const auto& name : option->get_lnames()) names.push_back("--" + name);
   }
+  word = word.substr(0, word.find('='));
+  throw UsageError("unknown option '" + escaped(word) + "'" + suggestion(word, names));
 }
 
 }  // namespace
@@ -236,7 +234,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   parsed.format = ::isatty(STDOUT_FILENO) != 0 ? Format::text : Format::json;
 
   CLI::App app(DESCRIPTION, "treesitter-engine");
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.add_flag_callback(
       "-V,--version", [] { throw CLI::CallForVersion("", 0); },
       "Print the versions of the tool, the tree-sitter core and the grammars");
@@ -263,6 +261,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
     throw usage_error(error);
   }
   require_all_taken(app);
+  for (const CLI::App* const command : app.get_subcommands()) require_all_taken(*command);
   if (languages->parsed()) {
     parsed.command = Command::languages;
     return parsed;
