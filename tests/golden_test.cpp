@@ -70,7 +70,8 @@ std::string entries_of(const Case& golden) {
   try {
     const auto result = engine.parse_file(input_name(golden));
     if (!result || result->language != golden.language) return "no " + golden.language + " file\n";
-    tool::append_text_entries(text, *result);
+    tool::StringSink sink(text);
+    tool::write_text_entries(sink, *result);
   } catch (const std::exception& error) {
     text = "raised " + tool::escaped(error.what()) + '\n';
   }

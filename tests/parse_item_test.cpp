@@ -55,7 +55,10 @@ TEST_F(ParseItemTest, GivesWhatTheEntryPointsGive) {
 
   const std::string missing = path + "/b.py";
   EXPECT_EQ(result_of({.path = missing}), *engine.parse_file(missing));
-  EXPECT_THAT(result_of({.path = path, .failure = "no folder"}).errors, ElementsAre("no folder"));
+  const auto failed = result_of({.path = path, .language = "go", .failure = "no folder"});
+  EXPECT_THAT(failed.errors, ElementsAre("no folder"));
+  EXPECT_EQ(failed.language, "go");
+  EXPECT_EQ(result_of({.path = path, .failure = "no folder"}).language, "");
 }
 
 TEST_F(ParseItemTest, BytesNeedNotBeUtf8AndTextMust) {
@@ -83,6 +86,12 @@ TEST_F(ParseItemTest, NoLanguageAndDeclined) {
   EXPECT_EQ(std::get<Declined>(engine.parse({.path = binary, .declines_binary = true})).reason,
             Declined::Reason::binary);
   EXPECT_TRUE(std::holds_alternative<ParseResult>(engine.parse({.path = binary})));
+  ParseItem content{.path = "a.py", .content = std::string("#\0", 2), .max_size = 2};
+  EXPECT_TRUE(std::holds_alternative<ParseResult>(engine.parse(content)));
+  content.declines_binary = true;
+  EXPECT_EQ(std::get<Declined>(engine.parse(content)).reason, Declined::Reason::binary);
+  content.max_size = 1;
+  EXPECT_EQ(std::get<Declined>(engine.parse(content)).reason, Declined::Reason::too_large);
 }
 
 TEST_F(ParseItemTest, WhatIsKnownOfAFileWhoseParseRaised) {

@@ -1,23 +1,31 @@
 // The two output formats: each record in its form, and any bytes as fit output. JSON is judged by
-// reading it back.
+// what a library writes of the same texts.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <random>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "engines/treesitter/core/text.h"
 #include "tool/escape.h"
 #include "tool/json_output.h"
+#include "tool/json_string.h"
+#include "tool/record.h"
 #include "tool/text_output.h"
 
 namespace tool {
 namespace {
 
 using engines::models::Symbol;
+using engines::treesitter::Declined;
+using engines::treesitter::NoLanguage;
+using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseResult;
+using engines::treesitter::Raised;
 using nlohmann::ordered_json;
 using namespace std::string_literals;
 
@@ -55,14 +63,32 @@ ParseResult result_of(std::vector<Symbol> symbols) {
           .errors = {"Invalid symbol x: y"}};
 }
 
-std::string json_line(const Record& record) {
-  std::string line;
-  append_json(line, record);
-  return line;
+ParsedItem parsed(std::string path, engines::treesitter::Outcome outcome) {
+  return {{.path = std::move(path)}, std::move(outcome)};
+}
+
+Raised raised(std::string text) { return {Raised::Kind::other, std::move(text), "", "", nullptr}; }
+
+// What arrives at a sink, and in how large pieces.
+struct Arrived final : ByteSink {
+  void write(std::string_view bytes) override {
+    text += bytes;
+    largest = std::max(largest, bytes.size());
+  }
+
+  std::string text;
+  std::size_t largest = 0;
+};
+
+template <typename Record>
+std::string written(void (*write)(ByteSink&, const Record&), const Record& record) {
+  Arrived sink;
+  write(sink, record);
+  return sink.text;
 }
 
 TEST(JsonOutput, WritesEveryFieldInItsOrder) {
-  const Record record{"src/a.py", result_of({full_symbol(), symbol("", "a.")})};
+  const auto record = parsed("src/a.py", result_of({full_symbol(), symbol("", "a.")}));
   // The dump of an ordered document has the same order and no spaces, so the lines are equal.
   const ordered_json expected = {{"path", "src/a.py"},
                                  {"language", "python"},
@@ -94,38 +120,123 @@ TEST(JsonOutput, WritesEveryFieldInItsOrder) {
                                   {{{"name", "call_it"}, {"line", 5}, {"kind", "call"}},
                                    {{"name", "pkg.mod"}, {"line", 1}, {"kind", "import_module"}}}},
                                  {"errors", {"Invalid symbol x: y"}}};
-  EXPECT_EQ(json_line(record), expected.dump() + '\n');
+  EXPECT_EQ(written(write_json, record), expected.dump() + '\n');
 }
 
-TEST(JsonOutput, EscapesWhatMayNotStandInALine) {
-  const std::vector<std::pair<std::string, std::string>> rows = {
-      {"", R"("")"},
-      {"a\"b\\c/", R"("a\"b\\c/")"},
-      {"\n\r\t\b\f", R"("\n\r\t\b\f")"},
-      {"\0\x1F"s, R"("\u0000\u001f")"},
-      {"\u00E9\u20AC\U0001F600", "\"\u00E9\u20AC\U0001F600\""},
-  };
-  for (const auto& [bytes, expected] : rows) {
-    EXPECT_EQ(json_line({"a", Raised{bytes}}), "{\"path\":\"a\",\"raised\":" + expected + "}\n");
+// As a library writes what the engine reads the bytes as.
+void expect_as_by_library(std::string_view bytes) {
+  Arrived sink;
+  OutputBuffer out(sink);
+  write_json_string(out, bytes);
+  out.flush();
+  // Not EXPECT_EQ, which takes minutes to show the difference of long texts.
+  EXPECT_TRUE(sink.text == ordered_json(engines::treesitter::decode_replacing(bytes)).dump())
+      << bytes.size() << " bytes: " << escaped(bytes.substr(0, 40));
+  EXPECT_LE(sink.largest, OutputBuffer::CAPACITY);
+}
+
+TEST(JsonString, IsWhatALibraryWrites) {
+  for (int byte = 0; byte < 256; ++byte) {
+    for (std::size_t before = 0; before < 9; ++before) {  // at each place of a word
+      expect_as_by_library(std::string(before, 'a') + static_cast<char>(byte) + "bcdefghi");
+    }
+  }
+  const std::vector<std::string> units = {
+      "a",    "plain text ", "\"",   "\\",       "\n",   "\x01", "\x7F", "\0"s,       "\u00E9",
+      "\xE9", "\xE2\x82",    "\x80", "\xF0\x9F", "\xC0", "\xFF", "/",    "\U0001F600"};
+  std::mt19937 random(5);
+  for (int i = 0; i < 5000; ++i) {
+    std::string bytes;
+    for (auto count = random() % 20; count > 0; --count) bytes += units[random() % units.size()];
+    expect_as_by_library(bytes);
+  }
+  // Across the ends of pieces and of the buffer, at any distance from them.
+  for (const std::string& unit : units) {
+    std::string bytes;
+    while (bytes.size() < OutputBuffer::CAPACITY) bytes += unit;
+    for (std::size_t begin = 0; begin < 8; ++begin) {
+      expect_as_by_library(std::string(begin, ' ') + bytes);
+    }
   }
 }
 
-TEST(JsonOutput, ReplacesEachMaximalIllFormedSubpart) {
-  const std::vector<std::pair<std::string, std::string>> rows = {
-      {"\xFF", "\uFFFD"},
-      {"\xC3", "\uFFFD"},
-      {"\x80\x80", "\uFFFD\uFFFD"},
-      {"a\xE2\x82z", "a\uFFFDz"},                // a sequence cut short is one
-      {"\xF0\x9F\x98\xF0\x9F", "\uFFFD\uFFFD"},  // and so is the next
-      {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},    // a surrogate starts nothing
-      {"\xC0\xAF", "\uFFFD\uFFFD"},              // nor does an overlong form
-      {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},
-      {"\xFF\"\n\xFE", "\uFFFD\"\n\uFFFD"},
+TEST(JsonOutput, TellsTheBytesOfPathsThatAreNoText) {
+  EXPECT_EQ(written(write_json, parsed("a\xFF\n/\xE2\x82z", NoLanguage{})),
+            "{\"path\":\"a\uFFFD\\n/\uFFFDz\",\"path_bytes\":\"61ff0a2fe2827a\","
+            "\"language\":null}\n");
+}
+
+// The outcomes without a result in both formats, and their error texts.
+TEST(Outputs, TellTheOtherOutcomes) {
+  const auto failed = [](std::string language, std::string error) {
+    return ParseResult{"ignored", std::move(language), "", {}, {}, {std::move(error)}};
   };
-  for (const auto& [bytes, expected] : rows) {
-    const auto record = ordered_json::parse(json_line({"a", Raised{bytes}}));
-    EXPECT_EQ(record.at("raised").get<std::string>(), expected);
+  const auto whole = [](std::string_view path, std::string_view language, std::string_view error) {
+    return "{\"path\":\"" + std::string(path) + "\",\"language\":" + std::string(language) +
+           R"(,"content_hash":"","symbols":[],"references":[],"errors":[")" + std::string(error) +
+           "\"]}\n";
+  };
+  const std::string too_large =
+      "Failed to read file: it has 90000000000 bytes, and --max-filesize allows 64";
+  ParsedItem declined = parsed("a/b.go", Declined{Declined::Reason::too_large, 90000000000});
+  declined.item.max_size = 64;
+  ParsedItem forced = declined;
+  forced.item.language = "tsx";
+  ParsedItem unknown = declined;
+  unknown.item.path = "blob";
+  struct Row {
+    ParsedItem parsed;
+    std::string json;
+    std::string text;
+    std::vector<std::string> errors;
+  };
+  const std::vector<Row> rows = {
+      {parsed("LICENSE", NoLanguage{}),
+       "{\"path\":\"LICENSE\",\"language\":null}\n",
+       "file LICENSE  (unknown language)\n\n",
+       {}},
+      {parsed("a\nb", raised("why\n")),
+       R"({"path":"a\nb","raised":"why\n"})"
+       "\n",
+       "file a\\nb\nraised why\\n\n\n",
+       {"why\n"}},
+      {parsed("gone", NoLanguage{"why"}),
+       whole("gone", "null", "why"),
+       "file gone\nerror why\n\n",
+       {"why"}},
+      {parsed("top", failed("", "why")),
+       whole("top", "null", "why"),
+       "file top\nerror why\n\n",
+       {"why"}},
+      {parsed("-", failed("go", "why")),
+       whole("-", "\"go\"", "why"),
+       "file -  go\nerror why\n\n",
+       {"why"}},
+      {declined,
+       whole("a/b.go", "\"go\"", too_large),
+       "file a/b.go  go\nerror " + too_large + "\n\n",
+       {too_large}},
+      {forced,
+       whole("a/b.go", "\"tsx\"", too_large),
+       "file a/b.go  tsx\nerror " + too_large + "\n\n",
+       {too_large}},
+      {unknown,
+       whole("blob", "null", too_large),
+       "file blob\nerror " + too_large + "\n\n",
+       {too_large}},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(written(write_json, row.parsed), row.json);
+    EXPECT_EQ(written(write_text, row.parsed), row.text);
+    EXPECT_EQ(error_texts(row.parsed), row.errors);
   }
+}
+
+TEST(Outputs, AreAboutAsLongAsForetold) {
+  const auto record = parsed("src/a.py", result_of(std::vector<Symbol>(1000, full_symbol())));
+  const auto foretold = static_cast<double>(output_size_bound(record));
+  const auto length = static_cast<double>(written(write_json, record).size());
+  EXPECT_NEAR(foretold / length, 1, 0.2);
 }
 
 TEST(Escape, ShowsEveryByteOnOneLine) {
@@ -146,16 +257,25 @@ TEST(Escape, ShowsEveryByteOnOneLine) {
   for (const auto& [bytes, expected] : rows) EXPECT_EQ(escaped(bytes), expected);
 }
 
+TEST(Escape, IsTheSameAcrossTheEndsOfTheBuffer) {
+  for (const std::string unit : {"a", "\x01", "\n", "\xFF", "\u00E9", "\u200B", "b\\"}) {
+    std::string bytes;
+    std::string expected;
+    while (expected.size() <= OutputBuffer::CAPACITY) {
+      bytes += unit;
+      expected += escaped(unit);
+    }
+    EXPECT_TRUE(escaped(bytes) == expected) << escaped(unit);
+  }
+}
+
 std::string text_of(std::vector<Symbol> symbols) {
-  std::string text;
-  append_text_entries(text, {"", "", "", std::move(symbols), {}, {}});
-  return text;
+  return written(write_text_entries, ParseResult{"", "", "", std::move(symbols), {}, {}});
 }
 
 TEST(TextOutput, HasOneLinePerFieldAndLine) {
-  std::string text;
-  append_text(text, {"src/a.py", result_of({full_symbol(), symbol("f", "src.a.f")})});
-  EXPECT_EQ(text, R"(file src/a.py  python
+  const auto record = parsed("src/a.py", result_of({full_symbol(), symbol("f", "src.a.f")}));
+  EXPECT_EQ(written(write_text, record), R"(file src/a.py  python
   hash  00ff
 function  src.a.User.save                           3-14  export
   id    7
@@ -192,20 +312,6 @@ TEST(TextOutput, TellsAnEmptyTextFromNone) {
   empty.signature = "";
   EXPECT_THAT(text_of({empty}), testing::EndsWith("\n  sig\n"));
   EXPECT_THAT(text_of({symbol("f", "f")}), testing::Not(testing::HasSubstr("sig")));
-}
-
-TEST(TextOutput, WritesTheOtherOutcomes) {
-  const std::vector<std::pair<Record, std::string>> rows = {
-      {{"LICENSE", UnknownLanguage{}}, "file LICENSE  (unknown language)\n\n"},
-      {{"a\nb", Raised{"why\n"}}, "file a\\nb\nraised why\\n\n\n"},
-      {{"top", Unreadable{std::nullopt, "why"}}, "file top\nerror why\n\n"},
-      {{"-", Unreadable{"go", "why"}}, "file -  go\nerror why\n\n"},
-  };
-  for (const auto& [record, expected] : rows) {
-    std::string text;
-    append_text(text, record);
-    EXPECT_EQ(text, expected);
-  }
 }
 
 }  // namespace

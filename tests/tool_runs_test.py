@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import pty
+import resource
 import shutil
 import signal
 import socket
@@ -58,9 +59,12 @@ class Failures(ToolTest):
         self.write("top/a.py")
         self.write("top/closed/b.py")
         self.write("top/d.py")
-        os.chmod(self.folder / "top/closed", 0)
+        self.write("top/listed/e.py")
+        self.write("top/listed/sub/f.py")
         os.chmod(self.folder, 0o755)
-        self.addCleanup(os.chmod, self.folder / "top/closed", 0o755)
+        for name, mode in [("top/closed", 0), ("top/listed", 0o444)]:
+            os.chmod(self.folder / name, mode)
+            self.addCleanup(os.chmod, self.folder / name, 0o755)
         options = {}
         if os.geteuid() == 0:  # permissions do not bind the superuser
             program = self.folder / "tool"  # nobody may be unable to reach the build folder
@@ -72,25 +76,40 @@ class Failures(ToolTest):
             options = {"preexec_fn": become_nobody, "executable": program}
         records = self.parse("top", "top/closed", status=1, **options)
         self.assertEqual([record["path"] for record in records],
-                         ["top/a.py", "top/closed", "top/d.py", "top/closed"])
+                         ["top/a.py", "top/closed", "top/d.py", "top/listed/e.py",
+                          "top/listed/sub", "top/closed"])
         self.assert_unreadable(records[1], "top/closed", None, "Permission denied")
-        self.assertIn("Failed to read folder: ", records[3]["errors"][0])
+        self.assert_unreadable(records[3], "top/listed/e.py", "python", "Permission denied")
+        self.assert_unreadable(records[4], "top/listed/sub", None, "Permission denied")
+        self.assertIn("Failed to read folder: ", records[5]["errors"][0])
 
     def test_wrong_use_ends_with_status_2_and_prints_no_record(self):
         self.write("a.py")
         for arguments, part in [
-                ([], "subcommand"),
-                (["bogus"], "subcommand"),
+                ([], "command"),
+                (["bogus"], "bogus"),
+                (["prase", "a.py"], "did you mean 'parse'?"),
+                (["lang"], "did you mean 'languages'?"),
+                (["a.py"], "did you mean `parse a.py`?"),
+                (["--verison"], "did you mean '--version'?"),
+                (["help", "prase"], "did you mean 'parse'?"),
                 (["parse"], "no PATH"),
                 (["parse", "--bogus", "a.py"], "--bogus"),
+                (["parse", "--langauge=python", "a.py"], "did you mean '--language'?"),
                 (["parse", "--jobs", "0", "a.py"], "--jobs"),
-                (["parse", "--jobs", "many", "a.py"], "--jobs"),
+                (["parse", "-jmany", "a.py"], "--jobs"),
                 (["parse", "--jobs", "99999", "a.py"], "--jobs"),
                 (["parse", "--format", "xml", "a.py"], "--format"),
                 (["parse", "--language", "klingon", "a.py"], "klingon"),
-                (["parse", "--language", "Python", "a.py"], "Python"),
+                (["parse", "-l", "pyton", "a.py"], "did you mean 'python'?"),
                 (["parse", "--language", "", "a.py"], "unknown language"),
+                (["parse", "--language", "go", "a.py", "."], ". is a folder"),
+                (["parse", "--max-filesize", "1X", "a.py"], "1X"),
+                (["parse", "--max-filesize", "K", "a.py"], "K"),
+                (["parse", "--max-filesize", "99999999999G", "a.py"], "99999999999G"),
                 (["parse", "-"], "--language"),
+                (["parse", "--stdin-path", "LICENSE", "-"], "LICENSE"),
+                (["parse", "--stdin-path", "x.py", "a.py"], "--stdin-path"),
                 (["parse", "--language", "go", "-", "-"], "once"),
                 (["parse", "--language", "go", "-", "--files-from", "-"], "once"),
                 (["parse", "--null", "a.py"], "--files-from"),
@@ -171,22 +190,71 @@ class Runs(ToolTest):
             self.assertEqual(output.read(), expected)
             self.assertEqual(process.wait(TIMEOUT), 1)
 
-    def test_what_waits_for_a_slow_record_is_bounded(self):
-        # Nothing can be written before standard input ends; how far the other thread has gone on
-        # until then shows in what it has read.
+    def test_what_waits_for_a_slow_reader_is_bounded(self):
         # One long line: each of its keys has a signature of 200 characters.
         wide = b"{" + b",".join(b'"k%d":1' % i for i in range(2000)) + b"}"
-        for name, source, count, at_most in [("many", SOURCE + b"#" * 16000, 1000, 300),
-                                             ("large", wide, 200, 150)]:
-            for number in range(count):
-                self.write(f"{name}/{number:04}." + ("json" if name == "large" else "py"), source)
-            with self.subTest(name), subprocess.Popen(
-                    [TOOL, "parse", "--jobs", "2", "--language", "python", "-", name],
-                    stdin=subprocess.PIPE, stdout=subprocess.PIPE, cwd=self.folder) as process:
-                self.assertLess(self.settled_reading(process.pid) / len(source), at_most)
-                process.stdin.close()
-                self.assertEqual(process.stdout.read().count(b"\n"), count + 1)
-                self.assertEqual(process.wait(TIMEOUT), 0)
+        for number in range(200):
+            self.write(f"top/{number:03}.json", wide)
+        with subprocess.Popen([TOOL, "parse", "--jobs", "2", "top"], stdout=subprocess.PIPE,
+                              cwd=self.folder) as process:
+            self.assertLess(self.settled_reading(process.pid) / len(wide), 100)
+            self.assertEqual(process.stdout.read().count(b"\n"), 200)
+            self.assertEqual(process.wait(TIMEOUT), 0)
+
+    def test_signals_end_it_behind_a_whole_record_and_the_second_at_once(self):
+        self.write_many(50)
+        with subprocess.Popen([TOOL, "parse", "top", "top"], stdout=subprocess.PIPE,
+                              stderr=subprocess.DEVNULL, cwd=self.folder) as process:
+            self.settled_reading(process.pid)  # until the pipe is full
+            process.send_signal(signal.SIGINT)
+            records = self.records(process.stdout.read())
+            self.assertEqual(process.wait(TIMEOUT), -signal.SIGINT)
+        self.assertEqual([record["path"] for record in records],
+                         [f"top/{number:04}.py" for number in range(len(records))])
+        if b"__tsan_init" in pathlib.Path(TOOL).read_bytes():
+            self.skipTest("that sanitizer keeps signals back as long as a write waits")
+        with subprocess.Popen([TOOL, "parse", "top", "top"], stdout=subprocess.PIPE,
+                              stderr=subprocess.DEVNULL, cwd=self.folder) as process:
+            self.settled_reading(process.pid)
+            process.send_signal(signal.SIGTERM)
+            with self.assertRaises(subprocess.TimeoutExpired):
+                process.wait(0.3)
+            process.send_signal(signal.SIGINT)
+            self.assertEqual(process.wait(TIMEOUT), -signal.SIGINT)
+
+    def test_signals_end_it_while_it_waits_for_a_list(self):
+        self.write("a.py")
+        with subprocess.Popen([TOOL, "parse", "--files-from", "-"], stdin=subprocess.PIPE,
+                              stdout=subprocess.PIPE, cwd=self.folder) as process:
+            process.stdin.write(b"a.py\n")
+            process.stdin.flush()
+            self.assertEqual(json.loads(process.stdout.readline())["path"], "a.py")
+            process.send_signal(signal.SIGTERM)
+            self.assertEqual(process.wait(TIMEOUT), -signal.SIGTERM)
+            self.assertEqual(process.stdout.read(), b"")
+        # As nohup and shells do for programs in the background.
+        with subprocess.Popen([TOOL, "parse", "--files-from", "-"], stdin=subprocess.PIPE,
+                              stdout=subprocess.DEVNULL, preexec_fn=lambda:
+                              signal.signal(signal.SIGINT, signal.SIG_IGN)) as process:
+            process.send_signal(signal.SIGINT)
+            process.stdin.close()
+            self.assertEqual(process.wait(TIMEOUT), 0)
+
+    def test_want_of_memory_ends_no_run_by_a_signal(self):
+        self.write("top/a.json", b"[" * 40000 + b"]" * 40000)
+        self.write("top/b.yaml", b"".join(b" " * i + b"k:\n" for i in range(600)))
+        self.write("top/c.py", SOURCE * 20000)
+        for kib in (90000, 120000, 160000):
+            def limit(size=kib * 1024):
+                resource.setrlimit(resource.RLIMIT_AS, (size, size))
+            if self.run_tool("--version", preexec_fn=limit).returncode != 0:
+                self.skipTest("a sanitizer's shadow has no room")
+            for output_format in ("json", "text"):
+                done = self.run_tool("parse", "-j", "3", "-f", output_format, "top",
+                                     preexec_fn=limit)
+                with self.subTest(kib=kib, format=output_format):
+                    self.assertIn(done.returncode, (0, 1, 2), done.stderr[-500:])
+                    self.assertEqual(done.returncode == 0, done.stderr == b"")
 
     def settled_reading(self, pid):
         """The bytes that the process has read, once it reads no more."""
@@ -199,7 +267,8 @@ class Runs(ToolTest):
 
 
 class Terminal(ToolTest):
-    def run_on_terminal(self, arguments, descriptors, stdin=subprocess.DEVNULL):
+    def run_on_terminal(self, arguments, descriptors, stdin=subprocess.DEVNULL,
+                        meanwhile=lambda process: None):
         """The status, and what a terminal that stands at these descriptors shows."""
         controller, terminal = pty.openpty()
         streams = {1: "stdout", 2: "stderr"}
@@ -208,6 +277,7 @@ class Terminal(ToolTest):
         with subprocess.Popen([TOOL, *arguments], stdin=stdin, cwd=self.folder,
                               **options) as process:
             os.close(terminal)
+            meanwhile(process)
             shown = b""
             try:
                 while part := os.read(controller, 65536):
@@ -223,7 +293,7 @@ class Terminal(ToolTest):
         self.assertEqual(status, 0)
         self.assertTrue(shown.startswith("file a.py  python\n"), shown)
         status, shown = self.run_on_terminal(["parse", "--format", "json", "a.py"], [1, 2])
-        self.assertEqual(json.loads(shown)["path"], "a.py")
+        self.assertEqual(json.loads(shown.splitlines()[0])["path"], "a.py")
 
     def test_an_error_is_told_once_on_a_terminal(self):
         _, shown = self.run_on_terminal(["parse", "no.py"], [1, 2])
@@ -240,9 +310,30 @@ class Terminal(ToolTest):
             status, shown = self.run_on_terminal(["parse", "--files-from", "-"], [2],
                                                  stdin=feeder.stdout)
         self.assertEqual(status, 0)
-        self.assertRegex(shown, r"\A(\r\x1b\[K[0-9]+ files, a\.py)+\r\x1b\[K\Z")
-        _, shown = self.run_on_terminal(["parse", "a.py"], [2])
-        self.assertEqual(shown, "")
+        self.assertRegex(shown, r"\A(\r\x1b\[K[0-9]+ files?(, a\.py)?)+\r\x1b\[K"
+                                r"treesitter-engine: 50 files, \d\.\d s\n\Z")
+
+    def test_progress_names_the_file_that_takes_long_and_the_total_when_known(self):
+        self.write("a.py")
+        self.write("slow.py", b"f(a, b)\n" * 500000)
+        def hold_up(process):  # however fast the machine is, it takes long now
+            time.sleep(0.1)
+            process.send_signal(signal.SIGSTOP)
+            time.sleep(2)
+            process.send_signal(signal.SIGCONT)
+        _, shown = self.run_on_terminal(["parse", "-j", "1", "a.py", "slow.py", "a.py"], [2],
+                                        meanwhile=hold_up)
+        self.assertRegex(shown, r"\r\x1b\[K1 of 3 files, [2-9]\.\d s on slow\.py\r\x1b\[K")
+
+    def test_a_summary_tells_what_was_left_out(self):
+        for name in ("top/a.py", "top/.git/a.py", "top/README"):
+            self.write(name)
+        self.write("top/utf16.py", "x = 1\n".encode("utf-16"))
+        (self.folder / "top/link.py").symlink_to("a.py")
+        done = self.run_tool("parse", "-v", "top", "LICENSE", "no.py", "top/README")
+        self.assertRegex(done.stderr.decode().splitlines()[-1],
+                         r"treesitter-engine: 3 files, 2 failed, 5 skipped \(1 hidden, 1 linked, "
+                         r"2 of unknown language, 1 binary\), \d\.\d s")
 
 
 if __name__ == "__main__":

@@ -117,6 +117,31 @@ class Paths(ToolTest):
                           "[a,b]/q.py"])
 
 
+    def test_files_whose_path_is_too_long_for_the_system_are_parsed(self):
+        name = "n" * 200
+        folder = os.open(self.folder, os.O_RDONLY)
+        self.addCleanup(subprocess.run, ["rm", "-rf", self.folder / name], check=True)
+        for _ in range(25):
+            os.mkdir(name, dir_fd=folder)
+            inner = os.open(name, os.O_RDONLY, dir_fd=folder)
+            os.close(folder)
+            folder = inner
+        def write(name, content):
+            with os.fdopen(os.open(name, os.O_WRONLY | os.O_CREAT, dir_fd=folder), "wb") as file:
+                file.write(content)
+        write("a.py", SOURCE)
+        write("b.py", b"\0")
+        write("c.py", b"#" * 300)
+        os.mkfifo("d.py", dir_fd=folder)
+        os.close(folder)
+        prefix = "/".join([name] * 25) + "/"
+        first, large, fifo = self.parse("--max-filesize", "200", name, status=1)
+        self.assertEqual((first["path"], first["content_hash"]),
+                         (prefix + "a.py", hashlib.sha256(SOURCE).hexdigest()))
+        self.assert_unreadable(large, prefix + "c.py", "python", "--max-filesize")
+        self.assert_unreadable(fifo, prefix + "d.py", "python", "Not a regular file")
+
+
 class Input(ToolTest):
     def test_standard_input(self):
         [record] = self.parse("--language", "python", "-", input=SOURCE)
@@ -136,24 +161,69 @@ class Input(ToolTest):
         [record] = self.parse("--language", "go", "-", status=1, stdin=folder)
         self.assert_unreadable(record, "-", "go", "directory")
 
-    def test_content_that_is_no_utf8_is_refused_where_its_language_is_forced(self):
-        self.write("x", b"x = 1\xff")
-        [record, other] = self.parse("--language", "python", "-", "x", input=b"\xff", status=1)
+    def test_standard_input_has_a_path_and_its_language_where_they_are_told(self):
+        [record] = self.parse("--stdin-path", "pkg/job.py", "-", input=SOURCE)
+        self.write("pkg/job.py")
+        self.assertEqual([record], self.parse("pkg/job.py"))
+        [record] = self.parse("--stdin-path", "[x]/.q", "-l", "python", "-", input=SOURCE)
+        self.assertEqual((record["path"], record["language"]), ("[x]/.q", "python"))
+
+    def test_standard_input_must_be_utf8(self):
+        [record] = self.parse("--language", "python", "-", input=b"\xff", status=1)
         self.assertEqual(list(record), ["path", "raised"])
         self.assertIn("position 0", record["raised"])
-        self.assertIn("position 5", other["raised"])
 
-    def test_a_forced_language_holds_for_named_files_only(self):
+    def test_a_forced_language_holds_for_files(self):
         self.write("a.txt", b"def f; end\n")
         self.write("top/b.py")
-        records = self.parse("--language", "ruby", "a.txt", "top", "top/b.py", "no.py", status=1)
-        self.assertEqual([record["language"] for record in records],
-                         ["ruby", "python", "ruby", "ruby"])
+        self.write("list", b"a.txt\ntop\n")
+        records = self.parse("--language", "ruby", "a.txt", "top/b.py", "no.py", "--files-from",
+                             "list", status=1)
+        self.assertEqual([record["language"] for record in records], ["ruby"] * 4 + [None])
         self.assertEqual(records[0]["symbols"][0]["fqn"], "a.f")
+        self.assertEqual(records[3], records[0])
+        self.assert_unreadable(records[4], "top", None, "is a folder")
+
+    def test_languages_have_their_usual_names_too(self):
+        self.write("a", b"")
+        for name, language in [("JavaScript", "javascript"), ("js", "javascript"),
+                               ("TS", "typescript"), ("tsx", "tsx"), ("py", "python"),
+                               ("golang", "go"), ("rb", "ruby"), ("cs", "csharp"),
+                               ("C#", "csharp"), ("rs", "rust"), ("yml", "yaml"),
+                               ("md", "markdown")]:
+            self.assertEqual(self.parse("-l", name, "a")[0]["language"], language)
 
     def test_a_forced_language_that_is_detected_anyway_changes_nothing(self):
-        self.write("a.py")
+        self.write("a.py", SOURCE + b"x = '\xff'\n")
         self.assertEqual(self.parse("a.py"), self.parse("--language", "python", "a.py"))
+
+    def test_files_that_are_too_large_are_refused_unread(self):
+        self.write("fits.py", b"#" * 1024)
+        self.write("large.py", b"#" * 1025)
+        self.write("huge.py", b"")
+        os.truncate(self.folder / "huge.py", 1 << 42)
+        huge, large = self.parse("-j2", "huge.py", "large.py", status=1)
+        self.assert_unreadable(huge, "huge.py", "python", "--max-filesize")
+        self.assertIn(str(1 << 42), huge["errors"][0])
+        self.assertEqual(large["errors"], [])
+        fits, large = self.parse("--max-filesize", "1k", "fits.py", "large.py", status=1)
+        self.assertEqual(fits["errors"], [])
+        self.assert_unreadable(large, "large.py", "python", "--max-filesize")
+        self.assertEqual(self.parse("--max-filesize", "0", "large.py")[0]["errors"], [])
+        for size, status in [(3, 0), (4, 1)]:
+            [record] = self.parse("-l", "python", "--max-filesize", "3", "-", input=b"#" * size,
+                                  status=status)
+            self.assertEqual("--max-filesize" in str(record["errors"]), status == 1)
+
+    def test_binary_files_are_left_out_in_folders_only(self):
+        self.write("top/a.py")
+        self.write("top/late.py", b"#" * 8192 + b"\0")
+        for path, content in [("top/binary.py", b"x = 1\n\0"),
+                              ("top/utf16.py", "x = 1\n".encode("utf-16"))]:
+            self.write(path, content)
+        self.assertEqual(self.paths("top"), ["top/a.py", "top/late.py"])
+        self.assertEqual(self.paths("top/binary.py", "top/utf16.py", status=None),
+                         ["top/binary.py", "top/utf16.py"])
 
     def test_lists_of_paths(self):
         names = ["a.py", " b .py", "[c].py", "d/e.py", "LICENSE"]
@@ -190,17 +260,21 @@ class Input(ToolTest):
 
 class Information(ToolTest):
     def test_help(self):
-        for arguments in (["--help"], ["-h"], ["parse", "--help"], ["languages", "--help"]):
+        for arguments in (["--help"], ["-h"], ["parse", "--help"], ["languages", "-h"], ["help"],
+                          ["help", "languages"]):
             done = self.run_tool(*arguments)
             self.assertEqual((done.returncode, done.stderr), (0, b""))
             self.assertIn(b"Usage: treesitter-engine", done.stdout)
         text = self.run_tool("parse", "--help").stdout.decode()
-        for option in ("--language", "--jobs", "--format", "--files-from", "--null", "PATH"):
+        for option in ("--language", "--jobs", "--format", "--files-from", "--null", "--stdin-path",
+                       "--max-filesize", "--verbose", "PATH"):
             self.assertIn(option, text)
+        self.assertEqual(self.run_tool("help", "parse").stdout.decode(), text)
 
     def test_version(self):
         done = self.run_tool("--version")
         self.assertEqual((done.returncode, done.stderr), (0, b""))
+        self.assertEqual(self.run_tool("-V").stdout, done.stdout)
         lines = done.stdout.decode().splitlines()
         self.assertRegex(lines[0], r"\Atreesitter-engine \d+\.\d+\.\d+\Z")
         self.assertRegex(lines[1], r"\Atree-sitter \d+\.\d+\.\d+\Z")

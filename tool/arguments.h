@@ -27,11 +27,14 @@ struct Arguments {
 
   // Of `parse`:
   std::optional<std::string> language;  // forced; one of the sixteen
-  unsigned jobs = 1;                    // threads, 1 to MAX_JOBS
+  unsigned jobs = 0;                    // threads, at most MAX_JOBS; 0 for as many as processors
   Format format = Format::json;
   std::optional<std::string> files_from;  // a list of paths, or STANDARD_INPUT
   bool null_separated = false;            // how that list is separated
-  std::vector<std::string> paths;         // any bytes
+  std::vector<std::string> paths;         // any bytes; no folder where a language is forced
+  std::optional<std::string> stdin_path;  // of what standard input holds
+  std::uint64_t max_file_size = std::uint64_t{64} * 1024 * 1024;  // in bytes
+  bool is_verbose = false;
 };
 
 // What the user has to change about the command line.
@@ -40,8 +43,7 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Asks the system for what is not given: the processors that may be used, and whether standard
-// output is a terminal. Throws UsageError.
+// Asks the system whether standard output is a terminal, and what is a folder. Throws UsageError.
 Arguments parse_arguments(int count, const char* const* arguments);
 
 }  // namespace tool

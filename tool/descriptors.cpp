@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -42,17 +43,24 @@ void reserve_standard_descriptors() {
   }
 }
 
-int read_standard_input(std::string& content) {
+OwnedDescriptor::~OwnedDescriptor() {
+  if (_number >= 0) ::close(_number);
+}
+
+int read_to_end(int descriptor, std::string& content, std::uint64_t at_most) {
   std::array<char, 65536> buffer;
-  for (;;) {
-    const ssize_t size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+  while (at_most > 0) {
+    const std::size_t wanted = std::min<std::uint64_t>(buffer.size(), at_most);
+    const ssize_t size = ::read(descriptor, buffer.data(), wanted);
     if (size == 0) return 0;
     if (size > 0) {
       content.append(buffer.data(), static_cast<std::size_t>(size));
-    } else if (!may_go_on(errno, STDIN_FILENO, POLLIN)) {
+      at_most -= static_cast<std::uint64_t>(size);
+    } else if (!may_go_on(errno, descriptor, POLLIN)) {
       return errno;
     }
   }
+  return 0;
 }
 
 int write_all(int descriptor, std::string_view text) {

@@ -3,6 +3,7 @@
 // Tested by tests/tool_runs_test.py.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -12,8 +13,21 @@ namespace tool {
 // place: a source file would become standard output. A closed one is filled so that its use fails.
 void reserve_standard_descriptors();
 
-// Reads standard input to its end. Gives an errno, 0 when all was read.
-int read_standard_input(std::string& content);
+class OwnedDescriptor {
+ public:
+  explicit OwnedDescriptor(int number) : _number(number) {}
+  ~OwnedDescriptor();
+  OwnedDescriptor(const OwnedDescriptor&) = delete;
+  OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
+  int number() const { return _number; }  // negative for none
+
+ private:
+  const int _number;
+};
+
+// Appends what the descriptor gives, to its end or until that are `at_most` bytes. Gives an errno,
+// 0 when all was read.
+int read_to_end(int descriptor, std::string& content, std::uint64_t at_most);
 
 // Writes all of it, however often the system takes less. Gives an errno, 0 when all was written.
 int write_all(int descriptor, std::string_view text);

@@ -1,6 +1,7 @@
 // See escape.h.
 #include "tool/escape.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -35,77 +36,82 @@ bool is_invisible(char32_t value) {
   return false;
 }
 
-void append_hexadecimal(std::string& out, std::uint32_t value, std::size_t least_digits) {
+void write_hexadecimal(OutputBuffer& out, std::uint32_t value, std::size_t least_digits) {
   std::array<char, 8> digits;
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16).ptr;
   const auto count = static_cast<std::size_t>(end - digits.data());
-  if (count < least_digits) out.append(least_digits - count, '0');
-  out.append(digits.data(), count);
+  for (std::size_t i = count; i < least_digits; ++i) out.write('0');
+  out.write({digits.data(), count});
 }
 
-void append_byte(std::string& out, char byte) {
-  out += "\\x";
-  append_hexadecimal(out, static_cast<unsigned char>(byte), 2);
+void write_byte(OutputBuffer& out, char byte) {
+  out.write("\\x");
+  write_hexadecimal(out, static_cast<unsigned char>(byte), 2);
 }
 
-void append_ascii(std::string& out, char character) {
+bool is_plain(char character) { return character >= 0x20 && character < 0x7F && character != '\\'; }
+
+void write_ascii(OutputBuffer& out, char character) {
   switch (character) {
     case '\\':
-      out += "\\\\";
+      out.write("\\\\");
       return;
     case '\n':
-      out += "\\n";
+      out.write("\\n");
       return;
     case '\r':
-      out += "\\r";
+      out.write("\\r");
       return;
     case '\t':
-      out += "\\t";
+      out.write("\\t");
       return;
     default:
-      break;
-  }
-  if (character < 0x20 || character == 0x7F) {
-    append_byte(out, character);
-  } else {
-    out += character;
+      write_byte(out, character);
   }
 }
 
-void append_well_formed(std::string& out, std::string_view text) {
-  for (std::size_t offset = 0; offset < text.size();) {
-    const auto [value, size] = engines::treesitter::code_point_at(text, offset);
+void write_well_formed(OutputBuffer& out, std::string_view text) {
+  for (;;) {
+    const auto special = std::find_if_not(text.begin(), text.end(), is_plain);
+    const auto plain = static_cast<std::size_t>(special - text.begin());
+    out.write(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) return;
+    const auto [value, size] = engines::treesitter::code_point_at(text, 0);
     if (value < 0x80) {
-      append_ascii(out, text[offset]);
+      write_ascii(out, text[0]);
     } else if (is_invisible(value)) {
-      out += "\\u{";
-      append_hexadecimal(out, value, 1);
-      out += '}';
+      out.write("\\u{");
+      write_hexadecimal(out, value, 1);
+      out.write('}');
     } else {
-      out.append(text, offset, size);
+      out.write(text.substr(0, size));
     }
-    offset += size;
+    text.remove_prefix(size);
   }
 }
 
 }  // namespace
 
-void append_escaped(std::string& out, std::string_view bytes) {
+void write_escaped(OutputBuffer& out, std::string_view bytes) {
   const bool ends_in_space = bytes.ends_with(' ');
   if (ends_in_space) bytes.remove_suffix(1);
-  for (std::size_t offset = 0; offset < bytes.size();) {
-    const auto bad = find_ill_formed(bytes, offset);
-    append_well_formed(out, bytes.substr(offset, bad.offset - offset));
-    for (const char byte : bytes.substr(bad.offset, bad.size)) append_byte(out, byte);
-    offset = bad.offset + bad.size;
+  while (!bytes.empty()) {
+    const auto bad = find_ill_formed(bytes);
+    write_well_formed(out, bytes.substr(0, bad.offset));
+    for (const char byte : bytes.substr(bad.offset, bad.size)) write_byte(out, byte);
+    bytes.remove_prefix(bad.offset + bad.size);
   }
-  if (ends_in_space) out += "\\x20";
+  if (ends_in_space) out.write("\\x20");
 }
 
 std::string escaped(std::string_view bytes) {
-  std::string out;
-  append_escaped(out, bytes);
-  return out;
+  std::string text;
+  StringSink sink(text);
+  OutputBuffer out(sink);
+  write_escaped(out, bytes);
+  out.flush();
+  return text;
 }
 
 }  // namespace tool

@@ -12,9 +12,12 @@
 #include <string>
 #include <string_view>
 
+#include "tool/output_buffer.h"
+
 namespace tool {
 
-void append_escaped(std::string& out, std::string_view bytes);
+// In pieces: the text may be as long as memory.
+void write_escaped(OutputBuffer& out, std::string_view bytes);
 
 std::string escaped(std::string_view bytes);
 

@@ -4,8 +4,9 @@
 //   {"path","raised"}             an error reached the caller; "raised" is its text
 //   {"path","language":null}      the path tells no language
 //
-// A path that cannot be read and tells no language has the first shape with a null language, an
-// empty hash and its error text: whoever watches "errors" sees every failure of reading.
+// A path that cannot be read, or whose file is left out for its size, has the first shape with an
+// empty hash and its error text, and a null language when the path tells none: whoever watches
+// "errors" sees every failure of reading.
 //
 // The output is valid UTF-8 whatever the paths hold. Ill-formed bytes become U+FFFD, and a path
 // that had any is followed by "path_bytes", its exact bytes in lower-case hexadecimal digits.
@@ -13,13 +14,12 @@
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
 
-#include <string>
-
-#include "tool/record.h"
+#include "engines/treesitter/treesitter.h"
+#include "tool/byte_sink.h"
 
 namespace tool {
 
-// Appends the record's line to `out`.
-void append_json(std::string& out, const Record& record);
+// Writes the record's line, in pieces of bounded size: beside the record it takes 64 KiB of stack.
+void write_json(ByteSink& sink, const engines::treesitter::ParsedItem& parsed);
 
 }  // namespace tool

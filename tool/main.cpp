@@ -1,16 +1,18 @@
 // treesitter-engine: takes files and folders and prints what each declares and refers to.
 //
 //   main -> arguments     what the user wants
-//        -> run           job_source finds files, make_record parses them, json_output or
-//                         text_output form the records, ordered_output writes them
+//        -> run           item_source finds files, the engine parses them on all threads,
+//                         json_output or text_output form the records
 //
 // Exit statuses and messages: messages.h.
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <new>
 
 #include "tool/arguments.h"
 #include "tool/descriptors.h"
+#include "tool/interrupts.h"
 #include "tool/listing.h"
 #include "tool/messages.h"
 #include "tool/run.h"
@@ -40,6 +42,7 @@ int main(int count, char** arguments) {
   tool::reserve_standard_descriptors();
   // A closed pipe is then an error of write, met where the records are written.
   std::signal(SIGPIPE, SIG_IGN);
+  tool::catch_interrupts();
   try {
     const int status = execute(tool::parse_arguments(count, arguments));
     tool::close_output();
@@ -47,6 +50,8 @@ int main(int count, char** arguments) {
   } catch (const tool::UsageError& error) {
     tool::complain(error.what());
     tool::complain("see treesitter-engine --help");
+  } catch (const std::bad_alloc&) {
+    tool::complain("out of memory");
   } catch (const std::exception& error) {
     tool::complain(error.what());
   }

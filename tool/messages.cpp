@@ -2,13 +2,17 @@
 #include "tool/messages.h"
 
 #include <sys/ioctl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdio>
 #include <string>
 
 #include "engines/treesitter/core/text.h"
 #include "tool/descriptors.h"
 #include "tool/escape.h"
+#include "tool/interrupts.h"
 
 namespace tool {
 namespace {
@@ -17,7 +21,7 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds FIRST_PROGRESS{1500};
 constexpr std::chrono::milliseconds BETWEEN_PROGRESS{200};
-constexpr std::string_view WIPE_LINE = "\r\x1b[K";
+constexpr const char* WIPE_LINE = "\r\x1b[K";
 
 bool is_terminal(int descriptor) { return ::isatty(descriptor) != 0; }
 
@@ -31,16 +35,51 @@ std::size_t terminal_width() {
   return is_known ? size.ws_col : 80;
 }
 
+iovec piece(std::string_view text) { return {const_cast<char*>(text.data()), text.size()}; }
+
+double seconds_since(steady_clock::time_point start) {
+  return std::chrono::duration<double>(steady_clock::now() - start).count();
+}
+
+std::string in_seconds(double seconds) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.1f s", seconds);
+  return text.data();
+}
+
+std::string files(std::size_t count) {
+  return std::to_string(count) + (count == 1 ? " file" : " files");
+}
+
+// The reasons that there were, behind their number.
+std::string skipped(const Counts& counts, const walk::LeftOut& left_out) {
+  std::size_t total = 0;
+  std::string reasons;
+  const auto add = [&](std::size_t count, const char* reason) {
+    if (count == 0) return;
+    total += count;
+    reasons += (reasons.empty() ? "" : ", ") + std::to_string(count) + reason;
+  };
+  add(left_out.hidden, " hidden");
+  add(left_out.links, " linked");
+  add(left_out.unknown + counts.unknown, " of unknown language");
+  add(counts.binary, " binary");
+  return total == 0 ? "" : ", " + std::to_string(total) + " skipped (" + reasons + ")";
+}
+
 }  // namespace
 
 void complain(std::string_view text) {
-  write_error("treesitter-engine: " + std::string(text) + '\n');
+  const std::array parts = {piece("treesitter-engine: "), piece(text), piece("\n")};
+  (void)!::writev(STDERR_FILENO, parts.data(), static_cast<int>(parts.size()));
 }
 
-Messages::Messages()
+Messages::Messages(bool is_verbose)
     : _shows_progress(is_terminal(STDERR_FILENO) && !is_terminal(STDOUT_FILENO)),
       _shows_reports(!is_terminal(STDERR_FILENO) || !is_terminal(STDOUT_FILENO)),
-      _next(steady_clock::now() + FIRST_PROGRESS) {}
+      _shows_summary(is_verbose || is_terminal(STDERR_FILENO)),
+      _start(steady_clock::now()),
+      _next(_start + FIRST_PROGRESS) {}
 
 Messages::~Messages() { wipe(); }
 
@@ -50,20 +89,35 @@ void Messages::report(std::string_view path, std::string_view text) {
   complain(escaped(path) + ": " + escaped(text));
 }
 
-void Messages::show_progress(std::size_t count, std::string_view path) {
+void Messages::show_progress(const Counts& counts, std::optional<std::size_t> total,
+                             const std::optional<UnderWay>& longest) {
   if (!_shows_progress) return;
   const auto now = steady_clock::now();
   if (now < _next) return;
   _next = now + BETWEEN_PROGRESS;
-  const std::string line = std::to_string(count) + " files, " + escaped(path);
-  write_error(std::string(WIPE_LINE) +
-              std::string(engines::treesitter::first(line, terminal_width() - 1)));
+  std::string line = std::to_string(counts.files + counts.unknown + counts.binary);
+  line += total ? " of " + files(*total) : std::string(line == "1" ? " file" : " files");
+  if (longest) {
+    const double seconds = seconds_since(longest->since);
+    line += ", " + (seconds < 1 ? "" : in_seconds(seconds) + " on ") + escaped(longest->path);
+  }
+  set_last_words(WIPE_LINE);
+  write_error(WIPE_LINE + std::string(engines::treesitter::first(line, terminal_width() - 1)));
   _has_line = true;
+}
+
+void Messages::summarise(const Counts& counts, const walk::LeftOut& left_out) {
+  if (!_shows_summary) return;
+  wipe();
+  std::string line = files(counts.files);
+  if (counts.failed > 0) line += ", " + std::to_string(counts.failed) + " failed";
+  complain(line + skipped(counts, left_out) + ", " + in_seconds(seconds_since(_start)));
 }
 
 void Messages::wipe() {
   if (_has_line) write_error(WIPE_LINE);
   _has_line = false;
+  set_last_words(nullptr);
 }
 
 }  // namespace tool

@@ -1,24 +1,80 @@
 // See record.h.
 #include "tool/record.h"
 
+#include <optional>
+#include <variant>
+
+#include "engines/languages/languages.h"
+
 namespace tool {
 namespace {
 
+using engines::treesitter::Declined;
+using engines::treesitter::NoLanguage;
+using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseResult;
+using engines::treesitter::Raised;
+
+// What the names of the fields and the punctuation of one entry take in JSON, the larger form.
+constexpr std::size_t SYMBOL_FRAME = 200;
+constexpr std::size_t REFERENCE_FRAME = 48;
+constexpr std::size_t RECORD_FRAME = 200;
+
+std::string too_large_text(std::uint64_t size, std::uint64_t limit) {
+  return "Failed to read file: it has " + std::to_string(size) +
+         " bytes, and --max-filesize allows " + std::to_string(limit);
+}
 
 struct ErrorTexts {
+  const ParsedItem& parsed;
+
   std::vector<std::string> operator()(const ParseResult& result) const { return result.errors; }
-  std::vector<std::string> operator()(const UnknownLanguage&) const { return {}; }
-  std::vector<std::string> operator()(const Unreadable& outcome) const { return {outcome.error}; }
-  std::vector<std::string> operator()(const Raised& outcome) const { return {outcome.error}; }
+  std::vector<std::string> operator()(const NoLanguage& outcome) const {
+    if (outcome.error.empty()) return {};
+    return {outcome.error};
+  }
+  std::vector<std::string> operator()(const Declined& outcome) const {
+    // A binary file is left out on purpose, and nothing is missing without it.
+    if (outcome.reason == Declined::Reason::binary) return {};
+    return {too_large_text(outcome.size, parsed.item.max_size)};
+  }
+  std::vector<std::string> operator()(const Raised& outcome) const { return {outcome.text}; }
 };
+
+std::size_t size_of(const std::optional<std::string>& text) { return text ? text->size() : 0; }
+
+std::size_t result_size(const ParseResult& result) {
+  std::size_t size = 0;
+  for (const auto& symbol : result.symbols) {
+    size += SYMBOL_FRAME + symbol.name.size() + symbol.fqn.size() + size_of(symbol.signature) +
+            size_of(symbol.docstring) + size_of(symbol.body_digest);
+  }
+  for (const auto& reference : result.references) size += REFERENCE_FRAME + reference.name.size();
+  for (const auto& error : result.errors) size += error.size();
+  return size;
+}
 
 }  // namespace
 
-std::vector<std::string> error_texts(const Record& record) {
-  return std::visit(ErrorTexts{}, record.outcome);
+std::vector<std::string> error_texts(const ParsedItem& parsed) {
+  return std::visit(ErrorTexts{parsed}, parsed.outcome);
 }
 
-bool has_failed(const Record& record) { return !error_texts(record).empty(); }
+ParseResult without_entries(const ParsedItem& parsed) {
+  ParseResult result{};
+  if (parsed.item.language) {
+    result.language = *parsed.item.language;
+  } else {
+    result.language = engines::languages::detect_language(parsed.item.path).value_or("");
+  }
+  result.errors = error_texts(parsed);
+  return result;
+}
+
+std::size_t output_size_bound(const ParsedItem& parsed) {
+  const auto* const result = std::get_if<ParseResult>(&parsed.outcome);
+  return RECORD_FRAME + 2 * parsed.item.path.size() +
+         (result != nullptr ? result_size(*result) : 0);
+}
 
 }  // namespace tool

@@ -1,40 +1,26 @@
-// What became of one path, as both output formats print it.
+// What both output formats ask about the outcome of an item.
+//
+// Tested by tests/tool_formats_test.cpp.
 #pragma once
 
-#include <optional>
+#include <cstddef>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "engines/treesitter/treesitter.h"
 
 namespace tool {
 
-// The path tells no language, so there was nothing to parse.
-struct UnknownLanguage {};
+// The error texts of the outcome, in order. An item that has any makes the whole run end with
+// status 1. One of unknown language has none: lists made by other tools hold licences and pictures.
+std::vector<std::string> error_texts(const engines::treesitter::ParsedItem& parsed);
 
-// Neither the engine nor its parsers came to see the path: a folder that cannot be listed, a
-// missing file whose name tells no language, a file of a forced language that cannot be read.
-struct Unreadable {
-  std::optional<std::string> language;  // the forced one
-  std::string error;                    // begins with "Failed to read "
-};
+// An outcome without a result as one that has nothing but its error texts, for formats that show
+// both alike.
+engines::treesitter::ParseResult without_entries(const engines::treesitter::ParsedItem& parsed);
 
-// An error that the engine hands to its caller; no result exists.
-struct Raised {
-  std::string error;
-};
-
-struct Record {
-  std::string path;  // as the user gave it, or as the walk of a folder found it; any bytes
-  std::variant<engines::treesitter::ParseResult, UnknownLanguage, Unreadable, Raised> outcome;
-};
-
-// Whether the outcome makes the whole run end with status 1. A file of unknown language does not:
-// lists made by other tools hold licences and pictures.
-bool has_failed(const Record& record);
-
-// The error texts of the outcome, in order.
-std::vector<std::string> error_texts(const Record& record);
+// How long the output is, roughly, in either format: within its real length and six times that,
+// since it does not look for what has to be escaped. Takes some nanoseconds for each entry.
+std::size_t output_size_bound(const engines::treesitter::ParsedItem& parsed);
 
 }  // namespace tool

@@ -1,105 +1,151 @@
-// See run.h. The threads take jobs one at a time, so a folder is walked while its first files are
-// being parsed.
+// See run.h. The parsing threads form the records too; this one puts them out in order.
 #include "tool/run.h"
 
-#include <exception>
-#include <mutex>
-#include <system_error>
-#include <thread>
+#include <any>
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
 #include <utility>
-#include <vector>
+#include <variant>
 
-#include "tool/job_source.h"
+#include "engines/treesitter/treesitter.h"
+#include "tool/byte_sink.h"
+#include "tool/descriptors.h"
+#include "tool/interrupts.h"
+#include "tool/item_source.h"
 #include "tool/json_output.h"
-#include "tool/make_record.h"
-#include "tool/ordered_output.h"
+#include "tool/messages.h"
 #include "tool/record.h"
 #include "tool/text_output.h"
 
 namespace tool {
 namespace {
 
-Output formatted(const Record& record, Format format) {
-  Output output{record.path, {}, error_texts(record)};
-  if (format == Format::json) {
-    append_json(output.text, record);
-  } else {
-    append_text(output.text, record);
-  }
-  return output;
+using engines::treesitter::Declined;
+using engines::treesitter::NoLanguage;
+using engines::treesitter::ParsedItem;
+using engines::treesitter::ParseManyOptions;
+using engines::treesitter::ParseResult;
+
+// Larger records are formed when their turn has come, straight into standard output: a megabyte of
+// keys may give a hundred of output, which is not to be held beside the record.
+constexpr std::size_t LARGE_OUTPUT = std::size_t{1} << 20;
+
+// How often the line of progress is looked at while nothing comes.
+constexpr std::chrono::milliseconds TICK{200};
+
+// Standard output. Ends the process when that fails.
+class OutputSink : public ByteSink {
+ public:
+  explicit OutputSink(int status) : _status(status) {}
+  void write(std::string_view bytes) override { write_output(bytes, _status); }
+
+ private:
+  const int _status;
+};
+
+bool is_binary(const ParsedItem& parsed) {
+  const auto* const declined = std::get_if<Declined>(&parsed.outcome);
+  return declined != nullptr && declined->reason == Declined::Reason::binary;
 }
 
 class Run {
  public:
-  explicit Run(const Arguments& arguments) : _arguments(arguments), _source(arguments) {}
+  explicit Run(const Arguments& arguments)
+      : _arguments(arguments), _messages(arguments.is_verbose), _source(arguments) {}
 
   int operator()();
 
  private:
-  struct Claim {
-    std::size_t number;
-    Job job;
-  };
-
-  void work() noexcept;
-  std::optional<Claim> claim();
-  Output output_of(Job job) const;
+  ParseManyOptions options();
+  void put(ByteSink& sink, const ParsedItem& parsed) const;
+  void form(ParsedItem& parsed, const std::function<void()>& parse) const;
+  void write(const ParsedItem& parsed);
+  void count(const ParsedItem& parsed, bool has_failed);
 
   const Arguments& _arguments;
   const engines::treesitter::TreeSitterEngine _engine;
-  OrderedOutput _output;
-
-  std::mutex _claiming;  // guards the three below
-  JobSource _source;
-  std::size_t _claimed = 0;
-  std::exception_ptr _failure;  // the first one; ends the run
+  Messages _messages;
+  ItemSource _source;
+  Counts _counts;
 };
 
-// The next job; none when there is no more to do.
-std::optional<Run::Claim> Run::claim() {
-  const std::scoped_lock lock(_claiming);
-  if (_failure || !_output.wait_for_room(_claimed)) return std::nullopt;
-  auto job = _source.next();
-  if (!job) return std::nullopt;
-  return Claim{_claimed++, *std::move(job)};
-}
-
-// The record of a file may be too large for the memory that is left, in either form; then that is
-// the file's outcome, and the run goes on.
-Output Run::output_of(Job job) const {
-  const std::string path = job.path;
-  try {
-    return formatted(make_record(_engine, std::move(job), _arguments.language), _arguments.format);
-  } catch (const std::bad_alloc& error) {
-    return formatted({path, Raised{error.what()}}, _arguments.format);
+void Run::put(ByteSink& sink, const ParsedItem& parsed) const {
+  if (_arguments.format == Format::json) {
+    write_json(sink, parsed);
+  } else {
+    write_text(sink, parsed);
   }
 }
 
-void Run::work() noexcept {
-  try {
-    while (auto claimed = claim()) {
-      _output.put(claimed->number, output_of(std::move(claimed->job)));
-    }
-  } catch (...) {
-    {
-      const std::scoped_lock lock(_claiming);
-      if (!_failure) _failure = std::current_exception();
-    }
-    _output.stop();
+// On the threads that parse. What is formed needs no record any longer, but for its errors.
+void Run::form(ParsedItem& parsed, const std::function<void()>& parse) const {
+  parse();
+  if (is_binary(parsed) || output_size_bound(parsed) > LARGE_OUTPUT) return;
+  std::string text;
+  StringSink sink(text);
+  put(sink, parsed);
+  const std::size_t size = text.size();
+  parsed.extra = std::move(text);
+  parsed.extra_bytes = size;
+  if (auto* const result = std::get_if<ParseResult>(&parsed.outcome)) {
+    result->symbols = {};
+    result->references = {};
   }
+}
+
+void Run::count(const ParsedItem& parsed, bool has_failed) {
+  if (is_binary(parsed)) {
+    ++_counts.binary;
+  } else if (std::holds_alternative<NoLanguage>(parsed.outcome) && !has_failed) {
+    ++_counts.unknown;
+  } else {
+    ++_counts.files;
+    _counts.failed += has_failed ? 1 : 0;
+  }
+}
+
+void Run::write(const ParsedItem& parsed) {
+  const auto errors = error_texts(parsed);
+  count(parsed, !errors.empty());
+  if (is_binary(parsed)) return;
+  {
+    const WholeRecord whole;
+    OutputSink output(_counts.status());
+    if (const auto* const text = std::any_cast<std::string>(&parsed.extra)) {
+      output.write(*text);
+    } else {
+      put(output, parsed);
+    }
+  }
+  for (const auto& error : errors) _messages.report(parsed.item.path, error);
+}
+
+ParseManyOptions Run::options() {
+  ParseManyOptions options;
+  options.threads = _arguments.jobs;
+  options.perform = [this](ParsedItem& parsed, const std::function<void()>& parse) {
+    form(parsed, parse);
+  };
+  return options;
 }
 
 int Run::operator()() {
-  std::vector<std::thread> threads;
-  try {
-    for (unsigned i = 1; i < _arguments.jobs; ++i) threads.emplace_back([this] { work(); });
-  } catch (const std::system_error&) {
-    // The system gives no more threads; the ones that there are do the work.
+  auto run = _engine.parse_many([this] { return _source.next(); }, options());
+  const auto show_progress = [&] {
+    _messages.show_progress(_counts, _source.total(), run.longest_under_way());
+  };
+  for (;;) {
+    while (_messages.shows_progress() && !run.wait_for(TICK)) show_progress();
+    const auto parsed = run.next();
+    if (!parsed) break;
+    write(*parsed);
+    if (_messages.shows_progress()) show_progress();
   }
-  work();
-  for (auto& thread : threads) thread.join();
-  if (_failure) std::rethrow_exception(_failure);
-  return _output.status();
+  _messages.summarise(_counts, _source.left_out());
+  return _counts.status();
 }
 
 }  // namespace

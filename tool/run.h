@@ -1,4 +1,4 @@
-// The command `parse`: all jobs on all threads, with one engine.
+// The command `parse`: all files by one engine, on all threads.
 //
 // Tested by tests/tool_runs_test.py.
 #pragma once

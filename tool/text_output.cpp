@@ -7,12 +7,17 @@
 
 #include "engines/treesitter/core/text.h"
 #include "tool/escape.h"
+#include "tool/record.h"
 
 namespace tool {
 namespace {
 
 using engines::models::Symbol;
+using engines::treesitter::Declined;
+using engines::treesitter::NoLanguage;
+using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseResult;
+using engines::treesitter::Raised;
 using engines::treesitter::ReferenceInfo;
 
 // Widths are fixed and not those of the longest entry: a new entry then changes no other line.
@@ -20,31 +25,45 @@ constexpr std::size_t KIND_WIDTH = 10;
 constexpr std::size_t FQN_WIDTH = 40;
 constexpr std::size_t LABEL_WIDTH = 6;
 
-void pad(std::string& out, std::string_view text, std::size_t width) {
-  const std::size_t length = engines::treesitter::length(text, width);
-  out.append(width - length, ' ');
+void pad(OutputBuffer& out, std::string_view text, std::size_t width) {
+  for (std::size_t i = engines::treesitter::length(text, width); i < width; ++i) out.write(' ');
 }
 
-void append_field_line(std::string& out, std::string_view label, std::string_view line) {
-  out += "  ";
-  out += label;
+void write_field_line(OutputBuffer& out, std::string_view label, std::string_view line) {
+  out.write("  ");
+  out.write(label);
   if (!line.empty()) {
     pad(out, label, LABEL_WIDTH);
-    append_escaped(out, line);
+    write_escaped(out, line);
   }
-  out += '\n';
+  out.write('\n');
 }
 
-void append_field(std::string& out, std::string_view label, std::string_view text) {
+void write_field(OutputBuffer& out, std::string_view label, std::string_view text) {
   for (const auto line : engines::treesitter::split(text, '\n')) {
-    append_field_line(out, label, line);
+    write_field_line(out, label, line);
     label = "|";
   }
 }
 
-void append_optional(std::string& out, std::string_view label,
-                     const std::optional<std::string>& text) {
-  if (text) append_field(out, label, *text);
+void write_optional(OutputBuffer& out, std::string_view label,
+                    const std::optional<std::string>& text) {
+  if (text) write_field(out, label, *text);
+}
+
+void write_number(OutputBuffer& out, std::string_view label, std::int64_t number) {
+  write_field_line(out, label, std::to_string(number));
+}
+
+void write_padded(OutputBuffer& out, std::string_view text, std::size_t width) {
+  constexpr std::size_t WIDEST = 4;  // bytes of a character; none gets narrower by being escaped
+  if (text.size() >= width * WIDEST) {
+    write_escaped(out, text);
+    return;
+  }
+  const std::string shown = escaped(text);
+  out.write(shown);
+  pad(out, shown, width);
 }
 
 std::string_view after_last_stop(std::string_view text) {
@@ -52,80 +71,93 @@ std::string_view after_last_stop(std::string_view text) {
   return stop == std::string_view::npos ? text : text.substr(stop + 1);
 }
 
-void append_symbol(std::string& out, const Symbol& symbol) {
+void write_symbol(OutputBuffer& out, const Symbol& symbol) {
   const auto kind = engines::models::kind_text(symbol.kind);
-  out += kind;
+  out.write(kind);
   pad(out, kind, KIND_WIDTH);
-  const std::string fqn = escaped(symbol.fqn);
-  out += fqn;
-  pad(out, fqn, FQN_WIDTH);
-  out += "  " + std::to_string(symbol.start_line) + '-' + std::to_string(symbol.end_line);
-  out += symbol.is_export ? "  export\n" : "\n";
-  if (symbol.id) append_field(out, "id", std::to_string(*symbol.id));
-  if (symbol.file_id != 0) append_field(out, "file", std::to_string(symbol.file_id));
-  if (symbol.name != after_last_stop(symbol.fqn)) append_field_line(out, "name", symbol.name);
-  append_optional(out, "sig", symbol.signature);
-  append_optional(out, "doc", symbol.docstring);
-  append_optional(out, "body", symbol.body_digest);
+  write_padded(out, symbol.fqn, FQN_WIDTH);
+  out.write("  ");
+  out.write_number(symbol.start_line);
+  out.write('-');
+  out.write_number(symbol.end_line);
+  out.write(symbol.is_export ? "  export\n" : "\n");
+  if (symbol.id) write_number(out, "id", *symbol.id);
+  if (symbol.file_id != 0) write_number(out, "file", symbol.file_id);
+  if (symbol.name != after_last_stop(symbol.fqn)) write_field_line(out, "name", symbol.name);
+  write_optional(out, "sig", symbol.signature);
+  write_optional(out, "doc", symbol.docstring);
+  write_optional(out, "body", symbol.body_digest);
 }
 
-void append_reference(std::string& out, const ReferenceInfo& reference) {
-  out += "ref ";
-  append_escaped(out, reference.kind);
-  out += ' ' + std::to_string(reference.line) + ' ';
-  append_escaped(out, reference.name);
-  out += '\n';
+void write_reference(OutputBuffer& out, const ReferenceInfo& reference) {
+  out.write("ref ");
+  write_escaped(out, reference.kind);
+  out.write(' ');
+  out.write_number(reference.line);
+  out.write(' ');
+  write_escaped(out, reference.name);
+  out.write('\n');
 }
 
-void append_line(std::string& out, std::string_view label, std::string_view text) {
-  out += label;
-  out += ' ';
-  append_escaped(out, text);
-  out += '\n';
+void write_line(OutputBuffer& out, std::string_view label, std::string_view text) {
+  out.write(label);
+  out.write(' ');
+  write_escaped(out, text);
+  out.write('\n');
+}
+
+void write_entries(OutputBuffer& out, const ParseResult& result) {
+  for (const auto& symbol : result.symbols) write_symbol(out, symbol);
+  for (const auto& reference : result.references) write_reference(out, reference);
+  for (const auto& error : result.errors) write_line(out, "error", error);
 }
 
 // What follows the path in each outcome.
-struct AppendOutcome {
-  std::string& out;
+struct WriteOutcome {
+  OutputBuffer& out;
+  const ParsedItem& parsed;
 
   void operator()(const ParseResult& result) const {
-    out += "  ";
-    append_escaped(out, result.language);
-    out += '\n';
-    if (!result.content_hash.empty()) append_field(out, "hash", result.content_hash);
-    append_text_entries(out, result);
-  }
-
-  void operator()(const UnknownLanguage&) const { out += "  (unknown language)\n"; }
-
-  void operator()(const Unreadable& outcome) const {
-    if (outcome.language) {
-      out += "  ";
-      append_escaped(out, *outcome.language);
+    if (!result.language.empty()) {
+      out.write("  ");
+      write_escaped(out, result.language);
     }
-    out += '\n';
-    append_line(out, "error", outcome.error);
+    out.write('\n');
+    if (!result.content_hash.empty()) write_field_line(out, "hash", result.content_hash);
+    write_entries(out, result);
   }
+
+  void operator()(const NoLanguage& outcome) const {
+    if (outcome.error.empty()) {
+      out.write("  (unknown language)\n");
+    } else {
+      (*this)(without_entries(parsed));
+    }
+  }
+
+  void operator()(const Declined&) const { (*this)(without_entries(parsed)); }
 
   void operator()(const Raised& outcome) const {
-    out += '\n';
-    append_line(out, "raised", outcome.error);
+    out.write('\n');
+    write_line(out, "raised", outcome.text);
   }
 };
 
 }  // namespace
 
-void append_text_entries(std::string& out, const ParseResult& result) {
-  for (const auto& symbol : result.symbols) append_symbol(out, symbol);
-  for (const auto& reference : result.references) append_reference(out, reference);
-  for (const auto& error : result.errors) append_line(out, "error", error);
+void write_text_entries(ByteSink& sink, const ParseResult& result) {
+  OutputBuffer out(sink);
+  write_entries(out, result);
+  out.flush();
 }
 
-void append_text(std::string& out, const Record& record) {
-  out += "file ";
-  append_escaped(out, record.path);
-  std::visit(AppendOutcome{out}, record.outcome);
-  out += '\n';
+void write_text(ByteSink& sink, const ParsedItem& parsed) {
+  OutputBuffer out(sink);
+  out.write("file ");
+  write_escaped(out, parsed.item.path);
+  std::visit(WriteOutcome{out, parsed}, parsed.outcome);
+  out.write('\n');
+  out.flush();
 }
 
 }  // namespace tool

@@ -18,17 +18,16 @@
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
 
-#include <string>
-
 #include "engines/treesitter/treesitter.h"
-#include "tool/record.h"
+#include "tool/byte_sink.h"
 
 namespace tool {
 
-// Appends the entries of a result.
-void append_text_entries(std::string& out, const engines::treesitter::ParseResult& result);
+// Writes "file PATH  LANGUAGE" with the hash, the entries, and an empty line, in pieces of bounded
+// size: beside the record it takes 64 KiB of stack.
+void write_text(ByteSink& sink, const engines::treesitter::ParsedItem& parsed);
 
-// Appends "file PATH  LANGUAGE" with the hash, the entries, and an empty line.
-void append_text(std::string& out, const Record& record);
+// Writes the entries of a result alone.
+void write_text_entries(ByteSink& sink, const engines::treesitter::ParseResult& result);
 
 }  // namespace tool

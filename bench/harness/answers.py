@@ -55,6 +55,20 @@ def compare(group, engines):
     return first, faults
 
 
+def compare_tools(group, tools):
+    """The faults: a file without a record, and tools that write other bytes than the first one."""
+    faults = []
+    answers = [tool.answer(group.name) for tool in tools]
+    for tool, answer in zip(tools, answers):
+        if answer[0] != len(group.paths):
+            faults.append(f"{group.name}: the tool of {tool.name} writes {answer[0]} records for "
+                          f"{len(group.paths)} files")
+        elif answer != answers[0]:
+            faults.append(f"{group.name}: the tool of {tool.name} writes {answer}, "
+                          f"that of {tools[0].name} {answers[0]}")
+    return faults
+
+
 def compare_recorded(group, measured, recorded):
     """Whether the group is recorded at all, and the faults."""
     expected = recorded.find(group)

@@ -1,7 +1,7 @@
 """Measures the engine against the stock parse over a folder and prints tables: see bench/run.
 
 Each table is one class of input (inputs.py). What is interleaved is everything that stands in one
-row: the stock library and each engine, in each of its modes.
+row: the stock library and each engine, in each of its modes, or its tool.
 """
 import argparse
 import pathlib
@@ -9,17 +9,30 @@ import sys
 import tempfile
 
 from harness import inputs, tables, timing
-from harness.answers import Recorded, compare, compare_recorded, nodes_differ
+from harness.answers import Recorded, compare, compare_recorded, compare_tools, nodes_differ
 from harness.inputs import Group
 from harness.tables import Weighted, markdown, number, seconds, whole
 from harness.timing import Way, take_turns
-from harness.workers import Worker, languages_of
+from harness.workers import Tool, Worker, languages_of, list_name
 
-CLASSES = ("valid", "small", "mismatched", "shapes", "threads")
+CLASSES = ("valid", "tool", "small", "mismatched", "shapes", "threads")
 
 
 def say(text):
     print(f"bench: {text}", file=sys.stderr, flush=True)
+
+
+def tool_programs(engines, named):
+    """The tool of each engine, by the engine's name: the one that is named, or of its build."""
+    if unknown := sorted(named.keys() - engines.keys()):
+        sys.exit(f"bench: --tool {unknown[0]}: no --engine has that name")
+    programs = {}
+    for name, engine in engines.items():
+        program = named.get(name) or str(pathlib.Path(engine).parent.parent / "treesitter-engine")
+        if not pathlib.Path(program).is_file():
+            sys.exit(f"bench: {name} has no tool at {program}; name it by --tool {name}=PROGRAM")
+        programs[name] = program
+    return programs
 
 
 class Session:
@@ -38,7 +51,11 @@ class Session:
         self.engines = [Worker(name, program, manifest, self.folder)
                         for name, program in self.programs.items()]
         self.stock = Worker("stock", self.stock_program, manifest, self.folder)
-        self.valid_times = {}
+        self.tools = []
+        if "tool" in arguments.classes:
+            programs = tool_programs(self.programs, dict(arguments.tool))
+            self.tools = [Tool(name, program, self.folder, self.scratch)
+                          for name, program in programs.items()]
 
     def of(self, *kinds):
         return [group for group in self.groups if group.kind in kinds]
@@ -58,7 +75,7 @@ class Session:
         chosen = [group for group in valid
                   if not arguments.language or group.language in arguments.language]
         for group in chosen:
-            if "valid" in arguments.classes:
+            if "valid" in arguments.classes or "tool" in arguments.classes:
                 self._add(group)
             if "small" in arguments.classes:
                 self._add(inputs.small_group(group, self.folder, self.scratch))
@@ -119,6 +136,13 @@ def check_answers(session, recorded, may_record):
     if may_record:
         recorded.write()
     _restart_without_refused(session)
+    for group in session.of("valid") if session.tools else ():
+        say(f"comparing the tools for {group.name}")
+        lines = "".join(path + "\n" for path in group.paths)
+        (session.scratch / list_name(group.name)).write_text(lines, "utf-8")
+        faults += compare_tools(group, session.tools)
+    if faults:
+        sys.exit("bench: the tools' answers differ, so no time counts:\n  " + "\n  ".join(faults))
     for group in session.groups:
         if group.paths and nodes_differ(group, session.engines[0], session.stock):
             different.append(group.name)
@@ -188,20 +212,21 @@ def print_valid(session):
         print(markdown(headings, rows[name]))
 
 
-def print_ratios(session, kind, title, mode):
-    """One row for each language, with the ratios of all engines."""
+def print_ratios(session, kind, title, mode, programs):
+    """One row for each language, with the ratios of all engines or of all tools."""
     headings = ["language", "files", "MB", "stock s"]
-    for engine in session.engines:
-        headings += [f"{engine.name} s", "ratio", "us/file"]
-    rows, totals = [], [Weighted() for _ in session.engines]
+    for program in programs:
+        headings += [f"{program.name} s", "ratio", "us/file"]
+    rows, totals = [], [Weighted() for _ in programs]
     for group in session.of(kind):
         say(f"measuring {group.name}")
-        ways = [Way(session.stock, "parse")] + [Way(engine, mode) for engine in session.engines]
+        ways = [Way(session.stock, "parse")] + [Way(program, mode) for program in programs]
         stock, *times = session.take_turns(group, ways)
         row = [group.language, whole(len(group.paths)), number(group.bytes / 1e6), seconds(stock)]
-        for total, engine in zip(totals, times):
-            ratio = stock and total.add(engine.ratio(stock), stock)
-            row += [seconds(engine), number(ratio), whole(engine.cpu / len(group.paths) * 1e6)]
+        for total, taken in zip(totals, times):
+            ratio = stock and taken and total.add(taken.ratio(stock), stock)
+            row += [seconds(taken), number(ratio),
+                    whole(taken and taken.cpu / len(group.paths) * 1e6)]
         rows.append(row)
     row = ["all", "", "", ""]
     for total in totals:
@@ -250,16 +275,25 @@ def print_threads(session):
 
 
 def arguments():
+    def program(text):
+        path = pathlib.Path(text).resolve()  # since it is run in another folder
+        if not path.is_file():
+            raise argparse.ArgumentTypeError(f"there is no program {path}")
+        return str(path)
+
     def named(text):
         name, _, path = text.rpartition("=")
-        return name or "engine", path
+        return name or "engine", program(path)
 
     parser = argparse.ArgumentParser(prog="bench/run", description=__doc__.split("\n")[0])
     parser.add_argument("folder", type=pathlib.Path, help="source files, in any arrangement")
-    parser.add_argument("--stock", required=True, help=argparse.SUPPRESS)
+    parser.add_argument("--stock", type=program, required=True, help=argparse.SUPPRESS)
     parser.add_argument("--engine", type=named, action="append", required=True,
                         metavar="NAME=PROGRAM", help="an engine_parse of another build, to be "
                         "measured beside the release build's; may be given several times")
+    parser.add_argument("--tool", type=named, action="append", default=[],
+                        metavar="NAME=PROGRAM", help="the treesitter-engine of the engine NAME; by "
+                        "default the one of the same build folder")
     parser.add_argument("--rounds", type=int, default=5, help="of each measurement (default: 5)")
     parser.add_argument("--language", action="append", metavar="NAME",
                         help="only this language; may be given several times")
@@ -279,10 +313,13 @@ def main():
             check_answers(session, Recorded(options.counts), options.record)
             if "valid" in options.classes:
                 print_valid(session)
+            if "tool" in options.classes:
+                print_ratios(session, "valid", "Tool", "json", session.tools)
             if "small" in options.classes:
-                print_ratios(session, "small", "Files of 1 KB", "file")
+                print_ratios(session, "small", "Files of 1 KB", "file", session.engines)
             if "mismatched" in options.classes:
-                print_ratios(session, "mismatched", "Files of other languages", "content")
+                print_ratios(session, "mismatched", "Files of other languages", "content",
+                             session.engines)
             if "shapes" in options.classes:
                 print_shapes(session)
             if "threads" in options.classes:

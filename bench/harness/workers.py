@@ -1,9 +1,13 @@
-"""The programs that are measured: started once, asked for one measurement at a time.
+"""The programs that are measured, asked for one measurement at a time.
 
-The clocks stand in the workers (stock/stock_parse.c and engine_parse.cpp tell the protocol), so that
-nothing of Python and of the pipes is timed.
+A worker is started once. The clocks stand in it (stock/stock_parse.c and engine_parse.cpp tell the
+protocol), so that nothing of Python and of the pipes is timed. The tool is started for each
+measurement, and the system tells what the process took.
 """
+import hashlib
+import os
 import subprocess
+import time
 from dataclasses import dataclass, field
 
 
@@ -73,6 +77,53 @@ class Worker:
         process, self._process = self._process, None
         _, message = process.communicate()
         raise WorkerEnded(f"{self.name} ended with status {process.returncode}: {message.strip()}")
+
+
+class Tool:
+    """The command-line tool, measured as a whole process over the files of a group.
+
+    `folder` is where it runs; `lists` holds a file for each group, with the paths in lines.
+    """
+
+    def __init__(self, name, program, folder, lists):
+        self.name = name
+        self._program = program
+        self._folder = folder
+        self._lists = lists
+
+    def measure(self, group, mode, threads=1, repeats=1):
+        """`mode` is the tool's format."""
+        cpu = wall = 0.0
+        for _ in range(repeats):
+            start = time.monotonic()
+            used = self._run(group, mode, threads, subprocess.DEVNULL)
+            wall += time.monotonic() - start
+            cpu += used.ru_utime + used.ru_stime
+        return Measurement(cpu / repeats, wall / repeats, files=0)
+
+    def answer(self, group):
+        """The number of records in JSON, and a digest of them."""
+        with open(self._lists / "answer", "w+b") as output:
+            self._run(group, "json", 1, output)
+            output.seek(0)
+            records = output.read()
+        return records.count(b"\n"), hashlib.sha256(records).hexdigest()[:16]
+
+    def _run(self, group, mode, threads, output):
+        command = [self._program, "parse", "--jobs", str(threads), "--format", mode,
+                   "--files-from", str(self._lists / list_name(group))]
+        process = subprocess.Popen(command, cwd=self._folder, stdin=subprocess.DEVNULL,
+                                   stdout=output, stderr=subprocess.DEVNULL)
+        # What the system has counted for this one process is lost to whoever only waits for it.
+        _, status, used = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        if process.returncode not in (0, 1):  # 1: some file has error texts
+            raise WorkerEnded(f"the tool of {self.name} ended with status {process.returncode}")
+        return used
+
+
+def list_name(group):
+    return group.replace("/", "-") + ".txt"
 
 
 def languages_of(program, paths):

@@ -161,13 +161,13 @@ struct ParseItem {
   std::optional<std::string> content = std::nullopt;
   // Whether `content` is text, as parse_content takes it: then it must be UTF-8.
   bool is_text = false;
-  // A file with more bytes is declined before any of them is read.
+  // More bytes are declined; those of a file before any of them is read.
   std::uint64_t max_size = UINT64_MAX;
-  // Whether a file with a NUL among its first 8 KiB is declined, by which git tells what is
-  // binary; UTF-16 has NULs too.
+  // Whether bytes with a NUL among the first 8 KiB are declined, by which git tells what is binary;
+  // UTF-16 has NULs too.
   bool declines_binary = false;
-  // What its source failed to read, such as a folder: the one error text of the result. Nothing is
-  // parsed then.
+  // What its source failed to read, such as a folder: the one error text of the result, whose
+  // language is the one named here, if any. Nothing is parsed then.
   std::optional<std::string> failure = std::nullopt;
 };
 
@@ -180,7 +180,7 @@ struct NoLanguage {
 struct Declined {
   enum class Reason : std::uint8_t { too_large, binary };
   Reason reason;
-  std::uint64_t size;  // of the file, in bytes
+  std::uint64_t size;  // of the file or the content, in bytes
 };
 
 // The parse ended with an error that parse_file or parse_content would have thrown.

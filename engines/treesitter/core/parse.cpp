@@ -230,7 +230,10 @@ ParseResult TreeSitterEngine::parse_bytes(std::string_view bytes, std::string_vi
 }
 
 Outcome TreeSitterEngine::_parse_item(const ParseItem& item, ParseJob& job) const {
-  if (item.failure) return job.failed(*item.failure);
+  if (item.failure) {
+    job.known.language = item.language.value_or("");
+    return job.failed(*item.failure);
+  }
   if (item.language) {
     job.known.language = *item.language;
   } else if (const auto language = languages::detect_language(job.file_path)) {
@@ -238,7 +241,14 @@ Outcome TreeSitterEngine::_parse_item(const ParseItem& item, ParseJob& job) cons
   } else {
     return NoLanguage{item.content ? "" : reading_error(job.file_path)};
   }
-  if (item.content) return _parse_bytes(job, *item.content, item.is_text);
+  if (item.content) {
+    const std::size_t size = item.content->size();
+    if (size > item.max_size) return Declined{Declined::Reason::too_large, size};
+    if (item.declines_binary && is_binary(*item.content)) {
+      return Declined{Declined::Reason::binary, size};
+    }
+    return _parse_bytes(job, *item.content, item.is_text);
+  }
   return _parse_file(job, item.max_size, item.declines_binary);
 }
 

@@ -1,0 +1,30 @@
+// Where a record goes that is written in pieces: a string, a descriptor.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+class ByteSink {
+ public:
+  ByteSink() = default;
+  ByteSink(const ByteSink&) = delete;
+  ByteSink& operator=(const ByteSink&) = delete;
+  virtual ~ByteSink() = default;
+
+  // Takes the bytes before it returns; pieces are of any size.
+  virtual void write(std::string_view bytes) = 0;
+};
+
+// Appends to a string, which must outlive it.
+class StringSink final : public ByteSink {
+ public:
+  explicit StringSink(std::string& text) : _text(text) {}
+  void write(std::string_view bytes) override { _text += bytes; }
+
+ private:
+  std::string& _text;
+};
+
+}  // namespace tool

@@ -1,0 +1,61 @@
+// See interrupts.h. Handlers run on the main thread alone, since the engine's threads block all
+// signals; so what they read is that thread's own and needs no lock.
+#include "tool/interrupts.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+namespace tool {
+namespace {
+
+constexpr std::array SIGNALS = {SIGINT, SIGTERM, SIGHUP};
+
+volatile std::sig_atomic_t is_writing = 0;
+volatile std::sig_atomic_t waiting = 0;  // the signal that came meanwhile
+std::atomic<const char*> last_words = nullptr;
+
+// Within a handler the signal is delivered as the handler returns.
+void end_by(int number) {
+  if (const char* const text = last_words) (void)!::write(STDERR_FILENO, text, std::strlen(text));
+  std::signal(number, SIG_DFL);
+  ::raise(number);
+}
+
+extern "C" void take_signal(int number) {
+  const int error = errno;
+  if (is_writing != 0 && waiting == 0) {
+    waiting = number;
+  } else {
+    end_by(number);
+  }
+  errno = error;
+}
+
+}  // namespace
+
+void catch_interrupts() {
+  struct sigaction action {};
+  action.sa_handler = take_signal;
+  action.sa_flags = SA_RESTART;
+  for (const int number : SIGNALS) {
+    struct sigaction before {};
+    ::sigaction(number, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) ::sigaction(number, &action, nullptr);
+  }
+}
+
+WholeRecord::WholeRecord() { is_writing = 1; }
+
+WholeRecord::~WholeRecord() {
+  is_writing = 0;
+  if (waiting != 0) end_by(waiting);
+}
+
+void set_last_words(const char* text) { last_words = text; }
+
+}  // namespace tool

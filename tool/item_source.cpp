@@ -1,0 +1,163 @@
+// See item_source.h.
+#include "tool/item_source.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <filesystem>
+#include <new>
+#include <system_error>
+#include <utility>
+
+#include "engines/languages/languages.h"
+#include "tool/descriptors.h"
+
+namespace tool {
+namespace {
+
+constexpr const char* FOLDER_WITH_LANGUAGE =
+    "Failed to read folder: --language is for files, and this is a folder";
+
+using engines::treesitter::FileReadError;
+using engines::treesitter::ParseItem;
+
+// Follows links, since whoever names a link to a folder means the folder.
+bool is_folder(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_directory(path, error);
+}
+
+std::string file_failure(int error, const std::string& path) {
+  return std::string("Failed to read file: ") + FileReadError(error, path).what();
+}
+
+// Reads all that the descriptor gives into the item, whose limits hold, or says why it cannot.
+void read_content(int descriptor, ParseItem& item) {
+  int error = 0;
+  try {
+    std::string content;
+    // One byte more, to see that there is more.
+    const std::uint64_t limit = item.max_size == UINT64_MAX ? UINT64_MAX : item.max_size + 1;
+    error = read_to_end(descriptor, content, limit);
+    if (error == 0) item.content = std::move(content);
+  } catch (const std::bad_alloc&) {
+    error = ENOMEM;
+  }
+  if (error != 0) {
+    item.failure = file_failure(error, item.path);
+  } else if (item.content->size() > item.max_size) {
+    item.content.reset();
+    item.failure = "Failed to read file: more than the " + std::to_string(item.max_size) +
+                   " bytes of --max-filesize";
+  }
+}
+
+// Told to the engine where an item may be a failure, which has the language that is named alone.
+std::optional<std::string> detected(const std::string& path) {
+  const auto language = engines::languages::detect_language(path);
+  return language ? std::optional<std::string>(*language) : std::nullopt;
+}
+
+// A file whose path the system would not take.
+void read_through_folder(walk::FolderWalk& walk, ParseItem& item) {
+  item.language = detected(item.path);
+  const OwnedDescriptor file(walk.open_last());
+  struct stat status {};
+  if (file.number() < 0 || ::fstat(file.number(), &status) != 0) {
+    item.failure = file_failure(errno, item.path);
+  } else if (!S_ISREG(status.st_mode)) {
+    item.failure = std::string("Failed to read file: ") +
+                   FileReadError(EINVAL, item.path, "Not a regular file").what();
+  } else {
+    read_content(file.number(), item);
+  }
+}
+
+}  // namespace
+
+ItemSource::ItemSource(const Arguments& arguments) : _arguments(arguments) {
+  if (arguments.files_from) {
+    _list.emplace(*arguments.files_from, arguments.null_separated ? '\0' : '\n');
+  } else if (std::none_of(arguments.paths.begin(), arguments.paths.end(), is_folder)) {
+    _total = arguments.paths.size();
+  }
+}
+
+std::optional<std::size_t> ItemSource::total() const {
+  const std::size_t total = _total;
+  return total == UNKNOWN ? std::nullopt : std::optional(total);
+}
+
+std::optional<ParseItem> ItemSource::next() {
+  auto item = find();
+  if (item) {
+    ++_given;
+  } else {
+    _total = _given;
+  }
+  return item;
+}
+
+std::optional<ParseItem> ItemSource::find() {
+  for (;;) {
+    if (auto item = next_found()) return item;
+    const bool is_listed = _next_path == _arguments.paths.size();
+    auto path = next_named();
+    if (!path) return std::nullopt;
+    if (!is_listed && *path == STANDARD_INPUT) return standard_input();
+    if (is_folder(*path) && !_arguments.language) {
+      _walk.emplace(*path);
+      continue;
+    }
+    ParseItem item = item_at(*std::move(path));
+    if (is_folder(item.path)) {
+      item.failure = FOLDER_WITH_LANGUAGE;  // on the command line it was a usage error
+    } else {
+      item.language = _arguments.language;
+    }
+    return item;
+  }
+}
+
+std::optional<std::string> ItemSource::next_named() {
+  if (_next_path < _arguments.paths.size()) return _arguments.paths[_next_path++];
+  return _list ? _list->next() : std::nullopt;
+}
+
+std::optional<ParseItem> ItemSource::next_found() {
+  if (!_walk) return std::nullopt;
+  auto found = _walk->next();
+  if (!found) {
+    _left_out += _walk->left_out();
+    _walk.reset();
+    return std::nullopt;
+  }
+  ParseItem item = item_at(std::move(found->path));
+  item.declines_binary = true;
+  if (found->error != 0) {
+    item.failure =
+        std::string("Failed to read folder: ") + FileReadError(found->error, item.path).what();
+  } else if (item.path.size() >= PATH_MAX) {
+    read_through_folder(*_walk, item);
+  }
+  return item;
+}
+
+ParseItem ItemSource::standard_input() const {
+  ParseItem item = item_at(_arguments.stdin_path.value_or(STANDARD_INPUT));
+  item.language = _arguments.language ? _arguments.language : detected(item.path);
+  item.is_text = true;
+  read_content(STDIN_FILENO, item);
+  return item;
+}
+
+ParseItem ItemSource::item_at(std::string path) const {
+  ParseItem item{.path = std::move(path)};
+  item.max_size = _arguments.max_file_size;
+  return item;
+}
+
+}  // namespace tool

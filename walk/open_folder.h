@@ -1,0 +1,58 @@
+// A folder that is open for reading: its entries, what lies in it, and which folder it is.
+//
+// All is reached through the descriptor and never through a path, so no depth of folders is too
+// much for the system.
+//
+// Tested by tests/walk_test.cpp.
+#pragma once
+
+#include <dirent.h>
+#include <sys/types.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace walk {
+
+class OpenFolder {
+ public:
+  enum class Kind : std::uint8_t { file, folder, link, unknown };  // FIFOs and the like are files
+
+  // Closed.
+  OpenFolder() = default;
+
+  // The folder at a path of the process, or in another folder, which may be `..`. Links are
+  // followed at a path only. Closed when that fails, and errno tells why.
+  static OpenFolder at_path(const std::string& path);
+  static OpenFolder in(const OpenFolder& parent, const std::string& name);
+
+  bool is_open() const { return _stream != nullptr; }
+  void close() { _stream.reset(); }
+
+  // Whether both are the same folder, wherever it stands now.
+  bool is(const OpenFolder& other) const {
+    return _device == other._device && _number == other._number;
+  }
+
+  // Each entry but `.` and `..` once, in any order. `error`: why an entry's kind is unknown. Gives
+  // an errno, 0 when all were read.
+  int for_each(const std::function<void(const char* name, Kind kind, int error)>& take) const;
+
+  // A descriptor of the file of that name, which is the caller's, or -1 and errno. No link is
+  // followed, and a FIFO not waited for.
+  int open_file(const std::string& name) const;
+
+ private:
+  static OpenFolder opened(int descriptor);
+
+  struct Close {
+    void operator()(DIR* stream) const { ::closedir(stream); }
+  };
+  std::unique_ptr<DIR, Close> _stream;
+  dev_t _device = 0;  // both outlast closing
+  ino_t _number = 0;
+};
+
+}  // namespace walk
