@@ -9,6 +9,7 @@ import pytest
 import treesitter
 
 SOURCE = "class A:\n    '''Doc.'''\n    def f(self):\n        return g(self)\n"
+SANITIZERS = os.environ.get("SANITIZERS", "")  # of the module's build
 NESTED_KEYS = '{"key":' * 9_000 + "1" + "}" * 9_000  # whose qualified names are out of proportion
 
 

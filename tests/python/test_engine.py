@@ -14,7 +14,7 @@ import threading
 import pytest
 
 import treesitter
-from conftest import NESTED_KEYS, SOURCE
+from conftest import NESTED_KEYS, SANITIZERS, SOURCE
 
 EXAMPLES = pathlib.Path(__file__).parents[2] / "examples" / "sources"
 
@@ -121,6 +121,7 @@ def quiet_log(monkeypatch):
     logger.removeHandler(handler)
 
 
+@pytest.mark.skipif(bool(SANITIZERS), reason="a sanitizer's own memory grows")
 @pytest.mark.usefixtures("quiet_log")
 def test_no_leak_over_100_000_parses(engine, tmp_path):
     unreadable = str(tmp_path / "missing.py")
