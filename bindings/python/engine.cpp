@@ -5,7 +5,11 @@
 // Tested by tests/python/test_engine.py and test_processes.py.
 #include "bindings/python/engine.h"
 
+#include <Python.h>
+#include <structmember.h>
+
 #include <array>
+#include <cstddef>
 #include <filesystem>
 #include <new>
 #include <string>
@@ -23,6 +27,7 @@ namespace {
 
 struct EngineObject {
   PyObject_HEAD std::shared_ptr<const TreeSitterEngine> engine;
+  PyObject* weak_references;
 };
 
 PyObject* make(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
@@ -39,6 +44,7 @@ PyObject* make(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
 
 void deallocate(PyObject* self) {
   PyTypeObject* const type = Py_TYPE(self);
+  PyObject_ClearWeakRefs(self);
   std::destroy_at(&reinterpret_cast<EngineObject*>(self)->engine);
   type->tp_free(self);
   Py_DECREF(type);
@@ -105,6 +111,9 @@ PyObject* reduce(PyObject* self, PyObject* /*none*/) {
   return function ? Py_BuildValue("O()", function.get()) : nullptr;
 }
 
+// An engine has nothing that a copy could have otherwise.
+PyObject* copy(PyObject* self, PyObject* /*memo*/) { return Py_NewRef(self); }
+
 constexpr const char PARSE_FILE_DOC[] =
     "parse_file($self, /, file_path, file_id=0)\n--\n\n"
     "Parse a source file and extract symbols.\n\n"
@@ -130,6 +139,8 @@ PyMethodDef methods[] = {
     {"parse_file", as_method(parse_file), METH_FASTCALL | METH_KEYWORDS, PARSE_FILE_DOC},
     {"parse_content", as_method(parse_content), METH_FASTCALL | METH_KEYWORDS, PARSE_CONTENT_DOC},
     {"parse_many", as_method(parse_many), METH_FASTCALL | METH_KEYWORDS, PARSE_MANY_DOC},
+    {"__copy__", copy, METH_NOARGS, "__copy__($self, /)\n--\n\nThe engine itself."},
+    {"__deepcopy__", copy, METH_O, "__deepcopy__($self, memo, /)\n--\n\nThe engine itself."},
     {"__reduce__", reduce, METH_NOARGS, "Pickled as the engine of the process that unpickles it."},
     {nullptr, nullptr, 0, nullptr},
 };
@@ -142,8 +153,14 @@ constexpr const char DOC[] =
     "the\n"
     "one engine of the process that unpickles it.";
 
+PyMemberDef members[] = {
+    {"__weaklistoffset__", T_PYSSIZET, offsetof(EngineObject, weak_references), READONLY, nullptr},
+    {nullptr, 0, 0, 0, nullptr},
+};
+
 PyType_Slot slots[] = {
     {Py_tp_doc, const_cast<char*>(DOC)},
+    {Py_tp_members, members},
     {Py_tp_new, reinterpret_cast<void*>(make)},
     {Py_tp_dealloc, reinterpret_cast<void*>(deallocate)},
     {Py_tp_methods, methods},

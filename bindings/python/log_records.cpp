@@ -61,7 +61,7 @@ PyObject* positional_of(const StoredRecord& record) {
 PyObject* named_of(const ModuleState& state, const StoredRecord& record) {
   Owned named(PyDict_New());
   if (!named || record.error == nullptr) return named.release();
-  const Owned exception(to_exception(state, record.error));
+  const Owned exception(to_exception_here(state, record.error));
   if (!exception || PyDict_SetItemString(named.get(), "exc_info", exception.get()) != 0) {
     return nullptr;
   }

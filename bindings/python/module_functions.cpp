@@ -28,11 +28,14 @@ PyObject* detect_language(PyObject* module, PyObject* const* arguments, Py_ssize
   }
   return translating(state_of_module(module), [value]() -> PyObject* {
     std::string path;
-    if (!path_from(value, path)) return nullptr;
+    if (!path_text_from(value, path)) return nullptr;
     const auto language = languages::detect_language(path);
     return language ? to_str(*language) : Py_NewRef(Py_None);
   });
 }
+
+// The first of to_str's forms, as a value.
+constexpr auto as_str = [](std::string_view text) { return to_str(text); };
 
 template <typename Values, typename Convert>
 PyObject* to_tuple(const Values& values, Convert convert) {
@@ -46,7 +49,7 @@ PyObject* to_tuple(const Values& values, Convert convert) {
 }
 
 PyObject* language_names(PyObject* /*module*/, PyObject* /*none*/) {
-  return to_tuple(languages::language_names(), to_str);
+  return to_tuple(languages::language_names(), as_str);
 }
 
 PyObject* to_record(const ModuleState& state, const languages::LanguageInfo& info) {
@@ -56,8 +59,8 @@ PyObject* to_record(const ModuleState& state, const languages::LanguageInfo& inf
   items[0] = to_str(info.name);
   items[1] = to_str(info.grammar_package);
   items[2] = to_str(info.grammar_version);
-  items[3] = to_tuple(info.file_names, to_str);
-  items[4] = to_tuple(info.suffixes, to_str);
+  items[3] = to_tuple(info.file_names, as_str);
+  items[4] = to_tuple(info.suffixes, as_str);
   return PyErr_Occurred() == nullptr ? record.release() : nullptr;
 }
 
@@ -83,19 +86,20 @@ PyObject* parse_many(PyObject* module, PyObject* const* arguments, Py_ssize_t co
 // ---- Text helpers ----
 
 PyObject* truncate_docstring(PyObject* module, PyObject* object) {
+  if (object == Py_None) return Py_BuildValue("OO", Py_None, Py_False);
   return translating(state_of_module(module), [object]() -> PyObject* {
     std::string text;
-    if (!text_from(object, "text", text)) return nullptr;
+    if (!any_text_from(object, "text", text)) return nullptr;
     const auto [kept, is_cut] = _truncate_docstring(text);
-    return Py_BuildValue("NN", to_str(kept), PyBool_FromLong(is_cut));
+    return Py_BuildValue("NN", to_str(kept, Surrogates::are_encoded), PyBool_FromLong(is_cut));
   });
 }
 
 PyObject* strip_matching_quotes(PyObject* module, PyObject* object) {
   return translating(state_of_module(module), [object]() -> PyObject* {
     std::string text;
-    if (!text_from(object, "text", text)) return nullptr;
-    return to_str(_strip_matching_quotes(text));
+    if (!any_text_from(object, "text", text)) return nullptr;
+    return to_str(_strip_matching_quotes(text), Surrogates::are_encoded);
   });
 }
 
@@ -158,7 +162,7 @@ PyMethodDef module_functions[] = {
      "core_version($module, /)\n--\n\nThe version of the tree-sitter core."},
     {"_truncate_docstring", truncate_docstring, METH_O,
      "_truncate_docstring($module, text, /)\n--\n\n"
-     "The text, cut to MAX_DOCSTRING_LENGTH characters, and whether it was cut."},
+     "The text, cut to MAX_DOCSTRING_LENGTH characters, and whether it was cut. None stays None."},
     {"_node_text", node_text, METH_O,
      "_node_text($module, node, /)\n--\n\nDecode a tree-sitter node's text as UTF-8."},
     {"_strip_matching_quotes", strip_matching_quotes, METH_O,

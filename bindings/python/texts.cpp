@@ -8,6 +8,17 @@ std::string_view bytes_view(PyObject* bytes) {
   return {PyBytes_AS_STRING(bytes), static_cast<std::size_t>(PyBytes_GET_SIZE(bytes))};
 }
 
+bool encoded_from(PyObject* object, const char* name, const char* errors, std::string& text) {
+  if (!PyUnicode_Check(object)) {
+    PyErr_Format(PyExc_TypeError, "%s must be str, not %.200s", name, Py_TYPE(object)->tp_name);
+    return false;
+  }
+  const Owned bytes(PyUnicode_AsEncodedString(object, "utf-8", errors));
+  if (!bytes) return false;
+  text = bytes_view(bytes.get());
+  return true;
+}
+
 }  // namespace
 
 // Not PyUnicode_FSConverter, which refuses U+0000: to the engine that is a file that can't be read.
@@ -20,15 +31,22 @@ bool path_from(PyObject* object, std::string& path) {
   return true;
 }
 
-bool text_from(PyObject* object, const char* name, std::string& text) {
-  if (!PyUnicode_Check(object)) {
-    PyErr_Format(PyExc_TypeError, "%s must be str, not %.200s", name, Py_TYPE(object)->tp_name);
-    return false;
+bool path_text_from(PyObject* object, std::string& path) {
+  Owned given(PyOS_FSPath(object));
+  if (!given) return false;
+  if (PyBytes_Check(given.get())) {
+    given = Owned(path_to_str(bytes_view(given.get())));
+    if (!given) return false;
   }
-  const Owned bytes(PyUnicode_AsUTF8String(object));
-  if (!bytes) return false;
-  text = bytes_view(bytes.get());
-  return true;
+  return any_text_from(given.get(), "path", path);
+}
+
+bool text_from(PyObject* object, const char* name, std::string& text) {
+  return encoded_from(object, name, "strict", text);
+}
+
+bool any_text_from(PyObject* object, const char* name, std::string& text) {
+  return encoded_from(object, name, "surrogatepass", text);
 }
 
 bool integer_from(PyObject* object, std::int64_t& value) {
