@@ -138,17 +138,20 @@ PyObject* late_attribute(PyObject* module, PyObject* name) {
 // In a header's order: what callers use first.
 PyMethodDef module_functions[] = {
     {"parse_many", as_method(parse_many), METH_FASTCALL | METH_KEYWORDS,
-     "parse_many($module, /, paths, threads=None)\n--\n\n"
-     "Parse files on several threads; an iterator over their results in the order of paths.\n\n"
-     "paths is an iterable of str, bytes or os.PathLike, read as the work proceeds: at most 16 "
-     "for\n"
-     "each thread are ahead of the results. threads is by default the number of processors that\n"
-     "this process may use.\n\n"
-     "Each item is what parse_file would give, a ParseResult or None. Where parse_file would "
-     "raise\n"
-     "for one file there is a result too, whose errors hold the exception's name and text. What\n"
-     "paths itself raises comes at its place, after the results of the paths before it.\n\n"
-     "The iterator's close() ends the threads, as does dropping it."},
+     "parse_many($module, /, items, threads=None)\n--\n\n"
+     "Parse files and contents on several threads; an iterator over their results in the order of\n"
+     "items.\n\n"
+     "Each item is a path (str, bytes or os.PathLike), a tuple (path, file_id), or a tuple of the\n"
+     "arguments of parse_content or parse_bytes: (content, language, path) with or without a\n"
+     "file_id behind, where content is str or bytes and their like. Items are read as the work\n"
+     "proceeds: at most 16 for each thread are ahead of the results. threads is by default the\n"
+     "number of processors that this process may use.\n\n"
+     "Each result is what parse_file and its like would give, a ParseResult or None. Where they\n"
+     "would raise for one file there is a result too, whose errors hold the exception's name and\n"
+     "text. What items itself raises comes at its place, after the results of the items before it,\n"
+     "and so does TypeError for what is no item.\n\n"
+     "The iterator is a context manager too. Leaving it, close() and dropping it cancel what is\n"
+     "being parsed and end the threads."},
     {"detect_language", as_method(detect_language), METH_FASTCALL | METH_KEYWORDS,
      "detect_language($module, /, file_path)\n--\n\n"
      "The name of the language of the file at that path, or None; the file is not read."},

@@ -14,8 +14,6 @@
 #include <string>
 #include <string_view>
 
-#include "bindings/python/owned.h"
-
 namespace engines::treesitter::python {
 
 // What a lone surrogate is on the engine's side: a byte that is no UTF-8, as in a file's name, or
@@ -54,19 +52,5 @@ bool any_text_from(PyObject* object, const char* name, std::string& text);
 // An integer of 64 bits; `value` stays as it is when `object` is null. False with an error set:
 // TypeError, OverflowError.
 bool integer_from(PyObject* object, std::int64_t& value);
-
-// A str's UTF-8 while this lives, without a copy when the str is ASCII. Another str is encoded into
-// bytes of their own that go again; asking Python for its cached UTF-8 would leave the copy with
-// the str for as long as the caller keeps it.
-class Utf8 {
- public:
-  // False with an error set: UnicodeEncodeError.
-  bool encode(PyObject* str);
-  std::string_view view() const { return _view; }
-
- private:
-  Owned _holder;
-  std::string_view _view;
-};
 
 }  // namespace engines::treesitter::python
