@@ -20,11 +20,6 @@ SymbolKind require_kind(std::string_view text) {
   throw std::invalid_argument("unknown symbol kind '" + std::string(text) + "'");
 }
 
-void reject_nul(std::string_view name) {
-  if (name.find('\0') == std::string_view::npos) return;
-  throw std::invalid_argument("name holds a NUL character");
-}
-
 }  // namespace
 
 std::string_view kind_text(SymbolKind kind) {
@@ -49,7 +44,6 @@ Symbol::Symbol(SymbolArguments&& arguments)
       is_export(arguments.is_export),
       docstring(std::move(arguments.docstring)),
       body_digest(std::move(arguments.body_digest)) {
-  reject_nul(name);
   if (start_line < 1) throw std::invalid_argument("start_line is less than 1");
   if (end_line < start_line) throw std::invalid_argument("end_line is less than start_line");
 }

@@ -54,9 +54,8 @@ struct SymbolArguments {
 // member of the enumeration.
 struct Symbol {
   // Throws std::invalid_argument, with a text that names the fault, for a kind that is none of the
-  // nine, for a name that holds U+0000 (the text columns of common stores end there), and for lines
-  // that are not 1-based or run backwards. An FQN is not judged: it repeats the names around the
-  // symbol, and a rejected name costs its own symbol, not those nested in it.
+  // nine and for lines that are not 1-based or run backwards. Texts are not judged: U+0000 is a
+  // character like another.
   explicit Symbol(SymbolArguments&& arguments);
 
   std::optional<std::int64_t> id;

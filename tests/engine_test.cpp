@@ -314,15 +314,6 @@ TEST_F(EngineTest, PathsBecomePrefixes) {
   EXPECT_THAT(fqns(engine.parse_content("def f(): pass", "python", "..")), ElementsAre(".f"));
 }
 
-// A name that the model rejects costs its symbol, leaves its name taken, and nothing else.
-TEST_F(EngineTest, RejectedSymbols) {
-  using namespace std::string_view_literals;
-  const auto result = engine.parse_content(
-      "{\"a\0b\": {\"inner\": 1}, \"c\": 2, \"a\0b\": {\"lost\": 3}}"sv, "json", "f.json");
-  EXPECT_THAT(result.errors, ElementsAre("Invalid symbol a\0b: name holds a NUL character"sv));
-  EXPECT_THAT(fqns(result), ElementsAre("f.a\0b.inner"sv, "f.c"sv));
-}
-
 // ---- Strict texts ----
 
 TEST(NodeTextTest, StrictAndNeverEmpty) {

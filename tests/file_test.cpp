@@ -36,7 +36,8 @@ class FileTest : public testing::Test {
 
   static FileContent read(const fs::path& path) {
     Sha256 digest;
-    return read_file(path, digest);
+    RoomShare room;
+    return SourceFile(path).read(digest, room, never_cancelled);
   }
 
   // "[Errno 2] No such file or directory", without the path that follows it.
@@ -71,8 +72,18 @@ TEST_F(FileTest, BytesAsTheyAre) {
     const FileContent content = read(file("a", bytes));
     EXPECT_TRUE(content.bytes == bytes) << bytes.size();
     EXPECT_EQ(content.size, bytes.size());
-    EXPECT_EQ(content.content_hash, Sha256().of(bytes));
+    EXPECT_EQ(content.content_hash, "");
   }
+}
+
+TEST(BinaryTest, ANulInTheFirst8KiB) {
+  EXPECT_TRUE(is_binary(std::string(8191, 'a') + '\0'));
+  EXPECT_FALSE(is_binary(std::string(8192, 'a') + '\0'));
+  EXPECT_TRUE(
+      is_binary(std::string_view("\xFF\xFE"
+                                 "a\0",
+                                 4)));
+  EXPECT_FALSE(is_binary(""));
 }
 
 TEST_F(FileTest, WhatClaimsToBeEmptyIsReadToItsEnd) {
@@ -124,14 +135,14 @@ TEST_F(FileTest, ErrorsQuoteThePathOnOneLine) {
       {"/no/a\xff\xe2\x82z", "'/no/a\\udcff\\udce2\\udc82z'"},
   };
   for (const auto& [path, shown] : cases) {
-    const FileReadError error(ENOENT, path, "No such file or directory");
+    const FileReadError error(ENOENT, path);
     EXPECT_EQ(error.what(), "[Errno 2] No such file or directory: " + shown);
     EXPECT_EQ(error.description(), "No such file or directory");
     EXPECT_EQ(error.path(), path);
   }
 }
 
-// Whatever a reader sees of a file that others change, size and digest are those of the bytes read.
+// Whatever a reader sees of a file that others change, the size is that of the bytes read.
 TEST_F(FileTest, FilesThatChangeMeanwhile) {
   const fs::path changing = file("changing", std::string(1'000'000, 'a'));
   std::atomic<bool> is_done = false;
@@ -143,7 +154,6 @@ TEST_F(FileTest, FilesThatChangeMeanwhile) {
   for (int i = 0; i < 200; ++i) {
     const FileContent content = read(changing);
     EXPECT_EQ(content.size, content.bytes.size());
-    EXPECT_EQ(content.content_hash, Sha256().of(content.bytes));
   }
   is_done = true;
   writer.join();

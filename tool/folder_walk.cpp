@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "engines/languages/languages.h"
-#include "engines/treesitter/core/file.h"
+#include "engines/treesitter/treesitter.h"
 
 namespace tool {
 namespace {
@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string error_text(const std::string& folder, const std::error_code& error) {
-  const engines::treesitter::FileReadError fault(error.value(), folder, error.message().c_str());
+  const engines::treesitter::FileReadError fault(error.value(), folder);
   return std::string("Failed to read folder: ") + fault.what();
 }
 

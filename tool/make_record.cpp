@@ -5,8 +5,6 @@
 #include <system_error>
 #include <utility>
 
-#include "engines/treesitter/core/file.h"
-#include "engines/treesitter/core/parser.h"
 #include "tool/descriptors.h"
 
 namespace tool {
@@ -26,33 +24,9 @@ Outcome parse_standard_input(const TreeSitterEngine& engine, const std::string& 
                              const std::string& language) {
   std::string content;
   if (const int error = read_standard_input(content); error != 0) {
-    const std::string description = std::generic_category().message(error);
-    return unreadable(language, FileReadError(error, path, description.c_str()));
+    return unreadable(language, FileReadError(error, path));
   }
   return engine.parse_content(content, language, path);
-}
-
-// Only the size and the digest of a file that is too large to parse were kept.
-ParseResult too_large(const std::string& path, const std::string& language,
-                      engines::treesitter::FileContent content) {
-  try {
-    engines::treesitter::refuse_size(content.size);
-  } catch (const engines::treesitter::ParseError& error) {
-    return {path, language, std::move(content.content_hash),
-            {},   {},       {std::string("Parse error: ") + error.what()}};
-  }
-}
-
-Outcome parse_as(const TreeSitterEngine& engine, const std::string& path,
-                 const std::string& language) {
-  try {
-    engines::treesitter::Sha256 digest;
-    auto content = engines::treesitter::read_file(path, digest);
-    if (content.size != content.bytes.size()) return too_large(path, language, std::move(content));
-    return engine.parse_content(content.bytes, language, path);
-  } catch (const FileReadError& error) {
-    return unreadable(language, error);
-  }
 }
 
 Outcome parse_detected(const TreeSitterEngine& engine, const std::string& path) {
@@ -62,7 +36,7 @@ Outcome parse_detected(const TreeSitterEngine& engine, const std::string& path) 
   std::error_code error;
   (void)std::filesystem::status(path, error);
   if (!error) return UnknownLanguage{};
-  const FileReadError fault(error.value(), path, error.message().c_str());
+  const FileReadError fault(error.value(), path);
   return Unreadable{std::nullopt, std::string("Failed to read file: ") + fault.what()};
 }
 
@@ -72,7 +46,7 @@ Outcome outcome_of(const TreeSitterEngine& engine, const Job& job,
   if (job.origin == Origin::standard_input) {
     return parse_standard_input(engine, job.path, language.value());
   }
-  if (job.origin == Origin::named && language) return parse_as(engine, job.path, *language);
+  if (job.origin == Origin::named && language) return engine.parse_file(job.path, *language);
   return parse_detected(engine, job.path);
 }
 

@@ -4,12 +4,16 @@
 //
 //   #include "engines/treesitter/treesitter.h"
 //
-//   engines::treesitter::TreeSitterEngine engine;
+//   const engines::treesitter::TreeSitterEngine engine;
 //   if (auto result = engine.parse_file("src/app/models.py")) {
 //     for (const auto& symbol : result->symbols) {
 //       std::cout << symbol.fqn << ':' << symbol.start_line << '\n';
 //     }
 //   }
+//
+// Many files, on all processors, in the order in which they were named:
+//
+//   for (auto& parsed : engine.parse_many(paths)) store(parsed.item.path, parsed.outcome);
 //
 // Ownership: everything that a call returns belongs to the caller; the engine keeps no reference to
 // it, and the result holds no view into the file.
@@ -21,21 +25,35 @@
 // Failures: what can be expected of files (unreadable, no grammar, a parser that gives up, a symbol
 // that the model rejects) is data, in ParseResult::errors. Syntax errors are no failures: the tree
 // holds error nodes and the walks run over it. All else is thrown: Utf8Error where a rule reads a
-// name that is no UTF-8, std::invalid_argument for a path without a last component,
-// ResultLimitError for a file whose record would be out of all proportion, std::bad_alloc.
+// text that is no UTF-8, std::invalid_argument for a path without a last component,
+// ResultLimitError for a file whose record would be out of all proportion, std::bad_alloc. `parse`
+// and `parse_many` throw none of them and hand them over as values.
+//
+// Memory and time: a parse takes at most 64 MiB and 1 KiB per byte of the file, and 5 s and 5 s per
+// MiB of processor time, whatever the bytes are. All parses of the process together stay within
+// memory_room().
 #pragma once
 
+#include <any>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <filesystem>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
+#include <variant>
 #include <vector>
 
+#include "engines/languages/languages.h"
+#include "engines/treesitter/core/cancellation.h"
 #include "engines/treesitter/core/log.h"
 #include "models/symbol.h"
 
@@ -44,8 +62,11 @@ namespace engines::treesitter {
 class Node;
 class Parser;
 class Source;
+class SourceFile;
 class SyntaxTree;
 class ThreadLocal;
+class TreeSitterEngine;
+struct OverRoom;
 struct ThreadStorage;
 
 // ---- Constants ----
@@ -75,8 +96,25 @@ class Utf8Error : public std::invalid_argument {
       reason;  // "invalid start byte", "invalid continuation byte", "unexpected end of data"
 };
 
-// The record of one file would hold more text than MAX_RESULT_TEXT allows
-// (symbols/symbol_walk.cpp): a megabyte of nested keys implies gigabytes of qualified names.
+// A file that could not be read. The text reads "[Errno 2] No such file or directory: 'a.py'".
+class FileReadError : public std::system_error {
+ public:
+  // `description`: what went wrong, in words; by default the system's for `error_number`.
+  FileReadError(int error_number, const std::filesystem::path& path);
+  FileReadError(int error_number, const std::filesystem::path& path, std::string description);
+
+  const char* what() const noexcept override { return _text.c_str(); }
+  const std::string& description() const noexcept { return _description; }
+  const std::filesystem::path& path() const noexcept { return _path; }
+
+ private:
+  std::string _description;
+  std::filesystem::path _path;
+  std::string _text;
+};
+
+// The record of one file would hold more text than 16 MiB and 192 bytes per byte of the file: a
+// megabyte of nested keys implies gigabytes of qualified names.
 class ResultLimitError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -104,6 +142,161 @@ struct ParseResult {
 
   bool operator==(const ParseResult&) const = default;
 };
+
+// ---- One file as a value ----
+
+// What is to be parsed: a file, or bytes that the caller has.
+struct ParseItem {
+  std::string path;          // any bytes; becomes the result's path, and names the symbols
+  std::int64_t file_id = 0;  // copied into every symbol
+  // The name of the language; by default the one that the path tells.
+  std::optional<std::string> language = std::nullopt;
+  // The bytes to parse; by default those of the file at `path`.
+  std::optional<std::string> content = std::nullopt;
+  // Whether `content` is text, as parse_content takes it: then it must be UTF-8.
+  bool is_text = false;
+  // A file with more bytes is declined before any of them is read.
+  std::uint64_t max_size = UINT64_MAX;
+  // Whether a file with a NUL among its first 8 KiB is declined, by which git tells what is
+  // binary; UTF-16 has NULs too.
+  bool declines_binary = false;
+  // What its source failed to read, such as a folder: the one error text of the result. Nothing is
+  // parsed then.
+  std::optional<std::string> failure = std::nullopt;
+};
+
+// The path tells no language, and the item named none.
+struct NoLanguage {
+  std::string error;  // "Failed to read file: ..." when nothing is at the path, else empty
+};
+
+// The item's own conditions left the file out.
+struct Declined {
+  enum class Reason : std::uint8_t { too_large, binary };
+  Reason reason;
+  std::uint64_t size;  // of the file, in bytes
+};
+
+// The parse ended with an error that parse_file or parse_content would have thrown.
+struct Raised {
+  enum class Kind : std::uint8_t {
+    not_utf8,       // Utf8Error
+    invalid_path,   // std::invalid_argument: no last component
+    result_limit,   // ResultLimitError
+    out_of_memory,  // std::bad_alloc
+    cancelled,      // CancelledError
+    other,
+  };
+  Kind kind;
+  std::string text;          // the error's own
+  std::string language;      // of the file; empty when the error came before it was known
+  std::string content_hash;  // of the bytes; empty when they were not read to their end
+  std::exception_ptr error;  // the error itself
+};
+
+using Outcome = std::variant<ParseResult, NoLanguage, Declined, Raised>;
+
+// ---- Many files ----
+
+// One item with what became of it.
+struct ParsedItem {
+  ParseItem item;  // as its source gave it, without its content
+  Outcome outcome;
+  // What ParseManyOptions::perform left for whoever takes the item, and its size in bytes.
+  std::any extra = {};
+  std::size_t extra_bytes = 0;
+};
+
+struct ParseManyOptions {
+  // The most threads that parse; 0 for as many as processors may be used. They are started as there
+  // is work for them; a system that gives none leaves the work to the thread that calls next().
+  std::size_t threads = 0;
+  // Ends the run: items under way come out as cancelled, and no further ones are begun.
+  std::stop_token stop = {};
+  // Called on the thread that parses an item, instead of parsing it: has to call `parse`, which
+  // fills in the outcome, and may do what belongs to the item before and after. What it throws
+  // becomes the outcome. Called by several threads at once.
+  std::function<void(ParsedItem& parsed, const std::function<void()>& parse)> perform = {};
+};
+
+// A run over many items: an iterator over their outcomes, in the order of the items.
+//
+// Items are taken from their source as the run proceeds, so that it may be endless: at most 16 for
+// each thread are ahead of the outcome taken last, and fewer while outcomes that nobody has taken
+// hold a quarter of memory_room().
+//
+// Threads: all operations are for one thread at a time. The source is called by one thread at a
+// time, though not always by the same; it may wait.
+class ParseMany {
+ public:
+  // Gives the next item, or none at the end. What it throws ends the run, and leaves next() in its
+  // place, behind the outcomes of the items before it.
+  using Source = std::function<std::optional<ParseItem>()>;
+
+  // The engine must outlive the run.
+  ParseMany(const TreeSitterEngine& engine, Source source, ParseManyOptions options = {});
+  // Cancels what is under way, and waits for it and for a call of the source: some 50 ms without
+  // the latter.
+  ~ParseMany();
+  ParseMany(const ParseMany&) = delete;
+  ParseMany& operator=(const ParseMany&) = delete;
+
+  // Waits for the next outcome; none at the end. Throws what the source threw, std::bad_alloc.
+  std::optional<ParsedItem> next();
+
+  // Waits until next() would not wait, for at most so long; whether it would not.
+  bool wait_for(std::chrono::milliseconds at_most);
+
+  // The item that has been under way longest of those being parsed.
+  struct UnderWay {
+    std::string path;
+    std::chrono::steady_clock::time_point since;
+  };
+  std::optional<UnderWay> longest_under_way() const;
+
+  // For range-based loops; an item is moved out of the run and lasts until the next step.
+  class Iterator {
+   public:
+    using difference_type = std::ptrdiff_t;
+    using value_type = ParsedItem;
+
+    explicit Iterator(ParseMany& run) : _run(&run), _item(run.next()) {}
+    ParsedItem& operator*() const { return *_item; }
+    ParsedItem* operator->() const { return &*_item; }
+    Iterator& operator++() {
+      _item = _run->next();
+      return *this;
+    }
+    void operator++(int) { ++*this; }
+    bool operator==(std::default_sentinel_t /*end*/) const { return !_item; }
+
+   private:
+    ParseMany* _run;
+    mutable std::optional<ParsedItem> _item;
+  };
+  Iterator begin() { return Iterator(*this); }
+  std::default_sentinel_t end() const { return {}; }
+
+ private:
+  class Run;
+  std::unique_ptr<Run> _run;
+};
+
+// A source of the files at these paths, which it owns.
+ParseMany::Source files_at(std::vector<std::string> paths);
+
+// ---- What the process may take ----
+
+// The bytes that all parses of the process may take together, with their results as long as those
+// wait in a run: three quarters of the least of physical memory, the control group's limit and
+// RLIMIT_AS, unless set_memory_room said otherwise. A file that finds no room waits for others to
+// end and is then parsed alone; one that does not fit alone either gives an error text with both
+// numbers. Memory of the host's own is not counted.
+std::uint64_t memory_room();
+void set_memory_room(std::uint64_t bytes);  // from any thread; holds for what begins later
+
+// The processors that this process may run on.
+std::size_t usable_processors();
 
 // ---- Text helpers ----
 
@@ -142,6 +335,26 @@ class TreeSitterEngine {
   ParseResult parse_content(std::string_view content, std::string_view language,
                             std::string_view file_path, std::int64_t file_id = 0) const;
 
+  // parse_file for a file whose language the caller knows better than its path tells.
+  ParseResult parse_file(const std::filesystem::path& file_path, std::string_view language,
+                         std::int64_t file_id = 0) const;
+
+  // What parse_file does once the bytes are read, for bytes that are elsewhere, such as a blob of a
+  // repository. They may be no UTF-8.
+  ParseResult parse_bytes(std::string_view bytes, std::string_view language,
+                          const std::filesystem::path& file_path, std::int64_t file_id = 0) const;
+
+  // All of these as one operation that throws nothing: what they would throw is in the outcome.
+  Outcome parse(const ParseItem& item, const Cancellation& cancellation = {}) const noexcept;
+
+  // Many items at once, on several threads.
+  ParseMany parse_many(ParseMany::Source source, ParseManyOptions options = {}) const {
+    return ParseMany(*this, std::move(source), std::move(options));
+  }
+  ParseMany parse_many(std::vector<std::string> paths, ParseManyOptions options = {}) const {
+    return parse_many(files_at(std::move(paths)), std::move(options));
+  }
+
  private:
   friend struct EnginePeer;  // the tests' door to the private operations
 
@@ -153,8 +366,15 @@ class TreeSitterEngine {
   // The calling thread's parsers and Ruby visibility cache, made on first use.
   ThreadStorage& _get_thread_local_storage() const;
   Parser* _get_parser(std::string_view language) const;
-  ParseResult _parse(ParseJob&& job) const;
-  ParseResult _walk(ParseJob& job, const SyntaxTree& tree) const;
+  ParseResult _parse(ParseJob& job) const;
+  ParseResult _walk(const ParseJob& job, const SyntaxTree& tree) const;
+  Outcome _parse_item(const ParseItem& item, ParseJob& job) const;
+  Outcome _parse_file(ParseJob& job, std::uint64_t max_size, bool declines_binary) const;
+  Outcome _parse_read(ParseJob& job, const SourceFile& file, bool declines_binary) const;
+  Outcome _parse_bytes(ParseJob& job, std::string_view bytes, bool is_text) const;
+  template <typename Attempt>
+  static Outcome _in_turn(const ParseJob& job, std::uint64_t size, const Attempt& attempt);
+  static ParseResult _failed_for_want_of_room(const ParseJob& job, const OverRoom& over);
   static std::string _path_to_fqn(const std::filesystem::path& file_path);
 
   // -- symbols/: which nodes declare something, of which kind, under which name.

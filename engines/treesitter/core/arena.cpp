@@ -7,6 +7,8 @@
 #include <new>
 #include <numeric>
 
+#include "engines/treesitter/core/room.h"
+
 namespace engines::treesitter {
 namespace {
 
@@ -69,12 +71,30 @@ struct ParseArena::LargeBlock {
 };
 
 ParseArena::~ParseArena() {
-  while (_large != nullptr) free_large(_large);
+  reset();
+  while (!_chunks.empty()) close_last_chunk();
+}
+
+void ParseArena::spend(std::size_t bytes) {
+  if (bytes > _budget || _charged > _budget - bytes) throw OverBudget();
+  _charged += bytes;
 }
 
 void ParseArena::charge(std::size_t bytes) {
-  if (bytes > _budget || _charged > _budget - bytes) throw OverBudget();
-  _charged += bytes;
+  spend(bytes);
+  try {
+    take_room(bytes);
+  } catch (...) {
+    _charged -= bytes;
+    throw;
+  }
+  _elsewhere += bytes;
+}
+
+void ParseArena::uncharge(std::size_t bytes) {
+  give_room(bytes);
+  _charged -= bytes;
+  _elsewhere -= bytes;
 }
 
 // Each chunk is twice as large as the one before it, so that a small file touches little memory.
@@ -86,8 +106,16 @@ void ParseArena::open_chunk() {
                            : _chunks.empty()
                                ? FIRST_CHUNK_BYTES
                                : std::min(_chunks.back().size * 2, LARGEST_CHUNK_BYTES);
-  charge(size);
-  if (!is_kept) _chunks.push_back({std::unique_ptr<std::byte[]>(new std::byte[size]), size});
+  spend(size);
+  if (!is_kept) {
+    take_room(size);
+    try {
+      _chunks.push_back({std::unique_ptr<std::byte[]>(new std::byte[size]), size});
+    } catch (...) {
+      give_room(size);
+      throw;
+    }
+  }
   _cut = _chunks[_next_chunk].memory.get();
   _cut_end = _cut + size;
   ++_next_chunk;
@@ -106,6 +134,11 @@ void* ParseArena::allocate_small(std::size_t size_class) {
   return header + 1;
 }
 
+void ParseArena::close_last_chunk() {
+  give_room(_chunks.back().size);
+  _chunks.pop_back();
+}
+
 // Large blocks have sizes of classes too. A scanner's list that grows with every tag would
 // otherwise ask for a size slightly above all that were given back before, and where something
 // small lies between those, the process keeps them all: 460 MB for 30 KB of XML.
@@ -114,8 +147,10 @@ void* ParseArena::allocate_large(std::size_t size) {
   if (!EVERY_BLOCK_IS_LARGE) size = size_of_class(size_class_of(size));
   const std::size_t total = sizeof(LargeBlock) + size;
   charge(total);
+  _elsewhere -= total;  // the block itself tells
   void* const memory = ::operator new(total, std::nothrow);
   if (memory == nullptr) {
+    give_room(total);
     _charged -= total;
     throw std::bad_alloc();
   }
@@ -128,7 +163,9 @@ void* ParseArena::allocate_large(std::size_t size) {
 void ParseArena::free_large(LargeBlock* block) {
   (block->previous != nullptr ? block->previous->next : _large) = block->next;
   if (block->next != nullptr) block->next->previous = block->previous;
-  _charged -= sizeof(LargeBlock) + block->header.capacity;
+  const std::size_t total = sizeof(LargeBlock) + block->header.capacity;
+  give_room(total);
+  _charged -= total;
   ::operator delete(block);
 }
 
@@ -165,8 +202,9 @@ void ParseArena::reset() {
   _free.fill(nullptr);
   _next_chunk = 0;
   _cut = _cut_end = nullptr;
+  uncharge(_elsewhere);
   _charged = 0;
-  while (kept_bytes() > KEPT_BYTES) _chunks.pop_back();
+  while (kept_bytes() > (may_keep_room() ? KEPT_BYTES : 0)) close_last_chunk();
 }
 
 std::size_t ParseArena::kept_bytes() const {

@@ -31,21 +31,24 @@ class ParseArena {
   ParseArena& operator=(const ParseArena&) = delete;
 
   // A block of at least `size` bytes, aligned for any pointer or 64-bit integer. Throws
-  // std::bad_alloc, and OverBudget when the parse would then take more than its budget.
+  // std::bad_alloc, OverBudget when the parse would then take more than its budget, and OverRoom
+  // (core/room.h) when all parses together would take more than the process may use.
   void* allocate(std::size_t size);
   // As realloc: `block` may be null, and its bytes move with it.
   void* reallocate(void* block, std::size_t size);
   // Makes a block's memory available to later ones. `block` may be null.
   void deallocate(void* block);
 
-  // Frees all blocks. Keeps up to KEPT_BYTES for the next parse.
+  // Frees all blocks. Keeps up to KEPT_BYTES for the next parse while memory is plentiful.
   void reset();
 
   struct OverBudget {};
   // The most bytes that a parse may take until the next reset, with blocks given back.
   void set_budget(std::size_t bytes) { _budget = bytes; }
-  // Counts memory that belongs to the parse and lies elsewhere; as for a block, throws OverBudget.
+  // Counts memory that belongs to the parse and lies elsewhere, until it is uncharged or the arena
+  // is reset; as for a block, throws OverBudget and OverRoom.
   void charge(std::size_t bytes);
+  void uncharge(std::size_t bytes);
   // What all that takes now.
   std::size_t charged_bytes() const { return _charged; }
   // The memory of the chunks, which outlives a reset in part.
@@ -62,6 +65,8 @@ class ParseArena {
   void* allocate_large(std::size_t size);
   void free_large(LargeBlock* block);
   void open_chunk();
+  void close_last_chunk();
+  void spend(std::size_t bytes);
 
   struct Chunk {
     std::unique_ptr<std::byte[]> memory;
@@ -75,6 +80,7 @@ class ParseArena {
   std::array<Header*, CLASS_COUNT> _free{};  // lists of blocks given back, by class
   LargeBlock* _large = nullptr;              // a doubly linked list
   std::size_t _charged = 0;
+  std::size_t _elsewhere = 0;  // of that, what lies in no block
   std::size_t _budget = SIZE_MAX;
 };
 

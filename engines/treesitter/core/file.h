@@ -6,38 +6,50 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
-#include <system_error>
 
+#include "engines/treesitter/core/room.h"
 #include "engines/treesitter/core/sha256.h"
+#include "engines/treesitter/core/stop_check.h"
+#include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
-
-// A file that could not be read. The text reads "[Errno 2] No such file or directory: 'a.py'".
-class FileReadError : public std::system_error {
- public:
-  FileReadError(int error_number, const std::filesystem::path& path, const char* description);
-
-  const char* what() const noexcept override { return _text.c_str(); }
-  const std::string& description() const noexcept { return _description; }
-  const std::filesystem::path& path() const noexcept { return _path; }
-
- private:
-  std::string _description;
-  std::filesystem::path _path;
-  std::string _text;
-};
 
 // A file as it was read. `bytes` holds all of it when it has at most `MAX_PARSED_BYTES`; of a
 // larger one, which nobody parses, only the digest and the size are known.
 struct FileContent {
   std::string bytes;
-  std::string content_hash;
+  std::string content_hash;  // only of a file whose bytes were not kept
   std::uint64_t size;
 };
 
-// Reads the file once, in order, into memory: never by a mapping, which a file that is cut short
-// meanwhile would turn into a signal. Directories, FIFOs, sockets and devices are refused without
-// waiting for them. Throws FileReadError; std::bad_alloc.
-FileContent read_file(const std::filesystem::path& path, Sha256& digest);
+class SourceFile {
+ public:
+  // Opens the file. Directories, FIFOs, sockets and devices are refused without waiting for them.
+  // Throws FileReadError. The path must outlive this.
+  explicit SourceFile(const std::filesystem::path& path);
+  SourceFile(const SourceFile&) = delete;
+  SourceFile& operator=(const SourceFile&) = delete;
+  ~SourceFile();
+
+  // The bytes that it claims to have; where reading ends tells how many they are.
+  std::uint64_t claimed_size() const { return _claimed; }
+
+  // Reads it from its beginning, in order, into memory: never by a mapping, which a file that is
+  // cut short meanwhile would turn into a signal. What it keeps is counted in `room`. Throws
+  // FileReadError, OverRoom, CancelledError; std::bad_alloc.
+  FileContent read(Sha256& digest, RoomShare& room, StopCheck& stop) const;
+
+ private:
+  bool read_all(std::string& bytes, RoomShare& room, StopCheck& stop) const;
+  std::size_t read_some(char* buffer, std::size_t capacity) const;
+  [[noreturn]] void fail(int error_number) const;
+
+  const std::filesystem::path& _path;
+  int _descriptor;
+  std::uint64_t _claimed = 0;
+};
+
+// Whether there is a NUL among the first 8 KiB, by which git tells what is binary.
+bool is_binary(std::string_view bytes);
 
 }  // namespace engines::treesitter

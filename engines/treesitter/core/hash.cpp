@@ -27,6 +27,17 @@ std::uint64_t seed() {
   return shared.compare_exchange_strong(known, mine) ? mine : known;
 }
 
+constexpr std::uint64_t MODULUS = (std::uint64_t{1} << 61) - 1;
+
+// Both factors and the product are less than the modulus.
+std::uint64_t product(std::uint64_t left, std::uint64_t right) {
+  __extension__ using Wide = unsigned __int128;
+  const Wide wide = static_cast<Wide>(left) * right;
+  const std::uint64_t sum =
+      (static_cast<std::uint64_t>(wide) & MODULUS) + static_cast<std::uint64_t>(wide >> 61);
+  return sum >= MODULUS ? sum - MODULUS : sum;
+}
+
 }  // namespace
 
 // Texts of one standard hash keep one hash. To find many of those, each must be hundreds of bytes
@@ -36,6 +47,17 @@ std::size_t hash_of(std::string_view text) {
   hash = (hash ^ hash >> 30) * 0xBF58476D1CE4E5B9;  // the finish of SplitMix64
   hash = (hash ^ hash >> 27) * 0x94D049BB133111EB;
   return hash ^ hash >> 31;
+}
+
+GrowingHash::GrowingHash() : _base(seed() % MODULUS | 1) {}
+
+GrowingHash& GrowingHash::append(std::string_view text) {
+  for (const char byte : text) {
+    // No byte counts as 0, or texts that begin with NULs would be alike.
+    const std::uint64_t sum = product(_value, _base) + static_cast<unsigned char>(byte) + 1;
+    _value = sum >= MODULUS ? sum - MODULUS : sum;
+  }
+  return *this;
 }
 
 }  // namespace engines::treesitter

@@ -1,6 +1,7 @@
-// The two entry points: from a path or a text to one ParseResult.
+// The entry points: from a path, a text or bytes to one ParseResult.
 //
-// Only reading and parsing are guarded; what either walk throws reaches the caller.
+// Only reading and parsing are guarded; what either walk throws reaches the caller, or becomes the
+// outcome of `parse`.
 //
 // Tested by tests/engine_test.cpp.
 #include <algorithm>
@@ -9,7 +10,9 @@
 #include "engines/languages/languages.h"
 #include "engines/treesitter/core/file.h"
 #include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/outcome.h"
 #include "engines/treesitter/core/parser.h"
+#include "engines/treesitter/core/room.h"
 #include "engines/treesitter/core/text.h"
 #include "engines/treesitter/core/thread_storage.h"
 #include "engines/treesitter/treesitter.h"
@@ -32,106 +35,230 @@ constexpr Messages CONTENT_MESSAGES = {
     .parse_error = "Tree-sitter parse error for path=%s language=%s: %s",
 };
 
-ParseResult failed(std::string_view path, std::string_view language, std::string content_hash,
-                   std::string error) {
-  return {.path = std::string(path),
-          .language = std::string(language),
-          .content_hash = std::move(content_hash),
-          .symbols = {},
-          .references = {},
-          .errors = {std::move(error)}};
+// How much memory a parse is expected to take, to begin no more at once than will find room: what
+// code takes in the middle, so that few have to begin again.
+constexpr std::uint64_t EXPECTED_FLOOR = 1 << 20;
+constexpr std::uint64_t EXPECTED_PER_BYTE = 48;
+
+bool is_utf8(std::string_view bytes, StopCheck& stop) {
+  for (std::size_t offset = 0; offset < bytes.size(); stop.check()) {
+    const IllFormed fault = find_ill_formed(bytes, offset, offset + (1 << 20));
+    if (fault.size > 0) return false;
+    offset = fault.offset;
+  }
+  return true;
+}
+
+// Why nothing can be read at this path, or nothing when there is something.
+std::string reading_error(const std::filesystem::path& path) {
+  std::error_code error;
+  (void)std::filesystem::status(path, error);
+  if (!error) return {};
+  return std::string("Failed to read file: ") + FileReadError(error.value(), path).what();
 }
 
 }  // namespace
 
-// One parse, once its bytes are at hand.
+// One parse, from the path to the record.
 struct TreeSitterEngine::ParseJob {
   std::string_view path;  // as the result shows it
   const std::filesystem::path& file_path;
-  std::string_view language;
   std::int64_t file_id;
-  std::string_view bytes;
-  std::uint64_t size;  // more than bytes has when the file is too large to parse
-  std::string content_hash;
   const Messages& messages;
+  StopCheck& stop;
+  KnownOfFile known;            // so far
+  std::string_view bytes = {};  // once they are at hand
+  std::uint64_t size = 0;       // more than `bytes` has when the file is too large to parse
+
+  ParseResult failed(std::string error) const {
+    return {.path = std::string(path),
+            .language = known.language,
+            .content_hash = known.content_hash,
+            .symbols = {},
+            .references = {},
+            .errors = {std::move(error)}};
+  }
+
+  ParseResult failed_to_parse(const std::exception& error, std::exception_ptr pointer) const {
+    log(LogLevel::warning, messages.parse_error, {path, known.language, error.what()},
+        std::move(pointer));
+    return failed(std::string("Parse error: ") + error.what());
+  }
 };
 
-ParseResult TreeSitterEngine::_parse(ParseJob&& job) const {
-  Parser* const parser = _get_parser(job.language);
+ParseResult TreeSitterEngine::_parse(ParseJob& job) const {
+  ThreadStorage& storage = _get_thread_local_storage();
+  storage.ruby_visibility_cache.clear();  // of an attempt that found no room
+  Parser* const parser = _get_parser(job.known.language);
   if (parser == nullptr) {
-    log(LogLevel::debug, job.messages.no_parser, {job.language, job.path});
-    return failed(job.path, job.language, std::move(job.content_hash),
-                  "No parser available for " + std::string(job.language));
+    log(LogLevel::debug, job.messages.no_parser, {job.known.language, job.path});
+    return job.failed("No parser available for " + job.known.language);
   }
   const bool is_too_large = job.size > MAX_PARSED_BYTES;
-  const Source source(is_too_large ? std::string_view() : job.bytes);
+  const Source source(is_too_large ? std::string_view() : job.bytes, job.stop);
   std::optional<SyntaxTree> tree;
   try {
     if (is_too_large) refuse_size(job.size);
-    tree.emplace(parser->parse(source, _get_thread_local_storage().arena));
+    tree.emplace(parser->parse(source, storage.arena));
   } catch (const std::bad_alloc&) {
     // The process is short of memory, which is no fault of the file and no fact about it.
     throw;
+  } catch (const CancelledError&) {
+    throw;
   } catch (const std::exception& error) {
-    log(LogLevel::warning, job.messages.parse_error, {job.path, job.language, error.what()},
-        std::current_exception());
-    return failed(job.path, job.language, std::move(job.content_hash),
-                  std::string("Parse error: ") + error.what());
+    return job.failed_to_parse(error, std::current_exception());
   }
   return _walk(job, *tree);
 }
 
-ParseResult TreeSitterEngine::_walk(ParseJob& job, const SyntaxTree& tree) const {
+ParseResult TreeSitterEngine::_walk(const ParseJob& job, const SyntaxTree& tree) const {
   const Node root(tree, 0);
   auto [symbols, errors] =
-      _extract_symbols(root, tree.source(), job.language, job.file_path, job.file_id);
+      _extract_symbols(root, tree.source(), job.known.language, job.file_path, job.file_id);
   return {.path = std::string(job.path),
-          .language = std::string(job.language),
-          .content_hash = std::move(job.content_hash),
+          .language = job.known.language,
+          .content_hash = job.known.content_hash,
           .symbols = std::move(symbols),
-          .references = _extract_references(root, job.language),
+          .references = _extract_references(root, job.known.language),
           .errors = std::move(errors)};
 }
 
+// Runs `attempt` among the other parses of the process, and again without them when it finds too
+// little memory beside them.
+template <typename Attempt>
+Outcome TreeSitterEngine::_in_turn(const ParseJob& job, std::uint64_t size,
+                                   const Attempt& attempt) {
+  RoomTurn turn(EXPECTED_FLOOR + EXPECTED_PER_BYTE * size, job.stop);
+  try {
+    return attempt();
+  } catch (const std::bad_alloc&) {
+    if (turn.was_alone()) throw;
+  } catch (const OverRoom&) {
+    if (turn.was_alone()) throw;
+  }
+  turn.become_alone(job.stop);
+  return attempt();
+}
+
+Outcome TreeSitterEngine::_parse_read(ParseJob& job, const SourceFile& file,
+                                      bool declines_binary) const {
+  ThreadStorage& storage = _get_thread_local_storage();
+  RoomShare room;
+  FileContent content = file.read(storage.digest, room, job.stop);
+  if (declines_binary && is_binary(content.bytes)) {
+    return Declined{Declined::Reason::binary, content.size};
+  }
+  const bool is_kept = content.content_hash.empty();
+  job.known.content_hash =
+      is_kept ? storage.digest.of(content.bytes, job.stop) : std::move(content.content_hash);
+  job.bytes = content.bytes;
+  job.size = content.size;
+  return _parse(job);
+}
+
+Outcome TreeSitterEngine::_parse_file(ParseJob& job, std::uint64_t max_size,
+                                      bool declines_binary) const {
+  try {
+    const SourceFile file(job.file_path);
+    if (file.claimed_size() > max_size) {
+      return Declined{Declined::Reason::too_large, file.claimed_size()};
+    }
+    return _in_turn(job, file.claimed_size(),
+                    [&] { return _parse_read(job, file, declines_binary); });
+  } catch (const FileReadError& error) {
+    log(LogLevel::warning, "Failed to read file %s: %s", {job.path, error.what()},
+        std::current_exception());
+    return job.failed(std::string("Failed to read file: ") + error.what());
+  } catch (const OverRoom& over) {
+    return _failed_for_want_of_room(job, over);
+  }
+}
+
+Outcome TreeSitterEngine::_parse_bytes(ParseJob& job, std::string_view bytes, bool is_text) const {
+  if (is_text && !is_utf8(bytes, job.stop)) require_utf8(bytes);
+  job.known.content_hash = _get_thread_local_storage().digest.of(bytes, job.stop);
+  job.bytes = bytes;
+  job.size = bytes.size();
+  try {
+    return _in_turn(job, job.size, [&] { return _parse(job); });
+  } catch (const OverRoom& over) {
+    return _failed_for_want_of_room(job, over);
+  }
+}
+
+// The only parse under way, and still too much.
+ParseResult TreeSitterEngine::_failed_for_want_of_room(const ParseJob& job, const OverRoom& over) {
+  const ParseError error(std::to_string(over.wanted) + " bytes of memory needed, " +
+                         std::to_string(over.allowed) + " allowed to this process");
+  return job.failed_to_parse(error, std::make_exception_ptr(error));
+}
+
+// ---- The entry points ----
+
 std::optional<ParseResult> TreeSitterEngine::parse_file(const std::filesystem::path& file_path,
                                                         std::int64_t file_id) const {
-  ThreadStorage& storage = _get_thread_local_storage();
-  storage.ruby_visibility_cache.clear();
+  _get_thread_local_storage().ruby_visibility_cache.clear();
   const auto language = languages::detect_language(file_path);
   if (!language) return std::nullopt;
-  const std::string& path = file_path.native();
-  FileContent content;
-  try {
-    content = read_file(file_path, storage.digest);
-  } catch (const FileReadError& error) {
-    log(LogLevel::warning, "Failed to read file %s: %s", {path, error.what()},
-        std::current_exception());
-    return failed(path, *language, "", std::string("Failed to read file: ") + error.what());
-  }
-  return _parse({.path = path,
-                 .file_path = file_path,
-                 .language = *language,
-                 .file_id = file_id,
-                 .bytes = content.bytes,
-                 .size = content.size,
-                 .content_hash = std::move(content.content_hash),
-                 .messages = FILE_MESSAGES});
+  return parse_file(file_path, *language, file_id);
+}
+
+ParseResult TreeSitterEngine::parse_file(const std::filesystem::path& file_path,
+                                         std::string_view language, std::int64_t file_id) const {
+  StopCheck stop;
+  ParseJob job{file_path.native(), file_path, file_id,
+               FILE_MESSAGES,      stop,      {std::string(language), {}}};
+  return std::get<ParseResult>(_parse_file(job, UINT64_MAX, false));
 }
 
 ParseResult TreeSitterEngine::parse_content(std::string_view content, std::string_view language,
                                             std::string_view file_path,
                                             std::int64_t file_id) const {
-  ThreadStorage& storage = _get_thread_local_storage();
-  storage.ruby_visibility_cache.clear();
-  require_utf8(content);
-  return _parse({.path = file_path,
-                 .file_path = std::filesystem::path(file_path),
-                 .language = language,
-                 .file_id = file_id,
-                 .bytes = content,
-                 .size = content.size(),
-                 .content_hash = storage.digest.of(content),
-                 .messages = CONTENT_MESSAGES});
+  StopCheck stop;
+  const std::filesystem::path path(file_path);
+  ParseJob job{file_path, path, file_id, CONTENT_MESSAGES, stop, {std::string(language), {}}};
+  return std::get<ParseResult>(_parse_bytes(job, content, true));
+}
+
+ParseResult TreeSitterEngine::parse_bytes(std::string_view bytes, std::string_view language,
+                                          const std::filesystem::path& file_path,
+                                          std::int64_t file_id) const {
+  StopCheck stop;
+  ParseJob job{file_path.native(), file_path, file_id,
+               FILE_MESSAGES,      stop,      {std::string(language), {}}};
+  return std::get<ParseResult>(_parse_bytes(job, bytes, false));
+}
+
+Outcome TreeSitterEngine::_parse_item(const ParseItem& item, ParseJob& job) const {
+  if (item.failure) return job.failed(*item.failure);
+  if (item.language) {
+    job.known.language = *item.language;
+  } else if (const auto language = languages::detect_language(job.file_path)) {
+    job.known.language = *language;
+  } else {
+    return NoLanguage{item.content ? "" : reading_error(job.file_path)};
+  }
+  if (item.content) return _parse_bytes(job, *item.content, item.is_text);
+  return _parse_file(job, item.max_size, item.declines_binary);
+}
+
+Outcome TreeSitterEngine::parse(const ParseItem& item,
+                                const Cancellation& cancellation) const noexcept {
+  KnownOfFile known;
+  try {
+    StopCheck stop(cancellation);
+    const std::filesystem::path path(item.path);
+    ParseJob job{item.path, path, item.file_id, item.is_text ? CONTENT_MESSAGES : FILE_MESSAGES,
+                 stop,      {}};
+    try {
+      return _parse_item(item, job);
+    } catch (...) {
+      known = std::move(job.known);
+      throw;
+    }
+  } catch (...) {
+    return raised_by(std::current_exception(), std::move(known));
+  }
 }
 
 // The suffix goes first, from the last component that names something; then the rest is joined in

@@ -25,8 +25,9 @@ double thread_seconds() {
 
 }  // namespace
 
-ParseMeter::ParseMeter(std::uint64_t size)
-    : _steps_left(STEPS_FLOOR + STEPS_PER_KIB * size / 1024),
+ParseMeter::ParseMeter(std::uint64_t size, StopCheck& stop)
+    : _stop(stop),
+      _steps_left(STEPS_FLOOR + STEPS_PER_KIB * size / 1024),
       _seconds(SECONDS_FLOOR + SECONDS_PER_MIB * static_cast<double>(size) / (1 << 20)),
       _start(Clock::now()),
       _thread_start(thread_seconds()) {}
@@ -39,6 +40,7 @@ void ParseMeter::step() {
 // The thread's own time decides, so that a busy machine ends no parse; it costs a system call, so
 // it is asked for only once that much time has passed at all.
 void ParseMeter::check_time() const {
+  _stop.check();
   if (std::chrono::duration<double>(Clock::now() - _start).count() < _seconds) return;
   if (thread_seconds() - _thread_start > _seconds) throw GuardSpoke{Guard::time};
 }

@@ -6,6 +6,8 @@
 #include <chrono>
 #include <cstdint>
 
+#include "engines/treesitter/core/stop_check.h"
+
 namespace engines::treesitter {
 
 // Thrown out of the library by a guard that ends the parse. Its C frames hold nothing that needs
@@ -18,16 +20,18 @@ struct GuardSpoke {
 class ParseMeter {
  public:
   // Starts now, for a file of `size` bytes, on the calling thread.
-  explicit ParseMeter(std::uint64_t size);
+  ParseMeter(std::uint64_t size, StopCheck& stop);
 
-  // To be called once per step, which is 100 operations of the library. Throws GuardSpoke.
+  // To be called once per step, which is 100 operations of the library. Throws GuardSpoke, and
+  // CancelledError when somebody has cancelled the parse.
   void step();
-  // To be called from within operations that may take long. Throws GuardSpoke.
+  // To be called from within operations that may take long. Throws the same.
   void check_time() const;
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  StopCheck& _stop;
   std::uint64_t _steps_left;
   const double _seconds;
   const Clock::time_point _start;

@@ -16,9 +16,11 @@ void Sha256::Free::operator()(SHA256state_st* state) const { delete state; }
 
 Sha256::Sha256() : _state(new SHA256state_st) {}
 
-std::string Sha256::of(std::string_view bytes) {
+std::string Sha256::of(std::string_view bytes) { return of(bytes, never_cancelled); }
+
+std::string Sha256::of(std::string_view bytes, StopCheck& stop) {
   start();
-  update(bytes);
+  in_pieces(bytes, stop, [this](std::string_view piece) { update(piece); });
   return finish();
 }
 

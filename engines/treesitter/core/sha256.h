@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "engines/treesitter/core/stop_check.h"
+
 struct SHA256state_st;
 
 namespace engines::treesitter {
@@ -18,6 +20,8 @@ class Sha256 {
 
   // The digest of these bytes, as 64 lower-case hexadecimal digits.
   std::string of(std::string_view bytes);
+  // The same; throws CancelledError.
+  std::string of(std::string_view bytes, StopCheck& stop);
 
   // The same in pieces.
   void start();

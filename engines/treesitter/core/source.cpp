@@ -14,6 +14,9 @@ namespace {
 // asterisk are not among them: such a line stays when it holds a keyword or a call.
 constexpr std::array<std::string_view, 5> COMMENT_PREFIXES = {"#", "//", "*", "\"\"\"", "'''"};
 
+// How much is read between two looks at whether somebody has cancelled the parse.
+constexpr std::size_t BYTES_PER_CHECK = 1 << 20;
+
 }  // namespace
 
 bool is_comment_line(std::string_view trimmed) {
@@ -21,10 +24,11 @@ bool is_comment_line(std::string_view trimmed) {
                      [&](std::string_view prefix) { return trimmed.starts_with(prefix); });
 }
 
-Source::Source(std::string_view bytes) : _bytes(bytes) {
-  std::size_t offset = 0;
-  for (IllFormed fault; (fault = find_ill_formed(bytes, offset)).size > 0;) {
+Source::Source(std::string_view bytes, StopCheck& stop) : _bytes(bytes), _stop(stop) {
+  for (std::size_t offset = 0; offset < bytes.size(); stop.check()) {
+    const IllFormed fault = find_ill_formed(bytes, offset, offset + BYTES_PER_CHECK);
     offset = fault.offset + fault.size;
+    if (fault.size == 0) continue;
     if (!_ill_formed.empty() && _ill_formed.back().end == fault.offset) {
       _ill_formed.back().end = offset;
     } else {
@@ -106,7 +110,12 @@ const std::vector<LogicLine>& Source::logic_lines() const {
   std::vector<LogicLine> lines;
   std::string storage;
   std::uint32_t row = 0;
+  std::size_t next_check = 0;
   for (std::size_t begin = 0; begin < _bytes.size(); ++row) {
+    if (begin >= next_check) {
+      check_cancelled();
+      next_check = begin + BYTES_PER_CHECK;
+    }
     const std::size_t end = std::min(_bytes.find('\n', begin), _bytes.size());
     const std::string_view line = judged({begin, end}, storage);
     const std::string_view trimmed = trim(line);

@@ -16,6 +16,8 @@
 #include <string_view>
 #include <vector>
 
+#include "engines/treesitter/core/stop_check.h"
+
 namespace engines::treesitter {
 
 // A line that carries control flow or a call, as a body digest keeps it. Offsets count the file's
@@ -37,8 +39,13 @@ class Source {
     std::size_t end;
   };
 
-  // The bytes, less than 4 GiB, must outlive the Source.
-  explicit Source(std::string_view bytes);
+  // The bytes, less than 4 GiB, and `stop` must outlive the Source. Throws CancelledError.
+  explicit Source(std::string_view bytes, StopCheck& stop = never_cancelled);
+
+  // Whoever reads the file or its tree from one end to the other asks in between. Throws
+  // CancelledError.
+  void check_cancelled() const { _stop.check(); }
+  StopCheck& stop() const { return _stop; }
 
   std::string_view bytes() const { return _bytes; }
 
@@ -79,6 +86,7 @@ class Source {
   const std::vector<std::uint32_t>& places_of(std::string_view word) const;
 
   std::string_view _bytes;
+  StopCheck& _stop;
   std::vector<Range> _ill_formed;  // disjoint, in order; neighbours are joined
   mutable std::optional<std::vector<LogicLine>> _logic_lines;
   mutable std::vector<WordPlaces> _word_places;  // of each word that was asked for, at most six

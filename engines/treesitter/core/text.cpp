@@ -198,14 +198,16 @@ bool is_printable(char32_t value) {
   return (U_GET_GC_MASK(static_cast<UChar32>(value)) & (U_GC_C_MASK | U_GC_Z_MASK)) == 0;
 }
 
-IllFormed find_ill_formed(std::string_view bytes, std::size_t offset) {
-  while ((offset = skip_ascii(bytes, offset)) < bytes.size()) {
+IllFormed find_ill_formed(std::string_view bytes, std::size_t offset, std::size_t until) {
+  until = std::min(until, bytes.size());
+  // What ASCII is skipped beyond `until` costs next to nothing.
+  while ((offset = skip_ascii(bytes, offset)) < until) {
     const Sequence sequence = sequence_at(bytes, offset);
     if (sequence.present < sequence.size)
       return {offset, std::max<std::size_t>(sequence.present, 1)};
     offset += sequence.size;
   }
-  return {bytes.size(), 0};
+  return {offset, 0};
 }
 
 std::string decode_replacing(std::string_view bytes) {

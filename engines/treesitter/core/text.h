@@ -64,12 +64,14 @@ bool is_printable(char32_t value);
 
 // Where ill-formed UTF-8 begins in `bytes` at or after `offset`, and how long the maximal
 // ill-formed subpart is: the longest start of a well-formed sequence, or else one byte.
-// `size` is 0 and `offset` the length of `bytes` when the rest is well formed.
+// `size` is 0 and `offset` the length of `bytes` when the rest is well formed. Looks at no
+// character that begins at `until` or later: `offset` is then where it stopped.
 struct IllFormed {
   std::size_t offset;
   std::size_t size;
 };
-IllFormed find_ill_formed(std::string_view bytes, std::size_t offset = 0);
+IllFormed find_ill_formed(std::string_view bytes, std::size_t offset = 0,
+                          std::size_t until = SIZE_MAX);
 
 // The bytes as text, with one U+FFFD for each maximal ill-formed subpart. Never fails.
 std::string decode_replacing(std::string_view bytes);

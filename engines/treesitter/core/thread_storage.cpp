@@ -1,5 +1,11 @@
 // The hand-over between threads and engines that end in either order.
+//
+// A thread's list of slots is freed by the destructor of a POSIX key. A thread_local with a
+// destructor would be simpler, but registering that destructor ends the process when memory is
+// short, and reports nothing that could be handled.
 #include "engines/treesitter/core/thread_storage.h"
+
+#include <pthread.h>
 
 #include <algorithm>
 #include <memory>
@@ -41,7 +47,7 @@ struct ThreadLocal::Slot {
   }
 };
 
-// The slots of one thread, by engine. Its destructor is the end of the thread.
+// The slots of one thread, by engine. Its destructor runs at the end of the thread.
 class ThreadSlots {
  public:
   ThreadSlots() = default;
@@ -91,7 +97,44 @@ class ThreadSlots {
 
 namespace {
 
-thread_local ThreadSlots thread_slots;
+thread_local constinit ThreadSlots* thread_slots = nullptr;
+
+// Made when the library is loaded. Without one (a process has 1,024) storages are freed when their
+// engine ends, and not before.
+class EndOfThread {
+ public:
+  EndOfThread() : _exists(::pthread_key_create(&_key, end) == 0) {}
+  ~EndOfThread() {
+    if (_exists) ::pthread_key_delete(_key);
+  }
+  EndOfThread(const EndOfThread&) = delete;
+  EndOfThread& operator=(const EndOfThread&) = delete;
+
+  // False when there is no memory for it.
+  bool arrange_for(ThreadSlots* slots) const {
+    return !_exists || ::pthread_setspecific(_key, slots) == 0;
+  }
+
+ private:
+  static void end(void* slots) {
+    thread_slots = nullptr;
+    delete static_cast<ThreadSlots*>(slots);
+  }
+
+  pthread_key_t _key{};
+  const bool _exists;
+};
+
+const EndOfThread end_of_thread;
+
+ThreadSlots& slots_of_thread() {
+  if (thread_slots == nullptr) {
+    auto slots = std::make_unique<ThreadSlots>();
+    if (!end_of_thread.arrange_for(slots.get())) throw std::bad_alloc();
+    thread_slots = slots.release();
+  }
+  return *thread_slots;
+}
 
 }  // namespace
 
@@ -113,11 +156,12 @@ ThreadStorage& ThreadLocal::get() {
 }
 
 ThreadStorage& ThreadLocal::find_or_make() {
-  ThreadStorage* storage = thread_slots.find(_identity);
+  ThreadSlots& slots = slots_of_thread();
+  ThreadStorage* storage = slots.find(_identity);
   if (storage == nullptr) {
-    thread_slots.make_room();
+    slots.make_room();
     Slot* const slot = claim();
-    thread_slots.add(_identity, slot);
+    slots.add(_identity, slot);
     storage = &*slot->storage;
   }
   last_found = {_identity, storage};

@@ -81,12 +81,17 @@ class TreeReader {
     const Owner owner = add(root, facts, 0, facts.padding, nobody);
     if (facts.child_count == 0) return;
     Frame frame = frame_of(root, facts, facts.padding, owner, false);
+    std::uint32_t closed = 0;
     do {
       while (frame.next != frame.end) visit(frame);
+      if (++closed % FRAMES_PER_CHECK == 0) _tree._source->check_cancelled();
     } while (close(frame));
   }
 
  private:
+  static constexpr std::size_t LEAST_PARENTS = 64;
+  static constexpr std::uint32_t FRAMES_PER_CHECK = 64 * 1024;
+
   // The visible node to which children are being added.
   struct Owner {
     std::uint32_t index;
@@ -122,6 +127,7 @@ class TreeReader {
       frame.owner.last_child = owner.index;
     }
     if (facts.child_count == 0) return;
+    if (_parents.size() == _parents.capacity()) grow_parents();
     _parents.push_back(frame);
     frame = frame_of(child, facts, start, owner, is_hidden);
   }
@@ -144,6 +150,15 @@ class TreeReader {
     _parents.pop_back();
     if (is_hidden) frame.owner = owner;
     return true;
+  }
+
+  // By half: twice the depth is then never held three times over.
+  [[gnu::noinline]] void grow_parents() {
+    const std::size_t before = _parents.capacity();
+    const std::size_t after = std::max<std::size_t>(before + before / 2, LEAST_PARENTS);
+    _tree._lease->charge(after * sizeof(Frame));
+    _parents.reserve(after);
+    _tree._lease->uncharge(before * sizeof(Frame));
   }
 
   // Adds the record of a visible node, and returns the node as an owner.

@@ -19,6 +19,7 @@
 
 #include "engines/treesitter/core/hash.h"
 #include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/room.h"
 #include "engines/treesitter/core/syntax_tree.h"
 #include "engines/treesitter/treesitter.h"
 
@@ -81,6 +82,8 @@ constexpr std::size_t count_of_uses() {
 }
 static_assert(count_of_uses() == std::size(USES), "a node type has one use");
 
+constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
+
 constexpr Use use_of(NodeType type) { return USE_BY_TYPE[index_of(type)]; }
 
 }  // namespace
@@ -116,6 +119,7 @@ class TreeSitterEngine::ReferenceWalk {
   std::uint32_t _line = 0;      // of the last reference
   std::size_t _line_begin = 0;  // the position of that line's first reference
   std::vector<std::size_t> _slots;
+  RoomShare _room;  // of the references
 };
 
 void TreeSitterEngine::ReferenceWalk::extract_from_node(const Node& node, Use use) {
@@ -161,6 +165,7 @@ void TreeSitterEngine::ReferenceWalk::add(std::string_view name, std::uint32_t l
   if (2 * (_references.size() - _line_begin + 1) > _slots.size()) grow();
   std::size_t& slot = slot_of(name, kind);
   if (slot > _line_begin) return;
+  _room.add(sizeof(ReferenceInfo) + name.size());
   _references.push_back({std::string(name), line, std::string(kind)});
   slot = _references.size();
 }
@@ -192,6 +197,7 @@ std::vector<ReferenceInfo> TreeSitterEngine::_extract_references(const Node& roo
   const std::uint32_t end = tree.record(root.index()).subtree_end;
   ReferenceWalk walk(language);
   for (std::uint32_t i = root.index(); i < end; ++i) {
+    if (i % NODES_PER_CHECK == 0) tree.source().check_cancelled();
     const Use use = use_of(tree.record(i).type);
     if (use != Use::none) walk.extract_from_node(Node(tree, i), use);
   }

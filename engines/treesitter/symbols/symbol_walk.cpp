@@ -4,8 +4,9 @@
 // lasts to its subtree's end, and the innermost open one names what is found inside; all other
 // nodes are transparent.
 //
-// Costs: one table lookup per node; per symbol its name, its texts and one hash of its FQN. FQNs of
-// nested symbols repeat their ancestors, so the total text of a result is bounded.
+// Costs: one table lookup per node; per symbol its name and its texts; per repeat of a symbol its
+// name alone. FQNs of nested symbols repeat their ancestors, so the total text of a result is
+// bounded.
 //
 // Tested by tests/symbols_test.cpp.
 #include <algorithm>
@@ -15,6 +16,7 @@
 
 #include "engines/treesitter/core/hash.h"
 #include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/room.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
@@ -32,7 +34,9 @@ bool is_digested(std::string_view kind) { return kind == "function" || kind == "
 // The most text that the symbols of one file may hold. A file of minified keys has some 30 bytes of
 // signature and name for each of its own, and a megabyte of nested keys would have 28,000.
 constexpr std::uint64_t MAX_RESULT_TEXT_FLOOR = 16 << 20;
-constexpr std::uint64_t MAX_RESULT_TEXT_PER_BYTE = 256;
+constexpr std::uint64_t MAX_RESULT_TEXT_PER_BYTE = 192;
+
+constexpr std::uint32_t NODES_PER_CHECK = 4096;
 
 std::uint64_t size_of(const std::optional<std::string>& text) { return text ? text->size() : 0; }
 
@@ -47,12 +51,15 @@ class TreeSitterEngine::SymbolWalk {
         _content(content),
         _language(language),
         _fqn_prefix(std::move(fqn_prefix)),
+        _prefix_hash(GrowingHash().append(_fqn_prefix)),
         _file_id(file_id),
         _text_left(MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * content.bytes().size()) {}
 
   // The root itself is never a symbol.
   void run() {
+    std::uint32_t visited = 0;
     for (std::uint32_t index = 1; index < _tree.size();) {
+      if (++visited % NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().subtree_end <= index) _open.pop_back();
       index = extract_node(Node(_tree, index));
     }
@@ -66,14 +73,22 @@ class TreeSitterEngine::SymbolWalk {
   // Names an FQN: the symbol's that holds it, or, negative, one of those that the model rejected.
   // An FQN may be as long as the file, so that no second copy is kept to find repeats.
   using FqnId = std::int64_t;
+  static constexpr FqnId FILE_PREFIX = INT64_MAX;  // what names at the top are joined to
+
+  struct KnownFqn {
+    FqnId fqn;
+    FqnId parent;
+  };
 
   // A declaration that has an FQN, whether or not the model accepted it.
   struct Open {
     std::uint32_t subtree_end;
     FqnId fqn;
+    GrowingHash hash;  // of the FQN
   };
 
   std::string_view fqn(FqnId id) const {
+    if (id == FILE_PREFIX) return _fqn_prefix;
     return id >= 0 ? _symbols[static_cast<std::size_t>(id)].fqn
                    : _rejected_fqns[static_cast<std::size_t>(-1 - id)];
   }
@@ -88,37 +103,45 @@ class TreeSitterEngine::SymbolWalk {
 
     // The first declaration of an FQN wins; a later one goes with everything nested in it.
     const std::uint32_t subtree_end = _tree.record(node.index()).subtree_end;
-    std::string qualified_name = qualified(*name);
-    spend(qualified_name.size());  // of a repeat too: it was made, and may be long
-    const std::size_t hash = hash_of(qualified_name);
-    if (is_seen(hash, qualified_name)) return subtree_end;
-    const FqnId id = add_symbol(node, *kind, *name, std::move(qualified_name));
-    _fqns_by_hash.emplace(hash, id);
-    _open.push_back({subtree_end, id});
+    GrowingHash hash = _open.empty() ? _prefix_hash : _open.back().hash;
+    hash.append(".").append(*name);
+    if (is_seen(hash, *name)) return subtree_end;
+    const FqnId parent_id = parent();
+    const FqnId id = add_symbol(node, *kind, *name);
+    _fqns_by_hash.emplace(hash.value(), KnownFqn{id, parent_id});
+    _open.push_back({subtree_end, id, hash});
     return next;
   }
 
-  bool is_seen(std::size_t hash, std::string_view qualified_name) const {
-    const auto [first, last] = _fqns_by_hash.equal_range(hash);
-    return std::any_of(first, last,
-                       [&](const auto& each) { return fqn(each.second) == qualified_name; });
+  // The FQN is not made for this: a repeat costs its name, and not the names of its ancestors.
+  bool is_seen(const GrowingHash& hash, std::string_view name) const {
+    const std::string_view prefix = fqn(parent());
+    const auto [first, last] = _fqns_by_hash.equal_range(hash.value());
+    return std::any_of(first, last, [&](const auto& each) {
+      const std::string_view known = fqn(each.second.fqn);
+      return known.size() == prefix.size() + 1 + name.size() && known.ends_with(name) &&
+             (each.second.parent == parent() ||
+              (known[prefix.size()] == '.' && known.starts_with(prefix)));
+    });
   }
+
+  FqnId parent() const { return _open.empty() ? FILE_PREFIX : _open.back().fqn; }
 
   std::string qualified(std::string_view name) const {
-    const std::string_view parent = _open.empty() ? _fqn_prefix : fqn(_open.back().fqn);
+    const std::string_view prefix = fqn(parent());
     std::string text;
-    text.reserve(parent.size() + 1 + name.size());
-    return text.append(parent).append(1, '.').append(name);
+    text.reserve(prefix.size() + 1 + name.size());
+    return text.append(prefix).append(1, '.').append(name);
   }
 
-  FqnId add_symbol(const Node& node, std::string_view kind, const std::string& name,
-                   std::string qualified_name) {
+  FqnId add_symbol(const Node& node, std::string_view kind, const std::string& name) {
+    spend(fqn(parent()).size() + 1 + 2 * name.size());
     models::SymbolArguments arguments{
         .id = std::nullopt,
         .file_id = _file_id,
         .name = name,
         .kind = kind,
-        .fqn = std::move(qualified_name),
+        .fqn = qualified(name),
         .start_line = node.start_row() + 1,
         .end_line = node.end_row() + 1,
         .signature = signature(node),
@@ -127,7 +150,7 @@ class TreeSitterEngine::SymbolWalk {
             is_documented(kind) ? _extract_docstring(node, _content, _language) : std::nullopt,
         .body_digest = is_digested(kind) ? _extract_body_digest(node, _content) : std::nullopt,
     };
-    spend(name.size() + size_of(arguments.signature) + size_of(arguments.docstring) +
+    spend(size_of(arguments.signature) + size_of(arguments.docstring) +
           size_of(arguments.body_digest));
     try {
       _symbols.emplace_back(std::move(arguments));
@@ -151,6 +174,7 @@ class TreeSitterEngine::SymbolWalk {
   void spend(std::uint64_t size) {
     if (size <= _text_left) {
       _text_left -= size;
+      _room.add(size);
       return;
     }
     throw ResultLimitError(
@@ -164,17 +188,19 @@ class TreeSitterEngine::SymbolWalk {
   const Source& _content;
   const std::string_view _language;
   const std::string _fqn_prefix;
+  const GrowingHash _prefix_hash;
   const std::int64_t _file_id;
 
   std::vector<Symbol> _symbols;
   std::vector<std::string> _errors;
   std::vector<std::string> _rejected_fqns;
   std::pmr::monotonic_buffer_resource _memory;  // of the table, given back as a whole
-  std::pmr::unordered_multimap<std::size_t, FqnId> _fqns_by_hash{&_memory};
+  std::pmr::unordered_multimap<std::uint64_t, KnownFqn> _fqns_by_hash{&_memory};
   std::vector<Open> _open;  // innermost last
   std::optional<std::uint32_t> _signature_row;
   std::optional<std::string> _signature;
   std::uint64_t _text_left;
+  RoomShare _room;  // of the texts
 };
 
 std::pair<std::vector<Symbol>, std::vector<std::string>> TreeSitterEngine::_extract_symbols(

@@ -1,0 +1,25 @@
+// What may end a parse before its end, from outside.
+#pragma once
+
+#include <functional>
+#include <stdexcept>
+#include <stop_token>
+
+namespace engines::treesitter {
+
+// A call that was cancelled gives up within 50 ms, while it reads, hashes, parses or walks.
+struct Cancellation {
+  // May be stopped by any thread.
+  std::stop_token stop = {};
+  // Asked every 20 ms or so by the thread that parses; true ends the parse. For hosts that have to
+  // look for signals themselves. It must not throw and not call the engine.
+  std::function<bool()> poll = {};
+};
+
+// What a cancelled call throws.
+class CancelledError : public std::runtime_error {
+ public:
+  CancelledError() : std::runtime_error("cancelled") {}
+};
+
+}  // namespace engines::treesitter

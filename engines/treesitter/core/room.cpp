@@ -1,0 +1,137 @@
+#include "engines/treesitter/core/room.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "engines/treesitter/core/process_limits.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+constexpr std::chrono::milliseconds BETWEEN_LOOKS(2);
+
+// How much a share counts ahead of what it holds.
+constexpr std::size_t SHARE_STEP = 256 * 1024;
+
+constinit std::atomic<std::uint64_t> room_limit = 0;  // 0 until it is known
+constinit std::atomic<std::uint64_t> in_use = 0;
+
+// Turns. Whoever enters first counts himself and then looks whether somebody wants to be alone;
+// whoever wants to be alone says so first and then looks who is in. So one of two always sees the
+// other.
+constinit std::atomic<std::uint32_t> under_way = 0;
+constinit std::atomic<std::uint64_t> begun = 0;          // turns, ever
+constinit std::atomic<std::uint32_t> wanting_alone = 0;  // waiting for it, or alone
+constinit std::atomic<bool> is_taken_alone = false;
+thread_local constinit bool has_turn = false;
+
+// The forking thread is in no call, and the others are not in the child.
+void forget_all() {
+  in_use = 0;
+  under_way = 0;
+  wanting_alone = 0;
+  is_taken_alone = false;
+}
+[[maybe_unused]] const int at_fork = ::pthread_atfork(nullptr, nullptr, forget_all);
+
+void wait_a_little(StopCheck& stop) {
+  stop.check();
+  std::this_thread::sleep_for(BETWEEN_LOOKS);
+}
+
+}  // namespace
+
+std::uint64_t memory_room() {
+  std::uint64_t known = room_limit.load(std::memory_order_relaxed);
+  if (known != 0) return known;
+  const std::uint64_t found = std::max<std::uint64_t>(process_memory_limit() / 4 * 3, 1);
+  return room_limit.compare_exchange_strong(known, found) ? found : known;
+}
+
+void set_memory_room(std::uint64_t bytes) { room_limit = std::max<std::uint64_t>(bytes, 1); }
+
+void take_room(std::size_t bytes) {
+  const std::uint64_t wanted = in_use.fetch_add(bytes, std::memory_order_relaxed) + bytes;
+  const std::uint64_t allowed = memory_room();
+  if (wanted <= allowed) return;
+  give_room(bytes);
+  throw OverRoom{wanted, allowed};
+}
+
+void count_room(std::size_t bytes) noexcept { in_use.fetch_add(bytes, std::memory_order_relaxed); }
+
+// Not below 0: in a forked child memory is given back that was counted before the fork.
+void give_room(std::size_t bytes) noexcept {
+  std::uint64_t known = in_use.load(std::memory_order_relaxed);
+  while (!in_use.compare_exchange_weak(known, known - std::min<std::uint64_t>(known, bytes),
+                                       std::memory_order_relaxed)) {
+  }
+}
+
+bool may_keep_room() noexcept {
+  return in_use.load(std::memory_order_relaxed) <= memory_room() / 8;
+}
+
+void RoomShare::count_more() {
+  const std::size_t more = _held - _counted + SHARE_STEP;
+  take_room(more);
+  _counted += more;
+}
+
+RoomTurn::RoomTurn(std::uint64_t expected, StopCheck& stop) : _is_inner(has_turn) {
+  if (_is_inner) return;
+  while (!try_enter(expected)) wait_a_little(stop);
+  has_turn = true;
+}
+
+RoomTurn::~RoomTurn() {
+  if (_is_inner) return;
+  leave();
+  has_turn = false;
+}
+
+bool RoomTurn::try_enter(std::uint64_t expected) {
+  const std::uint32_t others = under_way.fetch_add(1);
+  const std::uint64_t used = in_use.load(std::memory_order_relaxed);
+  if (wanting_alone.load() == 0 && (others == 0 || used + expected <= memory_room())) {
+    _is_in = true;
+    _began_alone = others == 0;
+    _number = begun.fetch_add(1) + 1;
+    return true;
+  }
+  under_way.fetch_sub(1);
+  return false;
+}
+
+void RoomTurn::leave() noexcept {
+  if (_is_in) under_way.fetch_sub(1);
+  if (_is_alone) {
+    is_taken_alone = false;
+    wanting_alone.fetch_sub(1);
+  }
+  _is_in = _is_alone = false;
+}
+
+bool RoomTurn::was_alone() const noexcept {
+  return _is_inner || _is_alone || (_began_alone && begun.load() == _number);
+}
+
+void RoomTurn::become_alone(StopCheck& stop) {
+  leave();
+  wanting_alone.fetch_add(1);  // from here on nobody enters
+  try {
+    while (is_taken_alone.exchange(true)) wait_a_little(stop);
+  } catch (...) {
+    wanting_alone.fetch_sub(1);
+    throw;
+  }
+  _is_alone = true;
+  while (under_way.load() != 0) wait_a_little(stop);
+}
+
+}  // namespace engines::treesitter
