@@ -148,7 +148,8 @@ PyMethodDef module_functions[] = {
      "number of processors that this process may use.\n\n"
      "Each result is what parse_file and its like would give, a ParseResult or None. Where they\n"
      "would raise for one file there is a result too, whose errors hold the exception's name and\n"
-     "text. What items itself raises comes at its place, after the results of the items before it,\n"
+     "text. What items itself raises comes at its place, after the results of the items before "
+     "it,\n"
      "and so does TypeError for what is no item.\n\n"
      "The iterator is a context manager too. Leaving it, close() and dropping it cancel what is\n"
      "being parsed and end the threads."},
