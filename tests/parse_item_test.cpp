@@ -87,7 +87,7 @@ TEST_F(ParseItemTest, NoLanguageAndDeclined) {
 
 TEST_F(ParseItemTest, WhatIsKnownOfAFileWhoseParseRaised) {
   const std::string bad_name = "{\"\xFF\": 1}";
-  const std::string nested = repeated("{\"key\":", 100'000) + "1";
+  const std::string nested = repeated("{\"key\":", 100'000) + "1" + repeated("}", 100'000);
   struct Case {
     ParseItem item;
     Raised::Kind kind;

@@ -45,6 +45,7 @@ class ParseArena {
   struct OverBudget {};
   // The most bytes that a parse may take until the next reset, with blocks given back.
   void set_budget(std::size_t bytes) { _budget = bytes; }
+  void raise_budget(std::size_t bytes) { _budget += bytes; }
   // Counts memory that belongs to the parse and lies elsewhere, until it is uncharged or the arena
   // is reset; as for a block, throws OverBudget and OverRoom.
   void charge(std::size_t bytes);

@@ -70,6 +70,7 @@ class TreeReader {
     const std::size_t count =
         ts_subtree_visible_descendant_count(_tree._tree->root) + std::size_t{1};
     _tree._lease->charge(count * (sizeof(NodeRecord) + sizeof(NodeHandle)));
+    _tree._lease->raise_budget(STACK_PER_BYTE * tree._source->bytes().size());
     _tree._records.reserve(count);
     _tree._handles.reserve(count);
   }
@@ -90,6 +91,10 @@ class TreeReader {
 
  private:
   static constexpr std::size_t LEAST_PARENTS = 64;
+  // What the stack may take beyond the budget of the parse: a chain of operators has two frames for
+  // each byte, and two and a half times that while the stack grows. It is gone before the texts of
+  // the result are made.
+  static constexpr std::size_t STACK_PER_BYTE = 288;
   static constexpr std::uint32_t FRAMES_PER_CHECK = 64 * 1024;
 
   // The visible node to which children are being added.
