@@ -24,10 +24,16 @@
 //
 // Failures: what can be expected of files (unreadable, no grammar, a parser that gives up, a symbol
 // that the model rejects) is data, in ParseResult::errors. Syntax errors are no failures: the tree
-// holds error nodes and the walks run over it. All else is thrown: Utf8Error where a rule reads a
-// text that is no UTF-8, std::invalid_argument for a path without a last component,
-// ResultLimitError for a file whose record would be out of all proportion, std::bad_alloc. `parse`
-// and `parse_many` throw none of them and hand them over as values.
+// holds error nodes and the walks run over it. All else is thrown by the operations that give a
+// ParseResult, and handed over as a value by `parse` and `parse_many`:
+//   Utf8Error              a rule read bytes that are no UTF-8: a name; or in Java, C# and PHP,
+//   where
+//                          visibility is looked for among the texts of all children, any byte of a
+//                          declaration that is not public at first sight, comments included
+//   std::invalid_argument  the path has no last component
+//   ResultLimitError       the record would be out of all proportion to the file
+//   std::runtime_error     the regular expression of body digests gave up on a line
+//   std::bad_alloc         the process is short of memory
 //
 // Memory and time: a parse takes at most 64 MiB and 1 KiB per byte of the file, and 5 s and 5 s per
 // MiB of processor time, whatever the bytes are. All parses of the process together stay within
@@ -315,8 +321,8 @@ std::string_view _strip_matching_quotes(std::string_view text);
 
 // Tree-sitter based code parser for symbol extraction.
 //
-// All operations but five are static: they read their arguments and nothing else, which is most of
-// the promise about threads.
+// Private operations that read their arguments and nothing else are static, which is most of the
+// promise about threads; the others reach the calling thread's storage.
 class TreeSitterEngine {
  public:
   TreeSitterEngine();

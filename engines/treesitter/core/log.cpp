@@ -1,4 +1,4 @@
-// The log's only state is the sink, one atomic pointer: the one mutable global of the library.
+// The log's only state is the sink, one atomic pointer.
 #include "engines/treesitter/core/log.h"
 
 #include <atomic>
