@@ -87,7 +87,7 @@ def test_an_iteration_stays_with_its_process(source_file):
     assert len(list(results)) == 99
 
 
-@pytest.mark.skipif("LD_PRELOAD" in os.environ, reason="a sanitizer takes more than the limits")
+@pytest.mark.skipif(bool(SANITIZERS), reason="a sanitizer takes more than the limits")
 def test_want_of_memory_ends_no_process():
     # Threads that parse for the first time, when there is no memory left for what that needs.
     code = """
