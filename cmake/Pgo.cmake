@@ -16,8 +16,9 @@ if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 # Counts are found by the name of the object file below its build folder, so that the two builds may
-# lie in different places.
-set(_common "-fprofile-prefix-path=${PROJECT_BINARY_DIR}" "-fprofile-dir=${TREESITTER_ENGINE_PGO_PROFILES}")
+# lie in different places. The compiler asks the system where it is, which knows no links.
+file(REAL_PATH "${PROJECT_BINARY_DIR}" _binary_dir)
+set(_common "-fprofile-prefix-path=${_binary_dir}" "-fprofile-dir=${TREESITTER_ENGINE_PGO_PROFILES}")
 if(TREESITTER_ENGINE_PGO STREQUAL "generate")
   # The training runs on one thread, so that plain counters do and their sums are always the same.
   add_compile_options(-fprofile-generate ${_common} -fprofile-update=single)

@@ -17,8 +17,11 @@ function(treesitter_engine_target target)
     POSITION_INDEPENDENT_CODE ON)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target} PUBLIC "${PROJECT_SOURCE_DIR}")
+  # -ftls-model=initial-exec  our few bytes of each thread lie in the memory that the thread starts
+  #                           with. A loaded module's are otherwise allocated by the first access,
+  #                           and the C library aborts the process when it is out of memory there.
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -ftls-model=initial-exec
     $<$<BOOL:${TREESITTER_ENGINE_WERROR}>:-Werror>)
   if(TREESITTER_ENGINE_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC documents that instrumentation hides values from this analysis: it then warns about the

@@ -6,7 +6,8 @@
 #
 # shellcheck shell=bash
 
-ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# One name for the checkout, by whatever links it was reached: compilers know no other.
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 
 # One list for building and testing, since one build folder serves both.
 BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
@@ -76,20 +77,36 @@ install_node_modules() {
   cp "$ROOT/package-lock.json" "$stamp"
 }
 
-# build PRESET: configures when there is no build yet or the presets have changed, then builds what
-# changed; the rest of the configuration CMake watches itself. Ninja names only what fails, and goes
-# on to name all of it.
+# _is_elsewhere FOLDER: whether it was configured for another place, since the checkout was moved or
+# copied. CMake refuses to go on with a moved one, and a copied one would build where it came from.
+_is_elsewhere() {
+  local cache=$1/CMakeCache.txt
+  local home place
+  [[ -f $cache ]] || return 1
+  home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$cache")
+  place=$(sed -n 's/^CMAKE_CACHEFILE_DIR:INTERNAL=//p' "$cache")
+  [[ ! ($home -ef $ROOT && $place -ef $1) ]]
+}
+
+# build PRESET: configures when there is no build yet, or one for another place, or the presets have
+# changed; then builds what changed. The rest of the configuration CMake watches itself. What lies in
+# the folder beside it stays, such as what fuzzers found. Ninja names only what fails, and goes on to
+# name all of it.
 build() {
   local preset=$1
   local folder=$ROOT/build/$preset
   if command -v ccache >/dev/null; then
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
   fi
+  if _is_elsewhere "$folder"; then
+    say "build/$preset was made elsewhere and is made anew"
+    rm -f "$folder/build.ninja"
+  fi
   if [[ ! -f $folder/build.ninja ]]; then
-    say "building $preset for the first time, this takes a minute or more"
+    say "building $preset from nothing, this takes a minute or more"
   fi
   if [[ ! -f $folder/build.ninja || $ROOT/CMakePresets.json -nt $folder/build.ninja ]]; then
-    (cd "$ROOT" && run_logged "$folder/configure.log" cmake --preset "$preset") || return 1
+    (cd "$ROOT" && run_logged "$folder/configure.log" cmake --fresh --preset "$preset") || return 1
   fi
   run_logged "$folder/build.log" cmake --build "$folder" -- --quiet -k 0
 }

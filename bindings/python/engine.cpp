@@ -5,24 +5,27 @@
 // Tested by tests/python/test_engine.py and test_processes.py.
 #include "bindings/python/engine.h"
 
+#include <Python.h>
+#include <structmember.h>
+
 #include <array>
-#include <filesystem>
+#include <cstddef>
 #include <new>
-#include <string>
+#include <utility>
 
 #include "bindings/python/arguments.h"
 #include "bindings/python/errors.h"
-#include "bindings/python/gil.h"
+#include "bindings/python/items.h"
 #include "bindings/python/outcome.h"
 #include "bindings/python/owned.h"
 #include "bindings/python/parse_many.h"
-#include "bindings/python/texts.h"
 
 namespace engines::treesitter::python {
 namespace {
 
 struct EngineObject {
   PyObject_HEAD std::shared_ptr<const TreeSitterEngine> engine;
+  PyObject* weak_references;
 };
 
 PyObject* make(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
@@ -39,6 +42,7 @@ PyObject* make(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
 
 void deallocate(PyObject* self) {
   PyTypeObject* const type = Py_TYPE(self);
+  PyObject_ClearWeakRefs(self);
   std::destroy_at(&reinterpret_cast<EngineObject*>(self)->engine);
   type->tp_free(self);
   Py_DECREF(type);
@@ -46,52 +50,39 @@ void deallocate(PyObject* self) {
 
 PyObject* parse_file(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
                      PyObject* keywords) {
-  static constexpr const char* NAMES[] = {"file_path", "file_id"};
+  static constexpr const char* NAMES[] = {"file_path", "file_id", "language"};
   std::array<PyObject*, std::size(NAMES)> values{};
   if (!bind_arguments({"parse_file", NAMES, 1}, arguments, count, keywords, values)) return nullptr;
   ModuleState& state = state_of(self);
   return translating(state, [&]() -> PyObject* {
-    std::string path;
-    std::int64_t file_id = 0;
-    if (!path_from(values[0], path) || !integer_from(values[1], file_id)) return nullptr;
-    const std::filesystem::path file_path(std::move(path));
-    const auto engine = engine_of(self);
-    Outcome outcome;
-    without_gil(
-        [&] { outcome = outcome_of([&] { return engine->parse_file(file_path, file_id); }); });
-    return deliver(state, outcome);
+    Item item;
+    if (!file_item(values[0], values[1], values[2], item)) return nullptr;
+    return parse(state, engine_of(self), std::move(item));
+  });
+}
+
+// What parse_content and parse_bytes have in common; `fill` makes the item.
+PyObject* parse_given(PyObject* self, const char* function, decltype(text_item)& fill,
+                      PyObject* const* arguments, Py_ssize_t count, PyObject* keywords) {
+  static constexpr const char* NAMES[] = {"content", "language", "file_path", "file_id"};
+  std::array<PyObject*, std::size(NAMES)> values{};
+  if (!bind_arguments({function, NAMES, 3}, arguments, count, keywords, values)) return nullptr;
+  ModuleState& state = state_of(self);
+  return translating(state, [&]() -> PyObject* {
+    Item item;
+    if (!fill(values[0], values[1], values[2], values[3], item)) return nullptr;
+    return parse(state, engine_of(self), std::move(item));
   });
 }
 
 PyObject* parse_content(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
                         PyObject* keywords) {
-  static constexpr const char* NAMES[] = {"content", "language", "file_path", "file_id"};
-  std::array<PyObject*, std::size(NAMES)> values{};
-  if (!bind_arguments({"parse_content", NAMES, 3}, arguments, count, keywords, values)) {
-    return nullptr;
-  }
-  if (!PyUnicode_Check(values[0])) {
-    PyErr_Format(PyExc_TypeError, "content must be str, not %.200s", Py_TYPE(values[0])->tp_name);
-    return nullptr;
-  }
-  ModuleState& state = state_of(self);
-  return translating(state, [&]() -> PyObject* {
-    std::string language;
-    std::string path;
-    std::int64_t file_id = 0;
-    Utf8 content;
-    if (!text_from(values[1], "language", language) || !path_from(values[2], path) ||
-        !integer_from(values[3], file_id) || !content.encode(values[0])) {
-      return nullptr;
-    }
-    const auto engine = engine_of(self);
-    Outcome outcome;
-    without_gil([&] {
-      outcome = outcome_of(
-          [&] { return engine->parse_content(content.view(), language, path, file_id); });
-    });
-    return deliver(state, outcome);
-  });
+  return parse_given(self, "parse_content", text_item, arguments, count, keywords);
+}
+
+PyObject* parse_bytes(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
+                      PyObject* keywords) {
+  return parse_given(self, "parse_bytes", bytes_item, arguments, count, keywords);
 }
 
 PyObject* parse_many(PyObject* self, PyObject* const* arguments, Py_ssize_t count,
@@ -105,14 +96,19 @@ PyObject* reduce(PyObject* self, PyObject* /*none*/) {
   return function ? Py_BuildValue("O()", function.get()) : nullptr;
 }
 
+// An engine has nothing that a copy could have otherwise.
+PyObject* copy(PyObject* self, PyObject* /*memo*/) { return Py_NewRef(self); }
+
 constexpr const char PARSE_FILE_DOC[] =
-    "parse_file($self, /, file_path, file_id=0)\n--\n\n"
+    "parse_file($self, /, file_path, file_id=0, language=None)\n--\n\n"
     "Parse a source file and extract symbols.\n\n"
     "file_path is a str, bytes or os.PathLike, file_id the caller's key of the file, which every\n"
-    "symbol gets. Gives a ParseResult, or None when the path tells no language; nothing is read\n"
+    "symbol gets, and language the name of its language when the caller knows it better than the\n"
+    "path tells. Gives a ParseResult, or None when the path tells no language; nothing is read\n"
     "then. A file that cannot be read or parsed gives a result that says so in its errors.\n\n"
     "Raises UnicodeDecodeError where a rule reads a name that is no UTF-8, ResultLimitError,\n"
-    "MemoryError. Other threads run while the file is read and parsed.";
+    "MemoryError. Other threads run while the file is read and parsed. What the handler of a\n"
+    "signal raises meanwhile, such as KeyboardInterrupt, ends the call.";
 
 constexpr const char PARSE_CONTENT_DOC[] =
     "parse_content($self, /, content, language, file_path, file_id=0)\n--\n\n"
@@ -120,16 +116,26 @@ constexpr const char PARSE_CONTENT_DOC[] =
     "content is the source text, language the name of its language, and file_path names the\n"
     "symbols and becomes the result's path as it is. Gives a ParseResult.\n\n"
     "Raises UnicodeEncodeError for a content with lone surrogates, ValueError for an empty path,\n"
-    "ResultLimitError, MemoryError. Other threads run while the content is parsed.";
+    "and what parse_file raises.";
+
+constexpr const char PARSE_BYTES_DOC[] =
+    "parse_bytes($self, /, content, language, file_path, file_id=0)\n--\n\n"
+    "Parse the bytes of a source file that are elsewhere, such as a blob of a repository.\n\n"
+    "content is bytes or anything that has them, in UTF-8 for the most part; the other arguments\n"
+    "are as in parse_content. Gives a ParseResult. Raises what parse_file raises, and ValueError\n"
+    "for an empty path.";
 
 constexpr const char PARSE_MANY_DOC[] =
-    "parse_many($self, /, paths, threads=None)\n--\n\n"
+    "parse_many($self, /, items, threads=None)\n--\n\n"
     "As the module's parse_many, with this engine.";
 
 PyMethodDef methods[] = {
     {"parse_file", as_method(parse_file), METH_FASTCALL | METH_KEYWORDS, PARSE_FILE_DOC},
     {"parse_content", as_method(parse_content), METH_FASTCALL | METH_KEYWORDS, PARSE_CONTENT_DOC},
+    {"parse_bytes", as_method(parse_bytes), METH_FASTCALL | METH_KEYWORDS, PARSE_BYTES_DOC},
     {"parse_many", as_method(parse_many), METH_FASTCALL | METH_KEYWORDS, PARSE_MANY_DOC},
+    {"__copy__", copy, METH_NOARGS, "__copy__($self, /)\n--\n\nThe engine itself."},
+    {"__deepcopy__", copy, METH_O, "__deepcopy__($self, memo, /)\n--\n\nThe engine itself."},
     {"__reduce__", reduce, METH_NOARGS, "Pickled as the engine of the process that unpickles it."},
     {nullptr, nullptr, 0, nullptr},
 };
@@ -138,12 +144,17 @@ constexpr const char DOC[] =
     "TreeSitterEngine()\n--\n\n"
     "Tree-sitter based code parser for symbol extraction.\n\n"
     "One engine serves any number of threads at once. Each thread has parsers of its own, made on\n"
-    "first use and freed when the thread or the engine ends. An engine that is pickled becomes "
-    "the\n"
-    "one engine of the process that unpickles it.";
+    "first use and freed when the thread or the engine ends. An engine is its own copy; one that\n"
+    "is pickled becomes the one engine of the process that unpickles it.";
+
+PyMemberDef members[] = {
+    {"__weaklistoffset__", T_PYSSIZET, offsetof(EngineObject, weak_references), READONLY, nullptr},
+    {nullptr, 0, 0, 0, nullptr},
+};
 
 PyType_Slot slots[] = {
     {Py_tp_doc, const_cast<char*>(DOC)},
+    {Py_tp_members, members},
     {Py_tp_new, reinterpret_cast<void*>(make)},
     {Py_tp_dealloc, reinterpret_cast<void*>(deallocate)},
     {Py_tp_methods, methods},

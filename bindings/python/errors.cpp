@@ -91,4 +91,26 @@ PyObject* raise(const ModuleState& state, const std::exception_ptr& error) {
   return nullptr;
 }
 
+PyObject* take_error() {
+  PyObject* type = nullptr;
+  PyObject* value = nullptr;
+  PyObject* trace = nullptr;
+  PyErr_Fetch(&type, &value, &trace);
+  if (type == nullptr) return nullptr;
+  PyErr_NormalizeException(&type, &value, &trace);
+  if (trace != nullptr) PyException_SetTraceback(value, trace);
+  Py_DECREF(type);
+  Py_XDECREF(trace);
+  return value;
+}
+
+PyObject* to_exception_here(const ModuleState& state, const std::exception_ptr& error) {
+  const Owned exception(to_exception(state, error));
+  if (!exception) return nullptr;
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.get())), exception.get());
+  // A host of C may call with no frame of Python's around.
+  if (PyFrameObject* const caller = PyEval_GetFrame()) PyTraceBack_Here(caller);
+  return take_error();
+}
+
 }  // namespace engines::treesitter::python

@@ -18,6 +18,14 @@ PyObject* to_exception(const ModuleState& state, const std::exception_ptr& error
 // Sets that exception as the current error. Gives null, for functions to return.
 PyObject* raise(const ModuleState& state, const std::exception_ptr& error);
 
+// The current error as an object, its traceback attached; it is no more the current one. Null when
+// there is none.
+PyObject* take_error();
+
+// That exception as if the function that Python called last had raised it: with a traceback whose
+// last frame is its caller's. Null with an error set.
+PyObject* to_exception_here(const ModuleState& state, const std::exception_ptr& error);
+
 // Gives what `body` returns; what it throws becomes the current error, and the result null. For
 // functions that Python calls: an exception of C++ must not reach its frames.
 //

@@ -9,7 +9,7 @@ namespace engines::treesitter::python {
 
 // Runs `work`, which must neither touch a Python object nor throw, and must own what it uses: the
 // end of the interpreter drops the references of the Python frames above, though their threads
-// still run.
+// still run. On the thread that serves signals it may take the lock for a moment (signals.h).
 //
 // A thread that comes back while another ends the interpreter has nowhere to go. Asking for the
 // lock would unwind it (owned.h) and free the storage that the engine keeps for it, in the middle

@@ -1,4 +1,4 @@
-// Tested by tests/python/test_interpreter_end.py.
+// Tested by tests/python/test_interpreter_end.py and test_processes.py.
 #include "bindings/python/interpreter_end.h"
 
 #include <Python.h>
@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <new>
 
 namespace engines::treesitter::python {
 namespace {
@@ -14,17 +15,29 @@ namespace {
 std::atomic<int> calls_under_way = 0;
 std::atomic<bool> has_ended = false;
 std::atomic<bool> is_arranged = false;
+std::stop_source process_end(std::nostopstate);  // read and replaced with the interpreter's lock
+
+thread_local constinit int calls_of_thread = 0;
 
 void end() {
   is_arranged = false;
   has_ended = true;
+  process_end.request_stop();
   for (int calls = calls_under_way; calls != 0; calls = calls_under_way) {
     calls_under_way.wait(calls);
   }
 }
 
-// Only the thread that forked is in the child, and it is in no call.
-void forget_calls() { calls_under_way = 0; }
+// Only the thread that forked is in the child; it is in a call when a signal's handler forks. The
+// source is a new one, since another thread may just have held the old one's lock.
+void forget_calls() {
+  calls_under_way = calls_of_thread;
+  try {
+    process_end = std::stop_source();
+  } catch (const std::bad_alloc&) {
+    process_end = std::stop_source(std::nostopstate);  // the end waits longer
+  }
+}
 
 }  // namespace
 
@@ -32,18 +45,25 @@ void forget_calls() { calls_under_way = 0; }
 void wait_for_calls_at_end() {
   static const int at_fork = ::pthread_atfork(nullptr, nullptr, forget_calls);
   (void)at_fork;
+  if (!process_end.stop_possible() || process_end.stop_requested()) {
+    process_end = std::stop_source();
+  }
   has_ended = false;
   // It fails when 32 others have come first; then there is no wait.
   if (!is_arranged.exchange(true)) Py_AtExit(end);
 }
 
+std::stop_token end_of_interpreter() { return process_end.get_token(); }
+
 // The count comes first: a call that the end has not seen sees the end.
 EngineCall::EngineCall() noexcept {
+  _is_nested = calls_of_thread++ > 0;
   ++calls_under_way;
   _may_begin = !has_ended;
 }
 
 EngineCall::~EngineCall() {
+  --calls_of_thread;
   --calls_under_way;
   if (has_ended) calls_under_way.notify_all();
 }

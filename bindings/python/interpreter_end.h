@@ -3,14 +3,19 @@
 //
 // Daemon threads go on while the main thread ends the interpreter and runs the process's exit
 // handlers. These destroy what the libraries and we ourselves keep for the process, and a thread in
-// the middle of a file then crashes it. So the end of the interpreter waits for calls that are
-// under way and lets none begin. The guards around every parse bound that wait; Ctrl-C ends it.
+// the middle of a file then crashes it. So the end of the interpreter cancels the calls that are
+// under way, waits until they have given up, which takes some 50 ms, and lets none begin.
 #pragma once
+
+#include <stop_token>
 
 namespace engines::treesitter::python {
 
 // Arranges for the wait. To be called by every import of the module.
 void wait_for_calls_at_end();
+
+// Stopped when the interpreter ends. To be called with the interpreter's lock held.
+std::stop_token end_of_interpreter();
 
 // A call of the engine, on whatever thread.
 class EngineCall {
@@ -23,8 +28,12 @@ class EngineCall {
   // Whether the call may begin. If not, the interpreter has ended, and nobody waits for a result.
   bool may_begin() const noexcept { return _may_begin; }
 
+  // Whether it is made in the middle of another one on this thread: by the handler of a signal.
+  bool is_nested() const noexcept { return _is_nested; }
+
  private:
   bool _may_begin;
+  bool _is_nested;
 };
 
 // For a thread that has no more place in the interpreter: waits until the process ends.

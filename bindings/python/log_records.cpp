@@ -7,7 +7,6 @@
 
 #include "bindings/python/errors.h"
 #include "bindings/python/owned.h"
-#include "bindings/python/texts.h"
 
 namespace engines::treesitter::python {
 namespace {
@@ -45,7 +44,7 @@ PyObject* logger_of(ModuleState& state) {
 }
 
 // The arguments of Logger.log: level, format, and what the format's fields stand for.
-PyObject* positional_of(const StoredRecord& record) {
+PyObject* positional_of(const StoredRecord& record, Surrogates surrogates) {
   Owned arguments(PyTuple_New(static_cast<Py_ssize_t>(record.arguments.size()) + 2));
   if (!arguments) return nullptr;
   Py_ssize_t index = 0;
@@ -54,21 +53,23 @@ PyObject* positional_of(const StoredRecord& record) {
     return object != nullptr;
   };
   bool added = add(PyLong_FromLong(level_number(record.level))) && add(to_str(record.format));
-  for (const std::string& argument : record.arguments) added = added && add(to_str(argument));
+  for (const std::string& argument : record.arguments) {
+    added = added && add(to_str(argument, surrogates));
+  }
   return added ? arguments.release() : nullptr;
 }
 
 PyObject* named_of(const ModuleState& state, const StoredRecord& record) {
   Owned named(PyDict_New());
   if (!named || record.error == nullptr) return named.release();
-  const Owned exception(to_exception(state, record.error));
+  const Owned exception(to_exception_here(state, record.error));
   if (!exception || PyDict_SetItemString(named.get(), "exc_info", exception.get()) != 0) {
     return nullptr;
   }
   return named.release();
 }
 
-bool emit(ModuleState& state, const StoredRecord& record) {
+bool emit(ModuleState& state, const StoredRecord& record, Surrogates surrogates) {
   PyObject* const logger = logger_of(state);
   if (logger == nullptr) return false;
   const Owned enabled(PyObject_CallMethod(logger, "isEnabledFor", "i", level_number(record.level)));
@@ -76,7 +77,7 @@ bool emit(ModuleState& state, const StoredRecord& record) {
   const int wanted = PyObject_IsTrue(enabled.get());
   if (wanted <= 0) return wanted == 0;
   const Owned log(PyObject_GetAttrString(logger, "log"));
-  const Owned positional(log ? positional_of(record) : nullptr);
+  const Owned positional(log ? positional_of(record, surrogates) : nullptr);
   const Owned named(positional ? named_of(state, record) : nullptr);
   return named && Owned(PyObject_Call(log.get(), positional.get(), named.get()));
 }
@@ -96,10 +97,21 @@ void install_log_sink() {
   set_log_sink(sink);
 }
 
-bool emit_records(ModuleState& state, const std::vector<StoredRecord>& records) {
+std::size_t size_of(const std::vector<StoredRecord>& records) {
+  std::size_t size = 0;
+  for (const StoredRecord& record : records) {
+    size += sizeof record + record.format.size();
+    for (const std::string& argument : record.arguments)
+      size += sizeof(std::string) + argument.size();
+  }
+  return size;
+}
+
+bool emit_records(ModuleState& state, const std::vector<StoredRecord>& records,
+                  Surrogates surrogates) {
   if (_Py_IsFinalizing() != 0) return true;
   for (const StoredRecord& record : records) {
-    if (!emit(state, record)) return false;
+    if (!emit(state, record, surrogates)) return false;
   }
   return true;
 }

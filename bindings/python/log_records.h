@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bindings/python/state.h"
+#include "bindings/python/texts.h"
 #include "engines/treesitter/core/log.h"
 
 namespace engines::treesitter::python {
@@ -38,8 +39,12 @@ class RecordCollection {
 // Makes this module the engine's log sink. May be called again.
 void install_log_sink();
 
+// About how many bytes the records take.
+std::size_t size_of(const std::vector<StoredRecord>& records);
+
 // Gives the records to Python's logger, which is asked for each level first. False with an error
 // set, when a filter or a handler of the host raised it.
-bool emit_records(ModuleState& state, const std::vector<StoredRecord>& records);
+bool emit_records(ModuleState& state, const std::vector<StoredRecord>& records,
+                  Surrogates surrogates);
 
 }  // namespace engines::treesitter::python

@@ -28,11 +28,14 @@ PyObject* detect_language(PyObject* module, PyObject* const* arguments, Py_ssize
   }
   return translating(state_of_module(module), [value]() -> PyObject* {
     std::string path;
-    if (!path_from(value, path)) return nullptr;
+    if (!path_text_from(value, path)) return nullptr;
     const auto language = languages::detect_language(path);
     return language ? to_str(*language) : Py_NewRef(Py_None);
   });
 }
+
+// The first of to_str's forms, as a value.
+constexpr auto as_str = [](std::string_view text) { return to_str(text); };
 
 template <typename Values, typename Convert>
 PyObject* to_tuple(const Values& values, Convert convert) {
@@ -46,7 +49,7 @@ PyObject* to_tuple(const Values& values, Convert convert) {
 }
 
 PyObject* language_names(PyObject* /*module*/, PyObject* /*none*/) {
-  return to_tuple(languages::language_names(), to_str);
+  return to_tuple(languages::language_names(), as_str);
 }
 
 PyObject* to_record(const ModuleState& state, const languages::LanguageInfo& info) {
@@ -56,8 +59,8 @@ PyObject* to_record(const ModuleState& state, const languages::LanguageInfo& inf
   items[0] = to_str(info.name);
   items[1] = to_str(info.grammar_package);
   items[2] = to_str(info.grammar_version);
-  items[3] = to_tuple(info.file_names, to_str);
-  items[4] = to_tuple(info.suffixes, to_str);
+  items[3] = to_tuple(info.file_names, as_str);
+  items[4] = to_tuple(info.suffixes, as_str);
   return PyErr_Occurred() == nullptr ? record.release() : nullptr;
 }
 
@@ -83,19 +86,20 @@ PyObject* parse_many(PyObject* module, PyObject* const* arguments, Py_ssize_t co
 // ---- Text helpers ----
 
 PyObject* truncate_docstring(PyObject* module, PyObject* object) {
+  if (object == Py_None) return Py_BuildValue("OO", Py_None, Py_False);
   return translating(state_of_module(module), [object]() -> PyObject* {
     std::string text;
-    if (!text_from(object, "text", text)) return nullptr;
+    if (!any_text_from(object, "text", text)) return nullptr;
     const auto [kept, is_cut] = _truncate_docstring(text);
-    return Py_BuildValue("NN", to_str(kept), PyBool_FromLong(is_cut));
+    return Py_BuildValue("NN", to_str(kept, Surrogates::are_encoded), PyBool_FromLong(is_cut));
   });
 }
 
 PyObject* strip_matching_quotes(PyObject* module, PyObject* object) {
   return translating(state_of_module(module), [object]() -> PyObject* {
     std::string text;
-    if (!text_from(object, "text", text)) return nullptr;
-    return to_str(_strip_matching_quotes(text));
+    if (!any_text_from(object, "text", text)) return nullptr;
+    return to_str(_strip_matching_quotes(text), Surrogates::are_encoded);
   });
 }
 
@@ -134,17 +138,21 @@ PyObject* late_attribute(PyObject* module, PyObject* name) {
 // In a header's order: what callers use first.
 PyMethodDef module_functions[] = {
     {"parse_many", as_method(parse_many), METH_FASTCALL | METH_KEYWORDS,
-     "parse_many($module, /, paths, threads=None)\n--\n\n"
-     "Parse files on several threads; an iterator over their results in the order of paths.\n\n"
-     "paths is an iterable of str, bytes or os.PathLike, read as the work proceeds: at most 16 "
-     "for\n"
-     "each thread are ahead of the results. threads is by default the number of processors that\n"
-     "this process may use.\n\n"
-     "Each item is what parse_file would give, a ParseResult or None. Where parse_file would "
-     "raise\n"
-     "for one file there is a result too, whose errors hold the exception's name and text. What\n"
-     "paths itself raises comes at its place, after the results of the paths before it.\n\n"
-     "The iterator's close() ends the threads, as does dropping it."},
+     "parse_many($module, /, items, threads=None)\n--\n\n"
+     "Parse files and contents on several threads; an iterator over their results in the order of\n"
+     "items.\n\n"
+     "Each item is a path (str, bytes or os.PathLike), a tuple (path, file_id), or a tuple of the\n"
+     "arguments of parse_content or parse_bytes: (content, language, path) with or without a\n"
+     "file_id behind, where content is str or bytes and their like. Items are read as the work\n"
+     "proceeds: at most 16 for each thread are ahead of the results. threads is by default the\n"
+     "number of processors that this process may use.\n\n"
+     "Each result is what parse_file and its like would give, a ParseResult or None. Where they\n"
+     "would raise for one file there is a result too, whose errors hold the exception's name and\n"
+     "text. What items itself raises comes at its place, after the results of the items before "
+     "it,\n"
+     "and so does TypeError for what is no item.\n\n"
+     "The iterator is a context manager too. Leaving it, close() and dropping it cancel what is\n"
+     "being parsed and end the threads."},
     {"detect_language", as_method(detect_language), METH_FASTCALL | METH_KEYWORDS,
      "detect_language($module, /, file_path)\n--\n\n"
      "The name of the language of the file at that path, or None; the file is not read."},
@@ -158,7 +166,7 @@ PyMethodDef module_functions[] = {
      "core_version($module, /)\n--\n\nThe version of the tree-sitter core."},
     {"_truncate_docstring", truncate_docstring, METH_O,
      "_truncate_docstring($module, text, /)\n--\n\n"
-     "The text, cut to MAX_DOCSTRING_LENGTH characters, and whether it was cut."},
+     "The text, cut to MAX_DOCSTRING_LENGTH characters, and whether it was cut. None stays None."},
     {"_node_text", node_text, METH_O,
      "_node_text($module, node, /)\n--\n\nDecode a tree-sitter node's text as UTF-8."},
     {"_strip_matching_quotes", strip_matching_quotes, METH_O,

@@ -1,46 +1,32 @@
-// What one call of the engine gave: kept apart from Python until the calling thread has the
-// interpreter's lock again.
+// One parse for Python: what belongs to it on the thread that makes it, and what it gave as
+// Python's.
 #pragma once
 
 #include <Python.h>
 
-#include <exception>
-#include <optional>
-#include <vector>
+#include <functional>
+#include <memory>
 
-#include "bindings/python/interpreter_end.h"
-#include "bindings/python/log_records.h"
+#include "bindings/python/items.h"
 #include "bindings/python/state.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter::python {
 
-// Neither a result nor an error: a file of no known language, or a call that the end of the
-// interpreter let not begin.
-struct Outcome {
-  std::optional<ParseResult> result;
-  std::exception_ptr error;
-  std::vector<StoredRecord> records;
-};
+// Parses the item on the calling thread. Gives a new ParseResult or None, or null with an error
+// set.
+PyObject* parse(ModuleState& state, std::shared_ptr<const TreeSitterEngine> engine, Item item);
 
-// Calls the engine, which `call` does and nothing else. Touches no Python object and does not
-// throw, so it may run without the lock and on any thread.
-template <typename Call>
-Outcome outcome_of(Call&& call) noexcept {
-  Outcome outcome;
-  const EngineCall engine_call;
-  if (!engine_call.may_begin()) return outcome;
-  const RecordCollection collection(outcome.records);
-  try {
-    outcome.result = call();
-  } catch (...) {
-    outcome.error = std::current_exception();
-  }
-  return outcome;
-}
+// For ParseManyOptions::perform: collects the item's log records, and makes the end of the
+// interpreter wait; once that is over, does nothing. Touches no Python object. Throws
+// std::bad_alloc.
+void perform(ParsedItem& parsed, const std::function<void()>& parse);
 
-// The outcome as the result of a Python function: logs what was to be logged, then gives a new
-// ParseResult or None, or null with the error set.
-PyObject* deliver(ModuleState& state, const Outcome& outcome);
+// Logs what was to be logged. False with an error set.
+bool emit_records_of(ModuleState& state, const ParsedItem& parsed, Surrogates surrogates);
+
+// The outcome as the result of a Python function, its records logged: a new ParseResult or None, or
+// null with the error set. The outcome's texts go as they are converted.
+PyObject* deliver(ModuleState& state, ParsedItem& parsed, Surrogates surrogates);
 
 }  // namespace engines::treesitter::python

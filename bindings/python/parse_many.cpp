@@ -1,56 +1,73 @@
-// One idea: paths are read and results are made on the thread that iterates, everything between is
-// done by threads that know nothing of Python (ordered_parse.h). A pool of Python threads would
-// pass the interpreter's lock from hand to hand for each file, and would have to be ended with it.
+// One idea: items are read and results are made on the thread that iterates, everything between is
+// done by the engine's own threads (ParseMany), which know nothing of Python. A pool of Python
+// threads would pass the interpreter's lock from hand to hand for each file, and would have to be
+// ended with it.
+//
+// Where the system gives no thread, the engine parses on the thread that iterates. It then takes
+// one item for each result, so that the queue always has what it asks for.
 //
 // Tested by tests/python/test_parse_many.py.
 #include "bindings/python/parse_many.h"
 
-#include <sched.h>
+#include <Python.h>
+#include <structmember.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <deque>
+#include <exception>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
+#include <utility>
+#include <variant>
 
 #include "bindings/python/arguments.h"
 #include "bindings/python/engine.h"
 #include "bindings/python/errors.h"
 #include "bindings/python/gil.h"
-#include "bindings/python/ordered_parse.h"
+#include "bindings/python/interpreter_end.h"
+#include "bindings/python/item_queue.h"
+#include "bindings/python/items.h"
 #include "bindings/python/outcome.h"
 #include "bindings/python/owned.h"
 #include "bindings/python/results.h"
-#include "bindings/python/texts.h"
-#include "engines/languages/languages.h"
 
 namespace engines::treesitter::python {
 namespace {
 
-// How far paths are read ahead of the results, per thread: enough that a file which takes as long
-// as ten others leaves no thread without work.
+// How far items are read ahead of the results, per thread: enough that a file which takes as long
+// as ten others leaves no thread without work. Contents wait in memory, so they have a bound too.
 constexpr std::size_t AHEAD_PER_THREAD = 16;
+constexpr std::size_t MOST_BYTES_AHEAD = 64 << 20;
 constexpr std::size_t MOST_THREADS = 1024;
 
 // How long a wait may keep Ctrl-C waiting.
 constexpr std::chrono::milliseconds SIGNAL_INTERVAL(50);
 
-// One place in the order: a file that is being parsed (null), or what to give or to raise for it.
-using Turn = PyObject*;
+// One place in the order: an item that is being parsed (null), or what to give or to raise for it.
+struct Turn {
+  PyObject* object;
+  Surrogates surrogates;
+};
 
 struct Iteration {
-  std::unique_ptr<OrderedParse> files;
+  std::shared_ptr<const TreeSitterEngine> engine;
   std::size_t threads;
   pid_t process;
-  PyObject* paths;  // the input's iterator, null once it has ended
+  PyObject* items = nullptr;  // the input's iterator, null once it has ended
   std::deque<Turn> turns;
   bool is_running = false;
+  std::unique_ptr<ItemQueue> queue;
+  std::unique_ptr<ParseMany> run;
 };
 
 struct IterationObject {
   PyObject_HEAD Iteration* iteration;  // null when closed
+  PyObject* weak_references;
 };
 
 Iteration*& iteration_of(PyObject* self) {
@@ -62,20 +79,32 @@ Iteration*& iteration_of(PyObject* self) {
 int traverse(PyObject* self, visitproc visit, void* arg) {
   Py_VISIT(Py_TYPE(self));
   if (const Iteration* const iteration = iteration_of(self)) {
-    Py_VISIT(iteration->paths);
-    for (PyObject* const turn : iteration->turns) Py_VISIT(turn);
+    Py_VISIT(iteration->items);
+    for (const Turn& turn : iteration->turns) Py_VISIT(turn.object);
   }
   return 0;
+}
+
+// Cancels what is being parsed.
+void end_run(Iteration& iteration) {
+  if (iteration.process != ::getpid()) {
+    // In a fork's child there are no such threads, and whatever lock they held is held for ever.
+    (void)iteration.run.release();
+    (void)iteration.queue.release();
+    return;
+  }
+  without_gil([&] {
+    iteration.queue->close();  // a thread may wait for it
+    iteration.run.reset();
+  });
 }
 
 int end(PyObject* self) {
   Iteration* const iteration = std::exchange(iteration_of(self), nullptr);
   if (iteration == nullptr) return 0;
-  // In a fork's child there are no such threads, and whatever lock they held is held for ever.
-  if (iteration->process != ::getpid()) (void)iteration->files.release();
-  if (iteration->files) without_gil([&] { iteration->files.reset(); });
-  Py_XDECREF(iteration->paths);
-  for (PyObject* const turn : iteration->turns) Py_XDECREF(turn);
+  end_run(*iteration);
+  Py_XDECREF(iteration->items);
+  for (const Turn& turn : iteration->turns) Py_XDECREF(turn.object);
   delete iteration;
   return 0;
 }
@@ -83,12 +112,13 @@ int end(PyObject* self) {
 void deallocate(PyObject* self) {
   PyTypeObject* const type = Py_TYPE(self);
   PyObject_GC_UnTrack(self);
+  PyObject_ClearWeakRefs(self);
   end(self);
   type->tp_free(self);
   Py_DECREF(type);
 }
 
-// ---- Reading paths ----
+// ---- Reading items ----
 
 // The exception's name and text.
 std::string error_text(PyObject* exception) {
@@ -99,104 +129,121 @@ std::string error_text(PyObject* exception) {
   return utf8 == nullptr || *utf8 == '\0' ? name : name + ": " + utf8;
 }
 
-// What stands for a file whose parse raised.
-PyObject* failed_result(const ModuleState& state, const std::string& path, PyObject* exception) {
-  ParseResult result;
-  result.path = path;
-  result.language = languages::detect_language(path).value_or("");
-  result.errors = {error_text(exception)};
-  return to_python(state, result);
-}
-
-// The current error as an object, its trace attached.
-PyObject* take_error() {
-  PyObject* type = nullptr;
-  PyObject* value = nullptr;
-  PyObject* trace = nullptr;
-  PyErr_Fetch(&type, &value, &trace);
-  PyErr_NormalizeException(&type, &value, &trace);
-  if (trace != nullptr) PyException_SetTraceback(value, trace);
-  Py_DECREF(type);
-  Py_XDECREF(trace);
-  return value;
-}
-
-// A str that the file system cannot name is a file that cannot be parsed; the result has it as
-// given.
-PyObject* unnameable_result(const ModuleState& state, PyObject* path) {
-  const Owned error(take_error());
-  const Owned text(PyOS_FSPath(path));
-  Owned result(text ? failed_result(state, {}, error.get()) : nullptr);
-  if (!result || PyObject_SetAttrString(result.get(), "path", text.get()) != 0) return nullptr;
-  return result.release();
-}
-
 // The end of the input, for which the current error may be the reason. Errors have their turn like
 // results; Ctrl-C and its like do not wait.
 bool end_input(Iteration& iteration) {
-  Py_CLEAR(iteration.paths);
+  Py_CLEAR(iteration.items);
+  iteration.queue->end();
   if (PyErr_Occurred() == nullptr) return true;
-  if (!PyErr_ExceptionMatches(PyExc_Exception)) return false;
-  iteration.turns.push_back(take_error());
+  if (PyErr_ExceptionMatches(PyExc_Exception) == 0) return false;
+  iteration.turns.push_back({take_error(), Surrogates::are_bytes});
   return true;
 }
 
-bool read_path(const ModuleState& state, Iteration& iteration) {
-  const Owned object(PyIter_Next(iteration.paths));
+// What stands for an item with a text that cannot be encoded: a file that cannot be parsed.
+bool add_failed(const ModuleState& state, Iteration& iteration, const Item& item) {
+  const Owned error(take_error());
+  PyObject* const result = to_python(state,
+                                     {.path = item.parse.path,
+                                      .language = item.parse.language.value_or(""),
+                                      .content_hash = {},
+                                      .symbols = {},
+                                      .references = {},
+                                      .errors = {error_text(error.get())}},
+                                     item.surrogates);
+  if (result == nullptr) return false;
+  iteration.turns.push_back({result, item.surrogates});
+  return true;
+}
+
+bool read_item(const ModuleState& state, Iteration& iteration) {
+  const Owned object(PyIter_Next(iteration.items));
   if (!object) return end_input(iteration);
-  std::string path;
-  if (path_from(object.get(), path)) {
-    iteration.files->add(std::move(path));
-    iteration.turns.push_back(nullptr);
+  Item item;
+  if (any_item(object.get(), item)) {
+    iteration.turns.push_back({nullptr, item.surrogates});
+    try {
+      iteration.queue->add(std::move(item.parse));
+    } catch (const std::bad_alloc&) {
+      iteration.turns.pop_back();
+      throw;
+    }
     return true;
   }
-  if (!PyErr_ExceptionMatches(PyExc_UnicodeEncodeError)) return end_input(iteration);
-  PyObject* const result = unnameable_result(state, object.get());
-  if (result == nullptr) return false;
-  iteration.turns.push_back(result);
-  return true;
+  if (PyErr_ExceptionMatches(PyExc_UnicodeEncodeError) == 0) return end_input(iteration);
+  return add_failed(state, iteration, item);
 }
 
 bool first_is_ready(const Iteration& iteration) {
   if (iteration.turns.empty()) return false;
-  return iteration.turns.front() != nullptr || iteration.files->wait({});
+  return iteration.turns.front().object != nullptr || iteration.run->wait_for({});
 }
 
-// Reads until a result is there and every thread has a file to go on with, within the bound.
+// Reads until a result is there and every thread has an item to go on with, within the bounds.
 bool read_ahead(const ModuleState& state, Iteration& iteration) {
   const std::size_t bound = iteration.threads * AHEAD_PER_THREAD;
-  while (iteration.paths != nullptr && iteration.turns.size() < bound) {
-    if (iteration.files->waiting() >= iteration.threads && first_is_ready(iteration)) break;
-    if (!read_path(state, iteration)) return false;
+  while (iteration.items != nullptr && iteration.turns.size() < bound) {
+    const std::size_t waiting = iteration.queue->count();
+    if (waiting > 0 && iteration.queue->bytes() >= MOST_BYTES_AHEAD) break;
+    if (waiting >= iteration.threads && first_is_ready(iteration)) break;
+    if (!read_item(state, iteration)) return false;
   }
   return true;
 }
 
 // ---- Giving results ----
 
-bool wait_for_first(const OrderedParse& files) {
-  bool is_there = files.wait({});
-  while (!is_there) {
-    without_gil([&] { is_there = files.wait(SIGNAL_INTERVAL); });
-    if (PyErr_CheckSignals() != 0) return false;
+// Reads on meanwhile, since contents that were too large to wait may have gone to their threads.
+bool wait_for_first(const ModuleState& state, Iteration& iteration) {
+  while (!first_is_ready(iteration)) {
+    without_gil([&] { iteration.run->wait_for(SIGNAL_INTERVAL); });
+    if (PyErr_CheckSignals() != 0 || !read_ahead(state, iteration)) return false;
   }
   return true;
 }
 
-PyObject* give_file(ModuleState& state, Iteration& iteration) {
-  if (!wait_for_first(*iteration.files)) return nullptr;
+// The next outcome. It is there already, unless this thread has to make it.
+std::optional<ParsedItem> take(Iteration& iteration) {
+  std::optional<ParsedItem> parsed;
+  std::exception_ptr failure;
+  without_gil([&] {
+    try {
+      parsed = iteration.run->next();
+    } catch (const std::exception&) {
+      failure = std::current_exception();
+    }
+  });
+  if (failure != nullptr) std::rethrow_exception(failure);
+  return parsed;
+}
+
+PyObject* give_parsed(ModuleState& state, Iteration& iteration) {
+  const Surrogates surrogates = iteration.turns.front().surrogates;
+  std::optional<ParsedItem> parsed = take(iteration);
   iteration.turns.pop_front();
-  const OrderedParse::Taken taken = iteration.files->take();
-  if (taken.outcome.error == nullptr) return deliver(state, taken.outcome);
-  if (!emit_records(state, taken.outcome.records)) return nullptr;
-  const Owned exception(to_exception(state, taken.outcome.error));
-  return exception ? failed_result(state, taken.path, exception.get()) : nullptr;
+  if (!parsed) return nullptr;
+  auto* const raised = std::get_if<Raised>(&parsed->outcome);
+  if (raised == nullptr || raised->kind == Raised::Kind::cancelled) {
+    return deliver(state, *parsed, surrogates);
+  }
+  if (!emit_records_of(state, *parsed, surrogates)) return nullptr;
+  const Owned exception(to_exception(state, raised->error));
+  if (!exception) return nullptr;
+  return to_python(state,
+                   {.path = std::move(parsed->item.path),
+                    .language = std::move(raised->language),
+                    .content_hash = std::move(raised->content_hash),
+                    .symbols = {},
+                    .references = {},
+                    .errors = {error_text(exception.get())}},
+                   surrogates);
 }
 
 PyObject* give(ModuleState& state, Iteration& iteration) {
   if (!read_ahead(state, iteration) || iteration.turns.empty()) return nullptr;
-  PyObject* const turn = iteration.turns.front();
-  if (turn == nullptr) return give_file(state, iteration);
+  if (!wait_for_first(state, iteration)) return nullptr;
+  PyObject* const turn = iteration.turns.front().object;
+  if (turn == nullptr) return give_parsed(state, iteration);
   iteration.turns.pop_front();
   if (!PyExceptionInstance_Check(turn)) return turn;
   PyErr_SetObject(PyExceptionInstance_Class(turn), turn);
@@ -229,7 +276,7 @@ PyObject* next(PyObject* self) {
   PyObject* const result = translating(state, [&] { return give(state, *iteration); });
   iteration->is_running = false;
   // Its threads have nothing to wait for any more.
-  if (iteration->paths == nullptr && iteration->turns.empty()) end(self);
+  if (iteration->items == nullptr && iteration->turns.empty()) end(self);
   return result;
 }
 
@@ -242,13 +289,13 @@ PyObject* close(PyObject* self, PyObject* /*none*/) {
   Py_RETURN_NONE;
 }
 
-// ---- Beginning ----
+PyObject* enter(PyObject* self, PyObject* /*none*/) { return Py_NewRef(self); }
 
-std::size_t usable_processors() {
-  cpu_set_t set;
-  const bool known = ::sched_getaffinity(0, sizeof(set), &set) == 0;
-  return known ? static_cast<std::size_t>(CPU_COUNT(&set)) : 1;
+PyObject* leave(PyObject* self, PyObject* const* /*exception*/, Py_ssize_t /*count*/) {
+  return close(self, nullptr);
 }
+
+// ---- Beginning ----
 
 bool threads_from(PyObject* object, std::size_t& threads) {
   if (object == nullptr || object == Py_None) {
@@ -266,20 +313,41 @@ bool threads_from(PyObject* object, std::size_t& threads) {
 }
 
 // A single path would be taken apart into letters.
-PyObject* iterator_of(PyObject* paths) {
-  if (!PyUnicode_Check(paths) && !PyBytes_Check(paths)) return PyObject_GetIter(paths);
-  PyErr_Format(PyExc_TypeError, "paths must be an iterable of paths, not %.200s",
-               Py_TYPE(paths)->tp_name);
+PyObject* iterator_of(PyObject* items) {
+  if (!PyUnicode_Check(items) && !PyBytes_Check(items)) return PyObject_GetIter(items);
+  PyErr_Format(PyExc_TypeError, "items must be an iterable of items, not %.200s",
+               Py_TYPE(items)->tp_name);
   return nullptr;
 }
 
+std::unique_ptr<Iteration> new_iteration(PyObject* engine, std::size_t threads) {
+  auto iteration = std::make_unique<Iteration>();
+  iteration->engine = engine_of(engine);
+  iteration->threads = threads;
+  iteration->process = ::getpid();
+  iteration->queue = std::make_unique<ItemQueue>();
+  iteration->run = std::make_unique<ParseMany>(
+      *iteration->engine, [queue = iteration->queue.get()] { return queue->take(); },
+      ParseManyOptions{.threads = threads, .stop = end_of_interpreter(), .perform = perform});
+  return iteration;
+}
+
 constexpr const char DOC[] =
-    "The iterator that parse_many gives: results in the order of its paths.";
+    "The iterator that parse_many gives: results in the order of its items.";
 
 PyMethodDef methods[] = {
     {"close", close, METH_NOARGS,
-     "close($self, /)\n--\n\nEnd the threads, after the file that each is parsing."},
+     "close($self, /)\n--\n\nCancel what is being parsed, and end the threads."},
+    {"__enter__", enter, METH_NOARGS, "__enter__($self, /)\n--\n\nThe iterator itself."},
+    {"__exit__", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(leave)), METH_FASTCALL,
+     "__exit__($self, /, *exception)\n--\n\nClose the iterator."},
     {nullptr, nullptr, 0, nullptr},
+};
+
+PyMemberDef members[] = {
+    {"__weaklistoffset__", T_PYSSIZET, offsetof(IterationObject, weak_references), READONLY,
+     nullptr},
+    {nullptr, 0, 0, 0, nullptr},
 };
 
 PyType_Slot slots[] = {
@@ -287,6 +355,7 @@ PyType_Slot slots[] = {
     {Py_tp_iter, reinterpret_cast<void*>(PyObject_SelfIter)},
     {Py_tp_iternext, reinterpret_cast<void*>(next)},
     {Py_tp_methods, methods},
+    {Py_tp_members, members},
     {Py_tp_dealloc, reinterpret_cast<void*>(deallocate)},
     {Py_tp_traverse, reinterpret_cast<void*>(traverse)},
     {Py_tp_clear, reinterpret_cast<void*>(end)},
@@ -311,19 +380,18 @@ bool add_parse_many_type(ModuleState& state, PyObject* module) {
 
 PyObject* new_parse_many(ModuleState& state, PyObject* engine, PyObject* const* arguments,
                          Py_ssize_t count, PyObject* keywords) {
-  static constexpr const char* NAMES[] = {"paths", "threads"};
+  static constexpr const char* NAMES[] = {"items", "threads"};
   std::array<PyObject*, std::size(NAMES)> values{};
   if (!bind_arguments({"parse_many", NAMES, 1}, arguments, count, keywords, values)) return nullptr;
   return translating(state, [&]() -> PyObject* {
-    auto iteration = std::make_unique<Iteration>();
-    if (!threads_from(values[1], iteration->threads)) return nullptr;
-    iteration->files = std::make_unique<OrderedParse>(engine_of(engine), iteration->threads);
-    iteration->process = ::getpid();
-    Owned paths(iterator_of(values[0]));
-    if (!paths) return nullptr;
+    std::size_t threads = 0;
+    if (!threads_from(values[1], threads)) return nullptr;
+    auto iteration = new_iteration(engine, threads);
+    Owned items(iterator_of(values[0]));
+    if (!items) return nullptr;
     PyObject* const self = state.parse_many->tp_alloc(state.parse_many, 0);
     if (self == nullptr) return nullptr;
-    iteration->paths = paths.release();
+    iteration->items = items.release();
     iteration_of(self) = iteration.release();
     return self;
   });

@@ -1,6 +1,9 @@
 // The records themselves: their fields, as tables, and the types made of these.
 //
 // Tested by tests/python/test_records.py.
+#include <Python.h>
+#include <structmember.h>
+
 #include <array>
 #include <limits>
 #include <optional>
@@ -73,15 +76,6 @@ bool line_from(PyObject* object, const char* name, std::uint32_t& line) {
   return true;
 }
 
-// Of a text the model looks for U+0000 only, so surrogates may pass.
-bool model_text_from(PyObject* object, std::string& text) {
-  const Owned bytes(PyUnicode_AsEncodedString(object, "utf-8", "surrogatepass"));
-  if (!bytes) return false;
-  text.assign(PyBytes_AS_STRING(bytes.get()),
-              static_cast<std::size_t>(PyBytes_GET_SIZE(bytes.get())));
-  return true;
-}
-
 // The model itself judges, so that there is one rule.
 bool accepts_symbol(PyObject* const* items) {
   models::SymbolArguments arguments{.id = std::nullopt,
@@ -95,8 +89,7 @@ bool accepts_symbol(PyObject* const* items) {
                                     .is_export = false,
                                     .docstring = std::nullopt,
                                     .body_digest = std::nullopt};
-  if (!model_text_from(items[2], arguments.name) ||
-      !line_from(items[5], "start_line", arguments.start_line) ||
+  if (!line_from(items[5], "start_line", arguments.start_line) ||
       !line_from(items[6], "end_line", arguments.end_line)) {
     return false;
   }
@@ -129,8 +122,9 @@ constexpr RecordSpec SYMBOL = {
         "Symbol(id, file_id, name, kind, fqn, start_line, end_line, signature, is_export, "
         "docstring, body_digest)\n--\n\n"
         "One declaration of a source file.\n\n"
-        "Rejected with ValueError: a kind that is none of the nine, U+0000 in name, lines that\n"
-        "are not 1-based or run backwards.",
+        "Rejected with ValueError, in a new symbol and when a field is set: a kind that is none "
+        "of\n"
+        "the nine, lines that are not 1-based or run backwards.",
     .fields = SYMBOL_FIELDS,
     .is_collected = false,
     .accepts = accepts_symbol,
@@ -170,22 +164,12 @@ struct Slots {
 
   static PyObject* repr(PyObject* self) { return repr_of_record(SPEC, self); }
 
-  static PyObject* get(PyObject* self, void* field) { return Py_NewRef(item(self, field)); }
-
-  static int set(PyObject* self, PyObject* value, void* field) {
-    const auto& spec = *static_cast<const Field*>(field);
-    if (value == nullptr) {
-      PyErr_Format(PyExc_TypeError, "cannot delete %s.%s", SPEC.name, spec.name);
-      return -1;
-    }
-    PyObject* const held = field_value(state_of(self), SPEC.name, spec, value);
-    if (held == nullptr) return -1;
-    Py_SETREF(item(self, field), held);
-    return 0;
+  static PyObject* get(PyObject* self, void* field) {
+    return Py_NewRef(items_of(self)[static_cast<const Field*>(field) - SPEC.fields.data()]);
   }
 
-  static PyObject*& item(PyObject* self, void* field) {
-    return items_of(self)[static_cast<const Field*>(field) - SPEC.fields.data()];
+  static int set(PyObject* self, PyObject* value, void* field) {
+    return set_field(SPEC, self, *static_cast<const Field*>(field), value);
   }
 
   // Python's tables are not const.
@@ -206,6 +190,11 @@ PyMethodDef record_methods[] = {
 
 template <const RecordSpec& SPEC>
 PyTypeObject* new_type(PyObject* module) {
+  constexpr std::size_t SIZE = record_size(SPEC.fields.size());
+  PyMemberDef members[] = {
+      {"__weaklistoffset__", T_PYSSIZET, SIZE - sizeof(PyObject*), READONLY, nullptr},
+      {nullptr, 0, 0, 0, nullptr},
+  };
   PyType_Slot slots[] = {
       {Py_tp_doc, const_cast<char*>(SPEC.doc)},
       {Py_tp_new, reinterpret_cast<void*>(&Slots<SPEC>::make)},
@@ -215,13 +204,14 @@ PyTypeObject* new_type(PyObject* module) {
       {Py_tp_hash, reinterpret_cast<void*>(PyObject_HashNotImplemented)},
       {Py_tp_getset, Slots<SPEC>::accessors.data()},
       {Py_tp_methods, record_methods},
+      {Py_tp_members, members},
       {SPEC.is_collected ? Py_tp_traverse : 0, reinterpret_cast<void*>(traverse_record)},
       {Py_tp_clear, reinterpret_cast<void*>(clear_record)},
       {0, nullptr},
   };
   PyType_Spec spec = {
       .name = SPEC.qualified_name,
-      .basicsize = static_cast<int>(sizeof(PyObject) + SPEC.fields.size() * sizeof(PyObject*)),
+      .basicsize = static_cast<int>(SIZE),
       .itemsize = 0,
       .flags = Py_TPFLAGS_DEFAULT | (SPEC.is_collected ? Py_TPFLAGS_HAVE_GC : 0),
       .slots = slots,

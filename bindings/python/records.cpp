@@ -3,7 +3,9 @@
 // Tested by tests/python/test_records.py.
 #include "bindings/python/records.h"
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 #include "bindings/python/arguments.h"
 #include "bindings/python/owned.h"
@@ -12,7 +14,7 @@ namespace engines::treesitter::python {
 namespace {
 
 std::span<PyObject*> all_items(PyObject* self) {
-  const auto bytes = static_cast<std::size_t>(Py_TYPE(self)->tp_basicsize) - sizeof(PyObject);
+  const auto bytes = static_cast<std::size_t>(Py_TYPE(self)->tp_basicsize) - record_size(0);
   return {items_of(self), bytes / sizeof(PyObject*)};
 }
 
@@ -54,6 +56,25 @@ PyObject* make_record(const RecordSpec& spec, PyTypeObject* type, PyObject* argu
   return filled_record(spec, type, values.data());
 }
 
+int set_field(const RecordSpec& spec, PyObject* self, const Field& field, PyObject* value) {
+  if (value == nullptr) {
+    PyErr_Format(PyExc_TypeError, "cannot delete %s.%s", spec.name, field.name);
+    return -1;
+  }
+  Owned held(field_value(state_of(self), spec.name, field, value));
+  if (!held) return -1;
+  const auto index = static_cast<std::size_t>(&field - spec.fields.data());
+  if (spec.accepts != nullptr) {
+    std::array<PyObject*, MOST_FIELDS> items{};
+    std::copy_n(items_of(self), spec.fields.size(), items.begin());
+    items[index] = held.get();
+    if (!spec.accepts(items.data())) return -1;
+  }
+  // The old value goes when the record is whole again: its end may run the host's code.
+  const Owned old(std::exchange(items_of(self)[index], held.release()));
+  return 0;
+}
+
 PyObject* repr_of_record(const RecordSpec& spec, PyObject* self) {
   // A list in a record may hold the record.
   const int entered = Py_ReprEnter(self);
@@ -91,6 +112,7 @@ PyObject* reduce_record(PyObject* self, PyObject* /*none*/) {
 void deallocate_record(PyObject* self) {
   PyTypeObject* const type = Py_TYPE(self);
   if (PyType_IS_GC(type)) PyObject_GC_UnTrack(self);
+  PyObject_ClearWeakRefs(self);
   clear_record(self);
   type->tp_free(self);
   Py_DECREF(type);

@@ -2,7 +2,7 @@
 // pickle and repr treat as dataclasses.
 //
 // They are types of C and not dataclasses of Python, since a result may hold a hundred thousand of
-// them: one takes 56 to 104 bytes and is made in the time of its texts, and importing dataclasses
+// them: one takes 48 to 112 bytes and is made in the time of its texts, and importing dataclasses
 // takes longer than our whole import may. A field holds only what its type allows, so records of
 // texts and numbers can be part of no reference cycle and cost the garbage collector nothing.
 #pragma once
@@ -42,7 +42,8 @@ struct RecordSpec {
   const char* doc;             // headed by the signature
   std::span<const Field> fields;
   bool is_collected;  // lists may hold anything, the record itself included
-  // What the constructor rejects beyond types: false with an error set. May be null.
+  // What is rejected beyond types, when a record is made and when a field is set: false with an
+  // error set. Reads items and changes nothing. May be null.
   bool (*accepts)(PyObject* const* items);
 };
 
@@ -54,8 +55,13 @@ bool add_record_types(ModuleState& state, PyObject* module);
 // A record whose fields are still to be filled. Null with an error set.
 inline PyObject* new_record(PyTypeObject* type) { return type->tp_alloc(type, 0); }
 
-// The record's fields, in their order; strong references, null only until they are filled.
+// The record's fields, in their order; strong references, null only until they are filled. Behind
+// them stands one pointer more, to the weak references to the record.
 inline PyObject** items_of(PyObject* record) { return reinterpret_cast<PyObject**>(record + 1); }
+
+inline constexpr std::size_t record_size(std::size_t fields) {
+  return sizeof(PyObject) + (fields + 1) * sizeof(PyObject*);
+}
 
 // How a field's type is annotated.
 const char* annotation_of(FieldType type);
@@ -68,6 +74,7 @@ PyObject* field_value(const ModuleState& state, const char* record, const Field&
 // The slots that need no names. items, not fields: what a type of N fields stores.
 PyObject* make_record(const RecordSpec& spec, PyTypeObject* type, PyObject* arguments,
                       PyObject* keywords);
+int set_field(const RecordSpec& spec, PyObject* self, const Field& field, PyObject* value);
 PyObject* repr_of_record(const RecordSpec& spec, PyObject* self);
 PyObject* compare_records(PyObject* self, PyObject* other, int operation);
 PyObject* reduce_record(PyObject* self, PyObject* none);

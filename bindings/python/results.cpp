@@ -7,7 +7,9 @@
 #include "bindings/python/results.h"
 
 #include <algorithm>
-#include <array>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "bindings/python/owned.h"
 #include "bindings/python/records.h"
@@ -18,15 +20,15 @@ namespace engines::treesitter::python {
 namespace {
 
 // The object made last, for a value that often comes again at once.
-template <typename Value, PyObject* (*MAKE)(Value)>
+template <typename Value>
 class Memo {
  public:
-  // A new reference, or null with an error set. What a view points to must stay until the next
-  // call.
-  PyObject* of(Value value) {
+  // A new reference to what `make` makes of the value, or null with an error set.
+  template <typename Make>
+  PyObject* of(Value value, Make make) {
     if (!_object || value != _value) {
-      _object = Owned(MAKE(value));
-      _value = value;
+      _object = Owned(make(value));
+      _value = std::move(value);
     }
     return Py_XNewRef(_object.get());
   }
@@ -36,16 +38,7 @@ class Memo {
   Owned _object;
 };
 
-PyObject* line_object(std::uint32_t line) { return PyLong_FromUnsignedLong(line); }
 PyObject* integer_object(std::int64_t value) { return PyLong_FromLongLong(value); }
-
-using LineMemo = Memo<std::uint32_t, line_object>;
-using IntegerMemo = Memo<std::int64_t, integer_object>;
-using TextMemo = Memo<std::string_view, to_str>;
-
-PyObject* optional_str(const std::optional<std::string>& text) {
-  return text ? to_str(*text) : Py_NewRef(Py_None);
-}
 
 PyObject* optional_integer(std::optional<std::int64_t> value) {
   return value ? integer_object(*value) : Py_NewRef(Py_None);
@@ -61,49 +54,64 @@ PyObject* complete(PyObject* record, std::size_t count) {
 
 class Conversion {
  public:
-  explicit Conversion(const ModuleState& state) : _state(state) {}
+  Conversion(const ModuleState& state, Surrogates surrogates)
+      : _state(state), _surrogates(surrogates) {}
 
-  PyObject* symbol(const models::Symbol& symbol) {
+  PyObject* symbol(models::Symbol symbol) {
     PyObject* const record = new_record(_state.symbol);
     if (record == nullptr) return nullptr;
     PyObject** const items = items_of(record);
     items[0] = optional_integer(symbol.id);
-    items[1] = _file_id.of(symbol.file_id);
-    items[2] = to_str(symbol.name);
+    items[1] = _file_id.of(symbol.file_id, integer_object);
+    items[2] = text(symbol.name);
     items[3] = Py_NewRef(kind_member(_state, symbol.kind));
-    items[4] = to_str(symbol.fqn);
-    items[5] = _line.of(symbol.start_line);
-    items[6] = _line.of(symbol.end_line);
-    items[7] = symbol.signature ? _signature.of(*symbol.signature) : Py_NewRef(Py_None);
+    items[4] = text(symbol.fqn);
+    items[5] = _line.of(symbol.start_line, integer_object);
+    items[6] = _line.of(symbol.end_line, integer_object);
+    items[7] = symbol.signature ? repeated(_signature, std::move(*symbol.signature)) : none();
     items[8] = PyBool_FromLong(symbol.is_export);
-    items[9] = optional_str(symbol.docstring);
-    items[10] = optional_str(symbol.body_digest);
+    items[9] = symbol.docstring ? text(*symbol.docstring) : none();
+    items[10] = symbol.body_digest ? text(*symbol.body_digest) : none();
     return complete(record, 11);
   }
 
-  PyObject* reference(const ReferenceInfo& reference) {
+  PyObject* reference(ReferenceInfo reference) {
     PyObject* const record = new_record(_state.reference_info);
     if (record == nullptr) return nullptr;
     PyObject** const items = items_of(record);
-    items[0] = to_str(reference.name);
-    items[1] = _line.of(reference.line);
-    items[2] = _kind.of(reference.kind);
+    items[0] = text(reference.name);
+    items[1] = _line.of(reference.line, integer_object);
+    items[2] = repeated(_kind, std::move(reference.kind));
     return complete(record, 3);
   }
 
+  PyObject* text(std::string_view text) const { return to_str(text, _surrogates); }
+
  private:
+  static PyObject* none() { return Py_NewRef(Py_None); }
+
+  PyObject* repeated(Memo<std::string>& memo, std::string value) const {
+    return memo.of(std::move(value), [this](std::string_view view) { return text(view); });
+  }
+
   const ModuleState& _state;
-  IntegerMemo _file_id;
-  LineMemo _line;
-  TextMemo _signature;
-  TextMemo _kind;
+  const Surrogates _surrogates;
+  Memo<std::int64_t> _file_id;
+  Memo<std::uint32_t> _line;
+  Memo<std::string> _signature;
+  Memo<std::string> _kind;
 };
 
-template <typename Values, typename Convert>
-PyObject* to_list(const Values& values, Convert convert) {
+// How many records are made between two looks for signals. One may have a name of a megabyte.
+constexpr std::size_t RECORDS_PER_LOOK = 64;
+
+// `convert` gives a new reference, or null with an error set, for a value that it may take apart.
+template <typename Value, typename Convert>
+PyObject* to_list(std::vector<Value> values, Convert convert) {
   Owned list(PyList_New(static_cast<Py_ssize_t>(values.size())));
   for (std::size_t i = 0; list && i < values.size(); ++i) {
-    PyObject* const item = convert(values[i]);
+    if (i % RECORDS_PER_LOOK == 0 && PyErr_CheckSignals() != 0) return nullptr;
+    PyObject* const item = convert(std::move(values[i]));
     if (item == nullptr) return nullptr;
     PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), item);
   }
@@ -112,18 +120,24 @@ PyObject* to_list(const Values& values, Convert convert) {
 
 }  // namespace
 
-PyObject* to_python(const ModuleState& state, const ParseResult& result) {
+PyObject* to_python(const ModuleState& state, ParseResult result, Surrogates surrogates) {
   PyObject* const record = new_record(state.parse_result);
   if (record == nullptr) return nullptr;
-  Conversion conversion(state);
+  Conversion conversion(state, surrogates);
   PyObject** const items = items_of(record);
-  items[0] = path_to_str(result.path);
-  items[1] = to_str(result.language);
-  items[2] = to_str(result.content_hash);
-  items[3] = to_list(result.symbols, [&](const auto& symbol) { return conversion.symbol(symbol); });
-  items[4] = to_list(result.references,
-                     [&](const auto& reference) { return conversion.reference(reference); });
-  items[5] = to_list(result.errors, [](const std::string& error) { return to_str(error); });
+  const auto to_symbol = [&](models::Symbol symbol) {
+    return conversion.symbol(std::move(symbol));
+  };
+  const auto to_reference = [&](ReferenceInfo reference) {
+    return conversion.reference(std::move(reference));
+  };
+  const auto to_text = [&](const std::string& error) { return conversion.text(error); };
+  (void)((items[0] = path_to_str(result.path, surrogates)) != nullptr &&
+         (items[1] = conversion.text(result.language)) != nullptr &&
+         (items[2] = conversion.text(result.content_hash)) != nullptr &&
+         (items[3] = to_list(std::move(result.symbols), to_symbol)) != nullptr &&
+         (items[4] = to_list(std::move(result.references), to_reference)) != nullptr &&
+         (items[5] = to_list(std::move(result.errors), to_text)) != nullptr);
   return complete(record, 6);
 }
 

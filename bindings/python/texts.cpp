@@ -1,11 +1,30 @@
 // Tested by tests/python/test_paths.py and test_errors.py.
 #include "bindings/python/texts.h"
 
+#include "bindings/python/owned.h"
+
 namespace engines::treesitter::python {
 namespace {
 
 std::string_view bytes_view(PyObject* bytes) {
   return {PyBytes_AS_STRING(bytes), static_cast<std::size_t>(PyBytes_GET_SIZE(bytes))};
+}
+
+bool encoded_from(PyObject* object, const char* name, const char* errors, std::string& text) {
+  if (!PyUnicode_Check(object)) {
+    PyErr_Format(PyExc_TypeError, "%s must be str, not %.200s", name, Py_TYPE(object)->tp_name);
+    return false;
+  }
+  if (PyUnicode_READY(object) != 0) return false;
+  if (PyUnicode_IS_ASCII(object)) {
+    text.assign(static_cast<const char*>(PyUnicode_DATA(object)),
+                static_cast<std::size_t>(PyUnicode_GET_LENGTH(object)));
+    return true;
+  }
+  const Owned bytes(PyUnicode_AsEncodedString(object, "utf-8", errors));
+  if (!bytes) return false;
+  text = bytes_view(bytes.get());
+  return true;
 }
 
 }  // namespace
@@ -20,35 +39,28 @@ bool path_from(PyObject* object, std::string& path) {
   return true;
 }
 
-bool text_from(PyObject* object, const char* name, std::string& text) {
-  if (!PyUnicode_Check(object)) {
-    PyErr_Format(PyExc_TypeError, "%s must be str, not %.200s", name, Py_TYPE(object)->tp_name);
-    return false;
+bool path_text_from(PyObject* object, std::string& path) {
+  Owned given(PyOS_FSPath(object));
+  if (!given) return false;
+  if (PyBytes_Check(given.get())) {
+    given = Owned(path_to_str(bytes_view(given.get())));
+    if (!given) return false;
   }
-  const Owned bytes(PyUnicode_AsUTF8String(object));
-  if (!bytes) return false;
-  text = bytes_view(bytes.get());
-  return true;
+  return any_text_from(given.get(), "path", path);
+}
+
+bool text_from(PyObject* object, const char* name, std::string& text) {
+  return encoded_from(object, name, "strict", text);
+}
+
+bool any_text_from(PyObject* object, const char* name, std::string& text) {
+  return encoded_from(object, name, "surrogatepass", text);
 }
 
 bool integer_from(PyObject* object, std::int64_t& value) {
   if (object == nullptr) return true;
   value = PyLong_AsLongLong(object);
   return value != -1 || !PyErr_Occurred();
-}
-
-bool Utf8::encode(PyObject* str) {
-  if (PyUnicode_READY(str) != 0) return false;
-  if (PyUnicode_IS_ASCII(str)) {
-    _holder = Owned(Py_NewRef(str));
-    _view = {static_cast<const char*>(PyUnicode_DATA(str)),
-             static_cast<std::size_t>(PyUnicode_GET_LENGTH(str))};
-    return true;
-  }
-  _holder = Owned(PyUnicode_AsUTF8String(str));
-  if (!_holder) return false;
-  _view = bytes_view(_holder.get());
-  return true;
 }
 
 }  // namespace engines::treesitter::python

@@ -1,22 +1,26 @@
 #!/usr/bin/env python3
-"""A small code indexer: threads that share one engine, and an SQLite database.
+"""A small code indexer: parse_many on all processors, and an SQLite database.
 
     indexer.py DATABASE index FOLDER...     (again later: only files that changed are parsed)
     indexer.py DATABASE find NAME           where it is defined, and who calls it
 
-The database gives each file its file_id. Threads read and parse; this thread alone writes.
+The database gives each file its file_id. Files go by their real paths, so that each has one name,
+however its folder was named. Whatever ends the indexer, all but the last second's work is kept.
 """
 import argparse
 import collections
-import concurrent.futures
+import contextlib
 import hashlib
 import logging
 import os
 import sqlite3
+import stat
 import sys
+import time
 
 import treesitter
 
+SECONDS_PER_COMMIT = 1
 SCHEMA = """
 CREATE TABLE IF NOT EXISTS files (
   id INTEGER PRIMARY KEY, path BLOB UNIQUE, language TEXT, content_hash TEXT, errors TEXT);
@@ -41,34 +45,46 @@ FROM refs JOIN files ON files.id = file_id WHERE name = ? AND kind = 'call' ORDE
 
 
 def open_database(path):
-    database = sqlite3.connect(path)
+    database = sqlite3.connect(path, isolation_level="IMMEDIATE")
     database.executescript(SCHEMA)
     return database
 
 
-def source_files(folders):
-    """The files below the folders whose language is known, each once."""
-    for folder in folders:
-        for root, folders_below, names in os.walk(os.fsencode(folder)):
-            folders_below.sort()
-            for path in (os.path.join(root, name) for name in sorted(names)):
-                if treesitter.detect_language(path) is not None:
-                    yield path
-
-
-def parse_if_changed(engine, path, file_id, known_hash):
-    """On a pool's thread: the result, or None for content that the database has already."""
+def lock_for_writing(path):
+    """Until it is closed; the database's own lock ends with each commit."""
+    lock = sqlite3.connect(f"{path}.lock", timeout=0)
     try:
-        with open(path, "rb") as file:
-            if hashlib.file_digest(file, "sha256").hexdigest() == known_hash:
-                return None
+        lock.execute("BEGIN EXCLUSIVE")
+    except sqlite3.OperationalError as error:
+        raise BlockingIOError(f"{error}: another indexer is writing to it") from None
+    return lock
+
+
+def source_files(folder, on_error):
+    """The files below the folder whose language is known."""
+    for root, folders_below, names in os.walk(folder, onerror=on_error):
+        folders_below.sort()
+        for path in (os.path.join(root, name) for name in sorted(names)):
+            if treesitter.detect_language(path) is not None:
+                yield path
+
+
+def hash_of(path):
+    """The SHA-256 of a regular file, else None. Without O_NONBLOCK a FIFO would keep us waiting."""
+    try:
+        with open(os.open(path, os.O_RDONLY | os.O_NONBLOCK), "rb") as file:
+            if stat.S_ISREG(os.fstat(file.fileno()).st_mode):
+                return hashlib.file_digest(file, "sha256").hexdigest()
     except OSError:
         pass  # the engine's result tells
-    try:
-        return engine.parse_file(path, file_id)
-    except (UnicodeDecodeError, treesitter.ResultLimitError) as error:
-        return treesitter.ParseResult(path=os.fsdecode(path), language="", content_hash="",
-                                      symbols=[], references=[], errors=[str(error)])
+    return None
+
+
+def entry(database, path):
+    """The file's id, given when it is first seen, and the hash of what is stored of it."""
+    key = (os.fsencode(path),)
+    database.execute("INSERT OR IGNORE INTO files (path) VALUES (?)", key)
+    return database.execute("SELECT id, content_hash FROM files WHERE path = ?", key).fetchone()
 
 
 def storable(text):
@@ -76,9 +92,14 @@ def storable(text):
     return text.encode("utf-8", "replace").decode()
 
 
-def store(database, file_id, result):
+def forget(database, file_id):
     database.execute("DELETE FROM symbols WHERE file_id = ?", (file_id,))
     database.execute("DELETE FROM refs WHERE file_id = ?", (file_id,))
+
+
+def store(database, result):
+    file_id, _ = entry(database, result.path)
+    forget(database, file_id)
     database.execute(
         "UPDATE files SET language = ?, content_hash = ?, errors = ? WHERE id = ?",
         (result.language, result.content_hash, storable("\n".join(result.errors)), file_id))
@@ -93,47 +114,54 @@ def store(database, file_id, result):
          for reference in result.references))
 
 
-def entry(database, path):
-    """The file's id, given when it is first seen, and the hash of what is stored of it."""
-    database.execute("INSERT OR IGNORE INTO files (path) VALUES (?)", (path,))
-    return database.execute("SELECT id, content_hash FROM files WHERE path = ?", (path,)).fetchone()
-
-
-def forget_missing(database, folders, seen):
-    """Forgets files that were below the folders and are no more; gives their number."""
-    roots = tuple(os.path.join(os.fsencode(folder), b"") for folder in folders)
-    gone = [(file_id,) for file_id, path in database.execute("SELECT id, path FROM files")
-            if path.startswith(roots) and file_id not in seen]
-    for table, column in (("symbols", "file_id"), ("refs", "file_id"), ("files", "id")):
-        database.executemany(f"DELETE FROM {table} WHERE {column} = ?", gone)
+def forget_missing(database, folder, seen):
+    """Forgets the files that were below the folder and are no more; gives their number."""
+    prefix = os.fsencode(os.path.join(folder, ""))
+    gone = [file_id for file_id, path in database.execute("SELECT id, path FROM files")
+            if path.startswith(prefix) and file_id not in seen]
+    for file_id in gone:
+        forget(database, file_id)
+        database.execute("DELETE FROM files WHERE id = ?", (file_id,))
     return len(gone)
 
 
-def index(database, folders, threads):
-    """What became of the files: how many were parsed, failed, unchanged, removed."""
-    engine = treesitter.TreeSitterEngine()  # one for all threads
-    counts = collections.Counter()
+def changed_files(database, folders, counts):
+    """What parse_many is to parse: paths and their ids."""
+    def count_unlisted(error):
+        counts["unlisted"] += 1
+        print(f"{error}; nothing is removed from the index there", file=sys.stderr)
+
     seen = set()
-
-    def finish(file_id, future):
-        result = future.result()
-        if result is not None:
-            store(database, file_id, result)
-        counts["unchanged" if result is None else "failed" if result.errors else "parsed"] += 1
-
-    with database, concurrent.futures.ThreadPoolExecutor(threads) as pool:
-        under_way = collections.deque()
-        for path in source_files(folders):
+    for folder in map(os.path.realpath, folders):
+        unlisted_before = counts["unlisted"]
+        for path in source_files(folder, count_unlisted):
             file_id, known_hash = entry(database, path)
+            if file_id in seen:  # one folder lies in another
+                continue
             seen.add(file_id)
-            under_way.append(
-                (file_id, pool.submit(parse_if_changed, engine, path, file_id, known_hash)))
-            if len(under_way) > 8 * threads:
-                finish(*under_way.popleft())
-        while under_way:
-            finish(*under_way.popleft())
-        counts["removed"] = forget_missing(database, folders, seen)
-    return +counts  # without those that are 0
+            if known_hash and hash_of(path) == known_hash:
+                counts["unchanged"] += 1
+            else:
+                yield path, file_id
+        if counts["unlisted"] == unlisted_before:
+            counts["removed"] += forget_missing(database, folder, seen)
+
+
+def index(database, folders, threads, kept):
+    """Counts in `kept` what became of the files, as far as it is committed."""
+    engine = treesitter.TreeSitterEngine()
+    counts = collections.Counter()
+    files = changed_files(database, folders, counts)
+    with database, engine.parse_many(files, threads) as results:  # an exception rolls back
+        due = time.monotonic() + SECONDS_PER_COMMIT
+        for result in results:
+            store(database, result)
+            counts["failed" if result.errors else "parsed"] += 1
+            if time.monotonic() >= due:
+                database.commit()
+                kept |= counts
+                due = time.monotonic() + SECONDS_PER_COMMIT
+    kept |= counts
 
 
 def find(database, name):
@@ -144,27 +172,45 @@ def find(database, name):
         yield f"called   {os.fsdecode(path)}:{line}  by {caller or 'the file itself'}"
 
 
+def run_index(path, folders, threads):
+    counts = collections.Counter()
+    with contextlib.closing(lock_for_writing(path)):
+        try:
+            index(open_database(path), folders, threads, counts)
+            status = 1 if counts["unlisted"] else 0
+        except KeyboardInterrupt:
+            print("interrupted; what was done so far is kept", file=sys.stderr)
+            status = 130
+    print(", ".join(f"{n} {what}" for what, n in sorted(counts.items())) or "no files")
+    return status
+
+
+def run_find(path, name):
+    os.stat(path)  # SQLite would make one
+    lines = list(find(open_database(path), name))
+    sys.stdout.reconfigure(errors="surrogateescape")  # names of files may be any bytes
+    print(*lines, sep="\n")
+    return 0 if lines else 1
+
+
 def main(arguments=None):
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("database")
     commands = parser.add_subparsers(dest="command", required=True)
     command = commands.add_parser("index", help="parse what changed below folders")
     command.add_argument("folders", nargs="+")
-    command.add_argument("--threads", type=int, default=len(os.sched_getaffinity(0)))
+    command.add_argument("--threads", type=int)
     command = commands.add_parser("find", help="where a name is defined, and who calls it")
     command.add_argument("name")
     options = parser.parse_args(arguments)
-
     logging.basicConfig(level=logging.ERROR)  # unreadable files are in the database, as errors
-    database = open_database(options.database)
-    if options.command == "index":
-        counts = index(database, options.folders, options.threads)
-        print(", ".join(f"{count} {what}" for what, count in sorted(counts.items())) or "no files")
-        return 0
-    sys.stdout.reconfigure(errors="surrogateescape")  # names of files may be any bytes
-    lines = list(find(database, options.name))
-    print(*lines, sep="\n")
-    return 0 if lines else 1
+    try:
+        if options.command == "index":
+            return run_index(options.database, options.folders, options.threads)
+        return run_find(options.database, options.name)
+    except (OSError, sqlite3.Error) as error:
+        print(f"{options.database}: {error}", file=sys.stderr)
+        return 2
 
 
 if __name__ == "__main__":

@@ -9,6 +9,8 @@ import pytest
 import treesitter
 
 SOURCE = "class A:\n    '''Doc.'''\n    def f(self):\n        return g(self)\n"
+SANITIZERS = os.environ.get("SANITIZERS", "")  # of the module's build
+SLOW = '"' * 4_000_000  # as TypeScript: its parse takes 20 seconds, then its time limit ends it
 NESTED_KEYS = '{"key":' * 9_000 + "1" + "}" * 9_000  # whose qualified names are out of proportion
 
 
@@ -24,9 +26,10 @@ def source_file(tmp_path):
     return str(path)
 
 
-def run_python(code, *arguments, expected=0):
+def run_python(code, *arguments, expected=0, **environment):
     """The output of an interpreter of its own, which must end in order and say nothing else."""
     done = subprocess.run([sys.executable, "-c", textwrap.dedent(code), *map(os.fspath, arguments)],
-                          capture_output=True, text=True, timeout=120, check=False)
+                          capture_output=True, text=True, timeout=120, check=False,
+                          env={**os.environ, **environment})
     assert (done.returncode, done.stderr) == (expected, "")
     return done.stdout

@@ -14,7 +14,7 @@ import threading
 import pytest
 
 import treesitter
-from conftest import NESTED_KEYS, SOURCE
+from conftest import NESTED_KEYS, SANITIZERS, SOURCE, run_python
 
 EXAMPLES = pathlib.Path(__file__).parents[2] / "examples" / "sources"
 
@@ -34,11 +34,48 @@ def test_a_whole_result(engine):
         references=[treesitter.ReferenceInfo(name="g", line=4, kind="call")], errors=[])
 
 
-def test_file_and_content_agree(engine, source_file):
-    assert engine.parse_file(source_file, 3) == engine.parse_content(
-        content=SOURCE, language="python", file_path=source_file, file_id=3)
-    assert engine.parse_file(file_path=source_file, file_id=3).symbols[0].file_id == 3
+def test_file_content_and_bytes_agree(engine, source_file):
+    expected = engine.parse_file(source_file, 3)
+    given = {"language": "python", "file_path": source_file, "file_id": 3}
+    assert engine.parse_content(content=SOURCE, **given) == expected
+    for form in (bytes, bytearray, memoryview):
+        assert engine.parse_bytes(content=form(SOURCE.encode()), **given) == expected
+    assert engine.parse_file(**given) == expected and expected.symbols[0].file_id == 3
     assert engine.parse_file(source_file).symbols[0].file_id == 0
+
+
+def test_the_caller_knows_the_language(engine, tmp_path):
+    path = tmp_path / "a.unknown"
+    path.write_bytes(b"def f():\n    'caf\xe9'\n")
+    assert engine.parse_file(path) is engine.parse_file(path, 0, None) is None
+    result = engine.parse_file(path, language="python")
+    assert result.symbols[0].docstring == "caf\N{REPLACEMENT CHARACTER}"
+    assert engine.parse_bytes(path.read_bytes(), "python", path) == result
+    assert engine.parse_file(path, 0, "cobol").errors == ["No parser available for cobol"]
+
+
+@pytest.mark.parametrize("size, depth", [(2 ** 20, 14_600), (45_000, 4_900)])
+@pytest.mark.skipif("LD_PRELOAD" in os.environ, reason="a sanitizer takes memory of its own")
+def test_texts_of_the_widest_letters_stay_within_the_bound(tmp_path, size, depth):
+    # Python takes 4 bytes for each letter of a text with an emoji in it, the engine takes one.
+    path = tmp_path / "a.json"
+    nested = '{"\U0001F600":' + '{"k":' * depth + "1" + "}" * (depth + 1)
+    path.write_text(nested.ljust(size), encoding="utf-8")
+    peak, bound = run_python("""
+        import os, sys, treesitter
+        def kib(name):
+            with open("/proc/self/status") as status:
+                return int(next(line for line in status if line.startswith(name)).split()[1])
+        engine = treesitter.TreeSitterEngine()
+        with open("/proc/self/clear_refs", "w") as peak:
+            peak.write("5")
+        before = kib("VmRSS")
+        os.chdir(sys.argv[1])
+        result = engine.parse_file("a.json")
+        assert len(result.symbols[-1].fqn) > 9000
+        print(kib("VmHWM") - before, 64 * 1024 + os.path.getsize("a.json"))
+    """, tmp_path).split()
+    assert int(peak) < int(bound)
 
 
 @pytest.mark.parametrize("text", ["é", "\U0001F600", "名前"])
@@ -121,6 +158,7 @@ def quiet_log(monkeypatch):
     logger.removeHandler(handler)
 
 
+@pytest.mark.skipif(bool(SANITIZERS), reason="a sanitizer's own memory grows")
 @pytest.mark.usefixtures("quiet_log")
 def test_no_leak_over_100_000_parses(engine, tmp_path):
     unreadable = str(tmp_path / "missing.py")

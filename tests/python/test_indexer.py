@@ -1,4 +1,6 @@
-"""The example host: an indexer with a pool of threads and a database."""
+"""The example host: an indexer with a database."""
+import collections
+import contextlib
 import importlib.util
 import os
 import pathlib
@@ -36,7 +38,9 @@ def index(indexer, tree, tmp_path):
     database = indexer.open_database(tmp_path / "index.db")
 
     def run():
-        return dict(indexer.index(database, [str(tree)], 2))
+        counts = collections.Counter()
+        indexer.index(database, [str(tree)], 2, counts)
+        return dict(counts)
     run.database = database
     return run
 
@@ -75,12 +79,92 @@ def test_odd_files_are_indexed_too(indexer, index, tree):
         file.write("def odd(): pass\n")
     (tree / "bad.json").write_bytes(b'{"\xff": 1}')
     (tree / "gone.py").symlink_to(tree / "nowhere")
-    assert index() == {"parsed": 4, "failed": 2}
+    os.mkfifo(tree / "pipe.py")
+    assert index() == {"parsed": 4, "failed": 3}
     (line,) = indexer.find(index.database, "odd")
     assert line.startswith(f"defined  {tree}/caf\udce9.py:1  function ")
     errors = index.database.execute("SELECT errors FROM files WHERE errors != ''").fetchall()
     assert sorted(error.split(":")[0] for error, in errors) == [
-        "'utf-8' codec can't decode byte 0xff in position 1", "Failed to read file"]
+        "Failed to read file", "Failed to read file", "UnicodeDecodeError"]
+    (tree / "c.js").unlink()
+    os.mkfifo(tree / "c.js")  # which a reader would wait for
+    assert index() == {"unchanged": 4, "failed": 3}  # the same bytes are as bad as before
+
+
+@pytest.fixture
+def run(indexer, tree, tmp_path, monkeypatch, capsys):
+    """The indexer's main: gives its status and what it said."""
+    monkeypatch.chdir(tree.parent)
+
+    def main(*arguments):
+        status = indexer.main([str(tmp_path / "index.db"), *map(str, arguments)])
+        return (status, *capsys.readouterr())
+    return main
+
+
+def test_a_file_has_one_name(run, tree):
+    (tree.parent / "link").symlink_to(tree)
+    assert run("index", "tree") == (0, "3 parsed\n", "")
+    for spelling in ["./tree", "tree/", "tree/../tree", "link", "link/../tree", tree]:
+        assert run("index", spelling) == (0, "3 unchanged\n", "")
+    assert run("index", tree, "tree", "tree/pkg") == (0, "3 unchanged\n", "")
+
+
+def test_a_folder_that_cannot_be_listed_keeps_its_files(indexer, run, tree, monkeypatch):
+    run("index", "tree")
+    (tree / "c.js").unlink()
+    scandir = os.scandir
+
+    def failing(path):
+        if path.endswith("pkg"):
+            raise PermissionError(13, "Permission denied", path)
+        return scandir(path)
+    with monkeypatch.context() as patch:
+        patch.setattr(indexer.os, "scandir", failing)
+        status, output, error = run("index", "tree")
+    assert (status, output) == (1, "1 unlisted\n")
+    assert error.startswith(f"[Errno 13] Permission denied: '{tree}/pkg'")
+    tree.rename(tree.parent / "elsewhere")
+    for mistyped in ["tree", "elsewhere/pkg/a.py"]:
+        assert run("index", mistyped)[:2] == (1, "1 unlisted\n")
+    (tree.parent / "elsewhere").rename(tree)
+    assert run("index", "tree") == (0, "1 removed, 2 unchanged\n", "")
+
+
+def interrupt():
+    raise KeyboardInterrupt
+
+
+@pytest.mark.parametrize("end, status", [(interrupt, 130), (lambda: os._exit(9), 9)])
+def test_an_end_keeps_what_was_done(indexer, run, monkeypatch, end, status):
+    store = indexer.store
+
+    def ending(database, result):
+        store(database, result)
+        if result.path.endswith("b.py"):  # the last; its transaction is open
+            end()
+    with monkeypatch.context() as patch:
+        patch.setattr(indexer, "SECONDS_PER_COMMIT", 0)
+        patch.setattr(indexer, "store", ending)
+        child = os.fork()
+        if child == 0:
+            code, output, error = run("index", "tree")
+            os._exit(code if (output, error.split(";")[0]) == ("2 parsed\n", "interrupted") else 1)
+        assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == status
+    assert run("index", "tree") == (0, "1 parsed, 2 unchanged\n", "")
+
+
+def test_there_is_one_writer(indexer, run, tmp_path):
+    run("index", "tree")
+    with contextlib.closing(indexer.lock_for_writing(tmp_path / "index.db")):
+        assert run("index", "tree") == (
+            2, "", f"{tmp_path}/index.db: database is locked: another indexer is writing to it\n")
+        assert run("find", "helper")[0] == 0
+    assert run("index", "tree")[0] == 0
+    (tmp_path / "index.db").write_text("no database" * 100)
+    assert run("find", "helper") == (2, "", f"{tmp_path}/index.db: file is not a database\n")
+    (tmp_path / "index.db").unlink()
+    assert run("find", "helper")[0] == 2 and not (tmp_path / "index.db").exists()
 
 
 def test_a_real_source_tree(tmp_path):

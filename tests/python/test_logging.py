@@ -1,6 +1,7 @@
 """Log records on their way to logging.getLogger("engines.treesitter")."""
 import logging
 import threading
+import traceback
 
 import pytest
 
@@ -55,6 +56,10 @@ def test_a_missing_file(engine, records, tmp_path):
     error = records[0].exc_info[1]
     assert (error.errno, error.filename, str(error)) == (2, path, detail)
     assert records[0].getMessage() == f"Failed to read file {path}: {detail}"
+    frames = traceback.extract_tb(records[0].exc_info[2])
+    assert [(frame.name, frame.line) for frame in frames] == [
+        ("test_a_missing_file", "engine.parse_file(path)")]
+    assert error.__traceback__ is records[0].exc_info[2]
 
 
 def test_a_missing_grammar_each_time(engine, records):

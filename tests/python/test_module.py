@@ -62,14 +62,16 @@ def test_body_digest_expression(line, end):
 
 
 @pytest.mark.parametrize("length", [0, 500, 501])
-@pytest.mark.parametrize("letter", ["a", "é", "\U0001F600"])
+@pytest.mark.parametrize("letter", ["a", "é", "\U0001F600", "\ud800", "\udcff"], ids=ascii)
 def test_truncate_docstring(length, letter):
+    assert treesitter._truncate_docstring(None) == (None, False)
     text = letter * length
     cut = (letter * 497 + "...", True)
     assert treesitter._truncate_docstring(text) == (cut if length > 500 else (text, False))
 
 
-@pytest.mark.parametrize("text, stripped", [("'é'", "é"), ("''", ""), ("'a\"", "'a\""), ("", "")])
+@pytest.mark.parametrize("text, stripped", [
+    ("'é'", "é"), ("'\ud800'", "\ud800"), ("\udcff", "\udcff"), ("''", ""), ("'a\"", "'a\""), ("", "")], ids=ascii)
 def test_strip_matching_quotes(text, stripped):
     assert treesitter._strip_matching_quotes(text) == stripped
 

@@ -1,5 +1,6 @@
 """parse_many: in order, bounded, and never raising for one file."""
 import collections
+import hashlib
 import itertools
 import os
 import signal
@@ -45,7 +46,27 @@ def test_errors_of_files_are_data(tmp_path):
         "UnicodeDecodeError", "Failed to read file", "ResultLimitError",
         "UnicodeEncodeError", []]
     assert [result.language for result in results] == ["json", "json", "json", "", "json"]
+    for name, result in zip(names, results):
+        assert result.content_hash == ("" if name in (names[1], names[3]) else hashlib.sha256(
+            (tmp_path / name).read_bytes()).hexdigest())
     assert results[4].symbols[0].name == "a"
+
+
+def test_every_form_of_item(engine, source_file):
+    data = SOURCE.encode()
+    expected = {0: engine.parse_file(source_file), 7: engine.parse_file(source_file, 7)}
+    items = [(source_file, 0), (source_file, 7), (os.fsencode(source_file), 7), source_file,
+             (SOURCE, "python", source_file, 7), (SOURCE, "python", os.fsencode(source_file)),
+             (data, "python", source_file, 7), (bytearray(data), "python", source_file),
+             (memoryview(data), "python", source_file, 7)]
+    with engine.parse_many(items, threads=2) as results:
+        for item, result in zip(items, results):
+            assert result == expected[7 if item[-1] == 7 else 0]
+    odd = [("a\ud800", "python", "\ud800.py"), ("", "", "a.py"), ("", "python", "")]
+    assert [(result.path, result.errors[0].partition(":")[0]) for result in
+            engine.parse_many(odd)] == [
+        ("\ud800.py", "UnicodeEncodeError"), ("a.py", "No parser available for "),
+        ("", "ValueError")]
 
 
 @pytest.mark.parametrize("threads", [1, 3])
@@ -76,10 +97,15 @@ def test_what_paths_raises_comes_at_its_place(source_file):
     with pytest.raises(LookupError, match="no more"):
         next(results)
     assert list(results) == []
-    results = treesitter.parse_many([source_file, 3])
-    assert next(results).symbols
-    with pytest.raises(TypeError):
-        next(results)
+    for wrong, error in [(3, TypeError), ((), TypeError), ((source_file,), TypeError),
+                         ((source_file, "3"), TypeError), ((3, "python", "a.py"), TypeError),
+                         (("", None, "a.py"), TypeError), (("", "python", "a.py", 1, 2), TypeError),
+                         ((source_file, 2 ** 63), OverflowError)]:
+        results = treesitter.parse_many([source_file, wrong, source_file])
+        assert next(results).symbols
+        with pytest.raises(error):
+            next(results)
+        assert list(results) == []
 
 
 @pytest.mark.parametrize("arguments, error", [
@@ -90,7 +116,7 @@ def test_wrong_arguments(arguments, error):
         treesitter.parse_many(*arguments)
 
 
-@pytest.mark.parametrize("end", ["exhausted", "closed", "dropped"])
+@pytest.mark.parametrize("end", ["exhausted", "closed", "left", "dropped"])
 def test_threads_end_with_the_iteration(source_file, end):
     before = thread_count()
     results = treesitter.parse_many([source_file] * 500, threads=4)
@@ -101,6 +127,10 @@ def test_threads_end_with_the_iteration(source_file, end):
     elif end == "closed":
         results.close()
         results.close()
+    elif end == "left":
+        with pytest.raises(LookupError), results as entered:
+            assert entered is results
+            raise LookupError
     else:
         del results
     assert thread_count() == before

@@ -4,7 +4,7 @@ import os
 import pytest
 
 import treesitter
-from conftest import SOURCE
+from conftest import SOURCE, run_python
 
 
 class AsText(os.PathLike):
@@ -40,13 +40,41 @@ def test_odd_names_survive(engine, tmp_path, name):
         assert [symbol.fqn for symbol in result.symbols] == [f"{prefix}.A", f"{prefix}.A.f"]
         assert engine.parse_content(SOURCE, "python", form) == result
         assert next(treesitter.parse_many([form])) == result
+        assert next(treesitter.parse_many([(SOURCE, "python", form)])) == result
 
 
-@pytest.mark.parametrize("path, fqn", [("./src//a.py", "src.a.A"), ("nul\0.py", "nul\0.A")])
-def test_the_path_is_as_given_and_the_prefix_normal(engine, path, fqn):
-    result = engine.parse_content(SOURCE, "python", path)
-    assert result.path == path
-    assert result.symbols[0].fqn == fqn
+CONTENT_PATHS = {  # any text, whether or not it could be a file's name
+    "./src//a.py": "src.a.A", "nul\0.py": "nul\0.A", "\ud800.py": "\ud800.A",
+    "\udbff/\udcff\udc41.py": "\udbff.\udcff\udc41.A", "\udced\udca0\udc80.py": "\udced\udca0\udc80.A",
+    "é名\U0001F600.py": "é名\U0001F600.A"}
+
+
+@pytest.mark.parametrize("path", CONTENT_PATHS, ids=ascii)
+def test_the_path_of_a_content_is_as_given_and_the_prefix_normal(engine, path):
+    for result in [engine.parse_content(SOURCE, "python", path),
+                   engine.parse_bytes(SOURCE.encode(), "python", path),
+                   next(engine.parse_many([(SOURCE, "python", path)]))]:
+        assert (result.path, result.symbols[0].fqn) == (path, CONTENT_PATHS[path])
+
+
+def test_the_locale_decides_about_files_only(tmp_path):
+    (tmp_path / "é.py").write_text(SOURCE, encoding="utf-8")
+    assert run_python("""
+        import os, sys, treesitter
+        engine = treesitter.TreeSitterEngine()
+        path = os.fsdecode(b"\\xc3\\xa9.py")
+        assert path == "\\udcc3\\udca9.py" and os.chdir(sys.argv[1]) is None
+        for given in ("\\xe9.py", "\\ud800.py", path):
+            result = engine.parse_content("class A: pass", "python", given)
+            assert (result.path, result.symbols[0].fqn) == (given, given[:-3] + ".A")
+            assert treesitter.detect_language(given) == "python"
+        for given in (path, b"\\xc3\\xa9.py"):
+            assert engine.parse_file(given).path == path and engine.parse_file(given).symbols
+        try:
+            engine.parse_file("\\xe9.py")
+        except UnicodeEncodeError:
+            print("refused")
+    """, tmp_path, LC_ALL="C", PYTHONUTF8="0", PYTHONCOERCECLOCALE="0") == "refused\n"
 
 
 def test_a_path_that_is_none(engine):

@@ -31,7 +31,7 @@ def other_value(name, value):
         return type(value)(["more", *value])
     if isinstance(value, int) and not isinstance(value, bool):
         return value + 1 if name == "end_line" else 2
-    return OTHER.get(value, "new")
+    return OTHER.get(value, "new\0")
 
 
 @RECORDS
@@ -92,6 +92,10 @@ def test_copied_and_pickled(record, values):
         assert pickle.loads(pickle.dumps(whole, protocol)) == whole
     assert copy.copy(whole) == whole == copy.deepcopy(whole)
     assert copy.copy(whole) is not whole
+    watch = weakref.ref(whole)
+    assert watch() is whole
+    del whole
+    assert watch() is None
 
 
 def test_asdict_reaches_the_records_inside():
@@ -109,13 +113,18 @@ def test_matched():
 
 
 @pytest.mark.parametrize("fields, text", [
-    ({"kind": "klass"}, "unknown symbol kind 'klass'"),
-    ({"name": "a\0"}, "name"), ({"start_line": 0}, "line"), ({"end_line": -1}, "line"),
+    ({"kind": "klass"}, "unknown symbol kind 'klass'"), ({"start_line": 0}, "less than 1"),
+    ({"start_line": 5}, "end_line is less than start_line"), ({"end_line": -1}, "line"),
     ({"end_line": 2 ** 32}, "end_line is too large"),
     ({"end_line": 2 ** 64}, "end_line is too large")])
 def test_what_a_symbol_rejects(fields, text):
     with pytest.raises(ValueError, match=text):
         Symbol(**{**SYMBOL, **fields})
+    symbol = Symbol(**SYMBOL)
+    for name, value in fields.items():
+        with pytest.raises(ValueError, match=text):
+            setattr(symbol, name, value)
+    assert symbol == Symbol(**SYMBOL)
 
 
 def test_kinds():

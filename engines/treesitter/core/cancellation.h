@@ -13,7 +13,8 @@ struct Cancellation {
   // May be stopped by any thread.
   std::stop_token stop = {};
   // Asked every 20 ms or so by the thread that parses; true ends the parse. For hosts that have to
-  // look for signals themselves. It must not throw and not call the engine.
+  // look for signals themselves. It must not throw, and not call the same engine; another one it
+  // may.
   std::function<bool()> poll = {};
 };
 

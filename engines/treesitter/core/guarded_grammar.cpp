@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include "engines/treesitter/core/arena.h"
 #include "engines/treesitter/core/parse_meter.h"
@@ -71,11 +72,13 @@ GuardedGrammar::~GuardedGrammar() = default;
 
 ScannerStates::ScannerStates(const GuardedGrammar& grammar, ParseArena& arena,
                              const ParseMeter& meter)
-    : _grammar(grammar.original()), _arena(arena), _meter(meter), _buffer(grammar.buffer()) {
-  current_states = this;
-}
+    : _grammar(grammar.original()),
+      _arena(arena),
+      _meter(meter),
+      _buffer(grammar.buffer()),
+      _before(std::exchange(current_states, this)) {}
 
-ScannerStates::~ScannerStates() { current_states = nullptr; }
+ScannerStates::~ScannerStates() { current_states = _before; }
 
 bool ScannerStates::scan(void* scanner, TSLexer* lexer, const bool* valid_symbols) {
   _advance = lexer->advance;

@@ -44,7 +44,8 @@ class GuardedGrammar {
   std::unique_ptr<char[]> _buffer;
 };
 
-// The large states of one parse. While it exists, it serves the scanner of the calling thread.
+// The large states of one parse. While it exists, it serves the scanner of the calling thread, in
+// the place of the one that did before.
 class ScannerStates {
  public:
   ScannerStates(const GuardedGrammar& grammar, ParseArena& arena, const ParseMeter& meter);
@@ -68,6 +69,7 @@ class ScannerStates {
   ParseArena& _arena;
   const ParseMeter& _meter;
   char* const _buffer;
+  ScannerStates* const _before;
   void (*_advance)(TSLexer*, bool) = nullptr;  // the lexer's own
   std::uint32_t _advances = 0;
   std::vector<std::string_view> _states;  // in the arena, by number

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "engines/treesitter/core/parse_meter.h"
 
@@ -56,12 +57,17 @@ const char* read_source(void* payload, std::uint32_t offset, TSPoint /*position*
 thread_local constinit ParseArena* current_arena = nullptr;
 
 // Directs the library's memory to the arena of the calling thread's parse while there is one.
+// Another may be in the middle of its own: a host's Cancellation::poll may use an engine of its
+// own.
 class ArenaScope {
  public:
-  explicit ArenaScope(ParseArena& arena) { current_arena = &arena; }
-  ~ArenaScope() { current_arena = nullptr; }
+  explicit ArenaScope(ParseArena& arena) : _before(std::exchange(current_arena, &arena)) {}
+  ~ArenaScope() { current_arena = _before; }
   ArenaScope(const ArenaScope&) = delete;
   ArenaScope& operator=(const ArenaScope&) = delete;
+
+ private:
+  ParseArena* const _before;
 };
 
 [[noreturn]] void refuse(const char* reason, std::uint64_t size) {

@@ -30,8 +30,12 @@ constinit std::atomic<std::uint32_t> wanting_alone = 0;  // waiting for it, or a
 constinit std::atomic<bool> is_taken_alone = false;
 thread_local constinit bool has_turn = false;
 
-// The forking thread is in no call, and the others are not in the child.
+constinit std::atomic<std::uint32_t> forks = 0;  // that led here
+
+// The other threads are not in the child. Nor is a turn of the forking thread counted there, which
+// may be in one when it forks in Cancellation::poll.
 void forget_all() {
+  ++forks;
   in_use = 0;
   under_way = 0;
   wanting_alone = 0;
@@ -83,7 +87,7 @@ void RoomShare::count_more() {
   _counted += more;
 }
 
-RoomTurn::RoomTurn(std::uint64_t expected, StopCheck& stop) : _is_inner(has_turn) {
+RoomTurn::RoomTurn(std::uint64_t expected, StopCheck& stop) : _is_inner(has_turn), _forks(forks) {
   if (_is_inner) return;
   while (!try_enter(expected)) wait_a_little(stop);
   has_turn = true;
@@ -109,8 +113,9 @@ bool RoomTurn::try_enter(std::uint64_t expected) {
 }
 
 void RoomTurn::leave() noexcept {
-  if (_is_in) under_way.fetch_sub(1);
-  if (_is_alone) {
+  const bool is_counted = _forks == forks.load(std::memory_order_relaxed);
+  if (_is_in && is_counted) under_way.fetch_sub(1);
+  if (_is_alone && is_counted) {
     is_taken_alone = false;
     wanting_alone.fetch_sub(1);
   }
@@ -123,6 +128,7 @@ bool RoomTurn::was_alone() const noexcept {
 
 void RoomTurn::become_alone(StopCheck& stop) {
   leave();
+  _forks = forks;
   wanting_alone.fetch_add(1);  // from here on nobody enters
   try {
     while (is_taken_alone.exchange(true)) wait_a_little(stop);

@@ -83,6 +83,7 @@ class RoomTurn {
   bool _is_in = false;  // counted among those under way
   bool _is_alone = false;
   bool _began_alone = false;
+  std::uint32_t _forks;  // of the process when the turn began
   std::uint64_t _number = 0;
 };
 

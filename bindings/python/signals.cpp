@@ -1,0 +1,33 @@
+// Tested by tests/python/test_signals.py.
+#include "bindings/python/signals.h"
+
+namespace engines::treesitter::python {
+namespace {
+
+// The lock may be dear: a thread of Python that computes gives it up after 5 ms.
+constexpr std::chrono::milliseconds INTERVAL(50);
+
+using Clock = std::chrono::steady_clock;
+
+}  // namespace
+
+SignalPoll::SignalPoll()
+    : _thread(_PyOS_IsMainThread() != 0 && _Py_IsFinalizing() == 0 ? PyThreadState_Get() : nullptr),
+      _next(Clock::now() + INTERVAL) {}
+
+std::function<bool()> SignalPoll::function() {
+  if (_thread == nullptr) return {};
+  return [this] { return poll(); };
+}
+
+// An error that a handler raised stays with the thread when the lock goes.
+bool SignalPoll::poll() {
+  if (_has_raised || Clock::now() < _next) return _has_raised;
+  PyEval_RestoreThread(_thread);
+  _has_raised = PyErr_CheckSignals() != 0;
+  PyEval_SaveThread();
+  _next = Clock::now() + INTERVAL;
+  return _has_raised;
+}
+
+}  // namespace engines::treesitter::python

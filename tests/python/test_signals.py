@@ -1,0 +1,96 @@
+"""Signals during a call, and calls that are cancelled: at once, wherever the engine is."""
+import contextlib
+import signal
+import time
+
+import pytest
+
+import treesitter
+from conftest import SLOW, SOURCE, run_python
+from test_processes import in_child
+
+
+class Stop(Exception):
+    pass
+
+
+@contextlib.contextmanager
+def alarms(handler):
+    """Calls the handler again and again."""
+    before = signal.signal(signal.SIGALRM, handler)
+    signal.setitimer(signal.ITIMER_REAL, 0.05, 0.01)
+    try:
+        yield
+    finally:
+        signal.setitimer(signal.ITIMER_REAL, 0)
+        signal.signal(signal.SIGALRM, before)
+
+
+@pytest.mark.parametrize("call", [
+    lambda engine, _: engine.parse_content(SLOW, "typescript", "a.ts"),
+    lambda engine, _: engine.parse_bytes(SLOW.encode(), "typescript", "a.ts"),
+    lambda engine, path: engine.parse_file(path),
+    lambda engine, _: list(engine.parse_many([(SLOW, "typescript", "a.ts")] * 3, threads=2))],
+    ids=["content", "bytes", "file", "many"])
+def test_a_handler_is_served_within_the_call(engine, tmp_path, call):
+    path = tmp_path / "a.ts"
+    path.write_text(SLOW, encoding="utf-8")
+    served = []
+    has_returned = False
+
+    def handler(*_):
+        served.append(has_returned)
+        if len(served) == 3:  # the first two let it go on
+            raise Stop
+    begin = time.monotonic()
+    with alarms(handler), pytest.raises(Stop):
+        call(engine, path)
+        has_returned = True
+        time.sleep(10)
+    assert served == [False] * 3
+    assert time.monotonic() - begin < 10  # of 20 seconds of processor time
+    assert engine.parse_content(SOURCE, "python", "a.py").symbols
+
+
+def test_a_handler_may_use_the_engine(engine):
+    expected = engine.parse_content(SOURCE, "python", "a.py")
+    large = engine.parse_content(SOURCE * 20_000, "python", "a.py")
+    answers = []
+
+    def handler(*_):
+        signal.setitimer(signal.ITIMER_REAL, 0)
+        answers.append(engine.parse_content(SOURCE, "python", "a.py") == expected)
+        answers.append(next(engine.parse_many([(SOURCE, "python", "a.py")])) == expected)
+        answers.append(in_child(
+            lambda: engine.parse_content(SOURCE, "python", "a.py") == expected) == 0)
+    with alarms(handler):
+        assert engine.parse_content(SOURCE * 20_000, "python", "a.py") == large
+    assert answers == [True] * 3
+
+
+def test_leaving_an_iteration_cancels_it():
+    begin = time.monotonic()
+    with treesitter.parse_many([SOURCE_ITEM, *[SLOW_ITEM] * 20], threads=3) as results:
+        assert next(results).symbols
+        time.sleep(0.2)
+    assert list(results) == []
+    assert time.monotonic() - begin < 10
+
+
+def test_the_end_of_the_interpreter_cancels_what_is_under_way():
+    begin = time.monotonic()
+    assert run_python("""
+        import threading, time, treesitter
+        content = '"' * 4_000_000
+        for work in [
+                lambda: treesitter.TreeSitterEngine().parse_content(content, "typescript", "a.ts"),
+                lambda: list(treesitter.parse_many([(content, "typescript", "a.ts")] * 4))]:
+            threading.Thread(target=work, daemon=True).start()
+        time.sleep(0.3)
+        print("end")
+    """) == "end\n"
+    assert time.monotonic() - begin < 10
+
+
+SOURCE_ITEM = (SOURCE, "python", "a.py")
+SLOW_ITEM = (SLOW, "typescript", "a.ts")
