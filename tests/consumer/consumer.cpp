@@ -1,7 +1,6 @@
-// What a program does with the installed package: parses a file, names languages, takes the log.
+// What a program does with the installed package: parses files, names languages, takes the log.
 #include <iostream>
 
-#include "engines/languages/languages.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace {
@@ -21,9 +20,10 @@ int main(int argc, char** argv) {
   engines::treesitter::set_log_sink(&sink);
   std::cout << engines::languages::language_infos().size() << " languages\n";
   const engines::treesitter::TreeSitterEngine engine;
-  for (int i = 1; i < argc; ++i) {
-    const auto result = engine.parse_file(argv[i]);
-    if (!result) continue;
+  const std::vector<std::string> paths(argv + 1, argv + argc);
+  for (const auto& parsed : engine.parse_many(paths, {.threads = 2})) {
+    const auto* const result = std::get_if<engines::treesitter::ParseResult>(&parsed.outcome);
+    if (result == nullptr) continue;
     for (const auto& symbol : result->symbols) {
       std::cout << kind_text(symbol.kind) << ' ' << symbol.name << '\n';
     }
