@@ -20,14 +20,16 @@ int main(int argc, char** argv) {
   engines::treesitter::set_log_sink(&sink);
   std::cout << engines::languages::language_infos().size() << " languages\n";
   const engines::treesitter::TreeSitterEngine engine;
-  const std::vector<std::string> paths(argv + 1, argv + argc);
-  for (const auto& parsed : engine.parse_many(paths, {.threads = 2})) {
-    const auto* const result = std::get_if<engines::treesitter::ParseResult>(&parsed.outcome);
-    if (result == nullptr) continue;
+  for (int i = 1; i < argc; ++i) {
+    const auto result = engine.parse_file(argv[i]);
+    if (!result) continue;
     for (const auto& symbol : result->symbols) {
       std::cout << kind_text(symbol.kind) << ' ' << symbol.name << '\n';
     }
     for (const auto& error : result->errors) std::cout << error << '\n';
+  }
+  for (const auto& parsed : engine.parse_many(std::vector<std::string>(2, argv[1]))) {
+    std::cout << std::get<engines::treesitter::ParseResult>(parsed.outcome).symbols.size() << '\n';
   }
   try {
     engine.parse_content("\xff", "python", "a.py");
