@@ -158,6 +158,7 @@ TEST_F(EngineTest, ParserThatGivesUp) {
 TEST_F(EngineTest, ParserWithoutMemory) {
   if (IS_SANITIZED) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
   const std::string source(1'500'000, '[');
+  EXPECT_GT(memory_room(), 320U << 20);  // and stays what it is when the limit is set
   const pid_t child = ::fork();
   if (child == 0) {
     const rlimit limit{320 << 20, 320 << 20};

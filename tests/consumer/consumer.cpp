@@ -1,7 +1,6 @@
-// What a program does with the installed package: parses a file, names languages, takes the log.
+// What a program does with the installed package: parses files, names languages, takes the log.
 #include <iostream>
 
-#include "engines/languages/languages.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace {
@@ -28,6 +27,9 @@ int main(int argc, char** argv) {
       std::cout << kind_text(symbol.kind) << ' ' << symbol.name << '\n';
     }
     for (const auto& error : result->errors) std::cout << error << '\n';
+  }
+  for (const auto& parsed : engine.parse_many(std::vector<std::string>(2, argv[1]))) {
+    std::cout << std::get<engines::treesitter::ParseResult>(parsed.outcome).symbols.size() << '\n';
   }
   try {
     engine.parse_content("\xff", "python", "a.py");

@@ -41,7 +41,7 @@ def test_a_handler_is_served_within_the_call(engine, tmp_path, call):
     def handler(*_):
         served.append(has_returned)
         if len(served) == 3:  # the first two let it go on
-            signal.setitimer(signal.ITIMER_REAL, 0)
+            signal.setitimer(signal.ITIMER_REAL, 0)  # no fourth on the way out
             raise Stop
     begin = time.monotonic()
     with alarms(handler), pytest.raises(Stop):
