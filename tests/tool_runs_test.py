@@ -256,6 +256,22 @@ class Runs(ToolTest):
                     self.assertIn(done.returncode, (0, 1, 2), done.stderr[-500:])
                     self.assertEqual(done.returncode == 0, done.stderr == b"")
 
+    def test_the_longest_record_takes_no_more_memory_than_promised(self):
+        # Its names take 600 times the file, and six times as much when each byte is escaped.
+        keys = b'{"\x01":' * 4700 + b"1" + b"}" * 4700
+        self.write("a.json", keys)
+        if b"__asan_init" in pathlib.Path(TOOL).read_bytes() or \
+                b"__tsan_init" in pathlib.Path(TOOL).read_bytes():
+            self.skipTest("sanitizers take memory of their own")
+        for output_format in ("json", "text"):
+            with subprocess.Popen([TOOL, "parse", "--format", output_format, "a.json"],
+                                  stdout=subprocess.DEVNULL, cwd=self.folder) as process:
+                _, status, usage = os.wait4(process.pid, 0)
+                process.returncode = os.waitstatus_to_exitcode(status)
+            with self.subTest(format=output_format):
+                self.assertEqual(process.returncode, 0)
+                self.assertLess(usage.ru_maxrss * 1024, (64 << 20) + 1024 * len(keys))
+
     def settled_reading(self, pid):
         """The bytes that the process has read, once it reads no more."""
         seen = [-1, 0]
