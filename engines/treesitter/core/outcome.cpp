@@ -46,7 +46,7 @@ struct SizeOfOutcome {
               size_of(symbol.docstring) + size_of(symbol.body_digest);
     }
     for (const ReferenceInfo& reference : result.references) size += size_of(reference.name);
-    for (const std::string& error : result.errors) size += sizeof error + size_of(error);
+    for (const std::string& error : result.errors) size += sizeof(std::string) + size_of(error);
     return size;
   }
   std::size_t operator()(const NoLanguage& outcome) const { return size_of(outcome.error); }
@@ -70,8 +70,6 @@ Raised raised_by(std::exception_ptr error, KnownOfFile&& known) noexcept {
   return raised;
 }
 
-std::size_t size_of(const Outcome& outcome) noexcept {
-  return std::visit(SizeOfOutcome{}, outcome);
-}
+std::size_t size_of(const Outcome& outcome) { return std::visit(SizeOfOutcome{}, outcome); }
 
 }  // namespace engines::treesitter

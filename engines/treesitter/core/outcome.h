@@ -20,6 +20,6 @@ struct KnownOfFile {
 Raised raised_by(std::exception_ptr error, KnownOfFile&& known) noexcept;
 
 // The memory that an outcome holds, in bytes.
-std::size_t size_of(const Outcome& outcome) noexcept;
+std::size_t size_of(const Outcome& outcome);
 
 }  // namespace engines::treesitter
