@@ -41,14 +41,13 @@ def test_a_handler_is_served_within_the_call(engine, tmp_path, call):
     def handler(*_):
         served.append(has_returned)
         if len(served) == 3:  # the first two let it go on
-            signal.setitimer(signal.ITIMER_REAL, 0)  # no fourth on the way out
             raise Stop
     begin = time.monotonic()
     with alarms(handler), pytest.raises(Stop):
         call(engine, path)
         has_returned = True
         time.sleep(10)
-    assert served == [False] * 3
+    assert len(served) >= 3 and not any(served)  # one more may be on its way at the third
     assert time.monotonic() - begin < 10  # of 20 seconds of processor time
     assert engine.parse_content(SOURCE, "python", "a.py").symbols
 
