@@ -169,6 +169,11 @@ class Runs(ToolTest):
         done = self.run_tool("parse", "a.py", stdout=None, preexec_fn=lambda: os.close(1))
         self.assertEqual(done.returncode, 2)
         self.assert_messages(done, "standard output: Bad file descriptor")
+        with open(self.folder / "output", "wb") as output:
+            done = self.run_tool("parse", "a.py", stdout=output, preexec_fn=lambda:
+                                 resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
+        self.assertEqual(done.returncode, 2)
+        self.assert_messages(done, "standard output: File too large")
         self.assertEqual((self.folder / "a.py").read_bytes(), SOURCE)
 
     def test_all_standard_descriptors_may_be_closed(self):
@@ -255,6 +260,19 @@ class Runs(ToolTest):
                 with self.subTest(kib=kib, format=output_format):
                     self.assertIn(done.returncode, (0, 1, 2), done.stderr[-500:])
                     self.assertEqual(done.returncode == 0, done.stderr == b"")
+
+    def test_idle_threads_take_no_memory_from_the_file_that_needs_it(self):
+        self.write("top/a.py", b"f(" * 500000)
+        self.write_many(20)
+        limit = 700 << 20
+
+        def prepare():
+            resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
+        if self.run_tool("--version", preexec_fn=prepare).returncode != 0:
+            self.skipTest("a sanitizer's shadow has no room")
+        alone, among_many = (self.parse("-j", jobs, "top", status=1, preexec_fn=prepare)
+                             for jobs in ("1", "16"))
+        self.assertEqual(among_many, alone)
 
     def test_the_longest_record_takes_no_more_memory_than_promised(self):
         # Its names take 600 times the file, and six times as much when each byte is escaped.

@@ -244,6 +244,9 @@ class Input(ToolTest):
         done = self.run_tool("parse", "--files-from", "-", input=b"a\0b.py\n")
         self.assertEqual((done.returncode, done.stdout), (2, b""))
         self.assert_messages(done, "--null")
+        done = self.run_tool("parse", "-0", "--files-from", "-", input=b"a.py\n" * (1 << 18))
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assert_messages(done, "more than a MiB")
 
     def test_a_list_that_is_still_being_written_is_parsed_meanwhile(self):
         self.write("a.py")

@@ -42,6 +42,7 @@ int main(int count, char** arguments) {
   tool::reserve_standard_descriptors();
   // A closed pipe is then an error of write, met where the records are written.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);  // and so is a file that may grow no further
   tool::catch_interrupts();
   try {
     const int status = execute(tool::parse_arguments(count, arguments));

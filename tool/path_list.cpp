@@ -2,7 +2,6 @@
 #include "tool/path_list.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <system_error>
 
 #include "tool/arguments.h"
@@ -20,16 +19,8 @@ std::FILE* open_list(const std::string& name) {
   throw PathListError(shown + ": " + text);
 }
 
-// Memory that getdelim allocates and enlarges.
-struct LineBuffer {
-  LineBuffer() = default;
-  LineBuffer(const LineBuffer&) = delete;
-  LineBuffer& operator=(const LineBuffer&) = delete;
-  ~LineBuffer() { std::free(text); }
-
-  char* text = nullptr;
-  std::size_t capacity = 0;
-};
+// No path that the system takes comes near, and what is no list may have no separators, ever.
+constexpr std::size_t LONGEST_PATH = std::size_t{1} << 20;
 
 }  // namespace
 
@@ -39,20 +30,23 @@ PathList::PathList(const std::string& name, char separator)
 }
 
 std::optional<std::string> PathList::next() {
-  LineBuffer line;
+  std::string path;
   for (;;) {
     errno = 0;
-    const ssize_t size = ::getdelim(&line.text, &line.capacity, _separator, _file.get());
-    if (size < 0 && std::feof(_file.get()) == 0)
-      fail(_name, std::generic_category().message(errno));
-    if (size < 0) return std::nullopt;
-    std::string path(line.text, static_cast<std::size_t>(size));
-    if (path.ends_with(_separator)) path.pop_back();
-    // No path holds a NUL, and the system would silently read the part in front of it.
-    if (path.find('\0') != std::string::npos) {
-      fail(_name, "holds NUL characters; is it a list for --null?");
+    const int character = ::getc_unlocked(_file.get());
+    if (character == EOF) {
+      if (std::ferror(_file.get()) != 0) fail(_name, std::generic_category().message(errno));
+      if (path.empty()) return std::nullopt;
+      return path;
     }
-    if (!path.empty()) return path;
+    if (character == static_cast<unsigned char>(_separator)) {
+      if (!path.empty()) return path;
+      continue;
+    }
+    // No path holds a NUL, and the system would silently read the part in front of it.
+    if (character == 0) fail(_name, "holds NUL characters; is it a list for --null?");
+    if (path.size() == LONGEST_PATH) fail(_name, "holds a path of more than a MiB; is it a list?");
+    path += static_cast<char>(character);
   }
 }
 

@@ -54,20 +54,37 @@ const char* read_source(void* payload, std::uint32_t offset, TSPoint /*position*
 
 // ---- The library's memory ----
 
-thread_local constinit ParseArena* current_arena = nullptr;
+// The library asks nobody while it takes a stack of a million nodes down at the end of a parse, but
+// it gives memory back then.
+constexpr std::uint32_t RELEASES_PER_CHECK = 1024;
 
-// Directs the library's memory to the arena of the calling thread's parse while there is one.
+// What serves the library during one parse.
+struct LibraryMemory {
+  ParseArena& arena;
+  const ParseMeter& meter;
+  std::uint32_t releases = 0;
+
+  void release(void* block) {
+    // In front of the release, so that a parse which ends here has lost nothing of its state.
+    if (++releases % RELEASES_PER_CHECK == 0) meter.check_time();
+    arena.deallocate(block);
+  }
+};
+
+thread_local constinit LibraryMemory* current_memory = nullptr;
+
+// Directs the library's memory to that of the calling thread's parse while there is one.
 // Another may be in the middle of its own: a host's Cancellation::poll may use an engine of its
 // own.
-class ArenaScope {
+class MemoryScope {
  public:
-  explicit ArenaScope(ParseArena& arena) : _before(std::exchange(current_arena, &arena)) {}
-  ~ArenaScope() { current_arena = _before; }
-  ArenaScope(const ArenaScope&) = delete;
-  ArenaScope& operator=(const ArenaScope&) = delete;
+  explicit MemoryScope(LibraryMemory& memory) : _before(std::exchange(current_memory, &memory)) {}
+  ~MemoryScope() { current_memory = _before; }
+  MemoryScope(const MemoryScope&) = delete;
+  MemoryScope& operator=(const MemoryScope&) = delete;
 
  private:
-  ParseArena* const _before;
+  LibraryMemory* const _before;
 };
 
 [[noreturn]] void refuse(const char* reason, std::uint64_t size) {
@@ -77,23 +94,23 @@ class ArenaScope {
 }  // namespace
 
 extern "C" void* treesitter_engine_allocate(std::size_t size) {
-  return current_arena != nullptr ? current_arena->allocate(size) : std::malloc(size);
+  return current_memory != nullptr ? current_memory->arena.allocate(size) : std::malloc(size);
 }
 
 extern "C" void* treesitter_engine_allocate_zeroed(std::size_t count, std::size_t size) {
-  if (current_arena == nullptr) return std::calloc(count, size);
+  if (current_memory == nullptr) return std::calloc(count, size);
   if (size != 0 && count > SIZE_MAX / size) throw std::bad_alloc();
-  return std::memset(current_arena->allocate(count * size), 0, count * size);
+  return std::memset(current_memory->arena.allocate(count * size), 0, count * size);
 }
 
 extern "C" void* treesitter_engine_reallocate(void* block, std::size_t size) {
-  return current_arena != nullptr ? current_arena->reallocate(block, size)
-                                  : std::realloc(block, size);
+  return current_memory != nullptr ? current_memory->arena.reallocate(block, size)
+                                   : std::realloc(block, size);
 }
 
 extern "C" void treesitter_engine_deallocate(void* block) {
-  if (current_arena != nullptr) {
-    current_arena->deallocate(block);
+  if (current_memory != nullptr) {
+    current_memory->release(block);
   } else {
     std::free(block);
   }
@@ -133,10 +150,11 @@ SyntaxTree Parser::parse(const Source& source, ParseArena& arena) {
 }
 
 TSTree* Parser::parse_guarded(const Source& source, ParseArena& arena) {
-  const ArenaScope scope(arena);
   std::string_view bytes = source.bytes();
   ParseMeter meter(bytes.size(), source.stop());
   const ScannerStates states(_grammar, arena, meter);
+  LibraryMemory memory{arena, meter};
+  const MemoryScope scope(memory);
   TSParser* const parser = ts_parser_new();
   ts_parser_set_language(parser, _grammar.grammar());
   return ts_parser_parse_with_options(

@@ -20,6 +20,10 @@ namespace {
 
 constexpr std::uint64_t UNLIMITED = UINT64_MAX;
 
+// Address space that a thread reserves, used or not: malloc's arena and the stack, of the C
+// library's usual sizes.
+constexpr std::uint64_t RESERVED_PER_THREAD = (64 + 8) << 20;
+
 // Where the controllers of memory are mounted on every common system, and what their files are
 // called.
 constexpr std::string_view VERSION_2_ROOT = "/sys/fs/cgroup";
@@ -102,6 +106,10 @@ std::uint64_t physical_memory() {
 
 std::uint64_t process_memory_limit() {
   return std::min({physical_memory(), address_space_limit(), control_group_limit()});
+}
+
+std::size_t affordable_threads() {
+  return std::max<std::uint64_t>(address_space_limit() / 4 / RESERVED_PER_THREAD, 1);
 }
 
 std::size_t usable_processors() {

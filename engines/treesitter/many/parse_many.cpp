@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "engines/treesitter/core/outcome.h"
+#include "engines/treesitter/core/process_limits.h"
 #include "engines/treesitter/core/room.h"
 #include "engines/treesitter/treesitter.h"
 
@@ -54,7 +55,8 @@ class ParseMany::Run {
   Run(const TreeSitterEngine& engine, Source source, ParseManyOptions options)
       : _engine(engine),
         _options(std::move(options)),
-        _most_threads(_options.threads > 0 ? _options.threads : usable_processors()),
+        _most_threads(std::min(_options.threads > 0 ? _options.threads : usable_processors(),
+                               affordable_threads())),
         _source(std::move(source)) {
     _cancellation.stop = _stop.get_token();
   }

@@ -135,6 +135,7 @@ class TreeSitterEngine::SymbolWalk {
   }
 
   FqnId add_symbol(const Node& node, std::string_view kind, const std::string& name) {
+    _content.check_cancelled();  // an FQN may be as long as the file
     spend(fqn(parent()).size() + 1 + 2 * name.size());
     models::SymbolArguments arguments{
         .id = std::nullopt,
