@@ -61,11 +61,18 @@ def lock_for_writing(path):
 
 
 def source_files(folder, on_error):
-    """The files below the folder whose language is known."""
-    for root, folders_below, names in os.walk(folder, onerror=on_error):
-        folders_below.sort()
-        for path in (os.path.join(root, name) for name in sorted(names)):
-            if treesitter.detect_language(path) is not None:
+    """The files below the folder whose language is known. os.walk fails at a thousand levels."""
+    folders = [folder]
+    while folders:
+        try:
+            with os.scandir(folders.pop()) as entries:
+                found = sorted(entries, key=lambda entry: entry.name)
+            folders += [entry.path for entry in reversed(found) if entry.is_dir(follow_symlinks=False)]
+        except OSError as error:
+            on_error(error)
+            continue
+        for path in (entry.path for entry in found):
+            if treesitter.detect_language(path) is not None and not os.path.isdir(path):
                 yield path
 
 
@@ -99,7 +106,8 @@ def forget(database, file_id):
 
 def store(database, result):
     file_id, _ = entry(database, result.path)
-    forget(database, file_id)
+    if result.content_hash:  # what is known of a file stays while it cannot be read
+        forget(database, file_id)
     database.execute(
         "UPDATE files SET language = ?, content_hash = ?, errors = ? WHERE id = ?",
         (result.language, result.content_hash, storable("\n".join(result.errors)), file_id))

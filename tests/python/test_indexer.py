@@ -131,6 +131,27 @@ def test_a_folder_that_cannot_be_listed_keeps_its_files(indexer, run, tree, monk
     assert run("index", "tree") == (0, "1 removed, 2 unchanged\n", "")
 
 
+def test_what_is_known_of_a_file_stays_while_it_cannot_be_read(indexer, index, tree):
+    index()
+    path = tree / "pkg" / "a.py"
+    path.rename(tree / "elsewhere")
+    path.symlink_to(tree / "nowhere")
+    assert index() == {"unchanged": 2, "failed": 1}
+    assert len(list(indexer.find(index.database, "helper"))) == 3
+    path.unlink()
+    (tree / "elsewhere").rename(path)
+    assert index() == {"unchanged": 2, "parsed": 1}
+
+
+def test_folders_may_be_deep(index, tree):
+    folder = str(tree)
+    for _ in range(1_500):
+        folder += "/d"
+        os.mkdir(folder)
+    pathlib.Path(folder, "deep.py").write_text("def deep(): pass\n", encoding="utf-8")
+    assert index() == {"parsed": 4}
+
+
 def interrupt():
     raise KeyboardInterrupt
 
