@@ -57,7 +57,7 @@ endfunction()
 
 _replace_in_core(stack.c core_stack.h "static void stack_node_release"
   "static StackNode *stack_node_new" "static StackVersion ts_stack__add_version"
-  "StackSliceArray ts_stack_pop_count")
+  "StackSliceArray ts_stack_pop_count" "forceinline StackAction pop_all_callback")
 _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
   "static void ts_lexer__mark_end")
 

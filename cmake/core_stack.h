@@ -5,6 +5,9 @@
 
 #include <string.h>
 
+// Whether the parse may go on (engines/treesitter/core/parser.cpp). Does not return if not.
+void treesitter_engine_check_time(void);
+
 static uint32_t stack__subtree_node_count(Subtree subtree);
 StackSliceArray published_ts_stack_pop_count(Stack* self, StackVersion version, uint32_t count);
 
@@ -117,4 +120,12 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
   self->slices.size = 1;
   // Not self->slices as a whole: it would be loaded across the size that has just been stored.
   return (StackSliceArray){self->slices.contents, 1, self->slices.capacity};
+}
+
+// Pops everything. Called for each step; the stack of a file of open brackets is as long as the
+// file, and the core's own asks nobody meanwhile: 10 MB of them took seconds.
+static StackAction pop_all_callback(void* payload, const StackIterator* iterator) {
+  (void)payload;
+  if (iterator->subtrees.size % 16384 == 16383) treesitter_engine_check_time();
+  return iterator->node->link_count == 0 ? StackActionPop : StackActionNone;
 }

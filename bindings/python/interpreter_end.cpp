@@ -57,10 +57,12 @@ std::stop_token end_of_interpreter() { return process_end.get_token(); }
 
 // The count comes first: a call that the end has not seen sees the end.
 EngineCall::EngineCall() noexcept {
-  _is_nested = calls_of_thread++ > 0;
+  ++calls_of_thread;
   ++calls_under_way;
   _may_begin = !has_ended;
 }
+
+bool EngineCall::is_under_way() noexcept { return calls_of_thread > 0; }
 
 EngineCall::~EngineCall() {
   --calls_of_thread;

@@ -28,12 +28,11 @@ class EngineCall {
   // Whether the call may begin. If not, the interpreter has ended, and nobody waits for a result.
   bool may_begin() const noexcept { return _may_begin; }
 
-  // Whether it is made in the middle of another one on this thread: by the handler of a signal.
-  bool is_nested() const noexcept { return _is_nested; }
+  // Whether this thread is in the middle of one, as the handler of a signal finds it.
+  static bool is_under_way() noexcept;
 
  private:
   bool _may_begin;
-  bool _is_nested;
 };
 
 // For a thread that has no more place in the interpreter: waits until the process ends.

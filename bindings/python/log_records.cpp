@@ -4,6 +4,7 @@
 #include "bindings/python/log_records.h"
 
 #include <new>
+#include <utility>
 
 #include "bindings/python/errors.h"
 #include "bindings/python/owned.h"
@@ -84,11 +85,10 @@ bool emit(ModuleState& state, const StoredRecord& record, Surrogates surrogates)
 
 }  // namespace
 
-RecordCollection::RecordCollection(std::vector<StoredRecord>& records) {
-  current_records = &records;
-}
+RecordCollection::RecordCollection(std::vector<StoredRecord>& records)
+    : _before(std::exchange(current_records, &records)) {}
 
-RecordCollection::~RecordCollection() { current_records = nullptr; }
+RecordCollection::~RecordCollection() { current_records = _before; }
 
 void install_log_sink() {
   // Left to the process on purpose: a thread that outlives the interpreter may still hand records

@@ -27,13 +27,17 @@ struct StoredRecord {
   std::exception_ptr error;
 };
 
-// Puts the calling thread's records into `records` while it exists.
+// Puts the calling thread's records into `records` while it exists. The handler of a signal may
+// make a call in the middle of another, whose records go on behind it.
 class RecordCollection {
  public:
   explicit RecordCollection(std::vector<StoredRecord>& records);
   ~RecordCollection();
   RecordCollection(const RecordCollection&) = delete;
   RecordCollection& operator=(const RecordCollection&) = delete;
+
+ private:
+  std::vector<StoredRecord>* const _before;
 };
 
 // Makes this module the engine's log sink. May be called again.

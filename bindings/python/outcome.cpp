@@ -22,15 +22,20 @@ void perform(ParsedItem& parsed, const std::function<void()>& parse) {
   std::vector<StoredRecord> records;
   {
     const RecordCollection collection(records);
-    if (call.is_nested()) {
-      // The thread's parser is in use by the parse that the signal interrupted.
-      parsed.outcome = TreeSitterEngine().parse(parsed.item);
-    } else {
-      parse();
-    }
+    parse();
   }
   parsed.extra_bytes = size_of(records);
   parsed.extra = std::move(records);
+}
+
+void perform_here(ParsedItem& parsed, const TreeSitterEngine& engine,
+                  const Cancellation& cancellation) {
+  const bool is_nested = EngineCall::is_under_way();
+  perform(parsed, [&] {
+    // The thread's parser is in use by the parse that a signal interrupted.
+    parsed.outcome = is_nested ? TreeSitterEngine().parse(parsed.item, cancellation)
+                               : engine.parse(parsed.item, cancellation);
+  });
 }
 
 bool emit_records_of(ModuleState& state, const ParsedItem& parsed, Surrogates surrogates) {
@@ -56,7 +61,7 @@ PyObject* parse(ModuleState& state, const std::shared_ptr<const TreeSitterEngine
   const Cancellation cancellation = {end_of_interpreter(), signals.function()};
   without_gil([&] {
     try {
-      perform(parsed, [&] { parsed.outcome = engine->parse(parsed.item, cancellation); });
+      perform_here(parsed, *engine, cancellation);
     } catch (...) {
       parsed.outcome = Raised{Raised::Kind::other, {}, {}, {}, std::current_exception()};
     }

@@ -22,6 +22,10 @@ PyObject* parse(ModuleState& state, std::shared_ptr<const TreeSitterEngine> engi
 // std::bad_alloc.
 void perform(ParsedItem& parsed, const std::function<void()>& parse);
 
+// The same for a parse on the thread of Python's that wants its outcome.
+void perform_here(ParsedItem& parsed, const TreeSitterEngine& engine,
+                  const Cancellation& cancellation);
+
 // Logs what was to be logged. False with an error set.
 bool emit_records_of(ModuleState& state, const ParsedItem& parsed, Surrogates surrogates);
 

@@ -3,8 +3,9 @@
 // threads would pass the interpreter's lock from hand to hand for each file, and would have to be
 // ended with it.
 //
-// Where the system gives no thread, the engine parses on the thread that iterates. It then takes
-// one item for each result, so that the queue always has what it asks for.
+// Where the system gives no thread, the engine parses on the thread that iterates, which looks for
+// signals meanwhile. It then takes one item for each result, so that the queue always has what it
+// asks for.
 //
 // Tested by tests/python/test_parse_many.py.
 #include "bindings/python/parse_many.h"
@@ -18,6 +19,7 @@
 #include <chrono>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <new>
 #include <optional>
@@ -35,6 +37,7 @@
 #include "bindings/python/outcome.h"
 #include "bindings/python/owned.h"
 #include "bindings/python/results.h"
+#include "bindings/python/signals.h"
 
 namespace engines::treesitter::python {
 namespace {
@@ -202,16 +205,30 @@ bool wait_for_first(const ModuleState& state, Iteration& iteration) {
   return true;
 }
 
-// The next outcome. It is there already, unless this thread has to make it.
+// Of the thread that takes an outcome.
+thread_local constinit const Cancellation* cancellation_here = nullptr;
+
+void perform_item(const TreeSitterEngine& engine, ParsedItem& parsed,
+                  const std::function<void()>& parse) {
+  if (cancellation_here == nullptr) return perform(parsed, parse);
+  perform_here(parsed, engine, *cancellation_here);
+}
+
+// The next outcome. It is there already, unless this thread has to make it; the handler of a signal
+// that raises meanwhile leaves an error set.
 std::optional<ParsedItem> take(Iteration& iteration) {
   std::optional<ParsedItem> parsed;
   std::exception_ptr failure;
+  SignalPoll signals;
+  const Cancellation cancellation = {end_of_interpreter(), signals.function()};
   without_gil([&] {
+    const Cancellation* const before = std::exchange(cancellation_here, &cancellation);
     try {
       parsed = iteration.run->next();
     } catch (const std::exception&) {
       failure = std::current_exception();
     }
+    cancellation_here = before;
   });
   if (failure != nullptr) std::rethrow_exception(failure);
   return parsed;
@@ -221,7 +238,7 @@ PyObject* give_parsed(ModuleState& state, Iteration& iteration) {
   const Surrogates surrogates = iteration.turns.front().surrogates;
   std::optional<ParsedItem> parsed = take(iteration);
   iteration.turns.pop_front();
-  if (!parsed) return nullptr;
+  if (!parsed || PyErr_Occurred() != nullptr) return nullptr;
   auto* const raised = std::get_if<Raised>(&parsed->outcome);
   if (raised == nullptr || raised->kind == Raised::Kind::cancelled) {
     return deliver(state, *parsed, surrogates);
@@ -328,7 +345,13 @@ std::unique_ptr<Iteration> new_iteration(PyObject* engine, std::size_t threads) 
   iteration->queue = std::make_unique<ItemQueue>();
   iteration->run = std::make_unique<ParseMany>(
       *iteration->engine, [queue = iteration->queue.get()] { return queue->take(); },
-      ParseManyOptions{.threads = threads, .stop = end_of_interpreter(), .perform = perform});
+      ParseManyOptions{
+          .threads = threads,
+          .stop = end_of_interpreter(),
+          .perform = [engine = iteration->engine.get()](
+                         ParsedItem& parsed,
+                         const auto& parse) { perform_item(*engine, parsed, parse); },
+      });
   return iteration;
 }
 

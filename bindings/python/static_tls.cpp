@@ -9,12 +9,22 @@
 // thrown, all stays as it was. Refused: the initial-exec model, with which our import would then
 // fail, and linking the C++ library statically, which sanitizers cannot look into.
 //
+// The C library, too, looks for the unwinder only when a thread of Python's first ends, and aborts
+// when there is no memory left to find it. Asking for a backtrace makes it look now.
+//
 // Tested by tests/python/test_processes.py.
+#include <execinfo.h>
+
 #include <mutex>
 
 namespace {
 
 // The reference is all; nobody calls this.
 [[gnu::used]] const void* thread_data_of_the_cxx_library() { return &std::__once_callable; }
+
+[[gnu::constructor]] void find_unwinder() {
+  void* frame = nullptr;
+  (void)::backtrace(&frame, 1);
+}
 
 }  // namespace

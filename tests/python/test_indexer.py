@@ -150,6 +150,7 @@ def test_folders_may_be_deep(index, tree):
         os.mkdir(folder)
     pathlib.Path(folder, "deep.py").write_text("def deep(): pass\n", encoding="utf-8")
     assert index() == {"parsed": 4}
+    subprocess.run(["rm", "-rf", tree / "d"], check=True)  # Python's own would fail there
 
 
 def interrupt():

@@ -1,12 +1,13 @@
 """Signals during a call, and calls that are cancelled: at once, wherever the engine is."""
 import contextlib
 import signal
+import subprocess
 import time
 
 import pytest
 
 import treesitter
-from conftest import SLOW, SOURCE, run_python
+from conftest import SANITIZERS, SLOW, SOURCE, run_python
 from test_processes import in_child
 
 
@@ -66,6 +67,50 @@ def test_a_handler_may_use_the_engine(engine):
     with alarms(handler):
         assert engine.parse_content(SOURCE * 20_000, "python", "a.py") == large
     assert answers == [True] * 3
+
+
+def test_a_call_of_a_handler_is_interrupted_too(engine, caplog):
+    served = []
+
+    def handler(*_):
+        served.append(len(served))
+        if len(served) == 2:
+            raise Stop
+        engine.parse_content(SLOW, "typescript", "a.ts")
+    begin = time.monotonic()
+    with alarms(handler), pytest.raises(Stop):
+        engine.parse_content(SLOW, "typescript", "a.ts")
+    assert time.monotonic() - begin < 10
+
+    def small(*_):
+        signal.setitimer(signal.ITIMER_REAL, 0)
+        engine.parse_content(SOURCE, "python", "a.py")
+    with alarms(small):
+        engine.parse_content("<a {{b:>c:d(e f)", "tsx", "a.tsx")
+    assert [record.args[0] for record in caplog.records] == ["a.tsx"]  # which is said after that call
+
+
+@pytest.mark.skipif(bool(SANITIZERS), reason="a sanitizer has threads of its own")
+def test_a_handler_is_served_where_there_are_no_threads(tmp_path):
+    source = tmp_path / "no_threads.c"
+    source.write_text("int pthread_create() { return 11; }")  # EAGAIN
+    library = tmp_path / "no_threads.so"
+    subprocess.run(["cc", "-shared", "-fPIC", "-o", library, source], check=True)
+    begin = time.monotonic()
+    assert run_python("""
+        import signal, treesitter
+        def handler(*_):
+            raise KeyError
+        signal.signal(signal.SIGALRM, handler)
+        signal.setitimer(signal.ITIMER_REAL, 0.3)
+        item = ('"' * 4_000_000, "typescript", "a.ts")
+        results = treesitter.parse_many([item, ("def f(): pass", "python", "a.py")])
+        try:
+            next(results)
+        except KeyError:
+            print(next(results).symbols[0].name)
+    """, LD_PRELOAD=str(library)) == "f\n"
+    assert time.monotonic() - begin < 10
 
 
 def test_leaving_an_iteration_cancels_it():

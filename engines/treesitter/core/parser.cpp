@@ -116,6 +116,11 @@ extern "C" void treesitter_engine_deallocate(void* block) {
   }
 }
 
+// What the core asks on a long way (cmake/core_stack.h).
+extern "C" void treesitter_engine_check_time() {
+  if (current_memory != nullptr) current_memory->meter.check_time();
+}
+
 // What `assert` calls in the core and the grammars, which are compiled to call it by this name.
 extern "C" [[noreturn]] void treesitter_engine_assert_fail(const char* /*assertion*/,
                                                            const char* /*file*/, unsigned /*line*/,
