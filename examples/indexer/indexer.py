@@ -67,7 +67,8 @@ def source_files(folder, on_error):
         try:
             with os.scandir(folders.pop()) as entries:
                 found = sorted(entries, key=lambda entry: entry.name)
-            folders += [entry.path for entry in reversed(found) if entry.is_dir(follow_symlinks=False)]
+            folders += [entry.path for entry in reversed(found)
+                        if entry.is_dir(follow_symlinks=False)]
         except OSError as error:
             on_error(error)
             continue

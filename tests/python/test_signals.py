@@ -87,7 +87,7 @@ def test_a_call_of_a_handler_is_interrupted_too(engine, caplog):
         engine.parse_content(SOURCE, "python", "a.py")
     with alarms(small):
         engine.parse_content("<a {{b:>c:d(e f)", "tsx", "a.tsx")
-    assert [record.args[0] for record in caplog.records] == ["a.tsx"]  # which is said after that call
+    assert [record.args[0] for record in caplog.records] == ["a.tsx"]  # said after that call
 
 
 @pytest.mark.skipif(bool(SANITIZERS), reason="a sanitizer has threads of its own")
