@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -160,29 +159,6 @@ TEST_F(CancelTest, WhileReadingHashingParsingAndWalking) {
     for (const int after : {0, 30, 300}) {
       EXPECT_LT(seconds_after_cancelling(item, std::chrono::milliseconds(after)), 1.0) << what;
     }
-  }
-}
-
-// The thread's own time between two looks, so that a busy machine is no matter.
-TEST_F(CancelTest, IsNeverLongUnseen) {
-  const auto thread_seconds = [] {
-    timespec time{};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-  };
-  for (const auto& [path, content] : std::vector<std::pair<std::string, std::string>>{
-           {"brackets.json", repeated("[", 4'000'000)},  // whose stack is as long as the file
-           {"calls.py", repeated("f(a)\n", 400'000)}}) {
-    double last = thread_seconds();
-    double longest = 0;
-    const auto look = [&] {
-      const double now = thread_seconds();
-      longest = std::max(longest, now - std::exchange(last, now));
-      return false;
-    };
-    engine.parse({.path = path, .content = content}, {.poll = look});
-    look();
-    EXPECT_LT(longest, 0.4) << path;
   }
 }
 
