@@ -11,9 +11,10 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <thread>
+
+#include "tests/support/temporary_folder.h"
 
 namespace engines::treesitter {
 namespace {
@@ -22,16 +23,9 @@ namespace fs = std::filesystem;
 
 class FileTest : public testing::Test {
  protected:
-  FileTest() {
-    std::string name = fs::temp_directory_path() / "file_test_XXXXXX";
-    if (mkdtemp(name.data()) != nullptr) _folder = name;
-  }
-  ~FileTest() override { fs::remove_all(_folder); }
-
-  fs::path path(std::string_view name) const { return _folder / name; }
+  fs::path path(std::string_view name) const { return _folder.path(name); }
   fs::path file(std::string_view name, std::string_view bytes) const {
-    std::ofstream(path(name), std::ios::binary) << bytes;
-    return path(name);
+    return _folder.file(name, bytes);
   }
 
   static FileContent read(const fs::path& path) {
@@ -57,7 +51,7 @@ class FileTest : public testing::Test {
   }
 
  private:
-  fs::path _folder;
+  const TemporaryFolder _folder;
 };
 
 TEST_F(FileTest, BytesAsTheyAre) {
