@@ -54,6 +54,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <unordered_set>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -319,13 +320,22 @@ std::string_view _strip_matching_quotes(std::string_view text);
 
 // ---- The engine ----
 
+// Which declarations and references a record holds, and how they are named (doc/records.md).
+enum class Rules : std::uint8_t {
+  // A node's first child that looks like a name names it, the first declaration of an FQN counts.
+  standard,
+  // What a reader looks for: names by the grammars' fields, every declaration, every call under the
+  // name of what is called. Ill-formed UTF-8 is replaced and raises nothing.
+  navigation,
+};
+
 // Tree-sitter based code parser for symbol extraction.
 //
 // Private operations that read their arguments and nothing else are static, which is most of the
 // promise about threads; the others reach the calling thread's storage.
 class TreeSitterEngine {
  public:
-  TreeSitterEngine();
+  explicit TreeSitterEngine(Rules rules = Rules::standard);
   ~TreeSitterEngine();
   // Threads know an engine by its identity, so it stays where it is.
   TreeSitterEngine(const TreeSitterEngine&) = delete;
@@ -369,6 +379,8 @@ class TreeSitterEngine {
   class ReferenceWalk;
 
   // -- core/: storage, reading, hashing, parsing.
+  // Whether files of this language are read by the navigation rules.
+  bool _navigates(std::string_view language) const;
   // The calling thread's parsers and Ruby visibility cache, made on first use.
   ThreadStorage& _get_thread_local_storage() const;
   Parser* _get_parser(std::string_view language) const;
@@ -401,6 +413,9 @@ class TreeSitterEngine {
   // The pairs tell the cleaned text, none when it is empty, and whether it was cut.
   static std::optional<std::string> _extract_docstring(const Node& node, const Source& content,
                                                        std::string_view language);
+  // The same by the navigation rules. The holder has the comment above the declaration.
+  static std::optional<std::string> _find_documentation(const Node& node, const Node& holder,
+                                                        const Source& content);
   static std::optional<std::string> _extract_python_docstring(const Node& node,
                                                               const Source& content);
   static std::pair<std::optional<std::string>, bool> _clean_python_docstring(std::string_view text);
@@ -420,6 +435,11 @@ class TreeSitterEngine {
 
   // -- visibility/: whether a declaration is seen outside its file.
   bool _is_exported(const Node& node, std::string_view language) const;
+  // The same by the navigation rules. `holder` has the declaration's modifiers; `is_listed`: a list
+  // of exports names it.
+  static bool _is_visible(const Node& node, const Node& holder, std::string_view name);
+  // The names that a file's lists of exports hold, or none when it has no list that decides.
+  static std::optional<std::unordered_set<std::string>> _find_export_list(const Node& root);
   static bool _is_csharp_public_or_controller(const Node& node);
   static bool _has_modifier(const Node& node, std::string_view modifier);
   static bool _is_rust_public(const Node& node);
@@ -434,6 +454,8 @@ class TreeSitterEngine {
   // file.
   static std::vector<ReferenceInfo> _extract_references(const Node& root,
                                                         std::string_view language);
+  // The same by the navigation rules.
+  static std::vector<ReferenceInfo> _find_references(const Node& root);
   static std::optional<std::string_view> _get_call_name(const Node& node,
                                                         std::string_view language);
   static std::optional<std::string_view> _get_attribute_name(const Node& node);
@@ -445,6 +467,7 @@ class TreeSitterEngine {
   static std::optional<std::string_view> _get_type_name(const Node& node);
   static std::optional<std::string_view> _get_yaml_alias_name(const Node& node);
 
+  const Rules _rules;
   // One set of values per thread. Written by the constructor only; each thread reads and writes its
   // own set and no other.
   std::unique_ptr<ThreadLocal> _local;

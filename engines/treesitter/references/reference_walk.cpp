@@ -21,6 +21,7 @@
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/room.h"
 #include "engines/treesitter/core/syntax_tree.h"
+#include "engines/treesitter/references/uses.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
@@ -103,6 +104,9 @@ class TreeSitterEngine::ReferenceWalk {
   // Records what the node itself refers to; its descendants are later records of the tree.
   void extract_from_node(const Node& node, Use use);
 
+  // The same by the navigation rules. Names come in document order too, each on its own line.
+  void find_in_node(const Node& node, const Uses& uses);
+
   std::vector<ReferenceInfo> take_references() { return std::move(_references); }
 
  private:
@@ -120,6 +124,12 @@ class TreeSitterEngine::ReferenceWalk {
   std::size_t _line_begin = 0;  // the position of that line's first reference
   std::vector<std::size_t> _slots;
   RoomShare _room;  // of the references
+
+  struct OpenRegion {
+    std::uint32_t subtree_end;
+    std::string_view name;
+  };
+  std::vector<OpenRegion> _regions;  // innermost last
 };
 
 void TreeSitterEngine::ReferenceWalk::extract_from_node(const Node& node, Use use) {
@@ -146,6 +156,24 @@ void TreeSitterEngine::ReferenceWalk::extract_from_node(const Node& node, Use us
       const std::optional<Node> parent = node.parent();
       if (!parent || use_of(parent->type()) == Use::call) return;
       return add_named(_get_attribute_name(node), line, "call");
+    }
+  }
+}
+
+void TreeSitterEngine::ReferenceWalk::find_in_node(const Node& node, const Uses& uses) {
+  while (!_regions.empty() && _regions.back().subtree_end <= node.index()) _regions.pop_back();
+  const std::string_view opened = uses.region(node);
+  if (!opened.empty()) {
+    _regions.push_back({node.tree().record(node.index()).subtree_end, opened});
+  }
+  const std::string_view region = _regions.empty() ? std::string_view() : _regions.back().name;
+  std::string storage;
+  for (const Uses::Row* row : {uses.of_whole(node, region), uses.of_name(node, region)}) {
+    if (row == nullptr) continue;
+    const std::string_view name = reference_text(node, row->reading(), storage);
+    for (const std::string_view kind : row->kinds()) {
+      if (kind == "type" && uses.is_builtin(name)) continue;
+      add_named(name, node.start_row() + 1, kind);
     }
   }
 }
@@ -200,6 +228,17 @@ std::vector<ReferenceInfo> TreeSitterEngine::_extract_references(const Node& roo
     if (i % NODES_PER_CHECK == 0) tree.source().check_cancelled();
     const Use use = use_of(tree.record(i).type);
     if (use != Use::none) walk.extract_from_node(Node(tree, i), use);
+  }
+  return walk.take_references();
+}
+
+std::vector<ReferenceInfo> TreeSitterEngine::_find_references(const Node& root) {
+  const SyntaxTree& tree = root.tree();
+  const Uses& uses = table_of<Uses>(tree.language());
+  ReferenceWalk walk(tree.language().name());
+  for (std::uint32_t i = 0; i < tree.size(); ++i) {
+    if (i % NODES_PER_CHECK == 0) tree.source().check_cancelled();
+    if (uses.concerns(tree.record(i).symbol)) walk.find_in_node(Node(tree, i), uses);
   }
   return walk.take_references();
 }

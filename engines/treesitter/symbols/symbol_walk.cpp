@@ -17,6 +17,7 @@
 #include "engines/treesitter/core/hash.h"
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/room.h"
+#include "engines/treesitter/symbols/declarations.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
@@ -53,6 +54,8 @@ class TreeSitterEngine::SymbolWalk {
         _fqn_prefix(std::move(fqn_prefix)),
         _prefix_hash(GrowingHash().append(_fqn_prefix)),
         _file_id(file_id),
+        _declarations(engine._navigates(language) ? &table_of<Declarations>(tree.language())
+                                                  : nullptr),
         _text_left(MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * content.bytes().size()) {}
 
   // The root itself is never a symbol.
@@ -61,7 +64,8 @@ class TreeSitterEngine::SymbolWalk {
     for (std::uint32_t index = 1; index < _tree.size();) {
       if (++visited % NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().subtree_end <= index) _open.pop_back();
-      index = extract_node(Node(_tree, index));
+      const Node node(_tree, index);
+      index = _declarations == nullptr ? extract_node(node) : extract_declared(node);
     }
   }
 
@@ -85,6 +89,7 @@ class TreeSitterEngine::SymbolWalk {
     std::uint32_t subtree_end;
     FqnId fqn;
     GrowingHash hash;  // of the FQN
+    Around around = Around::file;
   };
 
   std::string_view fqn(FqnId id) const {
@@ -107,10 +112,40 @@ class TreeSitterEngine::SymbolWalk {
     hash.append(".").append(*name);
     if (is_seen(hash, *name)) return subtree_end;
     const FqnId parent_id = parent();
-    const FqnId id = add_symbol(node, *kind, *name);
+    const FqnId id = add_symbol(node, node, *kind, *name, *name);
     _fqns_by_hash.emplace(hash.value(), KnownFqn{id, parent_id});
     _open.push_back({subtree_end, id, hash});
     return next;
+  }
+
+  // By the navigation rules: every declaration counts, and one node may declare several names.
+  std::uint32_t extract_declared(const Node& node) {
+    const Around around = _open.empty() ? Around::file : _open.back().around;
+    const Declaration* const row = _declarations->of(node, around);
+    if (row == nullptr) return node.index() + 1;
+    std::optional<FqnId> opened;
+    if (row->kind().empty()) opened = parent();
+    for (const Node& carrier : row->names(node, _declarations->own_names())) {
+      const std::string name = OwnNames::text(carrier);
+      if (name.empty()) continue;
+      const Node& lines = row->has_own_lines() ? carrier : node;
+      const FqnId id = add_symbol(node, lines, row->kind(), name, qualifier(*row, node, carrier));
+      if (!opened) opened = id;
+    }
+    if (opened) {
+      const Around within = row->kind().empty() ? Around::value : around_within(row->kind());
+      _open.push_back({_tree.record(node.index()).subtree_end, *opened, _prefix_hash, within});
+    }
+    return node.index() + 1;
+  }
+
+  // What a name adds to the FQN around it.
+  std::string qualifier(const Declaration& row, const Node& node, const Node& carrier) const {
+    const OwnNames& own = _declarations->own_names();
+    if (const auto owner = row.owner(node, own)) {
+      return OwnNames::text(*owner).append(1, '.').append(OwnNames::text(carrier));
+    }
+    return dotted(OwnNames::text(row.is_qualified() ? own.whole(carrier) : carrier));
   }
 
   // The FQN is not made for this: a repeat costs its name, and not the names of its ancestors.
@@ -134,23 +169,31 @@ class TreeSitterEngine::SymbolWalk {
     return text.append(prefix).append(1, '.').append(name);
   }
 
-  FqnId add_symbol(const Node& node, std::string_view kind, const std::string& name) {
+  // `lines` gives the symbol's lines, and `qualified_name` what it adds to the FQN around it.
+  FqnId add_symbol(const Node& node, const Node& lines, std::string_view kind,
+                   const std::string& name, std::string_view qualified_name) {
     _content.check_cancelled();  // an FQN may be as long as the file
-    spend(fqn(parent()).size() + 1 + 2 * name.size());
+    spend(fqn(parent()).size() + 1 + qualified_name.size() + name.size());
     models::SymbolArguments arguments{
         .id = std::nullopt,
         .file_id = _file_id,
         .name = name,
         .kind = kind,
-        .fqn = qualified(name),
-        .start_line = node.start_row() + 1,
-        .end_line = node.end_row() + 1,
-        .signature = signature(node),
-        .is_export = _engine._is_exported(node, _language),
-        .docstring =
-            is_documented(kind) ? _extract_docstring(node, _content, _language) : std::nullopt,
-        .body_digest = is_digested(kind) ? _extract_body_digest(node, _content) : std::nullopt,
+        .fqn = qualified(qualified_name),
+        .start_line = lines.start_row() + 1,
+        .end_line = lines.end_row() + 1,
+        .signature = signature(lines),
+        .body_digest = std::nullopt,
     };
+    if (_declarations == nullptr) {
+      arguments.is_export = _engine._is_exported(node, _language);
+      if (is_documented(kind)) arguments.docstring = _extract_docstring(node, _content, _language);
+    } else {
+      const Node holder = _declarations->holders().of(lines);
+      arguments.is_export = _is_visible(node, holder, name);
+      arguments.docstring = _find_documentation(node, holder, _content);
+    }
+    if (is_digested(kind)) arguments.body_digest = _extract_body_digest(node, _content);
     spend(size_of(arguments.signature) + size_of(arguments.docstring) +
           size_of(arguments.body_digest));
     try {
@@ -158,7 +201,7 @@ class TreeSitterEngine::SymbolWalk {
       return static_cast<FqnId>(_symbols.size()) - 1;
     } catch (const std::invalid_argument& error) {
       _errors.push_back("Invalid symbol " + name + ": " + error.what());
-      _rejected_fqns.push_back(qualified(name));
+      _rejected_fqns.push_back(qualified(qualified_name));
       return -static_cast<FqnId>(_rejected_fqns.size());
     }
   }
@@ -191,6 +234,7 @@ class TreeSitterEngine::SymbolWalk {
   const std::string _fqn_prefix;
   const GrowingHash _prefix_hash;
   const std::int64_t _file_id;
+  const Declarations* const _declarations;  // of the navigation rules, or null
 
   std::vector<Symbol> _symbols;
   std::vector<std::string> _errors;

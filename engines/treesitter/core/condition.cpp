@@ -1,0 +1,54 @@
+// See condition.h.
+#include "engines/treesitter/core/condition.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "engines/treesitter/core/text.h"
+
+namespace engines::treesitter {
+namespace {
+
+// Whether the text begins with the mark, which is then taken away.
+bool take(std::string_view& text, char mark) {
+  if (!text.starts_with(mark)) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+}  // namespace
+
+Conditions::Conditions(const languages::Language& language, std::string_view text) {
+  for (const std::string_view each : split(text, ';')) {
+    if (!trim(each).empty()) _conditions.emplace_back(language, trim(each));
+  }
+}
+
+bool Conditions::hold(const Node& node) const {
+  return std::all_of(_conditions.begin(), _conditions.end(),
+                     [&](const Condition& condition) { return condition.holds(node); });
+}
+
+Conditions::Condition::Condition(const languages::Language& language, std::string_view text)
+    : is_absence(take(text, '!')) {
+  asks_parent = take(text, '^');
+  const std::size_t end = std::min(text.find_first_of(":="), text.size());
+  place = Place(language, end == 0 ? "." : text.substr(0, end));
+  asks_type = end < text.size() && text[end] == ':';
+  const std::string_view values = text.substr(std::min(end + 1, text.size()));
+  if (asks_type) {
+    types = SymbolSet(language, values);
+  } else {
+    texts = split_whitespace(values);
+  }
+}
+
+bool Conditions::Condition::holds(const Node& node) const {
+  const std::optional<Node> asked = asks_parent ? node.parent() : node;
+  const std::optional<Node> found = asked ? place.in(*asked) : std::nullopt;
+  if (is_absence) return !found;
+  return found && (!asks_type || types.contains(found->symbol())) &&
+         (texts.empty() || is_one_of(found->bytes(), texts));
+}
+
+}  // namespace engines::treesitter

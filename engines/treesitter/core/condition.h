@@ -1,0 +1,45 @@
+// What a row of the navigation tables asks of a node beside its type.
+//
+//   FIELD: TYPES   the child under the field is of one of these types
+//   FIELD= TEXTS   it reads as one of these texts
+//   FIELD          there is one
+//   !FIELD         there is none
+//
+// A field may be any place (own_name.h). "^" in front of it asks the parent, "^" alone is the parent
+// itself. Several conditions stand with ";" between them and must all hold.
+//
+// A question costs the node's children up to the one that is looked for.
+//
+// Tested by tests/navigation_test.cpp.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "engines/treesitter/core/own_name.h"
+
+namespace engines::treesitter {
+
+class Conditions {
+ public:
+  Conditions(const languages::Language& language, std::string_view text);
+
+  bool hold(const Node& node) const;
+
+ private:
+  struct Condition {
+    Condition(const languages::Language& language, std::string_view text);
+    bool holds(const Node& node) const;
+
+    bool asks_parent = false;
+    bool is_absence = false;
+    bool asks_type = false;
+    Place place;
+    SymbolSet types;
+    std::vector<std::string_view> texts;
+  };
+
+  std::vector<Condition> _conditions;
+};
+
+}  // namespace engines::treesitter

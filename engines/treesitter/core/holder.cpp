@@ -1,0 +1,83 @@
+// See holder.h.
+#include "engines/treesitter/core/holder.h"
+
+#include <optional>
+
+namespace engines::treesitter {
+namespace {
+
+struct TypesRow {
+  In languages;
+  std::string_view types;
+};
+
+// What stands around one declaration and belongs to it.
+constexpr TypesRow HOLDERS[] = {
+    {In::java, "field_declaration constant_declaration"},
+    {In::go, "type_declaration const_declaration var_declaration"},
+    {In::script, "export_statement lexical_declaration variable_declaration"},
+    {In::script, "expression_statement assignment_expression"},
+    {In::typed_script, "ambient_declaration"},
+};
+
+// Children that are modifiers, or that modifiers stand in.
+constexpr TypesRow MODIFIERS[] = {
+    {In::java, "modifiers"},
+    {In::typed_script, "accessibility_modifier override_modifier"},
+};
+
+// What shows that a node is one of several, or has a comment of its own.
+constexpr std::string_view SEPARATORS[] = {"(", "{", ",", ";", "\n"};
+
+// A declaration stands in fewer holders, and has fewer modifiers, than anybody writes by hand:
+// a file that was made to have more would be read once for each of its declarators.
+constexpr int MOST_HOLDERS = 4;
+constexpr int MOST_MODIFIERS = 64;
+
+bool is_alone(const Node& node) {
+  const std::optional<Node> before = node.previous_record();
+  return !before || (before->type() != NodeType::comment && before->symbol() != node.symbol() &&
+                     !is_one_of(before->type_text(), SEPARATORS));
+}
+
+void mark(const languages::Language& language, const TypesRow& row, BySymbol<std::uint8_t>& set) {
+  if (!speaks_of(row.languages, language.name())) return;
+  for (const std::uint16_t symbol : SymbolSet(language, row.types)) {
+    if (language.is_named(symbol)) set.at(symbol) = 1;
+  }
+}
+
+}  // namespace
+
+Holders::Holders(const languages::Language& language)
+    : _is_holder(language), _is_modifiers(language) {
+  for (const TypesRow& row : HOLDERS) mark(language, row, _is_holder);
+  for (const TypesRow& row : MODIFIERS) mark(language, row, _is_modifiers);
+}
+
+Node Holders::of(const Node& declaration) const {
+  Node node = declaration;
+  for (int i = 0; i < MOST_HOLDERS && is_alone(node); ++i) {
+    const std::optional<Node> parent = node.parent();
+    if (!parent || !_is_holder[parent->symbol()]) break;
+    node = *parent;
+  }
+  return node;
+}
+
+bool Holders::has_modifier(const Node& holder, std::string_view word) const {
+  int seen = 0;
+  for (const Node child : holder.children()) {
+    if (++seen > MOST_MODIFIERS) break;
+    if (!child.is_named() && child.type_text() == word) return true;
+    if (!_is_modifiers[child.symbol()]) continue;
+    if (child.bytes() == word) return true;
+    for (const Node token : child.children()) {
+      if (++seen > MOST_MODIFIERS) break;
+      if (token.type_text() == word) return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace engines::treesitter

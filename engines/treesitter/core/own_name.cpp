@@ -1,0 +1,142 @@
+// See own_name.h.
+#include "engines/treesitter/core/own_name.h"
+
+#include <string>
+#include <string_view>
+
+#include "engines/treesitter/core/source.h"
+#include "engines/treesitter/core/text.h"
+
+namespace engines::treesitter {
+namespace {
+
+struct NameRow {
+  In languages;
+  std::string_view types;
+  std::string_view place;  // of what carries the name of such a node (Place)
+};
+
+constexpr NameRow NAME_ROWS[] = {
+    // ---- Java
+    {In::java, "identifier type_identifier", "."},
+    {In::java, "scoped_identifier", "name"},
+    {In::java, "scoped_type_identifier", ">"},
+    {In::java, "generic_type parenthesized_expression", "<"},
+    {In::java, "array_type", "element"},
+
+    // ---- Go
+    {In::go, "identifier type_identifier field_identifier package_identifier", "."},
+    {In::go, "qualified_type", "name"},
+    {In::go, "generic_type", "type"},
+    {In::go, "selector_expression", "field"},
+    {In::go, "pointer_type parenthesized_type parenthesized_expression parameter_list", "<"},
+    {In::go, "parameter_declaration type_instantiation_expression", "type"},
+    {In::go, "index_expression", "operand"},  // `f[int](x)`
+
+    // ---- JavaScript, TypeScript
+    {In::script, "identifier property_identifier private_property_identifier", "."},
+    {In::script, "statement_identifier number string_fragment", "."},
+    {In::typed_script, "type_identifier", "."},
+    {In::script, "member_expression", "property"},
+    {In::script, "string parenthesized_expression await_expression", "<"},
+    {In::typed_script, "non_null_expression", "<"},
+    {In::typed_script, "instantiation_expression", "function"},
+    {In::typed_script, "generic_type nested_type_identifier", "name"},
+    {In::typed_script, "nested_identifier", "."},
+};
+
+}  // namespace
+
+Place::Place(const languages::Language& language, std::string_view text) {
+  if (text == "<") {
+    kind = Kind::first;
+  } else if (text == ">") {
+    kind = Kind::last;
+  } else if (text == ".") {
+    kind = Kind::itself;
+  } else if (const std::uint16_t id = language.field_id(text); id != 0) {
+    kind = Kind::field;
+    field = static_cast<std::uint8_t>(id);
+  }
+}
+
+std::optional<Node> Place::in(const Node& node) const {
+  std::optional<Node> found;
+  if (kind == Kind::itself) return node;
+  if (kind == Kind::nowhere) return found;
+  for (const Node child : node.children()) {
+    if (!child.is_named() || child.type() == NodeType::comment) continue;
+    if (kind == Kind::field && child.field() != field) continue;
+    found = child;
+    if (kind != Kind::last) break;
+  }
+  return found;
+}
+
+bool Place::holds(const Node& child) const {
+  if (kind == Kind::field) return child.field() == field;
+  if (kind == Kind::first) {
+    const std::optional<Node> before = child.previous_record();
+    return !before || (!before->is_named() && !before->previous_record());
+  }
+  if (kind == Kind::last) {
+    const std::optional<Node> after = child.next_sibling();
+    return !after || (!after->is_named() && !after->next_sibling());
+  }
+  return false;
+}
+
+OwnNames::OwnNames(const languages::Language& language) : _places(language) {
+  for (const NameRow& row : NAME_ROWS) {
+    if (!speaks_of(row.languages, language.name())) continue;
+    for (const std::uint16_t symbol : SymbolSet(language, row.types)) {
+      if (language.is_named(symbol)) _places.at(symbol) = Place(language, row.place);
+    }
+  }
+}
+
+std::optional<Node> OwnNames::carrier(Node node) const {
+  while (true) {
+    const Place& place = _places[node.symbol()];
+    if (place.kind == Place::Kind::itself) return node;
+    const std::optional<Node> next = place.in(node);
+    if (!next) return std::nullopt;
+    node = *next;
+  }
+}
+
+Node OwnNames::whole(Node carrier) const {
+  std::optional<Node> parent = carrier.parent();
+  while (parent && _places[parent->symbol()].holds(carrier)) {
+    carrier = *parent;
+    parent = carrier.parent();
+  }
+  return carrier;
+}
+
+std::string OwnNames::text(const Node& carrier) {
+  std::string storage;
+  return std::string(without_marks(
+      carrier.tree().source().decoded(carrier.start_byte(), carrier.end_byte(), storage)));
+}
+
+std::string_view without_marks(std::string_view text) {
+  if (text.starts_with(':')) text.remove_prefix(1);
+  return text;
+}
+
+std::string dotted(std::string_view text) {
+  std::string result;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool is_separator = text[i] == '\\' || text.substr(i, 2) == "::";
+    if (is_separator && text[i] == ':') ++i;
+    if (!is_separator) {
+      result.push_back(text[i]);
+    } else if (!result.empty()) {
+      result.push_back('.');
+    }
+  }
+  return result;
+}
+
+}  // namespace engines::treesitter

@@ -1,0 +1,66 @@
+// The name that a node carries under the navigation rules: where it stands, however deep, and how
+// it reads.
+//
+// One table (own_name.cpp) says for each node type that is no name itself under which of its fields
+// its own name stands: of a call's `a.b<T>` that is `b`, of a declarator `*f(int)` it is `f`. A node
+// that has children and no row carries no name. Both ways along the rows are loops: down, from a
+// declaration to its name; and up, from a name to the whole that it names. Every node has its name in
+// one child at most, so that the ways up from all names of a file together cost its nodes once.
+//
+// Tested by tests/navigation_test.cpp.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "engines/treesitter/core/grammar_rows.h"
+#include "engines/treesitter/core/node.h"
+
+namespace engines::treesitter {
+
+// Where among a node's children something stands: under a field, or at a place.
+struct Place {
+  enum class Kind : std::uint8_t { nowhere, field, first, last, itself };
+  Kind kind = Kind::nowhere;
+  std::uint8_t field = 0;
+
+  Place() = default;
+  // `text`: a field's name, "<" for the first named child that is no comment, ">" for the last named
+  // child, "." for the node itself.
+  Place(const languages::Language& language, std::string_view text);
+
+  std::optional<Node> in(const Node& node) const;
+  // Whether `child` stands there. Costs a step or two, however many children there are.
+  bool holds(const Node& child) const;
+};
+
+class OwnNames {
+ public:
+  explicit OwnNames(const languages::Language& language);
+
+  // The node at the end of the way down from `node`: what carries its name. None when there is no
+  // name on the way.
+  std::optional<Node> carrier(Node node) const;
+
+  // How a carrier reads, ill-formed bytes replaced: without a symbol's colon or a text's quotes.
+  static std::string text(const Node& carrier);
+
+  // The outermost node that `carrier` names, which may be itself.
+  Node whole(Node carrier) const;
+
+  // Whether a node of this symbol may be at the end of the way: it is a name, or is read whole.
+  bool is_carrier(std::uint16_t symbol) const { return _places[symbol].kind == Place::Kind::itself; }
+
+ private:
+  BySymbol<Place> _places;
+};
+
+// A name without what marks it in the code: the colon of a symbol.
+std::string_view without_marks(std::string_view text);
+
+// A dotted form of a qualified name: `A::B`, `A\B` and `A.B` all give "A.B".
+std::string dotted(std::string_view text);
+
+}  // namespace engines::treesitter

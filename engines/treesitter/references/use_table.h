@@ -1,0 +1,96 @@
+// What refers to something under the navigation rules: one table, by language.
+//
+// A row speaks of a name by what stands around it: the node above the name's whole (core/own_name.h:
+// of `a.b<T>()` the whole of `b` is `a.b<T>`), and the place that the whole has in it. The first row
+// that holds decides; "*" is any node above, and comes after those that name theirs.
+#pragma once
+
+#include <string_view>
+
+#include "engines/treesitter/core/grammar_rows.h"
+
+namespace engines::treesitter {
+
+// Which part of a name becomes the reference's.
+enum class Reading : std::uint8_t {
+  own,   // the name alone
+  whole, // the node as written, such as a dotted path; asked of the node itself and not of a name
+  last,  // what follows the last slash, colon or full stop of a path
+};
+
+struct UseRow {
+  In languages;
+  std::string_view above;     // node types, or "*"
+  std::string_view place;     // a field, "<" or ">"; empty for any
+  std::string_view kinds;     // of the references, or empty for none
+  std::string_view name = ""; // only names of these node types
+  std::string_view within = "";  // only in such a region
+  std::string_view when = "";    // asked of the node above (core/condition.h)
+  Reading reading = Reading::own;
+};
+
+inline constexpr UseRow USE_ROWS[] = {
+    // ---- Java
+    {In::java, "method_invocation", "name", "call"},
+    {In::java, "object_creation_expression", "type", "call"},
+    {In::java, "explicit_constructor_invocation", "constructor", "call"},
+    {In::java, "annotation marker_annotation", "name", "call"},
+    {In::java, "method_reference", ">", "call"},
+    {In::java, "import_declaration", "", "import_module", .name = "scoped_identifier identifier",
+     .reading = Reading::whole},
+    {In::java, "import_declaration", "", "import", .when = "!>: asterisk"},
+    {In::java, "type_parameter", "<", ""},
+    {In::java, "*", "", "type", .name = "type_identifier"},
+
+    // ---- Go
+    {In::go, "call_expression", "function", "call"},
+    {In::go, "import_spec", "path", "import_module", .reading = Reading::own},
+    {In::go, "import_spec", "name", "import"},
+    {In::go, "type_spec type_alias", "name", ""},
+    {In::go, "*", "", "type", .name = "type_identifier"},
+
+    // ---- JavaScript, TypeScript
+    {In::script, "call_expression", "function", "call"},
+    {In::script, "new_expression", "constructor", "call"},
+    {In::script, "decorator", "<", "call"},
+    {In::script, "import_specifier", "", "import"},
+    {In::script, "import_clause namespace_import", "", "import"},
+    {In::script, "export_specifier namespace_export", "", "import", .within = "re-export"},
+    {In::script, "import_statement export_statement", "source", "import_module"},
+    {In::script, "arguments", "<", "import_module", .within = "require"},
+    {In::typed_script, "import_require_clause", "<", "import"},
+    {In::typed_script, "import_require_clause", "source", "import_module"},
+    {In::typed_script, "extends_clause", "value", "type"},
+    {In::javascript, "class_heritage", "", "type"},
+    {In::typed_script, "class_declaration abstract_class_declaration class", "name", ""},
+    {In::typed_script, "interface_declaration type_alias_declaration type_parameter", "name", ""},
+    {In::typed_script, "mapped_type_clause", "name", ""},
+    {In::typed_script, "*", "", "type", .name = "type_identifier"},
+};
+
+// Nodes within which names are used in a way that only the node tells.
+struct RegionRow {
+  In languages;
+  std::string_view types;
+  std::string_view region;
+  std::string_view when = "";
+};
+
+inline constexpr RegionRow REGION_ROWS[] = {
+    {In::script, "export_statement", "re-export", .when = "source"},
+    {In::script, "call_expression", "require", .when = "function= require import"},
+};
+
+// Types that a language brings with it, where its grammar calls them as it calls others.
+struct BuiltinRow {
+  In languages;
+  std::string_view names;
+};
+
+inline constexpr BuiltinRow BUILTIN_ROWS[] = {
+    {In::go,
+     "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
+     "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},
+};
+
+}  // namespace engines::treesitter

@@ -1,0 +1,98 @@
+// See uses.h.
+#include "engines/treesitter/references/uses.h"
+
+#include <algorithm>
+
+#include "engines/treesitter/core/source.h"
+#include "engines/treesitter/core/text.h"
+
+namespace engines::treesitter {
+namespace {
+
+enum Concern : std::uint8_t { NAME = 1, WHOLE = 2, REGION = 4 };
+
+constexpr std::string_view ANYWHERE = "*";
+
+}  // namespace
+
+std::string_view reference_text(const Node& name, Reading reading, std::string& storage) {
+  const std::string_view text = without_marks(
+      name.tree().source().decoded(name.start_byte(), name.end_byte(), storage));
+  if (reading != Reading::last) return text;
+  const std::size_t end = text.find_last_of("/\\:.");
+  return end == std::string_view::npos ? text : text.substr(end + 1);
+}
+
+Uses::Row::Row(const languages::Language& language, const UseRow& row)
+    : _row(&row),
+      _place(language, row.place),
+      _names(language, row.name),
+      _conditions(language, row.when),
+      _kinds(split_whitespace(row.kinds)) {}
+
+bool Uses::Row::holds(const Node& whole, const Node& above, const Node& name,
+                      std::string_view region) const {
+  return (_row->place.empty() || _place.holds(whole)) &&
+         (_row->name.empty() || _names.contains(name.symbol())) &&
+         (_row->within.empty() || _row->within == region) && _conditions.hold(above);
+}
+
+Uses::Uses(const languages::Language& language)
+    : _own_names(language), _rows(language), _regions(language), _concerned(language) {
+  for (std::uint16_t symbol = 0; symbol < language.symbol_count(); ++symbol) {
+    if (_own_names.is_carrier(symbol)) _concerned.at(symbol) |= NAME;
+  }
+  for (const UseRow& row : USE_ROWS) {
+    if (!speaks_of(row.languages, language.name())) continue;
+    if (row.above == ANYWHERE) _anywhere.emplace_back(language, row);
+    for (const std::uint16_t symbol : SymbolSet(language, row.above)) {
+      if (language.is_named(symbol)) _rows.at(symbol).emplace_back(language, row);
+    }
+    if (row.reading != Reading::whole) continue;
+    for (const std::uint16_t symbol : SymbolSet(language, row.name)) _concerned.at(symbol) |= WHOLE;
+  }
+  for (const RegionRow& row : REGION_ROWS) {
+    if (!speaks_of(row.languages, language.name())) continue;
+    for (const std::uint16_t symbol : SymbolSet(language, row.types)) {
+      _regions.at(symbol).push_back({row.region, Conditions(language, row.when)});
+      _concerned.at(symbol) |= REGION;
+    }
+  }
+  for (const BuiltinRow& row : BUILTIN_ROWS) {
+    if (!speaks_of(row.languages, language.name())) continue;
+    for (const std::string_view name : split_whitespace(row.names)) _builtins.insert(name);
+  }
+}
+
+std::string_view Uses::region(const Node& node) const {
+  for (const Region& region : _regions[node.symbol()]) {
+    if (region.conditions.hold(node)) return region.name;
+  }
+  return {};
+}
+
+const Uses::Row* Uses::of_name(const Node& name, std::string_view region) const {
+  if ((_concerned[name.symbol()] & NAME) == 0) return nullptr;
+  return row(_own_names.whole(name), name, false, region);
+}
+
+const Uses::Row* Uses::of_whole(const Node& node, std::string_view region) const {
+  if ((_concerned[node.symbol()] & WHOLE) == 0) return nullptr;
+  return row(node, node, true, region);
+}
+
+const Uses::Row* Uses::row(const Node& whole, const Node& name, bool is_whole,
+                           std::string_view region) const {
+  const std::optional<Node> above = whole.parent();
+  if (!above) return nullptr;
+  const auto holds = [&](const Row& row) {
+    return (row.reading() == Reading::whole) == is_whole && row.holds(whole, *above, name, region);
+  };
+  for (const std::vector<Row>* rows : {&_rows[above->symbol()], &_anywhere}) {
+    const auto found = std::find_if(rows->begin(), rows->end(), holds);
+    if (found != rows->end()) return &*found;
+  }
+  return nullptr;
+}
+
+}  // namespace engines::treesitter

@@ -1,0 +1,82 @@
+// Whether a declaration is seen outside its file, under the navigation rules: what the language's
+// own convention says, in a table.
+//
+// A question costs the first modifiers of the declaration's holder (core/holder.h).
+//
+// Tested by tests/navigation_test.cpp.
+#include <algorithm>
+#include <string_view>
+
+#include "engines/treesitter/core/holder.h"
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+// A declaration is seen when no `hides` row holds, and a `shows` row holds or the language has none.
+enum class Sign : std::uint8_t {
+  modifier,     // the holder has one of these modifiers
+  name_prefix,  // the name begins with one of these
+  upper_case,   // the name begins in upper case
+  within,       // the declaration's parent, or the parent's parent, is of one of these types
+  scope,        // the nearest scope (core/syntax_tree.h) is of one of these types
+};
+
+struct VisibilityRow {
+  In languages;
+  bool shows;
+  Sign sign;
+  std::string_view values = "";
+};
+
+constexpr VisibilityRow ROWS[] = {
+    {In::java, true, Sign::modifier, "public"},
+    {In::java, true, Sign::within, "interface_body annotation_type_body enum_body"},
+    {In::java, true, Sign::within, "program"},
+    {In::go, true, Sign::upper_case},
+    {In::script, false, Sign::modifier, "private protected"},
+    {In::script, false, Sign::name_prefix, "#"},
+    {In::script, true, Sign::scope, "export_statement"},
+};
+
+bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder,
+              std::string_view name, const Holders& holders) {
+  const std::vector<std::string_view> values = split_whitespace(row.values);
+  const auto is_any = [&](auto&& holds) { return std::any_of(values.begin(), values.end(), holds); };
+  switch (row.sign) {
+    case Sign::modifier:
+      return is_any([&](std::string_view word) { return holders.has_modifier(holder, word); });
+    case Sign::name_prefix:
+      return is_any([&](std::string_view prefix) { return name.starts_with(prefix); });
+    case Sign::upper_case:
+      return is_upper(first(name, 1));
+    case Sign::within: {
+      const std::optional<Node> parent = holder.parent();
+      return parent && is_one_of(parent->type_text(), values);
+    }
+    case Sign::scope: {
+      const std::optional<Node> scope = node.scope();
+      return scope && is_one_of(scope->type_text(), values);
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+bool TreeSitterEngine::_is_visible(const Node& node, const Node& holder, std::string_view name) {
+  const languages::Language& language = node.tree().language();
+  const Holders& holders = table_of<Holders>(language);
+  bool is_shown = true;
+  for (const VisibilityRow& row : ROWS) {
+    if (!speaks_of(row.languages, language.name())) continue;
+    const bool holds = has_sign(row, node, holder, name, holders);
+    if (holds) return row.shows;
+    if (row.shows) is_shown = false;
+  }
+  return is_shown;
+}
+
+}  // namespace engines::treesitter
