@@ -296,8 +296,9 @@ ParseMany::Source files_at(std::vector<std::string> paths);
 // The bytes that all parses of the process may take together, with their results as long as those
 // wait in a run: three quarters of the least of physical memory, the control group's limit and
 // RLIMIT_AS, unless set_memory_room said otherwise. A file that finds no room waits for others to
-// end and is then parsed alone; one that does not fit alone either gives an error text with both
-// numbers. Memory of the host's own is not counted.
+// end and is then parsed alone. One file may take five eighths; one that takes more gives an error
+// text with both numbers, which is the same whatever else is under way. Memory of the host's own is
+// not counted.
 std::uint64_t memory_room();
 void set_memory_room(std::uint64_t bytes);  // from any thread; holds for what begins later
 
