@@ -300,6 +300,7 @@ ParseMany::Source files_at(std::vector<std::string> paths);
 // text with both numbers, which is the same whatever else is under way. Memory of the host's own is
 // not counted.
 std::uint64_t memory_room();
+std::uint64_t file_room();                  // of that, what one file may take
 void set_memory_room(std::uint64_t bytes);  // from any thread; holds for what begins later
 
 // The processors that this process may run on.

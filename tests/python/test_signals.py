@@ -53,6 +53,28 @@ def test_a_handler_is_served_within_the_call(engine, tmp_path, call):
     assert engine.parse_content(SOURCE, "python", "a.py").symbols
 
 
+def test_a_handler_that_raises_loses_no_result_of_many(engine):
+    items = [(SOURCE * 4_000, "python", f"{i}.py") for i in range(4)]
+    expected = [engine.parse_content(*item) for item in items]
+    results = engine.parse_many(items, threads=2)
+    given, stopped, is_over = [], 0, False
+
+    def handler(*_):
+        if not is_over:
+            raise Stop
+    before = signal.signal(signal.SIGALRM, handler)
+    while not is_over:
+        try:
+            signal.setitimer(signal.ITIMER_REAL, 0.001 * (1 + stopped % 20))
+            given.extend(results)
+            is_over = True
+        except Stop:
+            stopped += 1
+    signal.setitimer(signal.ITIMER_REAL, 0)
+    signal.signal(signal.SIGALRM, before)
+    assert given == expected and stopped
+
+
 def test_a_handler_may_use_the_engine(engine):
     expected = engine.parse_content(SOURCE, "python", "a.py")
     large = engine.parse_content(SOURCE * 20_000, "python", "a.py")

@@ -63,9 +63,11 @@ std::uint64_t memory_room() {
   return room_limit.compare_exchange_strong(known, found) ? found : known;
 }
 
-void set_memory_room(std::uint64_t bytes) { room_limit = std::max<std::uint64_t>(bytes, 1); }
-
+// Outcomes that wait may hold a quarter (many/parse_many.cpp), and what idle threads keep an
+// eighth.
 std::uint64_t file_room() { return memory_room() / 8 * 5; }
+
+void set_memory_room(std::uint64_t bytes) { room_limit = std::max<std::uint64_t>(bytes, 1); }
 
 void take_kept_room(std::size_t bytes) {
   const std::uint64_t allowed = file_room();

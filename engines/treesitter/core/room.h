@@ -36,10 +36,6 @@ struct OverRoom {
 // Thrown when a parse finds no room beside what others hold.
 struct Crowded {};
 
-// The most that one parse may hold: five eighths of memory_room(). Outcomes that wait may hold a
-// quarter (many/parse_many.cpp), and what idle threads keep an eighth.
-std::uint64_t file_room();
-
 // Counts memory of the calling thread's parse. Throws OverRoom, Crowded.
 void take_room(std::size_t bytes);
 void give_room(std::size_t bytes) noexcept;
