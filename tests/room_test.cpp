@@ -60,19 +60,6 @@ TEST_F(RoomTest, AFileThatCanNeverFitSaysBothNumbers) {
   EXPECT_EQ(engine.parse_bytes(content, "python", "a.py").references.size(), 20'000U);
 }
 
-TEST_F(RoomTest, FilesThatDoNotFitTogetherComeOneByOne) {
-  const ParseItem item{.path = "a.py", .content = repeated("x = [1, f(2)]\n", 2'000)};
-  const ParseResult expected = std::get<ParseResult>(engine.parse(item));
-  set_memory_room(least_room(item) * 5 / 4);
-  std::size_t count = 0;
-  const auto source = [&] { return count++ < 20 ? std::optional(item) : std::nullopt; };
-  for (const ParsedItem& parsed : engine.parse_many(source, {.threads = 4})) {
-    ASSERT_EQ(std::get<ParseResult>(parsed.outcome), expected)
-        << std::get<ParseResult>(parsed.outcome).errors.front();
-  }
-  EXPECT_GT(count, 20U);
-}
-
 TEST_F(RoomTest, WhoWaitsCanBeCancelled) {
   set_memory_room(1'000'000);
   RoomTurn first(0, never_cancelled);
@@ -88,7 +75,7 @@ TEST_F(RoomTest, WhoWaitsCanBeCancelled) {
 }
 
 // Of files near the bound, what idle threads keep and what waits to be taken decides nothing, nor
-// the number of threads.
+// the number of threads. Files that do not fit together come one by one.
 TEST_F(RoomTest, WhatBecomesOfAFileIsAMatterOfTheFileAlone) {
   std::vector<ParseItem> items;
   for (const std::size_t count : {1'900, 2'000, 2'100, 100}) {

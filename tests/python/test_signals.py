@@ -54,25 +54,27 @@ def test_a_handler_is_served_within_the_call(engine, tmp_path, call):
 
 
 def test_a_handler_that_raises_loses_no_result_of_many(engine):
-    items = [(SOURCE * 4_000, "python", f"{i}.py") for i in range(4)]
+    items = [(SOURCE * 10_000, "python", f"{i}.py") for i in range(3)]
     expected = [engine.parse_content(*item) for item in items]
     results = engine.parse_many(items, threads=2)
-    given, stopped, is_over = [], 0, False
+    given = []
 
-    def handler(*_):
-        if not is_over:
-            raise Stop
-    before = signal.signal(signal.SIGALRM, handler)
-    while not is_over:
+    def take():
         try:
-            signal.setitimer(signal.ITIMER_REAL, 0.001 * (1 + stopped % 20))
             given.extend(results)
-            is_over = True
+            return True
         except Stop:
-            stopped += 1
-    signal.setitimer(signal.ITIMER_REAL, 0)
-    signal.signal(signal.SIGALRM, before)
-    assert given == expected and stopped
+            return False
+
+    def handler(_, frame):
+        code = take.__code__
+        if frame.f_code is code and frame.f_lineno == code.co_firstlineno + 2:
+            raise Stop
+    with alarms(handler):
+        signal.setitimer(signal.ITIMER_REAL, 0.002, 0.002)
+        while not take():
+            pass
+    assert given == expected
 
 
 def test_a_handler_may_use_the_engine(engine):

@@ -63,8 +63,7 @@ std::uint64_t memory_room() {
   return room_limit.compare_exchange_strong(known, found) ? found : known;
 }
 
-// Outcomes that wait may hold a quarter (many/parse_many.cpp), and what idle threads keep an
-// eighth.
+// Outcomes that wait may hold a quarter (many/parse_many.cpp), and idle threads an eighth.
 std::uint64_t file_room() { return memory_room() / 8 * 5; }
 
 void set_memory_room(std::uint64_t bytes) { room_limit = std::max<std::uint64_t>(bytes, 1); }
