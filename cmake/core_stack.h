@@ -16,8 +16,9 @@ StackSliceArray published_ts_stack_pop_count(Stack* self, StackVersion version, 
 // overflow a stack of 64 KiB. Here the nodes that are half released form a list, so that the native
 // stack stays as it is.
 //
-// A chain may have millions of nodes, so it is asked on the way whether the parse may go on. Leaving
-// in the middle loses nothing: stack and pool lie in the parse's arena, and nobody looks at them again.
+// A chain may have millions of nodes, so it is asked on the way whether the parse may go on.
+// Leaving in the middle loses nothing: stack and pool lie in the parse's arena, and nobody looks at
+// them again.
 static void stack_node_release(StackNode* self, StackNodeArray* pool, SubtreePool* subtree_pool) {
   StackNode* dead = NULL;  // the newest; each names the one before it where its position was
   for (uint32_t steps = 1;; ++steps) {
