@@ -7,6 +7,8 @@
 //
 //   NUMBER CAPTURE TYPE PLACE FIRST LAST LINE NAME
 //
+// and "NUMBER text FIRST LAST" for lines within strings and comments.
+//
 // NUMBER counts the input lines from 0. TYPE is the captured node's type, PLACE where the name
 // stands, as "PARENT_TYPE:FIELD". FIRST and LAST are the lines from the captured node's beginning
 // to the name, whichever comes first; LINE is the name's. Lines count from 1. Languages without a
@@ -242,6 +244,32 @@ class Captures {
   std::set<std::tuple<std::string, std::string, std::uint32_t>> _printed;
 };
 
+// The lines within strings and comments, where whoever reads no syntax may see declarations: as
+// NUMBER "text" FIRST LAST, for each that spans more than two lines.
+void print_texts(TSNode root, std::size_t number) {
+  const auto is_text = [](std::string_view type) {
+    for (const std::string_view part : {"string", "heredoc", "nowdoc", "comment"}) {
+      if (type.find(part) != type.npos) return true;
+    }
+    return false;
+  };
+  TSTreeCursor cursor = ts_tree_cursor_new(root);
+  for (bool is_inside = true; is_inside;) {
+    const TSNode node = ts_tree_cursor_current_node(&cursor);
+    const std::uint32_t first = ts_node_start_point(node).row;
+    const std::uint32_t last = ts_node_end_point(node).row;
+    const bool is_long = last > first + 1;  // others have no line of their own, nor their children
+    const bool is_text_node = is_long && is_text(ts_node_type(node));
+    // Rows count from 0 and lines from 1; the first and the last line may hold code.
+    if (is_text_node) std::cout << number << "\ttext\t" << first + 2 << '\t' << last << '\n';
+    if (is_long && !is_text_node && ts_tree_cursor_goto_first_child(&cursor)) continue;
+    while (is_inside && !ts_tree_cursor_goto_next_sibling(&cursor)) {
+      is_inside = ts_tree_cursor_goto_parent(&cursor);
+    }
+  }
+  ts_tree_cursor_delete(&cursor);
+}
+
 void print_captures(const std::string& language, const Query& query, const std::string& source,
                     std::size_t number) {
   const std::unique_ptr<TSParser, decltype(&ts_parser_delete)> parser(ts_parser_new(),
@@ -251,6 +279,7 @@ void print_captures(const std::string& language, const Query& query, const std::
       ts_parser_parse_string(parser.get(), nullptr, source.data(),
                              static_cast<std::uint32_t>(source.size())),
       ts_tree_delete);
+  print_texts(ts_tree_root_node(tree.get()), number);
   const std::unique_ptr<TSQueryCursor, decltype(&ts_query_cursor_delete)> cursor(
       ts_query_cursor_new(), ts_query_cursor_delete);
   ts_query_cursor_exec(cursor.get(), query.get(), ts_tree_root_node(tree.get()));

@@ -7,6 +7,7 @@ Precision goes the other way: which symbols neither yardstick knows.
 """
 import argparse
 import collections
+import functools
 import json
 import pathlib
 import re
@@ -18,8 +19,8 @@ from dataclasses import dataclass, field
 from harness import inputs
 from harness.tables import markdown
 from harness.workers import languages_of
-from harness.yardsticks import (CALL_CAPTURES, CTAGS, HELD, HOLDERS, JUDGED_KINDS, NO_CAPTURES,
-                                NO_TAGS)
+from harness.yardsticks import (CALL_CAPTURES, CTAGS, HELD, HOLDERS, IN_TEXT, JUDGED_KINDS,
+                                NO_CAPTURES, NO_TAGS)
 
 
 @dataclass
@@ -28,6 +29,7 @@ class File:
     language: str
     symbols: dict = field(default_factory=dict)  # by name: (kind, first line, last line)
     references: dict = field(default_factory=dict)  # by last name: (kind, line)
+    texts: set = field(default_factory=set)  # lines within strings and comments
     known: dict = field(default_factory=dict)  # by last name: lines where a yardstick names it
 
 
@@ -56,7 +58,8 @@ def last(name):
 # ---- The programs ----
 
 def read_engine(tool, rules, folder, files):
-    """Parses all files and keeps what the engine says of each."""
+    """Parses all files and keeps what the engine says of each. Gives how many have error texts."""
+    failed = 0
     by_path = {file.path: file for file in files}
     with tempfile.NamedTemporaryFile() as paths:
         paths.write("".join(f"{path}\n" for path in by_path).encode())
@@ -68,6 +71,7 @@ def read_engine(tool, rules, folder, files):
         for line in run.stdout:
             record = json.loads(line)
             file = by_path.pop(record["path"])
+            failed += bool(record.get("errors") or record.get("error"))
             for symbol in record.get("symbols", ()):
                 file.symbols.setdefault(plain(symbol["name"]), []).append(
                     (symbol["kind"], symbol["start_line"], symbol["end_line"]))
@@ -76,6 +80,7 @@ def read_engine(tool, rules, folder, files):
                     (reference["kind"], reference["line"]))
     if run.wait() not in (0, 1) or by_path:
         sys.exit(f"recall: the tool ended with status {run.returncode}, {len(by_path)} files unsaid")
+    return failed
 
 
 def tags_entries(program, node_modules, folder, files):
@@ -83,7 +88,11 @@ def tags_entries(program, node_modules, folder, files):
                           input="".join(f"{f.language}\t{f.path}\n" for f in files).encode(),
                           stdout=subprocess.PIPE)
     for line in done.stdout.decode("utf-8", "replace").split("\n")[:-1]:
-        number, kind, node, place, first, end, at, name = line.split("\t", 7)
+        number, kind, rest = line.split("\t", 2)
+        if kind == "text":
+            files[int(number)].texts.update(range(*map(int, rest.split("\t"))))
+            continue
+        node, place, first, end, at, name = rest.split("\t", 5)
         yield Entry(files[int(number)], kind, name, int(at), (int(first), int(end)),
                     f"{node} {place}")
 
@@ -95,7 +104,7 @@ def ctags_entries(language, folder, files):
                            "--fields=+n", "--extras=-{anonymous}", f"--language-force={forced}",
                            "-L", "-", "-f", "-"], cwd=folder, check=True,
                           input="".join(f"{path}\n" for path in by_path).encode(),
-                          stdout=subprocess.PIPE)
+                          capture_output=True)  # it warns of each name that it drops
     for line in done.stdout.decode("utf-8", "replace").split("\n")[:-1]:
         tag = json.loads(line)
         if "line" in tag:
@@ -160,8 +169,13 @@ class Table:
                           f"{source_line(folder, entry)}")
 
 
+@functools.lru_cache(maxsize=4)
+def lines_of(path):
+    return path.read_bytes().split(b"\n")
+
+
 def source_line(folder, entry):
-    lines = (folder / entry.file.path).read_bytes().split(b"\n")
+    lines = lines_of(folder / entry.file.path)
     text = lines[entry.line - 1] if entry.line <= len(lines) else b""
     return text.decode("utf-8", "replace").strip()[:160]
 
@@ -184,21 +198,23 @@ def judge_tags(entries):
     return table
 
 
-def judge_ctags(table, entries):
+def judge_ctags(table, folder, entries):
     for entry in entries:
-        remember(entry)
         language = entry.file.language
         meaning = CTAGS[language][1].get(entry.kind)
+        if entry.line in entry.file.texts:
+            table.excluded[language, entry.kind, IN_TEXT] += 1
+            continue
+        remember(entry)
         if meaning is None:
             continue
-        reasons = [reason for its_language, kind, pattern, reason in NO_TAGS
-                   if (its_language, kind) == (language, entry.kind)
-                   and re.fullmatch(pattern, entry.name)]
-        if reasons:
-            table.excluded[language, entry.kind, reasons[0]] += 1
+        rules = [rule for rule in NO_TAGS if rule[:2] == (language, entry.kind)]
+        for *_, name, text, reason in rules:
+            if re.search(name, entry.name) and re.search(text, source_line(folder, entry)):
+                table.excluded[language, entry.kind, reason] += 1
+                break
         else:
-            table.add((language, entry.kind, meaning), entry,
-                      is_defined(entry, meaning))
+            table.add((language, entry.kind, meaning), entry, is_defined(entry, meaning))
 
 
 def judge_precision(files):
@@ -246,15 +262,15 @@ def main():
     if not files:
         sys.exit(f"recall: no file of such a language in {options.folder}")
     tool = (options.tool or options.build / "treesitter-engine").resolve()
-    read_engine(tool, options.rules, folder, files)
+    failed = read_engine(tool, options.rules, folder, files)
     tags = judge_tags(tags_entries(bench / "tags_captures", options.node_modules.resolve(),
                                    folder, files))
     ctags = Table()
     for language in sorted({file.language for file in files}):
-        judge_ctags(ctags, ctags_entries(language, folder,
-                                         [file for file in files if file.language == language]))
+        of_it = [file for file in files if file.language == language]
+        judge_ctags(ctags, folder, ctags_entries(language, folder, of_it))
     precision = judge_precision(files)
-    print(f"{len(files):,} files, {options.rules} rules.")
+    print(f"{len(files):,} files, {options.rules} rules; {failed} files with error texts.")
     tags.print("Against the tags queries", ["language", "capture"])
     ctags.print("Against universal-ctags", ["language", "kind", "is a"])
     precision.print("Symbols that either knows", ["language", "kind"])

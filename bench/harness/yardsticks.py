@@ -23,7 +23,7 @@ CTAGS = {
     "csharp": ("C#", {"class": "class", "struct": "class", "interface": "interface",
                       "enum": "enum", "enumerator": "constant", "method": "method",
                       "property": "field", "field": "field", "event": "field",
-                      "namespace": "package", "macro": None, "typedef": "type"}),
+                      "namespace": "package", "macro": None, "typedef": None}),
     "go": ("Go", {"package": "package", "func": "function", "const": "constant", "type": "type",
                   "var": "variable", "struct": "class", "interface": "interface",
                   "member": "field", "methodSpec": "method", "talias": "type",
@@ -59,8 +59,23 @@ CTAGS = {
 }
 CTAGS["tsx"] = CTAGS["typescript"]
 
-# Entries of ctags that are wrong as a rule: language, kind, pattern of the name, reason.
-NO_TAGS = []
+# Entries of ctags that are wrong as a rule: language, kind, patterns of the name and of the line,
+# reason.
+NO_TAGS = [
+    ("javascript", "class", "", r"^(?!.*\bclass\b)",
+     "an object or a function with members is called a class"),
+    ("javascript", "method", "", r"\.prototype\.\w+\.(apply|call)\(", "this is a call"),
+    *[("javascript", kind, r"^\[", "", "the name is computed")
+      for kind in ("class", "method", "property")],
+    ("csharp", "field", "", r"\boperator\b", "this is a parameter of an operator"),
+    ("ruby", "singletonMethod", "^self$", "", "the method's name follows behind self"),
+    ("rust", "variable", "", "&'static", "this is a type with a lifetime"),
+    *[(language, "alias", "", r"^(?!.*=).*\btype \w+\s*[,}]", "the type is imported or exported here")
+      for language in ("typescript", "tsx")],
+    ("php", "variable", "", r"^(?!.*\b(public|protected|private|var|static|readonly)\b)",
+     "a variable is assigned to, and no property declared"),
+]
+IN_TEXT = "the line is within a string or a comment"
 
 # What holds others, of whose names it may have one: a constructor lies within a class of its name, so
 # these kinds of symbol are no answer where a yardstick names one of those things.
