@@ -71,7 +71,7 @@ def read_engine(tool, rules, folder, files):
         for line in run.stdout:
             record = json.loads(line)
             file = by_path.pop(record["path"])
-            failed += bool(record.get("errors") or record.get("error"))
+            failed += bool(record.get("errors") or "raised" in record)
             for symbol in record.get("symbols", ()):
                 file.symbols.setdefault(plain(symbol["name"]), []).append(
                     (symbol["kind"], symbol["start_line"], symbol["end_line"]))
