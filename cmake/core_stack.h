@@ -15,9 +15,14 @@ StackSliceArray published_ts_stack_pop_count(Stack* self, StackVersion version, 
 // first, and broken code makes chains of such nodes as long as the file: 3 kB of `-;` in Rust
 // overflow a stack of 64 KiB. Here the nodes that are half released form a list, so that the native
 // stack stays as it is.
+//
+// A chain may have millions of nodes, so it is asked on the way whether the parse may go on.
+// Leaving in the middle loses nothing: stack and pool lie in the parse's arena, and nobody looks at
+// them again.
 static void stack_node_release(StackNode* self, StackNodeArray* pool, SubtreePool* subtree_pool) {
   StackNode* dead = NULL;  // the newest; each names the one before it where its position was
-  for (;;) {
+  for (uint32_t steps = 1;; ++steps) {
+    if (steps % (16 * 1024) == 0) treesitter_engine_check_time();
     ts_assert(self->ref_count != 0);
     if (--self->ref_count == 0) {
       memcpy(&self->position, &dead, sizeof dead);

@@ -17,6 +17,9 @@ BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
 # What .ci/run needs beside them.
 # shellcheck disable=SC2034
 CI_PACKAGES=(clang clang-format clang-tidy git shellcheck)
+# What bench/recall and bench/recall_corpus need beside them.
+# shellcheck disable=SC2034
+RECALL_PACKAGES=(universal-ctags dpkg-dev)
 
 say() { echo "${0##*/}: $*" >&2; }
 

@@ -33,6 +33,7 @@ class LibraryTree {
   LibraryTree(const LibraryTree&) = delete;
   LibraryTree& operator=(const LibraryTree&) = delete;
   TSNode root() const { return ts_tree_root_node(_tree); }
+  const TSTree& tree() const { return *_tree; }
 
  private:
   TSTree* _tree;
@@ -217,6 +218,23 @@ TEST(SyntaxTreeTest, FieldsOfALongChain) {
   for (const Node node : tree.nodes(NodeType::attribute)) {
     const auto field = node.child_by_field(Field::attribute);
     ASSERT_TRUE(field && field->bytes() == "b" && field->parent() == node);
+  }
+}
+
+// One node with all tokens as its children, and a chain of nodes that are open until the last.
+TEST(SyntaxTreeTest, ReadingIsCancelledWhateverTheShape) {
+  for (const auto& [language, unit] : {std::pair{"json", "["}, std::pair{"javascript", "a+"}}) {
+    const std::string bytes = repeated(unit, 200'000);
+    const languages::Language& found = *languages::get_language(language);
+    const LibraryTree library(bytes, found);
+    std::stop_source cancelling;
+    const Cancellation cancellation{.stop = cancelling.get_token()};
+    StopCheck stop(cancellation);
+    const Source source(bytes, stop);
+    cancelling.request_stop();
+    ParseArena arena;
+    EXPECT_THROW(SyntaxTree(ArenaLease(&arena), library.tree(), found, source), CancelledError)
+        << language;
   }
 }
 

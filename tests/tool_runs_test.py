@@ -89,6 +89,7 @@ class Failures(ToolTest):
                 ([], "command"),
                 (["bogus"], "bogus"),
                 (["prase", "a.py"], "did you mean 'parse'?"),
+                (["version"], "did you mean '--version'?"),
                 (["lang"], "did you mean 'languages'?"),
                 (["a.py"], "did you mean `parse a.py`?"),
                 (["--verison"], "did you mean '--version'?"),
@@ -274,6 +275,20 @@ class Runs(ToolTest):
                              for jobs in ("1", "16"))
         self.assertEqual(among_many, alone)
 
+    def test_standard_input_that_never_ends_is_refused(self):
+        limit = 1 << 30
+
+        def prepare():
+            resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
+        if self.run_tool("--version", preexec_fn=prepare).returncode != 0:
+            self.skipTest("a sanitizer's shadow has no room")
+        with subprocess.Popen(["yes"], stdout=subprocess.PIPE) as endless:
+            [record] = self.parse("-l", "python", "--max-filesize", "0", "-", status=1,
+                                  stdin=endless.stdout, preexec_fn=prepare)
+            endless.stdout.close()
+        allowed = limit // 4 * 3 // 8 * 5 // 4
+        self.assert_unreadable(record, "-", "python", f"more than the {allowed} bytes that")
+
     def test_the_longest_record_takes_no_more_memory_than_promised(self):
         # Its names take 600 times the file, and six times as much when each byte is escaped.
         keys = b'{"\x01":' * 4500 + b"1" + b"}" * 4500
@@ -353,7 +368,7 @@ class Terminal(ToolTest):
         def hold_up(process):  # however fast the machine is, it takes long now
             time.sleep(0.1)
             process.send_signal(signal.SIGSTOP)
-            time.sleep(2)
+            time.sleep(0.5)
             process.send_signal(signal.SIGCONT)
         _, shown = self.run_on_terminal(["parse", "-j", "1", "a.py", "slow.py", "a.py"], [2],
                                         meanwhile=hold_up)

@@ -114,7 +114,7 @@ void add_parse(CLI::App& app, Arguments& parsed) {
       ->add_option_function<std::string>(
           "-l,--language",
           taking([&parsed](const std::string& text) { parsed.language = language_meant(text); }),
-          "Parse the named files as this language: js, c# and the like will do")
+          "Parse the named files as this language: js, .js, c# and the like will do")
       ->type_name("NAME");
   parse
       ->add_option("-j,--jobs", parsed.jobs,
@@ -134,7 +134,9 @@ void add_parse(CLI::App& app, Arguments& parsed) {
       ->add_option_function<std::string>(
           "--max-filesize",
           taking([&parsed](const std::string& text) { parsed.max_file_size = size_meant(text); }),
-          "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none")
+          "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none, "
+          "where "
+          "standard input is still refused beyond 4G and a quarter of what one file may take")
       ->type_name("SIZE");
   parse
       ->add_option("--files-from", parsed.files_from,
@@ -204,8 +206,9 @@ void settle_command(const CLI::App& app, std::vector<std::string>& arguments) {
   std::string word = arguments.front();
   if (word.starts_with('-')) return;
   unshield(word);
-  const auto names = command_names(app);
+  auto names = command_names(app);
   if (std::find(names.begin(), names.end(), arguments.front()) != names.end()) return;
+  names.insert(names.end(), {"--version", "--help"});
   std::error_code error;
   std::string meant = suggestion(word, names);
   if (std::filesystem::exists(word, error)) meant = "; did you mean `parse " + escaped(word) + "`?";

@@ -34,24 +34,34 @@ std::string file_failure(int error, const std::string& path) {
   return std::string("Failed to read file: ") + FileReadError(error, path).what();
 }
 
+// The most that is read of what may never end: the engine parses less than 4 GiB, and while a text
+// grows it may be there twice, beside which it is to be parsed.
+std::uint64_t most_content() {
+  return std::min<std::uint64_t>(engines::treesitter::file_room() / 4, UINT32_MAX);
+}
+
+std::string too_large(std::uint64_t limit, const char* whose) {
+  return "Failed to read file: more than the " + std::to_string(limit) + " bytes " + whose;
+}
+
 // Reads all that the descriptor gives into the item, whose limits hold, or says why it cannot.
 void read_content(int descriptor, ParseItem& item) {
+  const std::uint64_t limit = std::min(item.max_size, most_content());
   int error = 0;
   try {
     std::string content;
     // One byte more, to see that there is more.
-    const std::uint64_t limit = item.max_size == UINT64_MAX ? UINT64_MAX : item.max_size + 1;
-    error = read_to_end(descriptor, content, limit);
+    error = read_to_end(descriptor, content, limit + 1);
     if (error == 0) item.content = std::move(content);
   } catch (const std::bad_alloc&) {
     error = ENOMEM;
   }
   if (error != 0) {
     item.failure = file_failure(error, item.path);
-  } else if (item.content->size() > item.max_size) {
+  } else if (item.content->size() > limit) {
     item.content.reset();
-    item.failure = "Failed to read file: more than the " + std::to_string(item.max_size) +
-                   " bytes of --max-filesize";
+    item.failure = too_large(
+        limit, limit == item.max_size ? "of --max-filesize" : "that may be read into memory");
   }
 }
 

@@ -29,10 +29,11 @@ std::vector<std::string> names() {
 
 std::string language_meant(std::string_view text) {
   const std::string word = lower_case(text);
+  const std::string suffix = word.starts_with('.') ? word : '.' + word;
   for (const auto& language : engines::languages::language_infos()) {
     const auto& suffixes = language.suffixes;
     if (word == language.name ||
-        std::find(suffixes.begin(), suffixes.end(), '.' + word) != suffixes.end()) {
+        std::find(suffixes.begin(), suffixes.end(), suffix) != suffixes.end()) {
       return std::string(language.name);
     }
   }

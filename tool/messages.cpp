@@ -19,7 +19,8 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds FIRST_PROGRESS{1500};
+// Soon enough to be seen at once; a run that is over before it shows no line that only flickers.
+constexpr std::chrono::milliseconds FIRST_PROGRESS{150};
 constexpr std::chrono::milliseconds BETWEEN_PROGRESS{200};
 constexpr const char* WIPE_LINE = "\r\x1b[K";
 

@@ -35,7 +35,7 @@ struct Counts {
 
 // Messages about files, and the line of progress that they must not collide with. Shows progress
 // only when standard error is a terminal and standard output is none, since records would run over
-// it, and only once a run has lasted a while. For one thread at a time.
+// it, and only once a run has lasted long enough to be seen. For one thread at a time.
 class Messages {
  public:
   using UnderWay = engines::treesitter::ParseMany::UnderWay;

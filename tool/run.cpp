@@ -34,7 +34,7 @@ using engines::treesitter::ParseResult;
 constexpr std::size_t LARGE_OUTPUT = std::size_t{1} << 20;
 
 // How often the line of progress is looked at while nothing comes.
-constexpr std::chrono::milliseconds TICK{200};
+constexpr std::chrono::milliseconds TICK{50};
 
 // Standard output. Ends the process when that fails.
 class OutputSink : public ByteSink {

@@ -143,9 +143,16 @@ bool end_input(Iteration& iteration) {
   return true;
 }
 
+// Sets the error that was taken, if any.
+void set_error(Owned error) {
+  if (!error) return;
+  PyErr_SetObject(PyExceptionInstance_Class(error.get()), error.get());
+}
+
 // What stands for an item with a text that cannot be encoded: a file that cannot be parsed.
 bool add_failed(const ModuleState& state, Iteration& iteration, const Item& item) {
   const Owned error(take_error());
+  Owned raised;
   PyObject* const result = to_python(state,
                                      {.path = item.parse.path,
                                       .language = item.parse.language.value_or(""),
@@ -153,10 +160,11 @@ bool add_failed(const ModuleState& state, Iteration& iteration, const Item& item
                                       .symbols = {},
                                       .references = {},
                                       .errors = {error_text(error.get())}},
-                                     item.surrogates);
+                                     item.surrogates, &raised);
   if (result == nullptr) return false;
   iteration.turns.push_back({result, item.surrogates});
-  return true;
+  set_error(std::move(raised));
+  return PyErr_Occurred() == nullptr;
 }
 
 bool read_item(const ModuleState& state, Iteration& iteration) {
@@ -234,26 +242,44 @@ std::optional<ParsedItem> take(Iteration& iteration) {
   return parsed;
 }
 
+// What the item gave, as Python's.
+PyObject* convert(const ModuleState& state, ParsedItem& parsed, Surrogates surrogates,
+                  Owned& raised) {
+  if (auto* const result = std::get_if<ParseResult>(&parsed.outcome)) {
+    return to_python(state, std::move(*result), surrogates, &raised);
+  }
+  auto* const failure = std::get_if<Raised>(&parsed.outcome);
+  // Cancelled without a handler that raised: the interpreter has ended, and nobody takes this.
+  if (failure == nullptr || failure->kind == Raised::Kind::cancelled) Py_RETURN_NONE;
+  const Owned exception(to_exception(state, failure->error));
+  if (!exception) return nullptr;
+  return to_python(state,
+                   {.path = std::move(parsed.item.path),
+                    .language = std::move(failure->language),
+                    .content_hash = std::move(failure->content_hash),
+                    .symbols = {},
+                    .references = {},
+                    .errors = {error_text(exception.get())}},
+                   surrogates, &raised);
+}
+
+// What a handler of signals or of log records raises meanwhile is raised here, and the result waits
+// for the next call: it is in no other place any more.
 PyObject* give_parsed(ModuleState& state, Iteration& iteration) {
   const Surrogates surrogates = iteration.turns.front().surrogates;
   std::optional<ParsedItem> parsed = take(iteration);
   iteration.turns.pop_front();
-  if (!parsed || PyErr_Occurred() != nullptr) return nullptr;
-  auto* const raised = std::get_if<Raised>(&parsed->outcome);
-  if (raised == nullptr || raised->kind == Raised::Kind::cancelled) {
-    return deliver(state, *parsed, surrogates);
-  }
-  if (!emit_records_of(state, *parsed, surrogates)) return nullptr;
-  const Owned exception(to_exception(state, raised->error));
-  if (!exception) return nullptr;
-  return to_python(state,
-                   {.path = std::move(parsed->item.path),
-                    .language = std::move(raised->language),
-                    .content_hash = std::move(raised->content_hash),
-                    .symbols = {},
-                    .references = {},
-                    .errors = {error_text(exception.get())}},
-                   surrogates);
+  if (!parsed) return nullptr;
+  const auto* const failure = std::get_if<Raised>(&parsed->outcome);
+  const bool is_cancelled = failure != nullptr && failure->kind == Raised::Kind::cancelled;
+  if (is_cancelled && PyErr_Occurred() != nullptr) return nullptr;
+  Owned raised(take_error());
+  if (!raised && !emit_records_of(state, *parsed, surrogates)) raised = Owned(take_error());
+  PyObject* const result = convert(state, *parsed, surrogates, raised);
+  if (result == nullptr || !raised) return result;
+  iteration.turns.push_front({result, surrogates});
+  set_error(std::move(raised));
+  return nullptr;
 }
 
 PyObject* give(ModuleState& state, Iteration& iteration) {
@@ -314,17 +340,21 @@ PyObject* leave(PyObject* self, PyObject* const* /*exception*/, Py_ssize_t /*cou
 
 // ---- Beginning ----
 
+bool wrong_threads() {
+  PyErr_SetString(PyExc_ValueError, "threads must be at least 1, and less than 2**63");
+  return false;
+}
+
 bool threads_from(PyObject* object, std::size_t& threads) {
   if (object == nullptr || object == Py_None) {
     threads = usable_processors();
     return true;
   }
   std::int64_t number = 0;
-  if (!integer_from(object, number)) return false;
-  if (number < 1) {
-    PyErr_SetString(PyExc_ValueError, "threads must be at least 1");
-    return false;
+  if (!integer_from(object, number)) {
+    return PyErr_ExceptionMatches(PyExc_OverflowError) != 0 && wrong_threads();
   }
+  if (number < 1) return wrong_threads();
   threads = std::min(static_cast<std::size_t>(number), MOST_THREADS);
   return true;
 }

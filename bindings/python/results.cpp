@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "bindings/python/errors.h"
 #include "bindings/python/owned.h"
 #include "bindings/python/records.h"
 #include "bindings/python/symbol_kinds.h"
@@ -105,12 +106,19 @@ class Conversion {
 // How many records are made between two looks for signals. One may have a name of a megabyte.
 constexpr std::size_t RECORDS_PER_LOOK = 64;
 
+// Asks for signals while there is no answer in `raised`, which may be null; see to_python.
+bool may_go_on(Owned* raised) {
+  if ((raised != nullptr && *raised) || PyErr_CheckSignals() == 0) return true;
+  if (raised != nullptr) *raised = Owned(take_error());
+  return raised != nullptr;
+}
+
 // `convert` gives a new reference, or null with an error set, for a value that it may take apart.
 template <typename Value, typename Convert>
-PyObject* to_list(std::vector<Value> values, Convert convert) {
+PyObject* to_list(std::vector<Value> values, Owned* raised, Convert convert) {
   Owned list(PyList_New(static_cast<Py_ssize_t>(values.size())));
   for (std::size_t i = 0; list && i < values.size(); ++i) {
-    if (i % RECORDS_PER_LOOK == 0 && PyErr_CheckSignals() != 0) return nullptr;
+    if (i % RECORDS_PER_LOOK == 0 && !may_go_on(raised)) return nullptr;
     PyObject* const item = convert(std::move(values[i]));
     if (item == nullptr) return nullptr;
     PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), item);
@@ -120,7 +128,8 @@ PyObject* to_list(std::vector<Value> values, Convert convert) {
 
 }  // namespace
 
-PyObject* to_python(const ModuleState& state, ParseResult result, Surrogates surrogates) {
+PyObject* to_python(const ModuleState& state, ParseResult result, Surrogates surrogates,
+                    Owned* raised) {
   PyObject* const record = new_record(state.parse_result);
   if (record == nullptr) return nullptr;
   Conversion conversion(state, surrogates);
@@ -135,9 +144,9 @@ PyObject* to_python(const ModuleState& state, ParseResult result, Surrogates sur
   (void)((items[0] = path_to_str(result.path, surrogates)) != nullptr &&
          (items[1] = conversion.text(result.language)) != nullptr &&
          (items[2] = conversion.text(result.content_hash)) != nullptr &&
-         (items[3] = to_list(std::move(result.symbols), to_symbol)) != nullptr &&
-         (items[4] = to_list(std::move(result.references), to_reference)) != nullptr &&
-         (items[5] = to_list(std::move(result.errors), to_text)) != nullptr);
+         (items[3] = to_list(std::move(result.symbols), raised, to_symbol)) != nullptr &&
+         (items[4] = to_list(std::move(result.references), raised, to_reference)) != nullptr &&
+         (items[5] = to_list(std::move(result.errors), raised, to_text)) != nullptr);
   return complete(record, 6);
 }
 

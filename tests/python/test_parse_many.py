@@ -110,7 +110,8 @@ def test_what_paths_raises_comes_at_its_place(source_file):
 
 @pytest.mark.parametrize("arguments, error", [
     ((), TypeError), ((3,), TypeError), (("a.py",), TypeError), ((b"a.py",), TypeError),
-    (([], "2"), TypeError), (([], 2.0), TypeError), (([], 0), ValueError), (([], -1), ValueError)])
+    (([], "2"), TypeError), (([], 2.0), TypeError), (([], 0), ValueError), (([], -1), ValueError),
+    (([], 10 ** 30), ValueError)])
 def test_wrong_arguments(arguments, error):
     with pytest.raises(error):
         treesitter.parse_many(*arguments)

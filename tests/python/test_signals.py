@@ -53,6 +53,30 @@ def test_a_handler_is_served_within_the_call(engine, tmp_path, call):
     assert engine.parse_content(SOURCE, "python", "a.py").symbols
 
 
+def test_a_handler_that_raises_loses_no_result_of_many(engine):
+    items = [(SOURCE * 10_000, "python", f"{i}.py") for i in range(3)]
+    expected = [engine.parse_content(*item) for item in items]
+    results = engine.parse_many(items, threads=2)
+    given = []
+
+    def take():
+        try:
+            given.extend(results)
+            return True
+        except Stop:
+            return False
+
+    def handler(_, frame):
+        code = take.__code__
+        if frame.f_code is code and frame.f_lineno == code.co_firstlineno + 2:
+            raise Stop
+    with alarms(handler):
+        signal.setitimer(signal.ITIMER_REAL, 0.002, 0.002)
+        while not take():
+            pass
+    assert given == expected
+
+
 def test_a_handler_may_use_the_engine(engine):
     expected = engine.parse_content(SOURCE, "python", "a.py")
     large = engine.parse_content(SOURCE * 20_000, "python", "a.py")

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 #include <numeric>
+#include <utility>
 
 #include "engines/treesitter/core/room.h"
 
@@ -107,7 +108,9 @@ void ParseArena::open_chunk() {
                                ? FIRST_CHUNK_BYTES
                                : std::min(_chunks.back().size * 2, LARGEST_CHUNK_BYTES);
   spend(size);
-  if (!is_kept) {
+  if (is_kept) {
+    take_kept_room(size);
+  } else {
     take_room(size);
     try {
       _chunks.push_back({std::unique_ptr<std::byte[]>(new std::byte[size]), size});
@@ -135,7 +138,7 @@ void* ParseArena::allocate_small(std::size_t size_class) {
 }
 
 void ParseArena::close_last_chunk() {
-  give_room(_chunks.back().size);
+  uncount_room(_chunks.back().size);
   _chunks.pop_back();
 }
 
@@ -203,7 +206,7 @@ void ParseArena::reset() {
   _next_chunk = 0;
   _cut = _cut_end = nullptr;
   uncharge(_elsewhere);
-  _charged = 0;
+  give_kept_room(std::exchange(_charged, 0));  // what is left is chunks
   while (kept_bytes() > (may_keep_room() ? KEPT_BYTES : 0)) close_last_chunk();
 }
 

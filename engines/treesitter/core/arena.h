@@ -32,7 +32,7 @@ class ParseArena {
 
   // A block of at least `size` bytes, aligned for any pointer or 64-bit integer. Throws
   // std::bad_alloc, OverBudget when the parse would then take more than its budget, and OverRoom
-  // (core/room.h) when all parses together would take more than the process may use.
+  // and Crowded (core/room.h).
   void* allocate(std::size_t size);
   // As realloc: `block` may be null, and its bytes move with it.
   void* reallocate(void* block, std::size_t size);
@@ -47,7 +47,7 @@ class ParseArena {
   void set_budget(std::size_t bytes) { _budget = bytes; }
   void raise_budget(std::size_t bytes) { _budget += bytes; }
   // Counts memory that belongs to the parse and lies elsewhere, until it is uncharged or the arena
-  // is reset; as for a block, throws OverBudget and OverRoom.
+  // is reset; throws as for a block.
   void charge(std::size_t bytes);
   void uncharge(std::size_t bytes);
   // What all that takes now.

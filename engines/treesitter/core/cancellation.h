@@ -8,9 +8,9 @@
 namespace engines::treesitter {
 
 // A call that was cancelled gives up within 50 ms, while it reads, hashes, parses or walks. When it
-// holds hundreds of megabytes, giving them back to the system comes on top: some 0.1 ms for each.
-// And the library asks nobody while it reads a token or makes one node of all that is open at the
-// end of a text, which takes up to 0.2 s for each MiB of brackets that nobody closes.
+// holds hundreds of megabytes, giving them back to the system comes on top: up to 0.1 ms for each.
+// And the library asks nobody while it makes or takes down the one node of all that is open at the
+// end of a text, which takes up to 20 ms for each MiB of brackets that nobody closes.
 struct Cancellation {
   // May be stopped by any thread.
   std::stop_token stop = {};

@@ -36,7 +36,7 @@ class SourceFile {
 
   // Reads it from its beginning, in order, into memory: never by a mapping, which a file that is
   // cut short meanwhile would turn into a signal. What it keeps is counted in `room`. Throws
-  // FileReadError, OverRoom, CancelledError; std::bad_alloc.
+  // FileReadError, OverRoom, Crowded, CancelledError; std::bad_alloc.
   FileContent read(Sha256& digest, RoomShare& room, StopCheck& stop) const;
 
  private:

@@ -136,8 +136,7 @@ Outcome TreeSitterEngine::_in_turn(const ParseJob& job, std::uint64_t size,
     return attempt();
   } catch (const std::bad_alloc&) {
     if (turn.was_alone()) throw;
-  } catch (const OverRoom&) {
-    if (turn.was_alone()) throw;
+  } catch (const Crowded&) {
   }
   turn.become_alone(job.stop);
   return attempt();
@@ -189,10 +188,10 @@ Outcome TreeSitterEngine::_parse_bytes(ParseJob& job, std::string_view bytes, bo
   }
 }
 
-// The only parse under way, and still too much.
+// Both numbers are the same whatever else is under way.
 ParseResult TreeSitterEngine::_failed_for_want_of_room(const ParseJob& job, const OverRoom& over) {
   const ParseError error(std::to_string(over.wanted) + " bytes of memory needed, " +
-                         std::to_string(over.allowed) + " allowed to this process");
+                         std::to_string(over.allowed) + " allowed to one file");
   return job.failed_to_parse(error, std::make_exception_ptr(error));
 }
 

@@ -73,9 +73,8 @@ struct LibraryMemory {
 
 thread_local constinit LibraryMemory* current_memory = nullptr;
 
-// Directs the library's memory to that of the calling thread's parse while there is one.
-// Another may be in the middle of its own: a host's Cancellation::poll may use an engine of its
-// own.
+// Directs the library's memory to that of the calling thread's parse while there is one. Another
+// may be in the middle: a host's Cancellation::poll may use an engine of its own.
 class MemoryScope {
  public:
   explicit MemoryScope(LibraryMemory& memory) : _before(std::exchange(current_memory, &memory)) {}

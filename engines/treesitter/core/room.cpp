@@ -29,6 +29,8 @@ constinit std::atomic<std::uint64_t> begun = 0;          // turns, ever
 constinit std::atomic<std::uint32_t> wanting_alone = 0;  // waiting for it, or alone
 constinit std::atomic<bool> is_taken_alone = false;
 thread_local constinit bool has_turn = false;
+thread_local constinit bool may_exceed = false;    // what all may hold
+thread_local constinit std::uint64_t own_use = 0;  // of the thread's parse
 
 constinit std::atomic<std::uint32_t> forks = 0;  // that led here
 
@@ -42,6 +44,10 @@ void forget_all() {
   is_taken_alone = false;
 }
 [[maybe_unused]] const int at_fork = ::pthread_atfork(nullptr, nullptr, forget_all);
+
+std::uint64_t less(std::uint64_t known, std::uint64_t bytes) {
+  return known - std::min(known, bytes);
+}
 
 void wait_a_little(StopCheck& stop) {
   stop.check();
@@ -57,28 +63,44 @@ std::uint64_t memory_room() {
   return room_limit.compare_exchange_strong(known, found) ? found : known;
 }
 
+// Outcomes that wait may hold a quarter (many/parse_many.cpp), and idle threads an eighth.
+std::uint64_t file_room() { return memory_room() / 8 * 5; }
+
 void set_memory_room(std::uint64_t bytes) { room_limit = std::max<std::uint64_t>(bytes, 1); }
 
+void take_kept_room(std::size_t bytes) {
+  const std::uint64_t allowed = file_room();
+  if (bytes > allowed || own_use > allowed - bytes) throw OverRoom{own_use + bytes, allowed};
+  own_use += bytes;
+}
+
+void give_kept_room(std::size_t bytes) noexcept { own_use = less(own_use, bytes); }
+
 void take_room(std::size_t bytes) {
+  take_kept_room(bytes);
   const std::uint64_t wanted = in_use.fetch_add(bytes, std::memory_order_relaxed) + bytes;
-  const std::uint64_t allowed = memory_room();
-  if (wanted <= allowed) return;
+  if (wanted <= memory_room() || may_exceed) return;
   give_room(bytes);
-  throw OverRoom{wanted, allowed};
+  throw Crowded();
+}
+
+void give_room(std::size_t bytes) noexcept {
+  give_kept_room(bytes);
+  uncount_room(bytes);
 }
 
 void count_room(std::size_t bytes) noexcept { in_use.fetch_add(bytes, std::memory_order_relaxed); }
 
 // Not below 0: in a forked child memory is given back that was counted before the fork.
-void give_room(std::size_t bytes) noexcept {
+void uncount_room(std::size_t bytes) noexcept {
   std::uint64_t known = in_use.load(std::memory_order_relaxed);
-  while (!in_use.compare_exchange_weak(known, known - std::min<std::uint64_t>(known, bytes),
-                                       std::memory_order_relaxed)) {
+  while (!in_use.compare_exchange_weak(known, less(known, bytes), std::memory_order_relaxed)) {
   }
 }
 
 bool may_keep_room() noexcept {
-  return in_use.load(std::memory_order_relaxed) <= memory_room() / 8;
+  return wanting_alone.load(std::memory_order_relaxed) == 0 &&
+         in_use.load(std::memory_order_relaxed) <= memory_room() / 8;
 }
 
 void RoomShare::count_more() {
@@ -87,16 +109,21 @@ void RoomShare::count_more() {
   _counted += more;
 }
 
-RoomTurn::RoomTurn(std::uint64_t expected, StopCheck& stop) : _is_inner(has_turn), _forks(forks) {
-  if (_is_inner) return;
-  while (!try_enter(expected)) wait_a_little(stop);
+RoomTurn::RoomTurn(std::uint64_t expected, StopCheck& stop)
+    : _is_inner(has_turn), _outer_may_exceed(may_exceed), _outer_own(own_use), _forks(forks) {
+  if (!_is_inner) {
+    while (!try_enter(expected)) wait_a_little(stop);
+  }
   has_turn = true;
+  may_exceed = _is_inner;
+  own_use = 0;
 }
 
 RoomTurn::~RoomTurn() {
-  if (_is_inner) return;
-  leave();
-  has_turn = false;
+  has_turn = _is_inner;
+  may_exceed = _outer_may_exceed;
+  own_use = _outer_own;
+  if (!_is_inner) leave();
 }
 
 bool RoomTurn::try_enter(std::uint64_t expected) {
@@ -136,7 +163,7 @@ void RoomTurn::become_alone(StopCheck& stop) {
     wanting_alone.fetch_sub(1);
     throw;
   }
-  _is_alone = true;
+  _is_alone = may_exceed = true;
   while (under_way.load() != 0) wait_a_little(stop);
 }
 

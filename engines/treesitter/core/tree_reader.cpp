@@ -83,10 +83,12 @@ class TreeReader {
     const Owner owner = add(root, facts, 0, facts.padding, nobody, 0);
     if (facts.child_count == 0) return;
     Frame frame = frame_of(root, facts, facts.padding, owner, false, 0);
-    std::uint32_t closed = 0;
+    std::uint32_t visits = 0;
     do {
-      while (frame.next != frame.end) visit(frame);
-      if (++closed % FRAMES_PER_CHECK == 0) _tree._source->check_cancelled();
+      while (frame.next != frame.end) {
+        visit(frame);
+        if (++visits % VISITS_PER_CHECK == 0) _tree._source->check_cancelled();
+      }
     } while (close(frame));
   }
 
@@ -96,7 +98,8 @@ class TreeReader {
   // each byte, and two and a half times that while the stack grows. It is gone before the texts of
   // the result are made.
   static constexpr std::size_t STACK_PER_BYTE = 288;
-  static constexpr std::uint32_t FRAMES_PER_CHECK = 64 * 1024;
+  // Not of frames: one may have millions of children, and millions may be open.
+  static constexpr std::uint32_t VISITS_PER_CHECK = 64 * 1024;
 
   // The visible node to which children are being added.
   struct Owner {

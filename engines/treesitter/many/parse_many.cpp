@@ -29,7 +29,8 @@ namespace {
 // Enough that a file which takes as long as ten others leaves no thread without work.
 constexpr std::size_t AHEAD_PER_THREAD = 16;
 
-// Of memory_room(), what outcomes that nobody has taken may hold before no more items are begun.
+// Of memory_room(), what outcomes that nobody has taken may hold before no more items are begun;
+// file_room() leaves it to them.
 constexpr std::uint64_t WAITING_SHARE = 4;
 
 // Signals are for the host's threads; a new thread inherits what is blocked.
@@ -240,7 +241,7 @@ std::optional<ParsedItem> ParseMany::Run::next() {
   const std::size_t bytes = _places.front().bytes;
   _places.pop_front();
   _waiting_bytes -= bytes;
-  give_room(bytes);
+  uncount_room(bytes);
   lock.unlock();
   _has_moved.notify_all();
   return parsed;
@@ -267,7 +268,7 @@ ParseMany::Run::~Run() {
   end_source(nullptr);
   // Nobody starts a thread any more.
   for (std::thread& thread : _threads) thread.join();
-  give_room(_waiting_bytes);
+  uncount_room(_waiting_bytes);
 }
 
 // ---- The face of it ----

@@ -1,0 +1,87 @@
+"""What bench/recall holds the engine to, as tables: what counts of the tags queries and of ctags.
+
+A yardstick is not always right. What it gets wrong by its own design is left out here, each with
+the reason, and bench/recall prints how often that happened.
+"""
+
+# Captures that are neither a declaration nor a reference: language, capture, the captured node's
+# type, the place of its name (bench/tags_captures.cpp), reason. `*` stands for any.
+NO_CAPTURES = [
+    ("ruby", "reference.call", "identifier", "*",
+     "every bare word is captured, and most are local variables and parameters"),
+    ("ruby", "reference.call", "constant", "*", "a bare constant is named, not called"),
+    ("go", "reference.type", "*", "type_spec:name", "this is where the type is declared"),
+    ("go", "reference.type", "*", "type_alias:name", "this is where the type is declared"),
+]
+
+# The references that are calls. All others are of types, in one way or another.
+CALL_CAPTURES = {"reference.call", "reference.send"}
+
+# What ctags calls the language, and which of its kinds count, as what. A kind that is not listed
+# counts for nothing but precision.
+CTAGS = {
+    "csharp": ("C#", {"class": "class", "struct": "class", "interface": "interface",
+                      "enum": "enum", "enumerator": "constant", "method": "method",
+                      "property": "field", "field": "field", "event": "field",
+                      "namespace": "package", "macro": None, "typedef": None}),
+    "go": ("Go", {"package": "package", "func": "function", "const": "constant", "type": "type",
+                  "var": "variable", "struct": "class", "interface": "interface",
+                  "member": "field", "methodSpec": "method", "talias": "type",
+                  "anonMember": None, "packageName": None}),
+    "java": ("Java", {"annotation": "interface", "class": "class", "enumConstant": "constant",
+                      "field": "field", "enum": "enum", "interface": "interface",
+                      "method": "method", "package": "package"}),
+    "javascript": ("JavaScript", {"class": "class", "function": "function", "generator": "function",
+                                  "method": "method", "getter": "method", "setter": "method",
+                                  "field": "field", "property": "field", "constant": "constant",
+                                  "variable": "variable"}),
+    "typescript": ("TypeScript", {"class": "class", "interface": "interface", "enum": "enum",
+                                  "enumerator": "constant", "function": "function",
+                                  "generator": "function", "method": "method",
+                                  "property": "field", "namespace": "package", "alias": "type",
+                                  "constant": "constant", "variable": "variable"}),
+    "php": ("PHP", {"class": "class", "interface": "interface", "trait": "class",
+                    "function": "function", "define": "constant", "namespace": "package",
+                    "variable": "field", "alias": None}),
+    "python": ("Python", {"class": "class", "function": "function", "member": "method",
+                          "variable": "variable", "namespace": None, "unknown": None}),
+    "ruby": ("Ruby", {"class": "class", "module": "package", "method": "method",
+                      "singletonMethod": "method", "constant": "constant", "accessor": "field",
+                      "alias": "method"}),
+    "rust": ("Rust", {"module": "package", "struct": "class", "typedef": "type",
+                      "interface": "interface", "implementation": None, "function": "function",
+                      "enum": "enum", "method": "method", "enumerator": "constant",
+                      "field": "field", "macro": "function", "variable": "constant"}),
+    "sql": ("SQL", {"table": "class", "view": "class", "function": "function",
+                    "procedure": "function", "trigger": "function", "event": "function",
+                    "package": "package", "domain": "type", "subtype": "type", "field": "field",
+                    "index": "variable", "publication": None, "synonym": None}),
+}
+CTAGS["tsx"] = CTAGS["typescript"]
+
+# Entries of ctags that are wrong as a rule: language, kind, patterns of the name and of the line,
+# reason.
+NO_TAGS = [
+    ("javascript", "class", "", r"^(?!.*\bclass\b)",
+     "an object or a function with members is called a class"),
+    ("javascript", "method", "", r"\.prototype\.\w+\.(apply|call)\(", "this is a call"),
+    *[("javascript", kind, r"^\[", "", "the name is computed")
+      for kind in ("class", "method", "property")],
+    ("csharp", "field", "", r"\boperator\b", "this is a parameter of an operator"),
+    ("ruby", "singletonMethod", "^self$", "", "the method's name follows behind self"),
+    ("rust", "variable", "", "&'static", "this is a type with a lifetime"),
+    *[(language, "alias", "", r"^(?!.*=).*\btype \w+\s*[,}]", "the type is imported or exported here")
+      for language in ("typescript", "tsx")],
+    ("php", "variable", "", r"^(?!.*\b(public|protected|private|var|static|readonly)\b)",
+     "a variable is assigned to, and no property declared"),
+]
+IN_TEXT = "the line is within a string or a comment"
+
+# What holds others, of whose names it may have one: a constructor lies within a class of its name, so
+# these kinds of symbol are no answer where a yardstick names one of those things.
+HOLDERS = ("class", "interface", "enum", "module")
+HELD = ("definition.function", "definition.method", "definition.field", "function", "method",
+        "field")
+
+# What precision is asked of.
+JUDGED_KINDS = ("class", "interface", "enum", "function", "method")
