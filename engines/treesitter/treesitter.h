@@ -210,6 +210,7 @@ class TreeSitterEngine {
  public:
   explicit TreeSitterEngine(Rules rules = Rules::standard);
   ~TreeSitterEngine();
+  Rules rules() const { return _rules; }  // of every parse of this engine
   // Threads know an engine by its identity, so it stays where it is.
   TreeSitterEngine(const TreeSitterEngine&) = delete;
   TreeSitterEngine& operator=(const TreeSitterEngine&) = delete;
@@ -286,7 +287,7 @@ class TreeSitterEngine {
   // The pairs tell the cleaned text, none when it is empty, and whether it was cut.
   static std::optional<std::string> _extract_docstring(const Node& node, const Source& content,
                                                        std::string_view language);
-  // The same by the navigation rules. The holder has the comment above the declaration.
+  // The same by the navigation rules. The comment above the holder documents the declaration.
   static std::optional<std::string> _find_documentation(const Node& node, const Node& holder,
                                                         const Source& content);
   static std::optional<std::string> _extract_python_docstring(const Node& node,
@@ -308,8 +309,7 @@ class TreeSitterEngine {
 
   // -- visibility/: whether a declaration is seen outside its file.
   bool _is_exported(const Node& node, std::string_view language) const;
-  // The same by the navigation rules. `holder` has the declaration's modifiers; `is_listed`: a list
-  // of exports names it.
+  // The same by the navigation rules. `holder` has the declaration's modifiers.
   static bool _is_visible(const Node& node, const Node& holder, std::string_view name);
   // The names that a file's lists of exports hold, or none when it has no list that decides.
   static std::optional<std::unordered_set<std::string>> _find_export_list(const Node& root);

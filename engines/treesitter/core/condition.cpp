@@ -46,9 +46,9 @@ Conditions::Condition::Condition(const languages::Language& language, std::strin
 bool Conditions::Condition::holds(const Node& node) const {
   const std::optional<Node> asked = asks_parent ? node.parent() : node;
   const std::optional<Node> found = asked ? place.in(*asked) : std::nullopt;
-  if (is_absence) return !found;
-  return found && (!asks_type || types.contains(found->symbol())) &&
-         (texts.empty() || is_one_of(found->bytes(), texts));
+  const bool is_there = found && (!asks_type || types.contains(found->symbol())) &&
+                        (texts.empty() || is_one_of(found->bytes(), texts));
+  return is_there != is_absence;
 }
 
 }  // namespace engines::treesitter

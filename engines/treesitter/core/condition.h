@@ -3,10 +3,10 @@
 //   FIELD: TYPES   the child under the field is of one of these types
 //   FIELD= TEXTS   it reads as one of these texts
 //   FIELD          there is one
-//   !FIELD         there is none
 //
-// A field may be any place (own_name.h). "^" in front of it asks the parent, "^" alone is the parent
-// itself. Several conditions stand with ";" between them and must all hold.
+// "!" in front says that it does not hold.
+// A field may be any place (own_name.h). "^" in front of it asks the parent, "^" alone is the
+// parent itself. Several conditions stand with ";" between them and must all hold.
 //
 // A question costs the node's children up to the one that is looked for.
 //

@@ -55,9 +55,12 @@ Holders::Holders(const languages::Language& language)
   for (const TypesRow& row : MODIFIERS) mark(language, row, _is_modifiers);
 }
 
-Node Holders::of(const Node& declaration) const {
-  Node node = declaration;
-  for (int i = 0; i < MOST_HOLDERS && is_alone(node); ++i) {
+Node Holders::of(const Node& declaration) const { return climb(declaration, false); }
+
+Node Holders::documented(const Node& declaration) const { return climb(declaration, true); }
+
+Node Holders::climb(Node node, bool stays_alone) const {
+  for (int i = 0; i < MOST_HOLDERS && (!stays_alone || is_alone(node)); ++i) {
     const std::optional<Node> parent = node.parent();
     if (!parent || !_is_holder[parent->symbol()]) break;
     node = *parent;

@@ -16,13 +16,18 @@ class Holders {
  public:
   explicit Holders(const languages::Language& language);
 
-  // Of several declarators in one statement the first has the statement, the others are their own.
   Node of(const Node& declaration) const;
+
+  // The part of the holder that a comment above it documents for this declaration: of several
+  // declarators in one statement the first has the statement, the others are their own.
+  Node documented(const Node& declaration) const;
 
   // Whether the word, such as "static", stands among the modifiers of a holder.
   bool has_modifier(const Node& holder, std::string_view word) const;
 
  private:
+  Node climb(Node node, bool stays_alone) const;
+
   BySymbol<std::uint8_t> _is_holder;
   BySymbol<std::uint8_t> _is_modifiers;
 };

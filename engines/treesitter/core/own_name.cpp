@@ -17,6 +17,8 @@ struct NameRow {
 };
 
 constexpr NameRow NAME_ROWS[] = {
+    // ---- Python
+
     // ---- Java
     {In::java, "identifier type_identifier", "."},
     {In::java, "scoped_identifier", "name"},
@@ -26,12 +28,24 @@ constexpr NameRow NAME_ROWS[] = {
 
     // ---- Go
     {In::go, "identifier type_identifier field_identifier package_identifier", "."},
+    {In::go, "interpreted_string_literal raw_string_literal", "<"},
+    {In::go, "interpreted_string_literal_content raw_string_literal_content", "."},
     {In::go, "qualified_type", "name"},
     {In::go, "generic_type", "type"},
     {In::go, "selector_expression", "field"},
     {In::go, "pointer_type parenthesized_type parenthesized_expression parameter_list", "<"},
     {In::go, "parameter_declaration type_instantiation_expression", "type"},
     {In::go, "index_expression", "operand"},  // `f[int](x)`
+
+    // ---- Rust
+
+    // ---- C#
+
+    // ---- Ruby
+
+    // ---- PHP
+
+    // ---- SQL
 
     // ---- JavaScript, TypeScript
     {In::script, "identifier property_identifier private_property_identifier", "."},

@@ -2,10 +2,11 @@
 // it reads.
 //
 // One table (own_name.cpp) says for each node type that is no name itself under which of its fields
-// its own name stands: of a call's `a.b<T>` that is `b`, of a declarator `*f(int)` it is `f`. A node
-// that has children and no row carries no name. Both ways along the rows are loops: down, from a
-// declaration to its name; and up, from a name to the whole that it names. Every node has its name in
-// one child at most, so that the ways up from all names of a file together cost its nodes once.
+// its own name stands: of a call's `a.b<T>` that is `b`, of a declarator `*f(int)` it is `f`. A
+// node that has children and no row carries no name. Both ways along the rows are loops: down, from
+// a declaration to its name; and up, from a name to the whole that it names. Every node has its
+// name in one child at most, so that the ways up from all names of a file together cost its nodes
+// once.
 //
 // Tested by tests/navigation_test.cpp.
 #pragma once
@@ -27,8 +28,8 @@ struct Place {
   std::uint8_t field = 0;
 
   Place() = default;
-  // `text`: a field's name, "<" for the first named child that is no comment, ">" for the last named
-  // child, "." for the node itself.
+  // `text`: a field's name, "<" for the first named child that is no comment, ">" for the last
+  // named child, "." for the node itself.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;
@@ -51,7 +52,9 @@ class OwnNames {
   Node whole(Node carrier) const;
 
   // Whether a node of this symbol may be at the end of the way: it is a name, or is read whole.
-  bool is_carrier(std::uint16_t symbol) const { return _places[symbol].kind == Place::Kind::itself; }
+  bool is_carrier(std::uint16_t symbol) const {
+    return _places[symbol].kind == Place::Kind::itself;
+  }
 
  private:
   BySymbol<Place> _places;

@@ -52,8 +52,8 @@ struct NodeRecord {
 };
 static_assert(sizeof(NodeRecord) == 40);
 
-// Whether the fields of all nodes are read. The library answers for a few nodes at a time; rules that
-// ask for the field of every name want them in the records.
+// Whether the fields of all nodes are read. The library answers for a few nodes at a time; rules
+// that ask for the field of every name want them in the records.
 enum class Fields : std::uint8_t { on_demand, all };
 
 // What it takes to ask the library about a node: the address of its subtree and its alias.

@@ -116,8 +116,8 @@ class TreeReader {
     Length position;        // where the last child read ends
     bool is_first;
     bool is_hidden;
-    std::uint8_t field;         // under which a hidden one stands, and so all that it shows
-    std::uint8_t child_index;   // of the next child that is no extra, in the production
+    std::uint8_t field;        // under which a hidden one stands, and so all that it shows
+    std::uint8_t child_index;  // of the next child that is no extra, in the production
     std::uint16_t production;
     Owner owner;
   };

@@ -1,8 +1,9 @@
 // What refers to something under the navigation rules: one table, by language.
 //
-// A row speaks of a name by what stands around it: the node above the name's whole (core/own_name.h:
-// of `a.b<T>()` the whole of `b` is `a.b<T>`), and the place that the whole has in it. The first row
-// that holds decides; "*" is any node above, and comes after those that name theirs.
+// A row speaks of a name by what stands around it: the node above the name's whole
+// (core/own_name.h: of `a.b<T>()` the whole of `b` is `a.b<T>`), and the place that the whole has
+// in it. The first row that holds decides; "*" is any node above, and comes after those that name
+// theirs.
 #pragma once
 
 #include <string_view>
@@ -13,41 +14,61 @@ namespace engines::treesitter {
 
 // Which part of a name becomes the reference's.
 enum class Reading : std::uint8_t {
-  own,   // the name alone
-  whole, // the node as written, such as a dotted path; asked of the node itself and not of a name
-  last,  // what follows the last slash, colon or full stop of a path
+  own,    // the name alone
+  whole,  // the node as written, such as a dotted path; asked of the node itself and not of a name
+  last,   // what follows the last slash, colon or full stop of a path
 };
 
-struct UseRow {
-  In languages;
-  std::string_view above;     // node types, or "*"
-  std::string_view place;     // a field, "<" or ">"; empty for any
-  std::string_view kinds;     // of the references, or empty for none
-  std::string_view name = ""; // only names of these node types
+// What a row may say beside its four columns.
+struct UseTerms {
+  std::string_view name = "";    // only names of these node types
   std::string_view within = "";  // only in such a region
   std::string_view when = "";    // asked of the node above (core/condition.h)
   Reading reading = Reading::own;
 };
 
+struct UseRow {
+  In languages;
+  std::string_view above;  // node types, or "*"
+  std::string_view place;  // a field, "<" or ">"; empty for any
+  std::string_view kinds;  // of the references, or empty for none
+  UseTerms terms = {};
+};
+
 inline constexpr UseRow USE_ROWS[] = {
+    // ---- Python
+
     // ---- Java
     {In::java, "method_invocation", "name", "call"},
     {In::java, "object_creation_expression", "type", "call"},
     {In::java, "explicit_constructor_invocation", "constructor", "call"},
     {In::java, "annotation marker_annotation", "name", "call"},
     {In::java, "method_reference", ">", "call"},
-    {In::java, "import_declaration", "", "import_module", .name = "scoped_identifier identifier",
-     .reading = Reading::whole},
-    {In::java, "import_declaration", "", "import", .when = "!>: asterisk"},
+    {In::java,
+     "import_declaration",
+     "",
+     "import_module",
+     {.name = "scoped_identifier identifier", .reading = Reading::whole}},
+    {In::java, "import_declaration", "", "import", {.when = "!>: asterisk"}},
     {In::java, "type_parameter", "<", ""},
-    {In::java, "*", "", "type", .name = "type_identifier"},
+    {In::java, "*", "", "type", {.name = "type_identifier"}},
 
     // ---- Go
     {In::go, "call_expression", "function", "call"},
-    {In::go, "import_spec", "path", "import_module", .reading = Reading::own},
+    {In::go, "import_spec", "path", "import_module"},
     {In::go, "import_spec", "name", "import"},
     {In::go, "type_spec type_alias", "name", ""},
-    {In::go, "*", "", "type", .name = "type_identifier"},
+    {In::go, "*", "", "type", {.name = "type_identifier"}},
+
+    // ---- Rust
+
+    // ---- C#
+
+    // ---- Ruby
+
+    // ---- PHP
+
+    // ---- SQL
 
     // ---- JavaScript, TypeScript
     {In::script, "call_expression", "function", "call"},
@@ -55,9 +76,9 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::script, "decorator", "<", "call"},
     {In::script, "import_specifier", "", "import"},
     {In::script, "import_clause namespace_import", "", "import"},
-    {In::script, "export_specifier namespace_export", "", "import", .within = "re-export"},
+    {In::script, "export_specifier namespace_export", "", "import", {.within = "re-export"}},
     {In::script, "import_statement export_statement", "source", "import_module"},
-    {In::script, "arguments", "<", "import_module", .within = "require"},
+    {In::script, "arguments", "<", "import_module", {.within = "require"}},
     {In::typed_script, "import_require_clause", "<", "import"},
     {In::typed_script, "import_require_clause", "source", "import_module"},
     {In::typed_script, "extends_clause", "value", "type"},
@@ -65,7 +86,7 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::typed_script, "class_declaration abstract_class_declaration class", "name", ""},
     {In::typed_script, "interface_declaration type_alias_declaration type_parameter", "name", ""},
     {In::typed_script, "mapped_type_clause", "name", ""},
-    {In::typed_script, "*", "", "type", .name = "type_identifier"},
+    {In::typed_script, "*", "", "type", {.name = "type_identifier"}},
 };
 
 // Nodes within which names are used in a way that only the node tells.
@@ -77,8 +98,8 @@ struct RegionRow {
 };
 
 inline constexpr RegionRow REGION_ROWS[] = {
-    {In::script, "export_statement", "re-export", .when = "source"},
-    {In::script, "call_expression", "require", .when = "function= require import"},
+    {In::script, "export_statement", "re-export", "source"},
+    {In::script, "call_expression", "require", "function= require import"},
 };
 
 // Types that a language brings with it, where its grammar calls them as it calls others.

@@ -16,8 +16,8 @@ constexpr std::string_view ANYWHERE = "*";
 }  // namespace
 
 std::string_view reference_text(const Node& name, Reading reading, std::string& storage) {
-  const std::string_view text = without_marks(
-      name.tree().source().decoded(name.start_byte(), name.end_byte(), storage));
+  const std::string_view text =
+      without_marks(name.tree().source().decoded(name.start_byte(), name.end_byte(), storage));
   if (reading != Reading::last) return text;
   const std::size_t end = text.find_last_of("/\\:.");
   return end == std::string_view::npos ? text : text.substr(end + 1);
@@ -26,15 +26,15 @@ std::string_view reference_text(const Node& name, Reading reading, std::string& 
 Uses::Row::Row(const languages::Language& language, const UseRow& row)
     : _row(&row),
       _place(language, row.place),
-      _names(language, row.name),
-      _conditions(language, row.when),
+      _names(language, row.terms.name),
+      _conditions(language, row.terms.when),
       _kinds(split_whitespace(row.kinds)) {}
 
 bool Uses::Row::holds(const Node& whole, const Node& above, const Node& name,
                       std::string_view region) const {
   return (_row->place.empty() || _place.holds(whole)) &&
-         (_row->name.empty() || _names.contains(name.symbol())) &&
-         (_row->within.empty() || _row->within == region) && _conditions.hold(above);
+         (_row->terms.name.empty() || _names.contains(name.symbol())) &&
+         (_row->terms.within.empty() || _row->terms.within == region) && _conditions.hold(above);
 }
 
 Uses::Uses(const languages::Language& language)
@@ -48,8 +48,9 @@ Uses::Uses(const languages::Language& language)
     for (const std::uint16_t symbol : SymbolSet(language, row.above)) {
       if (language.is_named(symbol)) _rows.at(symbol).emplace_back(language, row);
     }
-    if (row.reading != Reading::whole) continue;
-    for (const std::uint16_t symbol : SymbolSet(language, row.name)) _concerned.at(symbol) |= WHOLE;
+    if (row.terms.reading != Reading::whole) continue;
+    for (const std::uint16_t symbol : SymbolSet(language, row.terms.name))
+      _concerned.at(symbol) |= WHOLE;
   }
   for (const RegionRow& row : REGION_ROWS) {
     if (!speaks_of(row.languages, language.name())) continue;

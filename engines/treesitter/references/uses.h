@@ -31,7 +31,7 @@ class Uses {
     bool holds(const Node& whole, const Node& above, const Node& name,
                std::string_view region) const;
     const std::vector<std::string_view>& kinds() const { return _kinds; }
-    Reading reading() const { return _row->reading; }
+    Reading reading() const { return _row->terms.reading; }
 
    private:
     const UseRow* _row;

@@ -11,21 +11,28 @@
 
 namespace engines::treesitter {
 
+// What a row may say beside its four columns.
+struct DeclarationTerms {
+  std::string_view around = "";  // only within these: "file", "type", "value"
+  std::string_view when = "";
+  std::string_view words = "";  // only with all of these modifiers
+  std::string_view each = "";   // the names are the children of these types of what `name` says
+  std::string_view owner = "";  // the place of the type that the declaration belongs to
+  bool is_whole_name = false;   // the name is all that `name` says, as written
+  bool is_qualified = false;    // the FQN has all of it, the name only its last part
+};
+
 struct DeclarationRow {
   In languages;
   std::string_view types;
   std::string_view name;
-  std::string_view kind;         // empty for a scope that has no name and whose variables are its own
-  std::string_view around = "";  // only within these: "file", "type", "value"
-  std::string_view when = "";
-  std::string_view words = "";      // only with all of these modifiers
-  std::string_view each = "";       // the names are the children of these types of what `name` says
-  std::string_view owner = "";      // the place of the type that the declaration belongs to
-  bool is_whole_name = false;       // the name is all that `name` says, as written
-  bool is_qualified = false;        // the FQN has all of it, the name only its last part
+  std::string_view kind;  // empty for a scope that has no name and whose variables are its own
+  DeclarationTerms terms = {};
 };
 
 inline constexpr DeclarationRow DECLARATION_ROWS[] = {
+    // ---- Python
+
     // ---- Java
     {In::java, "class_declaration record_declaration", "name", "class"},
     {In::java, "interface_declaration", "name", "interface"},
@@ -33,27 +40,40 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::java, "enum_declaration", "name", "enum"},
     {In::java, "method_declaration annotation_type_element_declaration", "name", "method"},
     {In::java, "constructor_declaration compact_constructor_declaration", "name", "method"},
-    {In::java, "variable_declarator", "name", "constant", .when = "^: constant_declaration"},
-    {In::java, "variable_declarator", "name", "constant", .when = "^: field_declaration",
-     .words = "static final"},
-    {In::java, "variable_declarator", "name", "variable", .when = "^: field_declaration"},
-    {In::java, "formal_parameter", "name", "variable", .around = "type"},  // of a record
+    {In::java, "variable_declarator", "name", "constant", {.when = "^: constant_declaration"}},
+    {In::java,
+     "variable_declarator",
+     "name",
+     "constant",
+     {.when = "^: field_declaration", .words = "static final"}},
+    {In::java, "variable_declarator", "name", "variable", {.when = "^: field_declaration"}},
+    {In::java, "formal_parameter", "name", "variable", {.around = "type"}},  // of a record
     {In::java, "enum_constant", "name", "constant"},
-    {In::java, "package_declaration", ">", "module", .is_whole_name = true},
-    {In::java, "module_declaration", "name", "module", .is_whole_name = true},
+    {In::java, "package_declaration", ">", "module", {.is_whole_name = true}},
+    {In::java, "module_declaration", "name", "module", {.is_whole_name = true}},
 
     // ---- Go
     {In::go, "function_declaration", "name", "function"},
-    {In::go, "method_declaration", "name", "method", .owner = "receiver"},
+    {In::go, "method_declaration", "name", "method", {.owner = "receiver"}},
     {In::go, "method_elem", "name", "method"},
-    {In::go, "type_spec", "name", "class", .when = "type: struct_type"},
-    {In::go, "type_spec", "name", "interface", .when = "type: interface_type"},
+    {In::go, "type_spec", "name", "class", {.when = "type: struct_type"}},
+    {In::go, "type_spec", "name", "interface", {.when = "type: interface_type"}},
     {In::go, "type_spec type_alias", "name", "type"},
-    {In::go, "field_declaration", "+name", "variable", .around = "type"},
-    {In::go, "field_declaration", "type", "variable", .around = "type", .when = "!name"},
-    {In::go, "const_spec", "+name", "constant", .around = "file"},
-    {In::go, "var_spec", "+name", "variable", .around = "file"},
+    {In::go, "field_declaration", "+name", "variable", {.around = "type", .when = "name"}},
+    {In::go, "field_declaration", "type", "variable", {.around = "type", .when = "!name"}},
+    {In::go, "const_spec", "+name", "constant", {.around = "file"}},
+    {In::go, "var_spec", "+name", "variable", {.around = "file"}},
     {In::go, "package_clause", "<", "module"},
+
+    // ---- Rust
+
+    // ---- C#
+
+    // ---- Ruby
+
+    // ---- PHP
+
+    // ---- SQL
 
     // ---- JavaScript, TypeScript
     {In::script, "class_declaration class", "name", "class"},
@@ -63,11 +83,19 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::typed_script, "function_signature", "name", "function"},
     {In::script, "method_definition", "name", "method"},
     {In::typed_script, "method_signature abstract_method_signature", "name", "method"},
-    {In::typed_script, "property_signature", "name", "variable", .around = "type"},
-    {In::javascript, "field_definition", "property", "method", .when = "value: arrow_function function_expression generator_function"},
+    {In::typed_script, "property_signature", "name", "variable", {.around = "type"}},
+    {In::javascript,
+     "field_definition",
+     "property",
+     "method",
+     {.when = "value: arrow_function function_expression generator_function"}},
     {In::javascript, "field_definition", "property", "variable"},
-    {In::typed_script, "public_field_definition", "name", "method", .when = "value: arrow_function function_expression generator_function"},
-    {In::typed_script, "public_field_definition", "name", "constant", .words = "static readonly"},
+    {In::typed_script,
+     "public_field_definition",
+     "name",
+     "method",
+     {.when = "value: arrow_function function_expression generator_function"}},
+    {In::typed_script, "public_field_definition", "name", "constant", {.words = "static readonly"}},
     {In::typed_script, "public_field_definition", "name", "variable"},
     {In::typed_script, "interface_declaration", "name", "interface"},
     {In::typed_script, "type_alias_declaration", "name", "type"},
@@ -75,14 +103,29 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::typed_script, "enum_body", "*name", "constant"},
     {In::typed_script, "enum_assignment", "name", "constant"},
     {In::typed_script, "internal_module module", "name", "module"},
-    {In::script, "variable_declarator", "name", "function", .when = "value: arrow_function function_expression generator_function"},
-    {In::script, "variable_declarator", "name", "class", .when = "value: class"},
-    {In::script, "variable_declarator", "name", "constant", .around = "file",
-     .when = "^kind= const"},
-    {In::script, "variable_declarator", "name", "variable", .around = "file"},
-    {In::script, "assignment_expression", "left", "function", .when = "right: arrow_function function_expression generator_function"},
-    {In::script, "assignment_expression", "left", "class", .when = "right: class"},
-    {In::script, "pair", "key", "function", .when = "value: arrow_function function_expression generator_function"},
+    {In::script,
+     "variable_declarator",
+     "name",
+     "function",
+     {.when = "value: arrow_function function_expression generator_function"}},
+    {In::script, "variable_declarator", "name", "class", {.when = "value: class"}},
+    {In::script,
+     "variable_declarator",
+     "name",
+     "constant",
+     {.around = "file", .when = "^kind= const"}},
+    {In::script, "variable_declarator", "name", "variable", {.around = "file"}},
+    {In::script,
+     "assignment_expression",
+     "left",
+     "function",
+     {.when = "right: arrow_function function_expression generator_function"}},
+    {In::script, "assignment_expression", "left", "class", {.when = "right: class"}},
+    {In::script,
+     "pair",
+     "key",
+     "function",
+     {.when = "value: arrow_function function_expression generator_function"}},
     {In::script, "arrow_function function_expression generator_function", "", ""},
 };
 

@@ -31,12 +31,12 @@ Around around_within(std::string_view kind) {
 Declaration::Declaration(const languages::Language& language, const DeclarationRow& row)
     : _row(&row),
       _name(language, without_quantity(row.name)),
-      _owner(language, row.owner),
-      _each(language, row.each),
+      _owner(language, row.terms.owner),
+      _each(language, row.terms.each),
       _takes_all(without_quantity(row.name) != row.name),
-      _conditions(language, row.when),
-      _words(split_whitespace(row.words)) {
-  const std::vector<std::string_view> around = split_whitespace(row.around);
+      _conditions(language, row.terms.when),
+      _words(split_whitespace(row.terms.words)) {
+  const std::vector<std::string_view> around = split_whitespace(row.terms.around);
   for (const AroundRow& each : AROUND_ROWS) {
     if (around.empty() || is_one_of(each.text, around)) {
       _around |= static_cast<std::uint8_t>(each.around);
@@ -49,9 +49,8 @@ bool Declaration::holds(const Node& node, Around around, const Holders& holders)
   if (!_conditions.hold(node)) return false;
   if (_words.empty()) return true;
   const Node holder = holders.of(node);
-  return std::all_of(_words.begin(), _words.end(), [&](std::string_view word) {
-    return holders.has_modifier(holder, word);
-  });
+  return std::all_of(_words.begin(), _words.end(),
+                     [&](std::string_view word) { return holders.has_modifier(holder, word); });
 }
 
 std::vector<Node> Declaration::names(const Node& node, const OwnNames& own) const {

@@ -43,8 +43,8 @@ class Declaration {
   std::vector<Node> names(const Node& node, const OwnNames& own) const;
   // Whether each name has its own lines, and not those of the node.
   bool has_own_lines() const { return _row->name.starts_with('*'); }
-  bool is_whole_name() const { return _row->is_whole_name; }
-  bool is_qualified() const { return _row->is_qualified; }
+  bool is_whole_name() const { return _row->terms.is_whole_name; }
+  bool is_qualified() const { return _row->terms.is_qualified; }
 
   // What carries the name of the type that the declaration says it belongs to.
   std::optional<Node> owner(const Node& node, const OwnNames& own) const;

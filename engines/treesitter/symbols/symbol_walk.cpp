@@ -130,7 +130,7 @@ class TreeSitterEngine::SymbolWalk {
       if (name.empty()) continue;
       const Node& lines = row->has_own_lines() ? carrier : node;
       const FqnId id = add_symbol(node, lines, row->kind(), name, qualifier(*row, node, carrier));
-      if (!opened) opened = id;
+      if (!opened && !row->has_own_lines()) opened = id;
     }
     if (opened) {
       const Around within = row->kind().empty() ? Around::value : around_within(row->kind());
@@ -183,15 +183,17 @@ class TreeSitterEngine::SymbolWalk {
         .start_line = lines.start_row() + 1,
         .end_line = lines.end_row() + 1,
         .signature = signature(lines),
+        .is_export = false,
+        .docstring = std::nullopt,
         .body_digest = std::nullopt,
     };
     if (_declarations == nullptr) {
       arguments.is_export = _engine._is_exported(node, _language);
       if (is_documented(kind)) arguments.docstring = _extract_docstring(node, _content, _language);
     } else {
-      const Node holder = _declarations->holders().of(lines);
-      arguments.is_export = _is_visible(node, holder, name);
-      arguments.docstring = _find_documentation(node, holder, _content);
+      const Holders& holders = _declarations->holders();
+      arguments.is_export = _is_visible(node, holders.of(lines), name);
+      arguments.docstring = _find_documentation(node, holders.documented(lines), _content);
     }
     if (is_digested(kind)) arguments.body_digest = _extract_body_digest(node, _content);
     spend(size_of(arguments.signature) + size_of(arguments.docstring) +

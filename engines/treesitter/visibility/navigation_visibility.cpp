@@ -15,7 +15,8 @@
 namespace engines::treesitter {
 namespace {
 
-// A declaration is seen when no `hides` row holds, and a `shows` row holds or the language has none.
+// A declaration is seen when no `hides` row holds, and a `shows` row holds or the language has
+// none.
 enum class Sign : std::uint8_t {
   modifier,     // the holder has one of these modifiers
   name_prefix,  // the name begins with one of these
@@ -41,10 +42,12 @@ constexpr VisibilityRow ROWS[] = {
     {In::script, true, Sign::scope, "export_statement"},
 };
 
-bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder,
-              std::string_view name, const Holders& holders) {
+bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, std::string_view name,
+              const Holders& holders) {
   const std::vector<std::string_view> values = split_whitespace(row.values);
-  const auto is_any = [&](auto&& holds) { return std::any_of(values.begin(), values.end(), holds); };
+  const auto is_any = [&](auto&& holds) {
+    return std::any_of(values.begin(), values.end(), holds);
+  };
   switch (row.sign) {
     case Sign::modifier:
       return is_any([&](std::string_view word) { return holders.has_modifier(holder, word); });
