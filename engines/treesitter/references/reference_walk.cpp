@@ -21,58 +21,18 @@
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/room.h"
 #include "engines/treesitter/core/syntax_tree.h"
+#include "engines/treesitter/references/standard_uses.h"
 #include "engines/treesitter/references/uses.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
 namespace {
 
-// How a node refers to something. A type stands in one row only.
-enum class Use : std::uint8_t { none, call, import, type, alias, member };
-
-struct UseRow {
-  NodeType type;
-  Use use;
-};
-
-constexpr UseRow USES[] = {
-    {NodeType::call, Use::call},                      // Python, Ruby
-    {NodeType::call_expression, Use::call},           // JavaScript, TypeScript, Go, Rust
-    {NodeType::function_call_expression, Use::call},  // PHP
-    {NodeType::invocation_expression, Use::call},     // C#
-    {NodeType::macro_invocation, Use::call},          // Rust
-    {NodeType::member_call_expression, Use::call},    // PHP
-    {NodeType::method_invocation, Use::call},         // Java
-
-    {NodeType::import_statement, Use::import},         // Python, JavaScript, TypeScript
-    {NodeType::import_from_statement, Use::import},    // Python
-    {NodeType::import_declaration, Use::import},       // Java, Go
-    {NodeType::use_declaration, Use::import},          // Rust; PHP for traits
-    {NodeType::using_directive, Use::import},          // C#
-    {NodeType::include_expression, Use::import},       // PHP
-    {NodeType::include_once_expression, Use::import},  // PHP
-    {NodeType::require_expression, Use::import},       // PHP
-    {NodeType::require_once_expression, Use::import},  // PHP
-    {NodeType::require, Use::import},  // a keyword of PHP and TypeScript, which names nothing
-
-    {NodeType::type_identifier, Use::type},    // Java, Go, Rust, TypeScript
-    {NodeType::generic_type, Use::type},       // Java, Go, Rust, TypeScript, Python
-    {NodeType::base_list, Use::type},          // C#
-    {NodeType::extends_clause, Use::type},     // TypeScript
-    {NodeType::implements_clause, Use::type},  // TypeScript
-
-    {NodeType::alias, Use::alias},  // YAML; in Ruby and C# a type of that name is none of ours
-
-    {NodeType::attribute, Use::member},                 // Python; elsewhere without a name
-    {NodeType::member_expression, Use::member},         // JavaScript, TypeScript
-    {NodeType::member_access_expression, Use::member},  // C#, PHP
-};
-
 constexpr std::size_t index_of(NodeType type) { return static_cast<std::size_t>(type); }
 
 constexpr auto USE_BY_TYPE = [] {
   std::array<Use, languages::NODE_TYPE_COUNT> table{};
-  for (const UseRow& row : USES) table[index_of(row.type)] = row.use;
+  for (const StandardUseRow& row : STANDARD_USES) table[index_of(row.type)] = row.use;
   return table;
 }();
 
@@ -81,7 +41,7 @@ constexpr std::size_t count_of_uses() {
   for (const Use use : USE_BY_TYPE) count += use != Use::none ? 1 : 0;
   return count;
 }
-static_assert(count_of_uses() == std::size(USES), "a node type has one use");
+static_assert(count_of_uses() == std::size(STANDARD_USES), "a node type has one use");
 
 constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
 
