@@ -130,7 +130,7 @@ class TreeSitterEngine::SymbolWalk {
       if (name.empty()) continue;
       const Node& lines = row->has_own_lines() ? carrier : node;
       const FqnId id = add_symbol(node, lines, row->kind(), name, qualifier(*row, node, carrier));
-      if (!opened && !row->has_own_lines()) opened = id;
+      if (!opened && row->opens_scope()) opened = id;
     }
     if (opened) {
       const Around within = row->kind().empty() ? Around::value : around_within(row->kind());

@@ -33,6 +33,7 @@ struct VisibilityRow {
 };
 
 constexpr VisibilityRow ROWS[] = {
+    {In::python, false, Sign::name_prefix, "_"},
     {In::java, true, Sign::modifier, "public"},
     {In::java, true, Sign::within, "interface_body annotation_type_body enum_body"},
     {In::java, true, Sign::within, "program"},
