@@ -57,7 +57,8 @@ constexpr NameRow NAME_ROWS[] = {
 
     // ---- JavaScript, TypeScript
     {In::script, "identifier property_identifier private_property_identifier", "."},
-    {In::script, "statement_identifier number string_fragment", "."},
+    {In::script, "shorthand_property_identifier statement_identifier number", "."},
+    {In::script, "string_fragment", "."},
     {In::typed_script, "type_identifier", "."},
     {In::script, "member_expression", "property"},
     {In::script, "string parenthesized_expression await_expression", "<"},
