@@ -50,7 +50,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -70,6 +69,7 @@ class SyntaxTree;
 class ThreadLocal;
 class TreeSitterEngine;
 struct OverRoom;
+struct Surroundings;
 struct ThreadStorage;
 
 // ---- Constants ----
@@ -310,9 +310,8 @@ class TreeSitterEngine {
   // -- visibility/: whether a declaration is seen outside its file.
   bool _is_exported(const Node& node, std::string_view language) const;
   // The same by the navigation rules. `holder` has the declaration's modifiers.
-  static bool _is_visible(const Node& node, const Node& holder, std::string_view name);
-  // The names that a file's lists of exports hold, or none when it has no list that decides.
-  static std::optional<std::unordered_set<std::string>> _find_export_list(const Node& root);
+  static bool _is_visible(const Node& node, const Node& holder, std::string_view name,
+                          const Surroundings& surroundings);
   static bool _is_csharp_public_or_controller(const Node& node);
   static bool _has_modifier(const Node& node, std::string_view modifier);
   static bool _is_rust_public(const Node& node);

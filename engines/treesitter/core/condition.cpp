@@ -16,6 +16,14 @@ bool take(std::string_view& text, char mark) {
   return true;
 }
 
+// Letters beyond ASCII have no case here.
+bool is_all_upper_case(std::string_view text) {
+  const auto has_between = [&](char first, char last) {
+    return std::any_of(text.begin(), text.end(), [&](char c) { return first <= c && c <= last; });
+  };
+  return has_between('A', 'Z') && !has_between('a', 'z');
+}
+
 }  // namespace
 
 Conditions::Conditions(const languages::Language& language, std::string_view text) {
@@ -32,22 +40,24 @@ bool Conditions::hold(const Node& node) const {
 Conditions::Condition::Condition(const languages::Language& language, std::string_view text)
     : is_absence(take(text, '!')) {
   asks_parent = take(text, '^');
-  const std::size_t end = std::min(text.find_first_of(":="), text.size());
-  place = Place(language, end == 0 ? "." : text.substr(0, end));
+  const std::size_t end = std::min(text.find_first_of(":=~"), text.size());
+  path = Path(language, end == 0 ? "." : text.substr(0, end));
   asks_type = end < text.size() && text[end] == ':';
+  asks_upper_case = end < text.size() && text[end] == '~';
   const std::string_view values = text.substr(std::min(end + 1, text.size()));
   if (asks_type) {
     types = SymbolSet(language, values);
-  } else {
+  } else if (!asks_upper_case) {
     texts = split_whitespace(values);
   }
 }
 
 bool Conditions::Condition::holds(const Node& node) const {
   const std::optional<Node> asked = asks_parent ? node.parent() : node;
-  const std::optional<Node> found = asked ? place.in(*asked) : std::nullopt;
+  const std::optional<Node> found = asked ? path.in(*asked) : std::nullopt;
   const bool is_there = found && (!asks_type || types.contains(found->symbol())) &&
-                        (texts.empty() || is_one_of(found->bytes(), texts));
+                        (texts.empty() || is_one_of(found->bytes(), texts)) &&
+                        (!asks_upper_case || is_all_upper_case(found->bytes()));
   return is_there != is_absence;
 }
 

@@ -2,11 +2,12 @@
 //
 //   FIELD: TYPES   the child under the field is of one of these types
 //   FIELD= TEXTS   it reads as one of these texts
+//   FIELD~ upper   it has letters, and all of them in upper case
 //   FIELD          there is one
 //
 // "!" in front says that it does not hold.
-// A field may be any place (own_name.h). "^" in front of it asks the parent, "^" alone is the
-// parent itself. Several conditions stand with ";" between them and must all hold.
+// A field may be any path of places (own_name.h). "^" in front of it asks the parent, "^" alone is
+// the parent itself. Several conditions stand with ";" between them and must all hold.
 //
 // A question costs the node's children up to the one that is looked for.
 //
@@ -34,7 +35,8 @@ class Conditions {
     bool asks_parent = false;
     bool is_absence = false;
     bool asks_type = false;
-    Place place;
+    bool asks_upper_case = false;
+    Path path;
     SymbolSet types;
     std::vector<std::string_view> texts;
   };

@@ -13,8 +13,10 @@ struct TypesRow {
 
 // What stands around one declaration and belongs to it.
 constexpr TypesRow HOLDERS[] = {
+    {In::python, "decorated_definition expression_statement"},
     {In::java, "field_declaration constant_declaration"},
     {In::go, "type_declaration const_declaration var_declaration"},
+    {In::ruby, "argument_list call"},  // `private def f`
     {In::script, "export_statement lexical_declaration variable_declaration"},
     {In::script, "expression_statement assignment_expression"},
     {In::typed_script, "ambient_declaration"},

@@ -18,6 +18,10 @@ struct NameRow {
 
 constexpr NameRow NAME_ROWS[] = {
     // ---- Python
+    {In::python, "identifier", "."},
+    {In::python, "attribute", "attribute"},
+    {In::python, "dotted_name member_type", ">"},
+    {In::python, "parenthesized_expression type generic_type", "<"},
 
     // ---- Java
     {In::java, "identifier type_identifier", "."},
@@ -42,6 +46,10 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- C#
 
     // ---- Ruby
+    {In::ruby, "identifier constant setter operator super simple_symbol string_content", "."},
+    {In::ruby, "bare_symbol instance_variable class_variable global_variable", "."},
+    {In::ruby, "scope_resolution", "name"},
+    {In::ruby, "string delimited_symbol superclass", "<"},
 
     // ---- PHP
 
@@ -49,7 +57,8 @@ constexpr NameRow NAME_ROWS[] = {
 
     // ---- JavaScript, TypeScript
     {In::script, "identifier property_identifier private_property_identifier", "."},
-    {In::script, "statement_identifier number string_fragment", "."},
+    {In::script, "shorthand_property_identifier statement_identifier number", "."},
+    {In::script, "string_fragment", "."},
     {In::typed_script, "type_identifier", "."},
     {In::script, "member_expression", "property"},
     {In::script, "string parenthesized_expression await_expression", "<"},
@@ -98,6 +107,19 @@ bool Place::holds(const Node& child) const {
     return !after || (!after->is_named() && !after->next_sibling());
   }
   return false;
+}
+
+Path::Path(const languages::Language& language, std::string_view text) {
+  for (const std::string_view place : split(text, '/')) _places.emplace_back(language, place);
+}
+
+std::optional<Node> Path::in(const Node& node) const {
+  std::optional<Node> found;
+  for (const Place& place : _places) {
+    found = place.in(found.value_or(node));
+    if (!found) break;
+  }
+  return found;
 }
 
 OwnNames::OwnNames(const languages::Language& language) : _places(language) {

@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engines/treesitter/core/grammar_rows.h"
 #include "engines/treesitter/core/node.h"
@@ -35,6 +36,22 @@ struct Place {
   std::optional<Node> in(const Node& node) const;
   // Whether `child` stands there. Costs a step or two, however many children there are.
   bool holds(const Node& child) const;
+};
+
+// Places one within the other, with "/" between them: "arguments/<" is what stands first in what
+// stands under `arguments`.
+class Path {
+ public:
+  Path() = default;
+  Path(const languages::Language& language, std::string_view text);
+
+  // None when the node has nothing there, or the path is empty.
+  std::optional<Node> in(const Node& node) const;
+  // The last place of the path.
+  const Place& last() const { return _places.back(); }
+
+ private:
+  std::vector<Place> _places;
 };
 
 class OwnNames {

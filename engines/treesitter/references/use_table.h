@@ -37,6 +37,40 @@ struct UseRow {
 
 inline constexpr UseRow USE_ROWS[] = {
     // ---- Python
+    {In::python, "call", "function", "call"},
+    {In::python, "decorator", "<", "call"},
+    {In::python,
+     "import_statement",
+     "name",
+     "import_module",
+     {.name = "dotted_name", .reading = Reading::whole}},
+    {In::python,
+     "aliased_import",
+     "name",
+     "import_module",
+     {.name = "dotted_name", .when = "^: import_statement", .reading = Reading::whole}},
+    {In::python,
+     "import_from_statement",
+     "module_name",
+     "import_module",
+     {.name = "dotted_name relative_import", .reading = Reading::whole}},
+    {In::python, "import_statement import_from_statement", "name", "import"},
+    {In::python, "future_import_statement", "name", "import"},
+    {In::python, "aliased_import", "", "import"},
+    {In::python, "function_definition", "return_type", "type"},
+    {In::python, "typed_parameter typed_default_parameter assignment", "type", "type"},
+    {In::python, "type_alias_statement", "right", "type"},
+    {In::python, "type_parameter", "", "", {.when = "^: class_definition function_definition"}},
+    {In::python, "constrained_type", "<", ""},
+    {In::python, "type_parameter union_type constrained_type splat_type", "", "type"},
+    {In::python, "argument_list", "", "type", {.when = "^: class_definition"}},
+    {In::python, "keyword_argument", "value", "type", {.within = "type"}},
+    {In::python, "subscript binary_operator list tuple", "", "type", {.within = "type"}},
+    {In::python, "argument_list", ">", "type", {.within = "instance"}},
+    {In::python, "tuple", "", "type", {.within = "instance"}},
+    {In::python, "except_clause", "value", "type"},
+    {In::python, "tuple", "", "type", {.when = "^: except_clause"}},
+    {In::python, "class_pattern", "<", "type"},
 
     // ---- Java
     {In::java, "method_invocation", "name", "call"},
@@ -65,6 +99,30 @@ inline constexpr UseRow USE_ROWS[] = {
     // ---- C#
 
     // ---- Ruby
+    {In::ruby, "call", "method", "call"},
+    {In::ruby, "*", "", "call", {.name = "super"}},
+    {In::ruby,
+     "argument_list",
+     "<",
+     "import_module",
+     {.name = "string_content", .when = "^method= require require_relative load"}},
+    {In::ruby, "argument_list", "<", "import", {.when = "^method= autoload"}},
+    {In::ruby,
+     "argument_list",
+     ">",
+     "import_module",
+     {.name = "string_content", .when = "^method= autoload"}},
+    {In::ruby, "class", "superclass", "type"},
+    {In::ruby, "call", "receiver", "type", {.name = "constant", .when = "method= new"}},
+    {In::ruby,
+     "argument_list",
+     "",
+     "type",
+     {.name = "constant", .when = "^method= include extend prepend is_a? kind_of? instance_of?"}},
+    {In::ruby, "exceptions", "", "type", {.name = "constant"}},
+    {In::ruby, "pattern", "", "type", {.name = "constant", .when = "!~ upper"}},
+    {In::ruby, "in_clause", "pattern", "type", {.name = "constant", .when = "!pattern~ upper"}},
+    {In::ruby, "array_pattern find_pattern hash_pattern", "class", "type"},
 
     // ---- PHP
 
@@ -98,6 +156,10 @@ struct RegionRow {
 };
 
 inline constexpr RegionRow REGION_ROWS[] = {
+    {In::python, "type", "type"},
+    {In::python, "argument_list", "type", "^: class_definition"},
+    {In::python, "argument_list", "instance", "^function= isinstance issubclass"},
+    {In::python, "argument_list", "arguments"},
     {In::script, "export_statement", "re-export", "source"},
     {In::script, "call_expression", "require", "function= require import"},
 };
@@ -109,6 +171,9 @@ struct BuiltinRow {
 };
 
 inline constexpr BuiltinRow BUILTIN_ROWS[] = {
+    {In::python,
+     "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
+     "str tuple type"},
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
      "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},

@@ -1,7 +1,7 @@
 // What declares something under the navigation rules: one table, by language.
 //
 // The first row of a node's type that holds names it. Conditions are written as core/condition.h
-// says. A name is a place as in core/own_name.h; "+" in front of a field takes all that stand under
+// says. A name is a path as in core/own_name.h; "+" in front of a field takes all that stand under
 // it, "*" too, and gives each its own lines.
 #pragma once
 
@@ -19,6 +19,7 @@ struct DeclarationTerms {
   std::string_view each = "";   // the names are the children of these types of what `name` says
   std::string_view owner = "";  // the place of the type that the declaration belongs to
   bool is_whole_name = false;   // the name is all that `name` says, as written
+  bool opens_scope = true;      // what the node holds belongs to the declaration
   bool is_qualified = false;    // the FQN has all of it, the name only its last part
 };
 
@@ -32,6 +33,46 @@ struct DeclarationRow {
 
 inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     // ---- Python
+    {In::python, "class_definition", "name", "class"},
+    {In::python, "function_definition", "name", "method", {.around = "type"}},
+    {In::python, "function_definition", "name", "function"},
+    {In::python, "type_alias_statement", "left", "type", {.around = "file type"}},
+    {In::python,
+     "assignment",
+     "left",
+     "method",
+     {.around = "type", .when = "left: identifier; right: lambda"}},
+    {In::python,
+     "assignment",
+     "left",
+     "function",
+     {.around = "file", .when = "left: identifier; right: lambda"}},
+    {In::python,
+     "assignment",
+     "left",
+     "type",
+     {.around = "file type", .when = "left: identifier; type= TypeAlias typing.TypeAlias"}},
+    {In::python,
+     "assignment",
+     "left",
+     "constant",
+     {.around = "file type", .when = "left: identifier; left~ upper", .opens_scope = false}},
+    {In::python,
+     "assignment",
+     "left",
+     "variable",
+     {.around = "file type", .when = "left: identifier", .opens_scope = false}},
+    {In::python,
+     "assignment",
+     "left",
+     "constant",
+     {.around = "file type", .when = "left~ upper", .each = "identifier", .opens_scope = false}},
+    {In::python,
+     "assignment",
+     "left",
+     "variable",
+     {.around = "file type", .each = "identifier", .opens_scope = false}},
+    {In::python, "lambda", "", ""},
 
     // ---- Java
     {In::java, "class_declaration record_declaration", "name", "class"},
@@ -70,6 +111,52 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     // ---- C#
 
     // ---- Ruby
+    {In::ruby, "class", "name", "class", {.is_qualified = true}},
+    {In::ruby, "module", "name", "module", {.is_qualified = true}},
+    {In::ruby,
+     "singleton_class",
+     "value",
+     "class",
+     {.when = "value: constant scope_resolution", .is_qualified = true}},
+    {In::ruby, "method singleton_method", "name", "method"},
+    {In::ruby,
+     "assignment",
+     "left",
+     "class",
+     {.when = "left: constant scope_resolution; right/receiver= Class Struct Data; right/method= "
+              "new define",
+      .is_qualified = true}},
+    {In::ruby,
+     "assignment",
+     "left",
+     "module",
+     {.when = "left: constant scope_resolution; right/receiver= Module; right/method= new",
+      .is_qualified = true}},
+    {In::ruby,
+     "assignment operator_assignment",
+     "left",
+     "constant",
+     {.when = "left: constant scope_resolution", .opens_scope = false, .is_qualified = true}},
+    {In::ruby,
+     "assignment",
+     "left",
+     "constant",
+     {.when = "left: left_assignment_list",
+      .each = "constant scope_resolution",
+      .opens_scope = false}},
+    {In::ruby,
+     "call",
+     "arguments",
+     "method",
+     {.when = "method= attr attr_accessor attr_reader attr_writer; !receiver",
+      .each = "simple_symbol string"}},
+    {In::ruby,
+     "call",
+     "arguments/<",
+     "method",
+     {.when = "method= alias_method define_method define_singleton_method; "
+              "arguments/<: simple_symbol string"}},
+    {In::ruby, "alias", "name", "method"},
 
     // ---- PHP
 

@@ -44,6 +44,8 @@ class Declaration {
   // Whether each name has its own lines, and not those of the node.
   bool has_own_lines() const { return _row->name.starts_with('*'); }
   bool is_whole_name() const { return _row->terms.is_whole_name; }
+  // Whether what the node holds belongs to the declaration: of several names, to the first.
+  bool opens_scope() const { return _row->terms.opens_scope && !has_own_lines(); }
   bool is_qualified() const { return _row->terms.is_qualified; }
 
   // What carries the name of the type that the declaration says it belongs to.
@@ -51,8 +53,8 @@ class Declaration {
 
  private:
   const DeclarationRow* _row;
-  Place _name;
-  Place _owner;
+  Path _name;
+  Path _owner;
   SymbolSet _each;
   bool _takes_all;
   std::uint8_t _around = 0;

@@ -19,6 +19,7 @@
 #include "engines/treesitter/core/room.h"
 #include "engines/treesitter/symbols/declarations.h"
 #include "engines/treesitter/treesitter.h"
+#include "engines/treesitter/visibility/export_lists.h"
 
 namespace engines::treesitter {
 namespace {
@@ -31,6 +32,11 @@ bool is_documented(std::string_view kind) {
          kind == "module";
 }
 bool is_digested(std::string_view kind) { return kind == "function" || kind == "method"; }
+
+// Whether what is declared within is local to it.
+bool is_body(std::string_view kind) {
+  return kind.empty() || kind == "function" || kind == "method";
+}
 
 // The most text that the symbols of one file may hold. A file of minified keys has some 30 bytes of
 // signature and name for each of its own, and a megabyte of nested keys would have 28,000.
@@ -60,6 +66,7 @@ class TreeSitterEngine::SymbolWalk {
 
   // The root itself is never a symbol.
   void run() {
+    if (_declarations != nullptr) _exports = ExportList(Node(_tree, 0));
     std::uint32_t visited = 0;
     for (std::uint32_t index = 1; index < _tree.size();) {
       if (++visited % NODES_PER_CHECK == 0) _content.check_cancelled();
@@ -90,6 +97,8 @@ class TreeSitterEngine::SymbolWalk {
     FqnId fqn;
     GrowingHash hash;  // of the FQN
     Around around = Around::file;
+    bool is_visible = false;
+    bool is_local = false;  // a function, or within one
   };
 
   std::string_view fqn(FqnId id) const {
@@ -130,13 +139,30 @@ class TreeSitterEngine::SymbolWalk {
       if (name.empty()) continue;
       const Node& lines = row->has_own_lines() ? carrier : node;
       const FqnId id = add_symbol(node, lines, row->kind(), name, qualifier(*row, node, carrier));
-      if (!opened && !row->has_own_lines()) opened = id;
+      if (!opened && row->opens_scope()) opened = id;
     }
     if (opened) {
       const Around within = row->kind().empty() ? Around::value : around_within(row->kind());
-      _open.push_back({_tree.record(node.index()).subtree_end, *opened, _prefix_hash, within});
+      _open.push_back({_tree.record(node.index()).subtree_end, *opened, _prefix_hash, within,
+                       is_visible(*opened), is_local() || is_body(row->kind())});
     }
     return node.index() + 1;
+  }
+
+  bool is_local() const { return !_open.empty() && _open.back().is_local; }
+
+  bool is_visible(FqnId id) const {
+    return id >= 0 && id != FILE_PREFIX && _symbols[static_cast<std::size_t>(id)].is_export;
+  }
+
+  // What stands around a declaration of this name that is found now.
+  Surroundings surroundings(std::string_view name) const {
+    const bool may_be_listed = parent() == FILE_PREFIX && _exports.is_there();
+    const bool is_listed = may_be_listed && _exports.contains(name);
+    return {.is_listed = is_listed,
+            .is_unlisted = may_be_listed && !is_listed,
+            .is_local = is_local(),
+            .is_in_visible = !_open.empty() && _open.back().is_visible};
   }
 
   // What a name adds to the FQN around it.
@@ -192,7 +218,7 @@ class TreeSitterEngine::SymbolWalk {
       if (is_documented(kind)) arguments.docstring = _extract_docstring(node, _content, _language);
     } else {
       const Holders& holders = _declarations->holders();
-      arguments.is_export = _is_visible(node, holders.of(lines), name);
+      arguments.is_export = _is_visible(node, holders.of(lines), name, surroundings(name));
       arguments.docstring = _find_documentation(node, holders.documented(lines), _content);
     }
     if (is_digested(kind)) arguments.body_digest = _extract_body_digest(node, _content);
@@ -237,6 +263,7 @@ class TreeSitterEngine::SymbolWalk {
   const GrowingHash _prefix_hash;
   const std::int64_t _file_id;
   const Declarations* const _declarations;  // of the navigation rules, or null
+  ExportList _exports;                      // by them
 
   std::vector<Symbol> _symbols;
   std::vector<std::string> _errors;

@@ -11,18 +11,23 @@
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/text.h"
 #include "engines/treesitter/treesitter.h"
+#include "engines/treesitter/visibility/export_lists.h"
 
 namespace engines::treesitter {
 namespace {
 
-// A declaration is seen when no `hides` row holds, and a `shows` row holds or the language has
-// none.
+// The first row that holds decides. Where none does, a declaration is seen if the language has none
+// that shows.
 enum class Sign : std::uint8_t {
   modifier,     // the holder has one of these modifiers
   name_prefix,  // the name begins with one of these
   upper_case,   // the name begins in upper case
   within,       // the declaration's parent, or the parent's parent, is of one of these types
   scope,        // the nearest scope (core/syntax_tree.h) is of one of these types
+  listed,       // the file's list of exports (export_lists.h) holds it
+  unlisted,     // it does not, though there is one
+  local,        // it stands within a function
+  in_visible,   // it is declared in something that is visible
 };
 
 struct VisibilityRow {
@@ -33,17 +38,21 @@ struct VisibilityRow {
 };
 
 constexpr VisibilityRow ROWS[] = {
+    {In::python, false, Sign::name_prefix, "_"},
     {In::java, true, Sign::modifier, "public"},
     {In::java, true, Sign::within, "interface_body annotation_type_body enum_body"},
     {In::java, true, Sign::within, "program"},
     {In::go, true, Sign::upper_case},
     {In::script, false, Sign::modifier, "private protected"},
     {In::script, false, Sign::name_prefix, "#"},
+    {In::script, true, Sign::listed},
+    {In::script, false, Sign::local},
+    {In::script, true, Sign::in_visible},
     {In::script, true, Sign::scope, "export_statement"},
 };
 
 bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, std::string_view name,
-              const Holders& holders) {
+              const Holders& holders, const Surroundings& surroundings) {
   const std::vector<std::string_view> values = split_whitespace(row.values);
   const auto is_any = [&](auto&& holds) {
     return std::any_of(values.begin(), values.end(), holds);
@@ -63,19 +72,28 @@ bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, st
       const std::optional<Node> scope = node.scope();
       return scope && is_one_of(scope->type_text(), values);
     }
+    case Sign::listed:
+      return surroundings.is_listed;
+    case Sign::unlisted:
+      return surroundings.is_unlisted;
+    case Sign::local:
+      return surroundings.is_local;
+    case Sign::in_visible:
+      return surroundings.is_in_visible;
   }
   return false;
 }
 
 }  // namespace
 
-bool TreeSitterEngine::_is_visible(const Node& node, const Node& holder, std::string_view name) {
+bool TreeSitterEngine::_is_visible(const Node& node, const Node& holder, std::string_view name,
+                                   const Surroundings& surroundings) {
   const languages::Language& language = node.tree().language();
   const Holders& holders = table_of<Holders>(language);
   bool is_shown = true;
   for (const VisibilityRow& row : ROWS) {
     if (!speaks_of(row.languages, language.name())) continue;
-    const bool holds = has_sign(row, node, holder, name, holders);
+    const bool holds = has_sign(row, node, holder, name, holders, surroundings);
     if (holds) return row.shows;
     if (row.shows) is_shown = false;
   }
