@@ -18,7 +18,7 @@ struct NameRow {
 
 constexpr NameRow NAME_ROWS[] = {
     // ---- Python
-    {In::python, "identifier", "."},
+    {In::python, "identifier string_content", "."},
     {In::python, "attribute", "attribute"},
     {In::python, "dotted_name member_type", ">"},
     {In::python, "parenthesized_expression type generic_type", "<"},
@@ -80,6 +80,9 @@ Place::Place(const languages::Language& language, std::string_view text) {
   } else if (const std::uint16_t id = language.field_id(text); id != 0) {
     kind = Kind::field;
     field = static_cast<std::uint8_t>(id);
+  } else if (const SymbolSet types(language, text); !types.empty()) {
+    kind = Kind::type;
+    symbol = *types.begin();
   }
 }
 
@@ -90,6 +93,7 @@ std::optional<Node> Place::in(const Node& node) const {
   for (const Node child : node.children()) {
     if (!child.is_named() || child.type() == NodeType::comment) continue;
     if (kind == Kind::field && child.field() != field) continue;
+    if (kind == Kind::type && child.symbol() != symbol) continue;
     found = child;
     if (kind != Kind::last) break;
   }
@@ -98,6 +102,7 @@ std::optional<Node> Place::in(const Node& node) const {
 
 bool Place::holds(const Node& child) const {
   if (kind == Kind::field) return child.field() == field;
+  if (kind == Kind::type) return child.symbol() == symbol;
   if (kind == Kind::first) {
     const std::optional<Node> before = child.previous_record();
     return !before || (!before->is_named() && !before->previous_record());
@@ -110,6 +115,7 @@ bool Place::holds(const Node& child) const {
 }
 
 Path::Path(const languages::Language& language, std::string_view text) {
+  if (text.empty()) return;
   for (const std::string_view place : split(text, '/')) _places.emplace_back(language, place);
 }
 

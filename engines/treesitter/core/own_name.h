@@ -22,15 +22,16 @@
 
 namespace engines::treesitter {
 
-// Where among a node's children something stands: under a field, or at a place.
+// Where among a node's children something stands: under a field, by its type, or at a place.
 struct Place {
-  enum class Kind : std::uint8_t { nowhere, field, first, last, itself };
+  enum class Kind : std::uint8_t { nowhere, field, type, first, last, itself };
   Kind kind = Kind::nowhere;
   std::uint8_t field = 0;
+  std::uint16_t symbol = 0;  // of the type
 
   Place() = default;
-  // `text`: a field's name, "<" for the first named child that is no comment, ">" for the last
-  // named child, "." for the node itself.
+  // `text`: a field's name, a node's type, "<" for the first named child that is no comment, ">"
+  // for the last named child, "." for the node itself.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;
@@ -47,7 +48,8 @@ class Path {
 
   // None when the node has nothing there, or the path is empty.
   std::optional<Node> in(const Node& node) const;
-  // The last place of the path.
+  bool is_empty() const { return _places.empty(); }
+  // The last place of a path that is not empty.
   const Place& last() const { return _places.back(); }
 
  private:

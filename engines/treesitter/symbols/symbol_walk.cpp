@@ -20,6 +20,7 @@
 #include "engines/treesitter/symbols/declarations.h"
 #include "engines/treesitter/treesitter.h"
 #include "engines/treesitter/visibility/export_lists.h"
+#include "engines/treesitter/visibility/hiding_words.h"
 
 namespace engines::treesitter {
 namespace {
@@ -66,7 +67,10 @@ class TreeSitterEngine::SymbolWalk {
 
   // The root itself is never a symbol.
   void run() {
-    if (_declarations != nullptr) _exports = ExportList(Node(_tree, 0));
+    if (_declarations != nullptr) {
+      _exports = ExportList(Node(_tree, 0));
+      _hiding_words = HidingWords(Node(_tree, 0));
+    }
     std::uint32_t visited = 0;
     for (std::uint32_t index = 1; index < _tree.size();) {
       if (++visited % NODES_PER_CHECK == 0) _content.check_cancelled();
@@ -156,13 +160,14 @@ class TreeSitterEngine::SymbolWalk {
   }
 
   // What stands around a declaration of this name that is found now.
-  Surroundings surroundings(std::string_view name) const {
+  Surroundings surroundings(const Node& node, std::string_view name) const {
     const bool may_be_listed = parent() == FILE_PREFIX && _exports.is_there();
     const bool is_listed = may_be_listed && _exports.contains(name);
     return {.is_listed = is_listed,
             .is_unlisted = may_be_listed && !is_listed,
             .is_local = is_local(),
-            .is_in_visible = !_open.empty() && _open.back().is_visible};
+            .is_in_visible = !_open.empty() && _open.back().is_visible,
+            .is_hidden = _hiding_words.hide(node, name)};
   }
 
   // What a name adds to the FQN around it.
@@ -218,7 +223,7 @@ class TreeSitterEngine::SymbolWalk {
       if (is_documented(kind)) arguments.docstring = _extract_docstring(node, _content, _language);
     } else {
       const Holders& holders = _declarations->holders();
-      arguments.is_export = _is_visible(node, holders.of(lines), name, surroundings(name));
+      arguments.is_export = _is_visible(node, holders.of(lines), name, surroundings(node, name));
       arguments.docstring = _find_documentation(node, holders.documented(lines), _content);
     }
     if (is_digested(kind)) arguments.body_digest = _extract_body_digest(node, _content);
@@ -264,6 +269,7 @@ class TreeSitterEngine::SymbolWalk {
   const std::int64_t _file_id;
   const Declarations* const _declarations;  // of the navigation rules, or null
   ExportList _exports;                      // by them
+  HidingWords _hiding_words;                // by them
 
   std::vector<Symbol> _symbols;
   std::vector<std::string> _errors;

@@ -16,7 +16,7 @@ struct ListRow {
   In languages;
   std::string_view types;
   std::string_view when;  // core/condition.h
-  std::string_view name;  // a place (core/own_name.h); empty for nodes in which nothing is listed
+  std::string_view name;  // a path (core/own_name.h); empty for nodes in which nothing is listed
   // If not empty: the names stand in the children of these types of what `name` says, at this
   // place of each that the condition holds for.
   std::string_view each = "";
@@ -26,6 +26,14 @@ struct ListRow {
 
 constexpr ListRow LIST_ROWS[] = {
     // ---- Python
+    {In::python, "assignment augmented_assignment", "left= __all__; right: list tuple", "right",
+     "string", "string_content"},
+    {In::python, "assignment augmented_assignment",
+     "left= __all__; right: binary_operator; right/left: list tuple", "right/left", "string",
+     "string_content"},
+    {In::python, "call", "function= __all__.extend; arguments/<: list tuple", "arguments/<",
+     "string", "string_content"},
+    {In::python, "call", "function= __all__.append", "arguments", "string", "string_content"},
 
     // ---- JavaScript, TypeScript
     {In::script, "export_statement", "source", ""},  // exports of another file
@@ -55,7 +63,7 @@ struct List {
         place_in_each(language, row.place_in_each),
         conditions_of_each(language, row.when_each) {}
 
-  bool is_empty() const { return name.kind == Place::Kind::nowhere; }
+  bool is_empty() const { return name.is_empty(); }
 
   // Calls `add` with each place that a name stands at.
   template <typename Add>
@@ -70,9 +78,9 @@ struct List {
   }
 
   Conditions conditions;
-  Place name;
+  Path name;
   SymbolSet each;
-  Place place_in_each;
+  Path place_in_each;
   Conditions conditions_of_each;
 };
 

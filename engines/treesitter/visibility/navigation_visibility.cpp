@@ -27,6 +27,7 @@ enum class Sign : std::uint8_t {
   listed,       // the file's list of exports (export_lists.h) holds it
   unlisted,     // it does not, though there is one
   local,        // it stands within a function
+  hidden,       // a word beside it hides it (hiding_words.h)
   in_visible,   // it is declared in something that is visible
 };
 
@@ -38,7 +39,11 @@ struct VisibilityRow {
 };
 
 constexpr VisibilityRow ROWS[] = {
+    {In::python, true, Sign::listed},
+    {In::python, false, Sign::unlisted},
+    {In::python, false, Sign::local},
     {In::python, false, Sign::name_prefix, "_"},
+    {In::ruby, false, Sign::hidden},
     {In::java, true, Sign::modifier, "public"},
     {In::java, true, Sign::within, "interface_body annotation_type_body enum_body"},
     {In::java, true, Sign::within, "program"},
@@ -78,6 +83,8 @@ bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, st
       return surroundings.is_unlisted;
     case Sign::local:
       return surroundings.is_local;
+    case Sign::hidden:
+      return surroundings.is_hidden;
     case Sign::in_visible:
       return surroundings.is_in_visible;
   }
