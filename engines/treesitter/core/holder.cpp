@@ -14,6 +14,7 @@ struct TypesRow {
 // What stands around one declaration and belongs to it.
 constexpr TypesRow HOLDERS[] = {
     {In::java, "field_declaration constant_declaration"},
+    {In::csharp, "variable_declaration field_declaration event_field_declaration"},
     {In::go, "type_declaration const_declaration var_declaration"},
     {In::script, "export_statement lexical_declaration variable_declaration"},
     {In::script, "expression_statement assignment_expression"},
@@ -23,6 +24,7 @@ constexpr TypesRow HOLDERS[] = {
 // Children that are modifiers, or that modifiers stand in.
 constexpr TypesRow MODIFIERS[] = {
     {In::java, "modifiers"},
+    {In::csharp, "modifier"},
     {In::typed_script, "accessibility_modifier override_modifier"},
 };
 

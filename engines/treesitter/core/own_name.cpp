@@ -20,9 +20,9 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- Python
 
     // ---- Java
-    {In::java, "identifier type_identifier", "."},
+    {In::java, "identifier type_identifier this super", "."},
     {In::java, "scoped_identifier", "name"},
-    {In::java, "scoped_type_identifier", ">"},
+    {In::java, "scoped_type_identifier annotated_type", ">"},
     {In::java, "generic_type parenthesized_expression", "<"},
     {In::java, "array_type", "element"},
 
@@ -40,6 +40,12 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- Rust
 
     // ---- C#
+    {In::csharp, "identifier", "."},
+    {In::csharp, "qualified_name alias_qualified_name", "name"},
+    {In::csharp, "member_access_expression member_binding_expression", "name"},
+    {In::csharp, "conditional_access_expression", ">"},
+    {In::csharp, "generic_name parenthesized_expression postfix_unary_expression", "<"},
+    {In::csharp, "array_type nullable_type pointer_type ref_type scoped_type", "type"},
 
     // ---- Ruby
 
@@ -59,6 +65,20 @@ constexpr NameRow NAME_ROWS[] = {
     {In::typed_script, "nested_identifier", "."},
 };
 
+// A child has fewer keywords, signs and comments beside it than this, unless the file was made so.
+constexpr int MOST_TOKENS = 8;
+
+// Whether no named child but comments stands on that side of the node.
+bool is_outermost(Node child, std::optional<Node> (Node::*next)() const) {
+  for (int i = 0; i < MOST_TOKENS; ++i) {
+    const std::optional<Node> beside = (child.*next)();
+    if (!beside) return true;
+    if (beside->is_named() && beside->type() != NodeType::comment) return false;
+    child = *beside;
+  }
+  return false;
+}
+
 }  // namespace
 
 Place::Place(const languages::Language& language, std::string_view text) {
@@ -68,6 +88,9 @@ Place::Place(const languages::Language& language, std::string_view text) {
     kind = Kind::last;
   } else if (text == ".") {
     kind = Kind::itself;
+  } else if (text.starts_with('\'')) {
+    kind = Kind::type;
+    type = text.substr(1);
   } else if (const std::uint16_t id = language.field_id(text); id != 0) {
     kind = Kind::field;
     field = static_cast<std::uint8_t>(id);
@@ -79,8 +102,11 @@ std::optional<Node> Place::in(const Node& node) const {
   if (kind == Kind::itself) return node;
   if (kind == Kind::nowhere) return found;
   for (const Node child : node.children()) {
+    if (kind == Kind::type || kind == Kind::field) {
+      if (holds(child)) return child;
+      continue;
+    }
     if (!child.is_named() || child.type() == NodeType::comment) continue;
-    if (kind == Kind::field && child.field() != field) continue;
     found = child;
     if (kind != Kind::last) break;
   }
@@ -89,14 +115,9 @@ std::optional<Node> Place::in(const Node& node) const {
 
 bool Place::holds(const Node& child) const {
   if (kind == Kind::field) return child.field() == field;
-  if (kind == Kind::first) {
-    const std::optional<Node> before = child.previous_record();
-    return !before || (!before->is_named() && !before->previous_record());
-  }
-  if (kind == Kind::last) {
-    const std::optional<Node> after = child.next_sibling();
-    return !after || (!after->is_named() && !after->next_sibling());
-  }
+  if (kind == Kind::type) return child.type_text() == type;
+  if (kind == Kind::first) return is_outermost(child, &Node::previous_record);
+  if (kind == Kind::last) return is_outermost(child, &Node::next_sibling);
   return false;
 }
 

@@ -23,13 +23,15 @@ namespace engines::treesitter {
 
 // Where among a node's children something stands: under a field, or at a place.
 struct Place {
-  enum class Kind : std::uint8_t { nowhere, field, first, last, itself };
+  enum class Kind : std::uint8_t { nowhere, field, first, last, itself, type };
   Kind kind = Kind::nowhere;
   std::uint8_t field = 0;
+  std::string_view type = {};
 
   Place() = default;
   // `text`: a field's name, "<" for the first named child that is no comment, ">" for the last
-  // named child, "." for the node itself.
+  // named child, "." for the node itself, "'X" for the first child of the type X, such as a
+  // keyword. `text` must outlive the place.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;

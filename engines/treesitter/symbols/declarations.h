@@ -44,6 +44,7 @@ class Declaration {
   // Whether each name has its own lines, and not those of the node.
   bool has_own_lines() const { return _row->name.starts_with('*'); }
   bool is_whole_name() const { return _row->terms.is_whole_name; }
+  bool stays_open() const { return _row->terms.stays_open; }
   bool is_qualified() const { return _row->terms.is_qualified; }
 
   // What carries the name of the type that the declaration says it belongs to.
