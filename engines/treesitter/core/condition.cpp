@@ -39,7 +39,7 @@ bool Conditions::hold(const Node& node) const {
 
 Conditions::Condition::Condition(const languages::Language& language, std::string_view text)
     : is_absence(take(text, '!')) {
-  asks_parent = take(text, '^');
+  while (take(text, '^')) ++levels_up;
   const std::size_t end = std::min(text.find_first_of(":=~"), text.size());
   path = Path(language, end == 0 ? "." : text.substr(0, end));
   asks_type = end < text.size() && text[end] == ':';
@@ -53,7 +53,8 @@ Conditions::Condition::Condition(const languages::Language& language, std::strin
 }
 
 bool Conditions::Condition::holds(const Node& node) const {
-  const std::optional<Node> asked = asks_parent ? node.parent() : node;
+  std::optional<Node> asked = node;
+  for (int i = 0; i < levels_up && asked; ++i) asked = asked->parent();
   const std::optional<Node> found = asked ? path.in(*asked) : std::nullopt;
   const bool is_there = found && (!asks_type || types.contains(found->symbol())) &&
                         (texts.empty() || is_one_of(found->bytes(), texts)) &&

@@ -6,8 +6,9 @@
 //   FIELD          there is one
 //
 // "!" in front says that it does not hold.
-// A field may be any path of places (own_name.h). "^" in front of it asks the parent, "^" alone is
-// the parent itself. Several conditions stand with ";" between them and must all hold.
+// A field may be any path of places (own_name.h). "^" in front of it asks the parent, "^^" the
+// parent's parent; "^" alone is the parent itself. Several conditions stand with ";" between them
+// and must all hold.
 //
 // A question costs the node's children up to the one that is looked for.
 //
@@ -32,7 +33,7 @@ class Conditions {
     Condition(const languages::Language& language, std::string_view text);
     bool holds(const Node& node) const;
 
-    bool asks_parent = false;
+    int levels_up = 0;
     bool is_absence = false;
     bool asks_type = false;
     bool asks_upper_case = false;

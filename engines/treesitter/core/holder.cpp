@@ -15,6 +15,7 @@ struct TypesRow {
 constexpr TypesRow HOLDERS[] = {
     {In::python, "decorated_definition expression_statement"},
     {In::java, "field_declaration constant_declaration"},
+    {In::csharp, "variable_declaration field_declaration event_field_declaration"},
     {In::go, "type_declaration const_declaration var_declaration"},
     {In::ruby, "argument_list call"},  // `private def f`
     {In::script, "export_statement lexical_declaration variable_declaration"},
@@ -25,6 +26,7 @@ constexpr TypesRow HOLDERS[] = {
 // Children that are modifiers, or that modifiers stand in.
 constexpr TypesRow MODIFIERS[] = {
     {In::java, "modifiers"},
+    {In::csharp, "modifier"},
     {In::typed_script, "accessibility_modifier override_modifier"},
 };
 
@@ -38,7 +40,7 @@ constexpr int MOST_MODIFIERS = 64;
 
 bool is_alone(const Node& node) {
   const std::optional<Node> before = node.previous_record();
-  return !before || (before->type() != NodeType::comment && before->symbol() != node.symbol() &&
+  return !before || (!is_comment(*before) && before->symbol() != node.symbol() &&
                      !is_one_of(before->type_text(), SEPARATORS));
 }
 

@@ -137,4 +137,9 @@ inline std::optional<Node> Node::first_child(NodeType type) const {
   return std::nullopt;
 }
 
+inline bool is_comment(const Node& node) {
+  return node.type() == NodeType::comment || node.type() == NodeType::line_comment ||
+         node.type() == NodeType::block_comment;
+}
+
 }  // namespace engines::treesitter

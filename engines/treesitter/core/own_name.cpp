@@ -24,9 +24,9 @@ constexpr NameRow NAME_ROWS[] = {
     {In::python, "parenthesized_expression type generic_type", "<"},
 
     // ---- Java
-    {In::java, "identifier type_identifier", "."},
+    {In::java, "identifier type_identifier this super", "."},
     {In::java, "scoped_identifier", "name"},
-    {In::java, "scoped_type_identifier", ">"},
+    {In::java, "scoped_type_identifier annotated_type", ">"},
     {In::java, "generic_type parenthesized_expression", "<"},
     {In::java, "array_type", "element"},
 
@@ -44,6 +44,12 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- Rust
 
     // ---- C#
+    {In::csharp, "identifier", "."},
+    {In::csharp, "qualified_name alias_qualified_name", "name"},
+    {In::csharp, "member_access_expression member_binding_expression", "name"},
+    {In::csharp, "conditional_access_expression", ">"},
+    {In::csharp, "generic_name parenthesized_expression postfix_unary_expression", "<"},
+    {In::csharp, "array_type nullable_type pointer_type ref_type scoped_type", "type"},
 
     // ---- Ruby
     {In::ruby, "identifier constant setter operator super simple_symbol string_content", "."},
@@ -68,6 +74,20 @@ constexpr NameRow NAME_ROWS[] = {
     {In::typed_script, "nested_identifier", "."},
 };
 
+// A child has fewer keywords, signs and comments beside it than this, unless the file was made so.
+constexpr int MOST_TOKENS = 8;
+
+// Whether no named child but comments stands on that side of the node.
+bool is_outermost(Node child, std::optional<Node> (Node::*next)() const) {
+  for (int i = 0; i < MOST_TOKENS; ++i) {
+    const std::optional<Node> beside = (child.*next)();
+    if (!beside) return true;
+    if (beside->is_named() && !is_comment(*beside)) return false;
+    child = *beside;
+  }
+  return false;
+}
+
 }  // namespace
 
 Place::Place(const languages::Language& language, std::string_view text) {
@@ -80,9 +100,10 @@ Place::Place(const languages::Language& language, std::string_view text) {
   } else if (const std::uint16_t id = language.field_id(text); id != 0) {
     kind = Kind::field;
     field = static_cast<std::uint8_t>(id);
-  } else if (const SymbolSet types(language, text); !types.empty()) {
-    kind = Kind::type;
-    symbol = *types.begin();
+  } else {
+    if (text.starts_with('\'')) text.remove_prefix(1);
+    types = SymbolSet(language, text);
+    if (!types.empty()) kind = Kind::type;
   }
 }
 
@@ -91,9 +112,11 @@ std::optional<Node> Place::in(const Node& node) const {
   if (kind == Kind::itself) return node;
   if (kind == Kind::nowhere) return found;
   for (const Node child : node.children()) {
-    if (!child.is_named() || child.type() == NodeType::comment) continue;
-    if (kind == Kind::field && child.field() != field) continue;
-    if (kind == Kind::type && child.symbol() != symbol) continue;
+    if (kind == Kind::type || kind == Kind::field) {
+      if (holds(child)) return child;
+      continue;
+    }
+    if (!child.is_named() || is_comment(child)) continue;
     found = child;
     if (kind != Kind::last) break;
   }
@@ -102,15 +125,9 @@ std::optional<Node> Place::in(const Node& node) const {
 
 bool Place::holds(const Node& child) const {
   if (kind == Kind::field) return child.field() == field;
-  if (kind == Kind::type) return child.symbol() == symbol;
-  if (kind == Kind::first) {
-    const std::optional<Node> before = child.previous_record();
-    return !before || (!before->is_named() && !before->previous_record());
-  }
-  if (kind == Kind::last) {
-    const std::optional<Node> after = child.next_sibling();
-    return !after || (!after->is_named() && !after->next_sibling());
-  }
+  if (kind == Kind::type) return types.contains(child.symbol());
+  if (kind == Kind::first) return is_outermost(child, &Node::previous_record);
+  if (kind == Kind::last) return is_outermost(child, &Node::next_sibling);
   return false;
 }
 

@@ -27,11 +27,12 @@ struct Place {
   enum class Kind : std::uint8_t { nowhere, field, type, first, last, itself };
   Kind kind = Kind::nowhere;
   std::uint8_t field = 0;
-  std::uint16_t symbol = 0;  // of the type
+  SymbolSet types = {};
 
   Place() = default;
   // `text`: a field's name, a node's type, "<" for the first named child that is no comment, ">"
-  // for the last named child, "." for the node itself.
+  // for the last named child, "." for the node itself. "'X" is the type X where the grammar has a
+  // field of that name too.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;

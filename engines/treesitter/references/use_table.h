@@ -25,6 +25,7 @@ struct UseTerms {
   std::string_view within = "";  // only in such a region
   std::string_view when = "";    // asked of the node above (core/condition.h)
   Reading reading = Reading::own;
+  bool is_upper_case = false;  // only names that begin so, as types do and packages do not
 };
 
 struct UseRow {
@@ -74,17 +75,31 @@ inline constexpr UseRow USE_ROWS[] = {
 
     // ---- Java
     {In::java, "method_invocation", "name", "call"},
-    {In::java, "object_creation_expression", "type", "call"},
+    {In::java, "object_creation_expression", "type", "call type"},
     {In::java, "explicit_constructor_invocation", "constructor", "call"},
-    {In::java, "annotation marker_annotation", "name", "call"},
-    {In::java, "method_reference", ">", "call"},
+    {In::java, "annotation marker_annotation", "name", "call type"},
+    {In::java, "method_reference", "<", "call", {.when = "'new; !<: array_type"}},
+    {In::java, "method_reference", ">", "call", {.name = "identifier", .when = "!'new"}},
     {In::java,
      "import_declaration",
      "",
      "import_module",
      {.name = "scoped_identifier identifier", .reading = Reading::whole}},
     {In::java, "import_declaration", "", "import", {.when = "!>: asterisk"}},
-    {In::java, "type_parameter", "<", ""},
+    {In::java,
+     "requires_module_directive",
+     "module",
+     "import_module",
+     {.name = "scoped_identifier identifier", .reading = Reading::whole}},
+    {In::java, "uses_module_directive provides_module_directive", "", "type"},
+    {In::java, "record_pattern", "<", "type"},
+    {In::java, "type_parameter", "", ""},
+    {In::java,
+     "scoped_type_identifier",
+     "",
+     "type",
+     {.name = "type_identifier", .is_upper_case = true}},
+    {In::java, "scoped_type_identifier", "", ""},
     {In::java, "*", "", "type", {.name = "type_identifier"}},
 
     // ---- Go
@@ -97,6 +112,43 @@ inline constexpr UseRow USE_ROWS[] = {
     // ---- Rust
 
     // ---- C#
+    {In::csharp, "invocation_expression", "function", "", {.when = "function= nameof"}},
+    {In::csharp, "invocation_expression", "function", "call"},
+    {In::csharp, "object_creation_expression", "type", "call type"},
+    {In::csharp, "attribute", "name", "call type"},
+    {In::csharp,
+     "constructor_initializer",
+     "",
+     "call",
+     {.name = "base this", .reading = Reading::whole}},
+    {In::csharp, "primary_constructor_base_type", "type", "call type"},
+    {In::csharp, "base_list", "<", "call type", {.when = "'argument_list"}},
+    {In::csharp, "base_list type_argument_list explicit_interface_specifier", "", "type"},
+    {In::csharp, "type_parameter_constraints_clause", "", "type"},
+    {In::csharp,
+     "using_directive",
+     ">",
+     "import_module",
+     {.name = "identifier qualified_name alias_qualified_name", .reading = Reading::whole}},
+    {In::csharp, "using_directive", "name", "import"},
+    {In::csharp, "using_directive", ">", "import", {.when = "'static"}},
+    {In::csharp,
+     "using_directive",
+     ">",
+     "import",
+     {.when = "name; >: identifier qualified_name alias_qualified_name"}},
+    {In::csharp, "using_directive", ">", "import type", {.when = "name"}},
+    {In::csharp, "extern_alias_directive", "name", "import"},
+    {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier: generic_name"}},
+    {In::csharp,
+     "member_access_expression",
+     "expression",
+     "type",
+     {.when = "expression: generic_name"}},
+    {In::csharp, "constant_pattern", "<", "type", {.when = "<: identifier generic_name"}},
+    {In::csharp, "is_expression as_expression", "right", "type"},
+    {In::csharp, "*", "type", "type"},
+    {In::csharp, "*", "returns", "type"},
 
     // ---- Ruby
     {In::ruby, "call", "method", "call"},
@@ -174,6 +226,8 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
     {In::python,
      "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
      "str tuple type"},
+    {In::java, "var"},
+    {In::csharp, "dynamic notnull unmanaged var"},
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
      "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},

@@ -34,7 +34,8 @@ bool Uses::Row::holds(const Node& whole, const Node& above, const Node& name,
                       std::string_view region) const {
   return (_row->place.empty() || _place.holds(whole)) &&
          (_row->terms.name.empty() || _names.contains(name.symbol())) &&
-         (_row->terms.within.empty() || _row->terms.within == region) && _conditions.hold(above);
+         (_row->terms.within.empty() || _row->terms.within == region) && _conditions.hold(above) &&
+         (!_row->terms.is_upper_case || is_upper(first(name.bytes(), 1)));
 }
 
 Uses::Uses(const languages::Language& language)

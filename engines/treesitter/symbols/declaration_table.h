@@ -20,6 +20,7 @@ struct DeclarationTerms {
   std::string_view owner = "";  // the place of the type that the declaration belongs to
   bool is_whole_name = false;   // the name is all that `name` says, as written
   bool opens_scope = true;      // what the node holds belongs to the declaration
+  bool stays_open = false;      // what follows in the same parent lies within it
   bool is_qualified = false;    // the FQN has all of it, the name only its last part
 };
 
@@ -79,6 +80,7 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::java, "interface_declaration", "name", "interface"},
     {In::java, "annotation_type_declaration", "name", "type"},
     {In::java, "enum_declaration", "name", "enum"},
+    {In::java, "method_declaration", "name", "function", {.around = "file"}},
     {In::java, "method_declaration annotation_type_element_declaration", "name", "method"},
     {In::java, "constructor_declaration compact_constructor_declaration", "name", "method"},
     {In::java, "variable_declarator", "name", "constant", {.when = "^: constant_declaration"}},
@@ -88,7 +90,18 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "constant",
      {.when = "^: field_declaration", .words = "static final"}},
     {In::java, "variable_declarator", "name", "variable", {.when = "^: field_declaration"}},
-    {In::java, "formal_parameter", "name", "variable", {.around = "type"}},  // of a record
+    {In::java,
+     "variable_declarator",
+     "name",
+     "variable",
+     {.around = "file", .when = "^: local_variable_declaration"}},
+    {In::java, "block for_statement", "", "", {.around = "file"}},
+    {In::java, "formal_parameter", "name", "variable", {.when = "^^: record_declaration"}},
+    {In::java,
+     "variable_declarator",
+     "name",
+     "variable",
+     {.when = "^: spread_parameter; ^^^: record_declaration"}},
     {In::java, "enum_constant", "name", "constant"},
     {In::java, "package_declaration", ">", "module", {.is_whole_name = true}},
     {In::java, "module_declaration", "name", "module", {.is_whole_name = true}},
@@ -109,6 +122,40 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     // ---- Rust
 
     // ---- C#
+    {In::csharp, "class_declaration record_declaration struct_declaration", "name", "class"},
+    {In::csharp, "interface_declaration", "name", "interface"},
+    {In::csharp, "enum_declaration", "name", "enum"},
+    {In::csharp, "enum_member_declaration", "name", "constant"},
+    {In::csharp, "delegate_declaration", "name", "type"},
+    {In::csharp, "method_declaration constructor_declaration", "name", "method"},
+    {In::csharp, "destructor_declaration", "name", "method"},
+    {In::csharp, "operator_declaration", "operator", "method", {.is_whole_name = true}},
+    {In::csharp, "conversion_operator_declaration", "type", "method", {.is_whole_name = true}},
+    {In::csharp, "local_function_statement", "name", "function"},
+    {In::csharp, "property_declaration event_declaration", "name", "variable"},
+    {In::csharp, "indexer_declaration", "'this", "variable", {.is_whole_name = true}},
+    {In::csharp,
+     "variable_declarator",
+     "name",
+     "constant",
+     {.when = "^^: field_declaration", .words = "const"}},
+    {In::csharp,
+     "variable_declarator",
+     "name",
+     "constant",
+     {.when = "^^: field_declaration", .words = "static readonly"}},
+    {In::csharp,
+     "variable_declarator",
+     "name",
+     "variable",
+     {.when = "^^: field_declaration event_field_declaration"}},
+    {In::csharp, "parameter", "name", "variable", {.when = "^^: record_declaration"}},
+    {In::csharp, "namespace_declaration", "name", "module", {.is_whole_name = true}},
+    {In::csharp,
+     "file_scoped_namespace_declaration",
+     "name",
+     "module",
+     {.is_whole_name = true, .stays_open = true}},
 
     // ---- Ruby
     {In::ruby, "class", "name", "class", {.is_qualified = true}},

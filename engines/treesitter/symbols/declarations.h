@@ -46,6 +46,7 @@ class Declaration {
   bool is_whole_name() const { return _row->terms.is_whole_name; }
   // Whether what the node holds belongs to the declaration: of several names, to the first.
   bool opens_scope() const { return _row->terms.opens_scope && !has_own_lines(); }
+  bool stays_open() const { return _row->terms.stays_open; }
   bool is_qualified() const { return _row->terms.is_qualified; }
 
   // What carries the name of the type that the declaration says it belongs to.

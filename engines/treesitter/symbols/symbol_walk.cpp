@@ -147,7 +147,8 @@ class TreeSitterEngine::SymbolWalk {
     }
     if (opened) {
       const Around within = row->kind().empty() ? Around::value : around_within(row->kind());
-      _open.push_back({_tree.record(node.index()).subtree_end, *opened, _prefix_hash, within,
+      const Node region = row->stays_open() ? node.parent().value_or(node) : node;
+      _open.push_back({_tree.record(region.index()).subtree_end, *opened, _prefix_hash, within,
                        is_visible(*opened), is_local() || is_body(row->kind())});
     }
     return node.index() + 1;

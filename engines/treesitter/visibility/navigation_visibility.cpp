@@ -22,7 +22,9 @@ enum class Sign : std::uint8_t {
   modifier,     // the holder has one of these modifiers
   name_prefix,  // the name begins with one of these
   upper_case,   // the name begins in upper case
-  within,       // the declaration's parent, or the parent's parent, is of one of these types
+  itself,       // the declaration is of one of these types
+  within,       // the holder's parent is of one of these types
+  member,       // the parent of the holder's parent is
   scope,        // the nearest scope (core/syntax_tree.h) is of one of these types
   listed,       // the file's list of exports (export_lists.h) holds it
   unlisted,     // it does not, though there is one
@@ -44,9 +46,15 @@ constexpr VisibilityRow ROWS[] = {
     {In::python, false, Sign::local},
     {In::python, false, Sign::name_prefix, "_"},
     {In::ruby, false, Sign::hidden},
+    {In::java, false, Sign::modifier, "private"},
     {In::java, true, Sign::modifier, "public"},
     {In::java, true, Sign::within, "interface_body annotation_type_body enum_body"},
-    {In::java, true, Sign::within, "program"},
+    {In::java, true, Sign::itself, "package_declaration module_declaration formal_parameter"},
+    {In::csharp, false, Sign::modifier, "private protected internal"},
+    {In::csharp, true, Sign::modifier, "public"},
+    {In::csharp, true, Sign::member, "interface_declaration enum_declaration"},
+    {In::csharp, true, Sign::itself, "namespace_declaration file_scoped_namespace_declaration"},
+    {In::csharp, true, Sign::itself, "parameter"},  // of a record: a public property
     {In::go, true, Sign::upper_case},
     {In::script, false, Sign::modifier, "private protected"},
     {In::script, false, Sign::name_prefix, "#"},
@@ -69,8 +77,12 @@ bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, st
       return is_any([&](std::string_view prefix) { return name.starts_with(prefix); });
     case Sign::upper_case:
       return is_upper(first(name, 1));
-    case Sign::within: {
-      const std::optional<Node> parent = holder.parent();
+    case Sign::itself:
+      return is_one_of(node.type_text(), values);
+    case Sign::within:
+    case Sign::member: {
+      std::optional<Node> parent = holder.parent();
+      if (parent && row.sign == Sign::member) parent = parent->parent();
       return parent && is_one_of(parent->type_text(), values);
     }
     case Sign::scope: {
