@@ -14,6 +14,14 @@ NO_CAPTURES = [
     ("go", "reference.type", "*", "type_alias:name", "this is where the type is declared"),
 ]
 
+# Types that a language brings with it. Its query captures them as it does all others.
+BUILTIN_TYPES = {
+    ("go", "reference.type"): set(
+        "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
+        "int64 rune string uint uint8 uint16 uint32 uint64 uintptr".split()),
+}
+BUILT_IN = "the type is built in"
+
 # The references that are calls. All others are of types, in one way or another.
 CALL_CAPTURES = {"reference.call", "reference.send"}
 
@@ -69,6 +77,7 @@ NO_TAGS = [
       for kind in ("class", "method", "property")],
     ("csharp", "field", "", r"\boperator\b", "this is a parameter of an operator"),
     ("ruby", "singletonMethod", "^self$", "", "the method's name follows behind self"),
+    ("go", "const", "^_$", "", "the blank identifier declares nothing"),
     ("rust", "variable", "", "&'static", "this is a type with a lifetime"),
     *[(language, "alias", "", r"^(?!.*=).*\btype \w+\s*[,}]", "the type is imported or exported here")
       for language in ("typescript", "tsx")],

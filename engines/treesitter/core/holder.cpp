@@ -27,6 +27,7 @@ constexpr TypesRow HOLDERS[] = {
 constexpr TypesRow MODIFIERS[] = {
     {In::java, "modifiers"},
     {In::csharp, "modifier"},
+    {In::rust, "visibility_modifier"},
     {In::typed_script, "accessibility_modifier override_modifier"},
 };
 

@@ -42,6 +42,14 @@ constexpr NameRow NAME_ROWS[] = {
     {In::go, "index_expression", "operand"},  // `f[int](x)`
 
     // ---- Rust
+    {In::rust, "identifier type_identifier field_identifier primitive_type metavariable", "."},
+    {In::rust, "scoped_identifier scoped_type_identifier", "name"},
+    {In::rust, "generic_type generic_type_with_turbofish higher_ranked_trait_bound", "type"},
+    {In::rust, "reference_type pointer_type", "type"},
+    {In::rust, "dynamic_type abstract_type", "trait"},
+    {In::rust, "generic_function", "function"},
+    {In::rust, "field_expression", "field"},
+    {In::rust, "bounded_type parenthesized_expression unary_expression", "<"},
 
     // ---- C#
     {In::csharp, "identifier", "."},

@@ -17,6 +17,7 @@ enum class Reading : std::uint8_t {
   own,    // the name alone
   whole,  // the node as written, such as a dotted path; asked of the node itself and not of a name
   last,   // what follows the last slash, colon or full stop of a path
+  package,  // the same, but no version: of `example.org/yaml/v3` that is `yaml`
 };
 
 // What a row may say beside its four columns.
@@ -104,12 +105,68 @@ inline constexpr UseRow USE_ROWS[] = {
 
     // ---- Go
     {In::go, "call_expression", "function", "call"},
-    {In::go, "import_spec", "path", "import_module"},
+    // `f[int](x)`: a call and a conversion look the same, as they do without the brackets.
+    {In::go, "type_conversion_expression", "type", "call", {.when = "type: generic_type"}},
+    {In::go,
+     "interpreted_string_literal raw_string_literal",
+     "<",
+     "import_module",
+     {.name = "interpreted_string_literal_content raw_string_literal_content",
+      .when = "^: import_spec",
+      .reading = Reading::whole}},
     {In::go, "import_spec", "name", "import"},
+    {In::go, "import_spec", "path", "import", {.when = "!name", .reading = Reading::package}},
     {In::go, "type_spec type_alias", "name", ""},
     {In::go, "*", "", "type", {.name = "type_identifier"}},
 
     // ---- Rust
+    {In::rust, "call_expression", "function", "call"},
+    {In::rust, "macro_invocation", "macro", "call"},
+    {In::rust, "attribute", "<", "call"},
+    {In::rust,
+     "token_tree",
+     "",
+     "type",
+     {.name = "identifier", .when = "^: attribute; ^<= derive", .is_upper_case = true}},
+    {In::rust,
+     "scoped_identifier",
+     "path",
+     "import_module",
+     {.name = "identifier scoped_identifier self super crate",
+      .when = "^: use_declaration use_list use_as_clause",
+      .reading = Reading::whole}},
+    {In::rust,
+     "scoped_use_list",
+     "path",
+     "import_module",
+     {.name = "identifier scoped_identifier self super crate", .reading = Reading::whole}},
+    {In::rust,
+     "use_wildcard",
+     "<",
+     "import_module",
+     {.name = "identifier scoped_identifier self super crate", .reading = Reading::whole}},
+    {In::rust, "scoped_use_list", "path", "import", {.when = "list/self"}},
+    {In::rust, "use_declaration", "", "import import_module", {.when = "argument: identifier"}},
+    {In::rust, "use_as_clause", "alias", "", {.when = "alias= _"}},
+    {In::rust,
+     "use_as_clause",
+     "path",
+     "import import_module",
+     {.when = "path: identifier; ^: use_declaration"}},
+    {In::rust, "use_declaration use_list use_as_clause", "", "import"},
+    {In::rust, "extern_crate_declaration", "name", "import import_module"},
+    {In::rust, "extern_crate_declaration", "alias", "import"},
+    {In::rust, "mod_item", "name", "import_module", {.when = "!body"}},
+    {In::rust, "scoped_identifier", "path", "", {.within = "use"}},
+    {In::rust,
+     "scoped_identifier scoped_type_identifier",
+     "path",
+     "type",
+     {.name = "identifier", .is_upper_case = true}},
+    {In::rust, "tuple_struct_pattern", "type", "type", {.name = "identifier"}},
+    {In::rust, "struct_item enum_item union_item trait_item", "name", ""},
+    {In::rust, "type_item associated_type type_parameter", "name", ""},
+    {In::rust, "*", "", "type", {.name = "type_identifier"}},
 
     // ---- C#
     {In::csharp, "invocation_expression", "function", "", {.when = "function= nameof"}},
@@ -212,6 +269,7 @@ inline constexpr RegionRow REGION_ROWS[] = {
     {In::python, "argument_list", "type", "^: class_definition"},
     {In::python, "argument_list", "instance", "^function= isinstance issubclass"},
     {In::python, "argument_list", "arguments"},
+    {In::rust, "use_declaration", "use"},
     {In::script, "export_statement", "re-export", "source"},
     {In::script, "call_expression", "require", "function= require import"},
 };
@@ -231,6 +289,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
      "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},
+    {In::rust, "Err None Ok Self Some _"},
 };
 
 }  // namespace engines::treesitter

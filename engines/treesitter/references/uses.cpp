@@ -13,14 +13,32 @@ enum Concern : std::uint8_t { NAME = 1, WHOLE = 2, REGION = 4 };
 
 constexpr std::string_view ANYWHERE = "*";
 
+std::string_view last_part(std::string_view path) {
+  const std::size_t end = path.find_last_of("/\\:.");
+  return end == std::string_view::npos ? path : path.substr(end + 1);
+}
+
+// A folder may be called `v1`; from `v2` on it is the version of what is above.
+bool is_version(std::string_view part, char separator) {
+  if (separator == '/' && (part == "v0" || part == "v1")) return false;
+  return part.size() > 1 && part.front() == 'v' &&
+         part.find_first_not_of("0123456789", 1) == std::string_view::npos;
+}
+
+std::string_view package_of(std::string_view path) {
+  const std::string_view last = last_part(path);
+  if (last.size() == path.size()) return path;
+  const std::size_t separator = path.size() - last.size() - 1;
+  return is_version(last, path[separator]) ? last_part(path.substr(0, separator)) : last;
+}
+
 }  // namespace
 
 std::string_view reference_text(const Node& name, Reading reading, std::string& storage) {
   const std::string_view text =
       without_marks(name.tree().source().decoded(name.start_byte(), name.end_byte(), storage));
-  if (reading != Reading::last) return text;
-  const std::size_t end = text.find_last_of("/\\:.");
-  return end == std::string_view::npos ? text : text.substr(end + 1);
+  if (reading == Reading::package) return package_of(text);
+  return reading == Reading::last ? last_part(text) : text;
 }
 
 Uses::Row::Row(const languages::Language& language, const UseRow& row)
