@@ -106,6 +106,11 @@ bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, st
   const auto is_any = [&](auto&& holds) {
     return std::any_of(values.begin(), values.end(), holds);
   };
+  const std::optional<Node> parent = holder.parent();
+  const std::optional<Node> owner = parent ? parent->parent() : std::nullopt;
+  const auto is_typed = [&](const std::optional<Node>& each) {
+    return each && is_one_of(each->type_text(), values);
+  };
   switch (row.sign) {
     case Sign::modifier:
       return is_any([&](std::string_view word) { return holders.has_modifier(holder, word); });
@@ -114,24 +119,17 @@ bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, st
     case Sign::upper_case:
       return is_upper(first(name, 1));
     case Sign::itself:
-      return is_one_of(node.type_text(), values);
+      return is_typed(node);
     case Sign::within:
-    case Sign::member: {
-      std::optional<Node> parent = holder.parent();
-      if (parent && row.sign == Sign::member) parent = parent->parent();
-      return parent && is_one_of(parent->type_text(), values);
-    }
-    case Sign::owner_field: {
-      const std::optional<Node> parent = holder.parent();
-      const std::optional<Node> owner = parent ? parent->parent() : std::nullopt;
+      return is_typed(parent);
+    case Sign::member:
+      return is_typed(owner);
+    case Sign::owner_field:
       return owner && is_any([&](std::string_view field) { return begins_with(*owner, field); });
-    }
     case Sign::below:
       return stands_below(holder, values.at(0), values.at(1));
-    case Sign::scope: {
-      const std::optional<Node> scope = node.scope();
-      return scope && is_one_of(scope->type_text(), values);
-    }
+    case Sign::scope:
+      return is_typed(node.scope());
     case Sign::listed:
       return surroundings.is_listed;
     case Sign::unlisted:
