@@ -16,8 +16,9 @@ namespace engines::treesitter {
 enum class Reading : std::uint8_t {
   own,    // the name alone
   whole,  // the node as written, such as a dotted path; asked of the node itself and not of a name
-  last,   // what follows the last slash, colon or full stop of a path
-  package,  // the same, but no version: of `example.org/yaml/v3` that is `yaml`
+  in_group,  // the same, behind the paths of the groups around it
+  last,      // what follows the last slash, colon or full stop of a path
+  package,   // that, but no version: of `example.org/yaml/v3` that is `yaml`
 };
 
 // What a row may say beside its four columns.
@@ -134,17 +135,17 @@ inline constexpr UseRow USE_ROWS[] = {
      "import_module",
      {.name = "identifier scoped_identifier self super crate",
       .when = "^: use_declaration use_list use_as_clause",
-      .reading = Reading::whole}},
+      .reading = Reading::in_group}},
     {In::rust,
      "scoped_use_list",
      "path",
      "import_module",
-     {.name = "identifier scoped_identifier self super crate", .reading = Reading::whole}},
+     {.name = "identifier scoped_identifier self super crate", .reading = Reading::in_group}},
     {In::rust,
      "use_wildcard",
      "<",
      "import_module",
-     {.name = "identifier scoped_identifier self super crate", .reading = Reading::whole}},
+     {.name = "identifier scoped_identifier self super crate", .reading = Reading::in_group}},
     {In::rust, "scoped_use_list", "path", "import", {.when = "list/self"}},
     {In::rust, "use_declaration", "", "import import_module", {.when = "argument: identifier"}},
     {In::rust, "use_as_clause", "alias", "", {.when = "alias= _"}},
@@ -272,6 +273,17 @@ inline constexpr RegionRow REGION_ROWS[] = {
     {In::rust, "use_declaration", "use"},
     {In::script, "export_statement", "re-export", "source"},
     {In::script, "call_expression", "require", "function= require import"},
+};
+
+// Nodes that begin with a path below which all others in them lie: `a::{b::C, d::E}`.
+struct GroupRow {
+  In languages;
+  std::string_view types;
+  std::string_view separator;
+};
+
+inline constexpr GroupRow GROUP_ROWS[] = {
+    {In::rust, "scoped_use_list", "::"},
 };
 
 // Types that a language brings with it, where its grammar calls them as it calls others.
