@@ -5,7 +5,7 @@
 // A run goes from the declaration upwards and ends at the one before, so that a file's declarations
 // together read each comment once.
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by tests/golden/go and tests/golden/rust.
 #include <algorithm>
 #include <iterator>
 #include <optional>
@@ -24,8 +24,8 @@ namespace {
 
 struct RunRow {
   In language;
-  std::string_view openings;  // of comments that are documentation
-  std::string_view others;    // of comments that begin so and are none
+  std::string_view openings;  // of what is documentation
+  std::string_view others;    // of what begins so and is none
   std::string_view inner;     // of those at the head of a body, which document what has it
   std::string_view passed;    // a type of node that may stand between
   bool is_adjacent;           // a blank line ends the run, and so does code on a comment's line
@@ -34,7 +34,7 @@ struct RunRow {
 constexpr RunRow RUNS[] = {
     // What is left out are directives, which stand among the lines of a text.
     {In::go, "// /*", "//go: //nolint //lint: //line //export //extern", "", "", true},
-    {In::rust, "/// /**", "//// /*** /**/", "//! /*!", "attribute_item", false},
+    {In::rust, "/// /** #[doc", "//// /*** /**/ #[doc(", "//! /*!", "attribute_item", false},
 };
 
 std::string_view opening_of(std::string_view text, std::string_view openings) {
@@ -44,6 +44,13 @@ std::string_view opening_of(std::string_view text, std::string_view openings) {
   return {};
 }
 
+// What is quoted behind the sign: of `#[doc = "Text."]` that is `Text.`
+std::string_view value_of(std::string_view text) {
+  const std::string_view value = trim(text.substr(std::min(text.find('='), text.size() - 1) + 1));
+  if (!value.starts_with('"')) return {};
+  return trim(value.substr(1, value.rfind('"') - 1));
+}
+
 // Whether code stands in front of the comment on its line. Costs the blanks there.
 bool is_trailing(const Node& comment) {
   const std::string_view before = comment.tree().source().bytes().substr(0, comment.start_byte());
@@ -51,7 +58,7 @@ bool is_trailing(const Node& comment) {
   return end != std::string_view::npos && before[end] != '\n';
 }
 
-// The comments above the declaration, in source order.
+// The comments above the declaration, and what is passed, in source order.
 std::vector<Node> run_above(const Node& declaration, const RunRow& row) {
   std::vector<Node> run;
   std::uint32_t row_below = declaration.start_row();
@@ -60,7 +67,9 @@ std::vector<Node> run_above(const Node& declaration, const RunRow& row) {
       if (row.is_adjacent && (above->end_row() + 1 < row_below || is_trailing(*above))) break;
       row_below = above->start_row();
       run.push_back(*above);
-    } else if (above->type_text() != row.passed && above->type() != NodeType::error) {
+    } else if (above->type_text() == row.passed) {
+      run.push_back(*above);
+    } else if (above->type() != NodeType::error) {
       break;
     }
   }
@@ -99,6 +108,8 @@ std::optional<std::string> TreeSitterEngine::_read_doc_run(const Node& declarati
     if (opening.empty() || !opening_of(text, row->others).empty()) return;
     if (text.starts_with("/*")) {
       joined.append(_clean_block_comment(text).first.value_or(""));
+    } else if (text.starts_with('#')) {
+      joined.append(value_of(text));
     } else {
       joined.append(trim(text.substr(opening.size())));
     }

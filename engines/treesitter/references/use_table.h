@@ -123,7 +123,8 @@ inline constexpr UseRow USE_ROWS[] = {
     // ---- Rust
     {In::rust, "call_expression", "function", "call"},
     {In::rust, "macro_invocation", "macro", "call"},
-    {In::rust, "attribute", "<", "call"},
+    // What has a value, such as `#[path = "x.rs"]`, calls no macro.
+    {In::rust, "attribute", "<", "call", {.when = "!value"}},
     {In::rust,
      "token_tree",
      "",

@@ -7,6 +7,8 @@ import (
 	"net/http"
 
 	_ "embed"
+	"example.org/api/v1"
+	"example.org/check.v1"
 	"example.org/yaml/v3"
 	pb "example.org/queue/api"
 )

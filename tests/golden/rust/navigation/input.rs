@@ -42,6 +42,8 @@ pub(crate) struct Store<T: Display + 'static> {
     open: Option<Handle>,
 }
 
+#[doc = "Four bytes."]
+#[doc(alias = "int")]
 pub union Word {
     pub bytes: [u8; 4],
     number: u32,
@@ -93,6 +95,7 @@ impl Draw<Store<u8>> for (Point, Point) {
     fn draw(&self, on: &mut Store<u8>) -> Self::Output { on.line::<Point>(self) }
 }
 
+#[path = "bindings.rs"]
 pub mod raw {
     //! Bindings.
     type Size = u32;
