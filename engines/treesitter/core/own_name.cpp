@@ -26,6 +26,7 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- Java
     {In::java, "identifier type_identifier this super", "."},
     {In::java, "scoped_identifier", "name"},
+    {In::java, "field_access", "field"},  // `Map.Entry::new`
     {In::java, "scoped_type_identifier annotated_type", ">"},
     {In::java, "generic_type parenthesized_expression", "<"},
     {In::java, "array_type", "element"},

@@ -78,7 +78,7 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::java, "object_creation_expression", "type", "call type"},
     {In::java, "explicit_constructor_invocation", "constructor", "call"},
     {In::java, "annotation marker_annotation", "name", "call type"},
-    {In::java, "method_reference", "<", "call", {.when = "'new; !<: array_type"}},
+    {In::java, "method_reference", "<", "call type", {.when = "'new; !<: array_type"}},
     {In::java, "method_reference", ">", "call", {.name = "identifier", .when = "!'new"}},
     {In::java,
      "import_declaration",
@@ -145,8 +145,11 @@ inline constexpr UseRow USE_ROWS[] = {
      "expression",
      "type",
      {.when = "expression: generic_name"}},
+    {In::csharp, "constant_pattern", "<", "", {.when = "^: switch_section"}},
     {In::csharp, "constant_pattern", "<", "type", {.when = "<: identifier generic_name"}},
     {In::csharp, "is_expression as_expression", "right", "type"},
+    // Of `f(a * b)` the grammar makes a pointer that is declared.
+    {In::csharp, "declaration_expression", "type", "", {.when = "type: pointer_type"}},
     {In::csharp, "*", "type", "type"},
     {In::csharp, "*", "returns", "type"},
 
@@ -227,7 +230,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
      "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
      "str tuple type"},
     {In::java, "var"},
-    {In::csharp, "dynamic notnull unmanaged var"},
+    {In::csharp, "dynamic notnull unmanaged var case else"},  // the last two: not quite parsed
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
      "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},

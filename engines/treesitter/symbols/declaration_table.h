@@ -131,7 +131,8 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::csharp, "destructor_declaration", "name", "method"},
     {In::csharp, "operator_declaration", "operator", "method", {.is_whole_name = true}},
     {In::csharp, "conversion_operator_declaration", "type", "method", {.is_whole_name = true}},
-    {In::csharp, "local_function_statement", "name", "function"},
+    // An `#if` between the branches of a statement leaves keywords where a type may stand.
+    {In::csharp, "local_function_statement", "name", "function", {.when = "!type= case else"}},
     {In::csharp, "property_declaration event_declaration", "name", "variable"},
     {In::csharp, "indexer_declaration", "'this", "variable", {.is_whole_name = true}},
     {In::csharp,
@@ -150,6 +151,7 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "variable",
      {.when = "^^: field_declaration event_field_declaration"}},
     {In::csharp, "parameter", "name", "variable", {.when = "^^: record_declaration"}},
+    {In::csharp, "parameter_list", "*name", "variable", {.when = "^: record_declaration"}},
     {In::csharp, "namespace_declaration", "name", "module", {.is_whole_name = true}},
     {In::csharp,
      "file_scoped_namespace_declaration",
