@@ -14,6 +14,7 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
                                                                  const Node& holder,
                                                                  const Source& content) {
   const std::string_view language = node.tree().language().name();
+  if (language == "csharp") return _extract_xml_doc(holder, content);
   return _extract_docstring(language == "python" ? node : holder, content, language);
 }
 

@@ -29,6 +29,10 @@ namespace Shop.Stock
 #endif
     }
 
+    /** <summary>Where any <typeparamref name="T"/> lies.</summary>
+     *  <exception cref="LostException">When count < 0.</exception> */
+    //// No documentation.
+    /*** Nor this. ***/
     internal interface IShelf<out T> : IPlace<T> where T : struct
     {
         int Count { get; }

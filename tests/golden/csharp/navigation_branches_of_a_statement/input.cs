@@ -1,17 +1,17 @@
 class Writer
 {
-    void Write(object value)
+    void Write(object value, bool late)
     {
         if (value is Date) { Early(); }
 #if DATES
-        else if (value is Offset) { Late(); }
+        else if (late) { Late(); }
 #endif
         else { Never(); }
         switch (value)
         {
             case Code.Double: break;
 #if DATES
-            case Code.Offset: Write(value); break;
+            case Code.Offset: break;
 #endif
         }
     }
