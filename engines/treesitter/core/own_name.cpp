@@ -50,6 +50,7 @@ constexpr NameRow NAME_ROWS[] = {
     {In::csharp, "member_access_expression member_binding_expression", "name"},
     {In::csharp, "conditional_access_expression", ">"},
     {In::csharp, "generic_name parenthesized_expression postfix_unary_expression", "<"},
+    {In::csharp, "binary_expression", "left"},  // what `x is T && y` asks for
     {In::csharp, "array_type nullable_type pointer_type ref_type scoped_type", "type"},
 
     // ---- Ruby

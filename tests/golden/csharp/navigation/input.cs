@@ -69,8 +69,8 @@ namespace Shop.Stock
             (Left a, Right) pair = (1, 2);
             bool Fits(Item item) => Deep(local * item);
             if (pair is Round or Flat && key is not Hard && key is Door d && key is { Lock: Bolt }) { }
-            var board = key as Board; board?.Cut(); board?.Edge.Saw(); board!.Plane(); (await Load()).Save();
-            Make<Nail>(1); global::Shop.Till.Open(); base.Stop(); this.Go(); List<Screw>.Sort();
+            if (key is Shop.Hook && a || key is Latch && b && key is Shop.Key) { } var board = key as Board; board?.Cut(); board?.Edge.Saw(); board!.Plane(); (await Load()).Save();
+            Make<Nail>(1); global::Shop.Till.Open(); base.Stop(); this.Go(); List<Screw>.Sort(); Shop.Tray<Bead>.Tip();
             var all = (Wood)key; Show(typeof(Box<>), nameof(key.Length), default(Glue), sizeof(Chip));
             foreach (Leg leg in legs) { }
             using (Reader reader = Read()) { }
