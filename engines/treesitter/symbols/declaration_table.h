@@ -130,6 +130,11 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::csharp, "method_declaration constructor_declaration", "name", "method"},
     {In::csharp, "destructor_declaration", "name", "method"},
     {In::csharp, "operator_declaration", "operator", "method", {.is_whole_name = true}},
+    {In::csharp,
+     "conversion_operator_declaration",
+     "type",
+     "method",
+     {.when = "type: identifier generic_name qualified_name alias_qualified_name"}},
     {In::csharp, "conversion_operator_declaration", "type", "method", {.is_whole_name = true}},
     // An `#if` between the branches of a statement leaves keywords where a type may stand.
     {In::csharp, "local_function_statement", "name", "function", {.when = "!type= case else"}},

@@ -57,6 +57,7 @@ namespace Shop.Stock
         public static bool operator ==(Shelf<T> a, Shelf<T> b) => true;
         public static implicit operator Item(Shelf<T> shelf) => shelf.last;
         public static explicit operator int(Shelf<T> shelf) => 1;
+        public static explicit operator Shop.Rack<T>(Shelf<T> shelf) => null;
         public Item this[string name] { get => Find(name); }
         void IDisposable.Dispose() { }
         #region Search
