@@ -84,6 +84,10 @@ NO_TAGS = [
     ("php", "variable", "", r"^(?!.*\b(public|protected|private|var|static|readonly)\b)",
      "a variable is assigned to, and no property declared"),
 ]
+# What ctags writes in front of the name that the code has: language, pattern.
+PREFIXES = [
+    ("csharp", r"operator +|~"),
+]
 IN_TEXT = "the line is within a string or a comment"
 
 # What holds others, of whose names it may have one: a constructor lies within a class of its name, so

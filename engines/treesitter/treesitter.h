@@ -307,6 +307,7 @@ class TreeSitterEngine {
   static std::optional<std::string> _extract_go_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_rust_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_csharp_doc(const Node& node, const Source& content);
+  static std::optional<std::string> _extract_xml_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content);
 
   // -- visibility/: whether a declaration is seen outside its file.

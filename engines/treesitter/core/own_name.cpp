@@ -26,6 +26,7 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- Java
     {In::java, "identifier type_identifier this super", "."},
     {In::java, "scoped_identifier", "name"},
+    {In::java, "field_access", "field"},  // `Map.Entry::new`
     {In::java, "scoped_type_identifier annotated_type", ">"},
     {In::java, "generic_type parenthesized_expression", "<"},
     {In::java, "array_type", "element"},
@@ -57,6 +58,7 @@ constexpr NameRow NAME_ROWS[] = {
     {In::csharp, "member_access_expression member_binding_expression", "name"},
     {In::csharp, "conditional_access_expression", ">"},
     {In::csharp, "generic_name parenthesized_expression postfix_unary_expression", "<"},
+    {In::csharp, "binary_expression", "left"},  // what `x is T && y` asks for
     {In::csharp, "array_type nullable_type pointer_type ref_type scoped_type", "type"},
 
     // ---- Ruby

@@ -15,6 +15,7 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
                                                                  const Source& content) {
   const std::string_view language = node.tree().language().name();
   if (language == "go" || language == "rust") return _read_doc_run(node, holder, content);
+  if (language == "csharp") return _extract_xml_doc(holder, content);
   return _extract_docstring(language == "python" ? node : holder, content, language);
 }
 

@@ -80,7 +80,7 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::java, "object_creation_expression", "type", "call type"},
     {In::java, "explicit_constructor_invocation", "constructor", "call"},
     {In::java, "annotation marker_annotation", "name", "call type"},
-    {In::java, "method_reference", "<", "call", {.when = "'new; !<: array_type"}},
+    {In::java, "method_reference", "<", "call type", {.when = "'new; !<: array_type"}},
     {In::java, "method_reference", ">", "call", {.name = "identifier", .when = "!'new"}},
     {In::java,
      "import_declaration",
@@ -204,8 +204,33 @@ inline constexpr UseRow USE_ROWS[] = {
      "expression",
      "type",
      {.when = "expression: generic_name"}},
-    {In::csharp, "constant_pattern", "<", "type", {.when = "<: identifier generic_name"}},
+    {In::csharp,
+     "member_access_expression",
+     "expression",
+     "type",
+     {.when = "expression/name: generic_name"}},
+    // Of `x is T && y` the grammar makes a pattern of all behind `is`, and after another `is` it
+    // may cut `N.T` in two.
+    {In::csharp, "constant_pattern", "<", "", {.when = "^: switch_section"}},
+    {In::csharp, "constant_pattern", "<", "", {.when = "^^: member_access_expression"}},
+    {In::csharp,
+     "constant_pattern",
+     "<",
+     "type",
+     {.when = "<: identifier generic_name binary_expression"}},
+    {In::csharp,
+     "constant_pattern",
+     "<",
+     "type",
+     {.when = "<: member_access_expression; ^: is_pattern_expression negated_pattern"}},
+    {In::csharp,
+     "binary_expression",
+     "right",
+     "type",
+     {.when = "right: member_access_expression; right/expression: is_pattern_expression"}},
     {In::csharp, "is_expression as_expression", "right", "type"},
+    // Of `f(a * b)` the grammar makes a pointer that is declared.
+    {In::csharp, "declaration_expression", "type", "", {.when = "type: pointer_type"}},
     {In::csharp, "*", "type", "type"},
     {In::csharp, "*", "returns", "type"},
 
@@ -298,7 +323,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
      "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
      "str tuple type"},
     {In::java, "var"},
-    {In::csharp, "dynamic notnull unmanaged var"},
+    {In::csharp, "dynamic notnull unmanaged var case else"},  // the last two: not quite parsed
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
      "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},

@@ -51,12 +51,14 @@ constexpr VisibilityRow ROWS[] = {
     {In::java, false, Sign::modifier, "private"},
     {In::java, true, Sign::modifier, "public"},
     {In::java, true, Sign::within, "interface_body annotation_type_body enum_body"},
+    {In::java, true, Sign::within, "spread_parameter"},  // of a record: a public accessor
     {In::java, true, Sign::itself, "package_declaration module_declaration formal_parameter"},
     {In::csharp, false, Sign::modifier, "private protected internal"},
     {In::csharp, true, Sign::modifier, "public"},
-    {In::csharp, true, Sign::member, "interface_declaration enum_declaration"},
+    {In::csharp, true, Sign::member, "interface_declaration"},
+    {In::csharp, true, Sign::itself, "enum_member_declaration"},
     {In::csharp, true, Sign::itself, "namespace_declaration file_scoped_namespace_declaration"},
-    {In::csharp, true, Sign::itself, "parameter"},  // of a record: a public property
+    {In::csharp, true, Sign::itself, "parameter parameter_list"},  // of a record: public properties
     {In::go, false, Sign::local},
     {In::go, true, Sign::itself, "package_clause"},
     {In::go, true, Sign::upper_case},
