@@ -68,6 +68,7 @@ constexpr NameRow NAME_ROWS[] = {
     {In::typed_script, "type_identifier", "."},
     {In::script, "member_expression", "property"},
     {In::script, "string parenthesized_expression await_expression", "<"},
+    {In::script, "sequence_expression", ">"},  // `(0, f)()`
     {In::script, "pair_pattern", "value"},
     {In::script, "object_assignment_pattern assignment_pattern", "left"},
     {In::script, "rest_pattern", "<"},

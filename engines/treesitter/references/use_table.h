@@ -204,9 +204,17 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::typed_script, "interface_declaration type_alias_declaration type_parameter", "name", ""},
     {In::typed_script, "mapped_type_clause", "name", ""},
     {In::typed_script, "infer_type", "<", ""},
+    // `import("m").T`
     {In::typed_script,
-     "type_annotation type_arguments array_type union_type intersection_type",
+     "type_annotation opting_type_annotation omitting_type_annotation adding_type_annotation "
+     "type_arguments array_type union_type intersection_type function_type conditional_type "
+     "readonly_type parenthesized_type type_alias_declaration constraint default_type",
      "",
+     "type",
+     {.name = "property_identifier"}},
+    {In::typed_script,
+     "as_expression satisfies_expression",
+     ">",
      "type",
      {.name = "property_identifier"}},
     {In::typed_script, "*", "", "type", {.name = "type_identifier"}},

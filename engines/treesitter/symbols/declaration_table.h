@@ -218,7 +218,13 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::typed_script, "function_signature", "name", "function"},
     {In::script, "method_definition", "name", "method"},
     {In::typed_script, "method_signature abstract_method_signature", "name", "method"},
-    {In::typed_script, "property_signature", "name", "variable", {.around = "type"}},
+    {In::typed_script,
+     "property_signature",
+     "name",
+     "variable",
+     {.around = "type",
+      .when = "!^^: constraint default_type; !^^^: extends_clause; "
+              "!^^^^: extends_type_clause implements_clause"}},
     {In::javascript,
      "field_definition",
      "property",
@@ -251,7 +257,8 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "",
      "",
      {.when = "^: statement_block for_statement switch_case switch_default; "
-              "!^^: internal_module module ambient_declaration"}},
+              "!^^: internal_module module ambient_declaration arrow_function "
+              "function_expression generator_function"}},
     {In::script,
      "variable_declarator",
      "name",
@@ -327,6 +334,13 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "left",
      "variable",
      {.around = "file",
+      .when = "left/object= exports module.exports; right: assignment_expression",
+      .opens_scope = false}},
+    {In::script,
+     "assignment_expression",
+     "left",
+     "variable",
+     {.around = "file",
       .when = "left/object= exports module.exports; !right: identifier unary_expression"}},
     {In::script,
      "pair",
@@ -338,7 +352,17 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "key",
      "function",
      {.when = "value: arrow_function function_expression generator_function"}},
-    {In::script, "arrow_function function_expression generator_function", "", ""},
+    // One that is called where it stands wraps a part of the file, and hides none of it.
+    {In::script,
+     "arrow_function function_expression generator_function",
+     "",
+     "",
+     {.when = "!^: parenthesized_expression call_expression"}},
+    {In::script,
+     "arrow_function function_expression generator_function",
+     "",
+     "",
+     {.when = "^: parenthesized_expression; !^^: call_expression member_expression"}},
 };
 
 }  // namespace engines::treesitter

@@ -150,7 +150,6 @@ class TreeSitterEngine::SymbolWalk {
 
   void add_declared(const Node& node, const Declaration& row) {
     std::optional<FqnId> opened;
-    if (row.kind().empty()) opened = parent();
     for (const Node& carrier : row.names(node, _declarations->own_names())) {
       const std::string name = OwnNames::text(carrier);
       if (name.empty() || is_named_above(node, name)) continue;
@@ -158,6 +157,8 @@ class TreeSitterEngine::SymbolWalk {
       const FqnId id = add_symbol(node, lines, row.kind(), name, qualifier(row, node, carrier));
       if (!opened && row.opens_scope()) opened = id;
     }
+    // What has no name that could be read, such as one that is computed, hides its locals too.
+    if (!opened && row.opens_scope() && is_body(row.kind())) opened = parent();
     if (!opened) return;
     const Around within = row.kind().empty() ? Around::value : around_within(row.kind());
     const Node region = row.stays_open() ? node.parent().value_or(node) : node;
