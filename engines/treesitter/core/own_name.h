@@ -30,9 +30,9 @@ struct Place {
   SymbolSet types = {};
 
   Place() = default;
-  // `text`: a field's name, a node's type, "<" for the first named child that is no comment, ">"
-  // for the last named child, "." for the node itself. "'X" is the type X where the grammar has a
-  // field of that name too.
+  // `text`: a field's name, a node's type or several with spaces between them, "<" for the first
+  // named child that is no comment, ">" for the last named child, "." for the node itself. "'X" is
+  // the type X where the grammar has a field of that name too.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;

@@ -7,7 +7,8 @@ export * as errors from "./errors.js";
 
 const fs = require("node:fs");
 const { join, sep: separator = "/", ...others } = require("node:path");
-const LIMITS = { size: 1 << 20, describe: () => `${LIMITS.size} bytes`, "on-full": function () {} };
+const LIMITS = { size: 1 << 20, describe: () => `${LIMITS.size} bytes`, "on-full": function () {},
+  [fs.constants.R_OK]() { const unseen = 1; } };
 let opened = 0, closed;
 
 /** Where records are kept. */

@@ -84,4 +84,5 @@ export const create = <T>(store: Store<string, T>): Promise<T> => {
 export const { log, level: threshold } = Level.current(), [first] = process.argv;
 const routes = { home: () => fs.read(1), about() {} } satisfies Routes, pair: [Left, ...Right[]] = [1];
 for (let i = 0; i < 1; i++) { try { create(i); } catch (error: unknown) { const kept: Failure = error; } }
+(fs as any).access<Level>?.(new (Base as Constructor<Item<string>>)()), (<Sync>sync)!(), load9();
 export = MemoryStore;
