@@ -159,14 +159,20 @@ OwnNames::OwnNames(const languages::Language& language) : _places(language) {
   }
 }
 
-std::optional<Node> OwnNames::carrier(Node node) const {
+Node OwnNames::end(Node node) const {
   while (true) {
     const Place& place = _places[node.symbol()];
     if (place.kind == Place::Kind::itself) return node;
     const std::optional<Node> next = place.in(node);
-    if (!next) return std::nullopt;
+    if (!next) return node;
     node = *next;
   }
+}
+
+std::optional<Node> OwnNames::carrier(const Node& node) const {
+  const Node last = end(node);
+  if (!is_carrier(last.symbol())) return std::nullopt;
+  return last;
 }
 
 Node OwnNames::whole(Node carrier) const {

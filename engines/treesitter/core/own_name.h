@@ -61,9 +61,11 @@ class OwnNames {
  public:
   explicit OwnNames(const languages::Language& language);
 
-  // The node at the end of the way down from `node`: what carries its name. None when there is no
-  // name on the way.
-  std::optional<Node> carrier(Node node) const;
+  // The node at the end of the way down from `node`, which may be itself.
+  Node end(Node node) const;
+
+  // That node when it carries a name, or none.
+  std::optional<Node> carrier(const Node& node) const;
 
   // How a carrier reads, ill-formed bytes replaced: without a symbol's colon or a text's quotes.
   static std::string text(const Node& carrier);

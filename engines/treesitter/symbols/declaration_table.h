@@ -16,7 +16,8 @@ struct DeclarationTerms {
   std::string_view around = "";  // only within these: "file", "type", "value"
   std::string_view when = "";
   std::string_view words = "";  // only with all of these modifiers
-  std::string_view each = "";   // the names are the children of these types of what `name` says
+  std::string_view each = "";   // the names are the children of these types of what `name` says;
+                                // one that carries none is a list of the same kind
   std::string_view owner = "";  // the place of the type that the declaration belongs to
   bool is_whole_name = false;   // the name is all that `name` says, as written
   bool opens_scope = true;      // what the node holds belongs to the declaration
@@ -288,7 +289,7 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      {.around = "file",
       .when = "^kind= const",
       .each = "shorthand_property_identifier_pattern pair_pattern object_assignment_pattern "
-              "identifier assignment_pattern rest_pattern",
+              "identifier assignment_pattern rest_pattern object_pattern array_pattern",
       .opens_scope = false}},
     {In::script,
      "variable_declarator",
@@ -296,7 +297,7 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "variable",
      {.around = "file",
       .each = "shorthand_property_identifier_pattern pair_pattern object_assignment_pattern "
-              "identifier assignment_pattern rest_pattern",
+              "identifier assignment_pattern rest_pattern object_pattern array_pattern",
       .opens_scope = false}},
     {In::script,
      "assignment_expression",
@@ -322,11 +323,18 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      {.when = "left/object: identifier; !left/object= exports module window globalThis self that; "
               "right: arrow_function function_expression generator_function",
       .owner = "left/object"}},
+    // `module.exports = function f() {}` declares f, and "exports" only what has no name.
     {In::script,
      "assignment_expression",
      "left",
      "function",
-     {.when = "right: arrow_function function_expression generator_function"}},
+     {.when = "!left= module.exports; "
+              "right: arrow_function function_expression generator_function"}},
+    {In::script,
+     "assignment_expression",
+     "left",
+     "function",
+     {.when = "right: arrow_function function_expression generator_function; !right/name"}},
     {In::script,
      "assignment_expression",
      "left",
@@ -334,7 +342,12 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      {.when = "left/object: identifier; !left/object= exports module window globalThis self that; "
               "right: class",
       .owner = "left/object"}},
-    {In::script, "assignment_expression", "left", "class", {.when = "right: class"}},
+    {In::script,
+     "assignment_expression",
+     "left",
+     "class",
+     {.when = "!left= module.exports; right: class"}},
+    {In::script, "assignment_expression", "left", "class", {.when = "right: class; !right/name"}},
     {In::script,
      "assignment_expression",
      "left",

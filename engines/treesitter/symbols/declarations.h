@@ -54,6 +54,8 @@ class Declaration {
   std::optional<Node> owner(const Node& node, const OwnNames& own) const;
 
  private:
+  std::vector<Node> names_in(const Node& list, const OwnNames& own) const;
+
   const DeclarationRow* _row;
   Path _name;
   Path _owner;

@@ -6,7 +6,7 @@ export { Decoder, encode as toText } from "./codecs.js";
 export * as errors from "./errors.js";
 
 const fs = require("node:fs");
-const { join, sep: separator = "/", ...others } = require("node:path");
+const { join, sep: separator = "/", posix: { dirname, parse: [root = join] = [] }, ...others } = require("node:path");
 const LIMITS = { size: 1 << 20, describe: () => `${LIMITS.size} bytes`, "on-full": function () {},
   [fs.constants.R_OK]() { const unseen = 1; } };
 let opened = 0, closed;
@@ -82,5 +82,7 @@ exports.version = "1.0";
 exports.parse = exports.load = function load(text) { return JSON.parse(text); };
 module.exports.Pool = class { take() {} };
 module.exports = { archive, Reader, stop: halt, dump() {}, walk: function* () {} };
+module.exports = class Archive extends Store { open() {} };
+module.exports = async () => { const unseen = 2; };
 export { Queue, lines as default };
 function halt() { const local = require.resolve("./halt.js"); }
