@@ -188,7 +188,7 @@ def lines_of(path):
 def source_line(folder, entry):
     lines = lines_of(folder / entry.file.path)
     text = lines[entry.line - 1] if entry.line <= len(lines) else b""
-    return text.decode("utf-8", "replace").strip()[:160]
+    return text.decode("utf-8", "replace").rstrip()[:160]
 
 
 def remember(entry):

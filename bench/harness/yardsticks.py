@@ -41,8 +41,8 @@ CTAGS = {
                       "method": "method", "package": "package"}),
     "javascript": ("JavaScript", {"class": "class", "function": "function", "generator": "function",
                                   "method": "method", "getter": "method", "setter": "method",
-                                  "field": "field", "property": "field", "constant": "constant",
-                                  "variable": "variable"}),
+                                  "field": "field", "property": None,  # a key of an object
+                                  "constant": "constant", "variable": "variable"}),
     "typescript": ("TypeScript", {"class": "class", "interface": "interface", "enum": "enum",
                                   "enumerator": "constant", "function": "function",
                                   "generator": "function", "method": "method",
@@ -74,7 +74,27 @@ NO_TAGS = [
      "an object or a function with members is called a class"),
     ("javascript", "method", "", r"\.prototype\.\w+\.(apply|call)\(", "this is a call"),
     *[("javascript", kind, r"^\[", "", "the name is computed")
-      for kind in ("class", "method", "property")],
+      for kind in ("class", "method", "getter", "setter")],
+    ("javascript", "function", "", r"\]\s*=\s*(async\s+)?function\b", "the name is computed"),
+    ("javascript", "function", "", r"=\s*\(\s*function\b",
+     "the function is called where it stands, and its result is named"),
+    *[("javascript", kind, "^exports$",
+       r"=\s*(async\s+)?(class|function)\b\s*\*?\s*(?!extends\b)[\w$]",
+       "what is exported has a name of its own") for kind in ("class", "function")],
+    ("javascript", "field", "", r"^(?!\s*(static\s+)?#?[\w$]+\s*[=;])",
+     "this is a key or an operand"),
+    *[(language, kind, "", r"^(?!.*\b(const|let|var|using)\b)",
+       "this is a key, a parameter or an operand")
+      for language in ("javascript", "typescript", "tsx") for kind in ("constant", "variable")],
+    *[(language, kind, "", r"^\s", "most that are indented are local to a function")
+      for language in ("javascript", "typescript", "tsx") for kind in ("constant", "variable")],
+    *[(language, "method", "^new$", "", "this is a signature without a name")
+      for language in ("typescript", "tsx")],
+    *[(language, "namespace", "", r"^\s*\{", "the name is in a line above")
+      for language in ("typescript", "tsx")],
+    *[(language, "enumerator", "", r"^\s*\}|//",
+       "the name is in a line above, or a word of a comment")
+      for language in ("typescript", "tsx")],
     ("csharp", "field", "", r"\boperator\b", "this is a parameter of an operator"),
     ("ruby", "singletonMethod", "^self$", "", "the method's name follows behind self"),
     ("go", "const", "^_$", "", "the blank identifier declares nothing"),

@@ -74,11 +74,16 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- JavaScript, TypeScript
     {In::script, "identifier property_identifier private_property_identifier", "."},
     {In::script, "shorthand_property_identifier statement_identifier number", "."},
-    {In::script, "string_fragment", "."},
+    {In::script, "shorthand_property_identifier_pattern string_fragment super", "."},
     {In::typed_script, "type_identifier", "."},
     {In::script, "member_expression", "property"},
     {In::script, "string parenthesized_expression await_expression", "<"},
-    {In::typed_script, "non_null_expression", "<"},
+    {In::script, "sequence_expression", ">"},  // `(0, f)()`
+    {In::script, "pair_pattern", "value"},
+    {In::script, "object_assignment_pattern assignment_pattern", "left"},
+    {In::script, "rest_pattern", "<"},
+    {In::typed_script, "non_null_expression as_expression satisfies_expression", "<"},
+    {In::typescript, "type_assertion", ">"},
     {In::typed_script, "instantiation_expression", "function"},
     {In::typed_script, "generic_type nested_type_identifier", "name"},
     {In::typed_script, "nested_identifier", "."},
@@ -164,14 +169,20 @@ OwnNames::OwnNames(const languages::Language& language) : _places(language) {
   }
 }
 
-std::optional<Node> OwnNames::carrier(Node node) const {
+Node OwnNames::end(Node node) const {
   while (true) {
     const Place& place = _places[node.symbol()];
     if (place.kind == Place::Kind::itself) return node;
     const std::optional<Node> next = place.in(node);
-    if (!next) return std::nullopt;
+    if (!next) return node;
     node = *next;
   }
+}
+
+std::optional<Node> OwnNames::carrier(const Node& node) const {
+  const Node last = end(node);
+  if (!is_carrier(last.symbol())) return std::nullopt;
+  return last;
 }
 
 Node OwnNames::whole(Node carrier) const {

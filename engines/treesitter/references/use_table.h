@@ -266,20 +266,41 @@ inline constexpr UseRow USE_ROWS[] = {
 
     // ---- JavaScript, TypeScript
     {In::script, "call_expression", "function", "call"},
-    {In::script, "new_expression", "constructor", "call"},
+    {In::script, "new_expression", "constructor", "call type"},
     {In::script, "decorator", "<", "call"},
     {In::script, "import_specifier", "", "import"},
     {In::script, "import_clause namespace_import", "", "import"},
     {In::script, "export_specifier namespace_export", "", "import", {.within = "re-export"}},
     {In::script, "import_statement export_statement", "source", "import_module"},
-    {In::script, "arguments", "<", "import_module", {.within = "require"}},
+    {In::script,
+     "arguments",
+     "<",
+     "import_module",
+     {.name = "string_fragment", .when = "^function= require require.resolve import"}},
     {In::typed_script, "import_require_clause", "<", "import"},
     {In::typed_script, "import_require_clause", "source", "import_module"},
+    {In::typed_script, "import_alias", "<", "import"},
+    {In::typed_script, "import_alias", ">", "import", {.reading = Reading::last}},
+    {In::script, "binary_expression", "right", "type", {.when = "operator= instanceof"}},
     {In::typed_script, "extends_clause", "value", "type"},
     {In::javascript, "class_heritage", "", "type"},
     {In::typed_script, "class_declaration abstract_class_declaration class", "name", ""},
     {In::typed_script, "interface_declaration type_alias_declaration type_parameter", "name", ""},
     {In::typed_script, "mapped_type_clause", "name", ""},
+    {In::typed_script, "infer_type", "<", ""},
+    // `import("m").T`
+    {In::typed_script,
+     "type_annotation opting_type_annotation omitting_type_annotation adding_type_annotation "
+     "type_arguments array_type union_type intersection_type function_type conditional_type "
+     "readonly_type parenthesized_type type_alias_declaration constraint default_type",
+     "",
+     "type",
+     {.name = "property_identifier"}},
+    {In::typed_script,
+     "as_expression satisfies_expression",
+     ">",
+     "type",
+     {.name = "property_identifier"}},
     {In::typed_script, "*", "", "type", {.name = "type_identifier"}},
 };
 
@@ -298,7 +319,6 @@ inline constexpr RegionRow REGION_ROWS[] = {
     {In::python, "argument_list", "arguments"},
     {In::rust, "use_declaration", "use"},
     {In::script, "export_statement", "re-export", "source"},
-    {In::script, "call_expression", "require", "function= require import"},
 };
 
 // Nodes that begin with a path below which all others in them lie: `a::{b::C, d::E}`.
@@ -324,6 +344,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
      "str tuple type"},
     {In::java, "var"},
     {In::csharp, "dynamic notnull unmanaged var case else"},  // the last two: not quite parsed
+    {In::typed_script, "bigint"},
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
      "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},
