@@ -58,6 +58,11 @@ constexpr NameRow NAME_ROWS[] = {
     {In::ruby, "string delimited_symbol superclass", "<"},
 
     // ---- PHP
+    {In::php, "name string_content", "."},
+    {In::php, "qualified_name relative_name", ">"},
+    {In::php, "variable_name by_ref parenthesized_expression", "<"},
+    {In::php, "member_access_expression nullsafe_member_access_expression", "name"},
+    {In::php, "scoped_property_access_expression", "name"},
 
     // ---- SQL
 

@@ -20,7 +20,8 @@ struct DeclarationTerms {
   std::string_view owner = "";  // the place of the type that the declaration belongs to
   bool is_whole_name = false;   // the name is all that `name` says, as written
   bool opens_scope = true;      // what the node holds belongs to the declaration
-  bool stays_open = false;      // what follows in the same parent lies within it
+  bool stays_open = false;      // what follows in the same parent lies within it, to the next such
+  bool is_of_outer = false;     // it belongs to what the innermost open declaration belongs to
   bool is_qualified = false;    // the FQN has all of it, the name only its last part
 };
 
@@ -206,6 +207,27 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::ruby, "alias", "name", "method"},
 
     // ---- PHP
+    {In::php, "class_declaration", "name", "class"},
+    {In::php, "interface_declaration trait_declaration", "name", "interface"},
+    {In::php, "enum_declaration", "name", "enum"},
+    {In::php, "enum_case", "name", "constant"},
+    {In::php, "function_definition", "name", "function"},
+    {In::php, "method_declaration", "name", "method"},
+    {In::php, "use_as_clause", ">", "method", {.when = ">: name"}},
+    {In::php, "property_element", "name", "variable"},
+    {In::php, "property_promotion_parameter", "name", "variable", {.is_of_outer = true}},
+    {In::php, "const_element", "<", "constant"},
+    {In::php,
+     "function_call_expression",
+     "arguments/</</<",
+     "constant",
+     {.when = "function= define \\define; arguments/</</<: string_content", .opens_scope = false}},
+    {In::php, "namespace_definition", "name", "module", {.when = "body", .is_whole_name = true}},
+    {In::php,
+     "namespace_definition",
+     "name",
+     "module",
+     {.is_whole_name = true, .stays_open = true}},
 
     // ---- SQL
 

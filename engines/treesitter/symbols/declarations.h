@@ -47,6 +47,7 @@ class Declaration {
   // Whether what the node holds belongs to the declaration: of several names, to the first.
   bool opens_scope() const { return _row->terms.opens_scope && !has_own_lines(); }
   bool stays_open() const { return _row->terms.stays_open; }
+  bool is_of_outer() const { return _row->terms.is_of_outer; }
   bool is_qualified() const { return _row->terms.is_qualified; }
 
   // What carries the name of the type that the declaration says it belongs to.

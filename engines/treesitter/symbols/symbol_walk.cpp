@@ -103,6 +103,7 @@ class TreeSitterEngine::SymbolWalk {
     Around around = Around::file;
     bool is_visible = false;
     bool is_local = false;  // a function, or within one
+    bool stays_open = false;
   };
 
   std::string_view fqn(FqnId id) const {
@@ -136,6 +137,14 @@ class TreeSitterEngine::SymbolWalk {
     const Around around = _open.empty() ? Around::file : _open.back().around;
     const Declaration* const row = _declarations->of(node, around);
     if (row == nullptr) return node.index() + 1;
+    const Node region = row->stays_open() ? node.parent().value_or(node) : node;
+    const std::uint32_t region_end = _tree.record(region.index()).subtree_end;
+    if (row->stays_open()) close_stayed(region_end);
+    std::optional<Open> aside;
+    if (row->is_of_outer() && !_open.empty()) {
+      aside = _open.back();
+      _open.pop_back();
+    }
     std::optional<FqnId> opened;
     if (row->kind().empty()) opened = parent();
     for (const Node& carrier : row->names(node, _declarations->own_names())) {
@@ -145,13 +154,20 @@ class TreeSitterEngine::SymbolWalk {
       const FqnId id = add_symbol(node, lines, row->kind(), name, qualifier(*row, node, carrier));
       if (!opened && row->opens_scope()) opened = id;
     }
+    if (aside) _open.push_back(*aside);
     if (opened) {
       const Around within = row->kind().empty() ? Around::value : around_within(row->kind());
-      const Node region = row->stays_open() ? node.parent().value_or(node) : node;
-      _open.push_back({_tree.record(region.index()).subtree_end, *opened, _prefix_hash, within,
-                       is_visible(*opened), is_local() || is_body(row->kind())});
+      _open.push_back({region_end, *opened, _prefix_hash, within, is_visible(*opened),
+                       is_local() || is_body(row->kind()), row->stays_open()});
     }
     return node.index() + 1;
+  }
+
+  // What stayed open to the same end is over where the next such declaration begins.
+  void close_stayed(std::uint32_t end) {
+    while (!_open.empty() && _open.back().stays_open && _open.back().subtree_end == end) {
+      _open.pop_back();
+    }
   }
 
   bool is_local() const { return !_open.empty() && _open.back().is_local; }

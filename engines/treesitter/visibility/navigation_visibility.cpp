@@ -56,6 +56,7 @@ constexpr VisibilityRow ROWS[] = {
     {In::csharp, true, Sign::itself, "namespace_declaration file_scoped_namespace_declaration"},
     {In::csharp, true, Sign::itself, "parameter"},  // of a record: a public property
     {In::go, true, Sign::upper_case},
+    {In::php, false, Sign::modifier, "private protected"},
     {In::script, false, Sign::modifier, "private protected"},
     {In::script, false, Sign::name_prefix, "#"},
     {In::script, true, Sign::listed},
