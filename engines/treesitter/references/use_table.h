@@ -241,6 +241,18 @@ inline constexpr UseRow USE_ROWS[] = {
               "!^left: string encapsed_string binary_expression; !^^: binary_expression"}},
 
     // ---- SQL
+    {In::sql, "invocation", "<", "call"},
+    {In::sql, "create_trigger", "keyword_function keyword_procedure+object_reference", "call"},
+    {In::sql, "create_trigger", "keyword_on keyword_from+object_reference", "type"},
+    {In::sql, "comment_statement", "keyword_table keyword_view keyword_type+object_reference",
+     "type"},
+    {In::sql, "relation from statement insert create_index drop_index", "object_reference", "type"},
+    {In::sql, "alter_table alter_view alter_type drop_table drop_view drop_type",
+     "object_reference", "type"},
+    {In::sql, "constraint column_definition function_argument", "object_reference", "type"},
+    {In::sql, "cast alter_column function_declaration", "object_reference", "type"},
+    {In::sql, "create_function", "custom_type", "type"},
+    {In::sql, "create_sequence", "keyword_as+object_reference", "type"},
 
     // ---- JavaScript, TypeScript
     {In::script, "call_expression", "function", "call"},

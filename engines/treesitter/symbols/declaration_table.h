@@ -29,7 +29,7 @@ struct DeclarationRow {
   In languages;
   std::string_view types;
   std::string_view name;
-  std::string_view kind;  // empty for a scope that has no name and whose variables are its own
+  std::string_view kind;  // empty for a scope that declares nothing, with or without a name
   DeclarationTerms terms = {};
 };
 
@@ -230,6 +230,44 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      {.is_whole_name = true, .stays_open = true}},
 
     // ---- SQL
+    {In::sql,
+     "create_table create_view create_materialized_view",
+     "object_reference",
+     "class",
+     {.owner = "object_reference/schema"}},
+    {In::sql, "column_definition", "name", "variable", {.when = "!^^: create_function"}},
+    {In::sql, "rename_column", "new_name", "variable"},
+    {In::sql, "constraint", "name", "variable"},
+    {In::sql, "add_constraint", "identifier", "variable"},
+    {In::sql,
+     "alter_table alter_view",
+     "object_reference",
+     "",
+     {.owner = "object_reference/schema"}},
+    {In::sql,
+     "rename_object",
+     "object_reference",
+     "class",
+     {.when = "^: alter_table alter_view", .is_of_outer = true}},
+    {In::sql, "create_index", "column", "variable", {.opens_scope = false}},
+    {In::sql,
+     "create_function create_trigger",
+     "object_reference",
+     "function",
+     {.owner = "object_reference/schema"}},
+    {In::sql, "create_type", "object_reference", "type", {.owner = "object_reference/schema"}},
+    {In::sql, "enum_elements", "*enum_element", "constant"},
+    {In::sql,
+     "create_sequence",
+     "object_reference",
+     "variable",
+     {.owner = "object_reference/schema", .opens_scope = false}},
+    {In::sql, "create_role", "identifier", "variable", {.opens_scope = false}},
+    {In::sql,
+     "create_schema create_database create_extension",
+     "identifier",
+     "module",
+     {.opens_scope = false}},
 
     // ---- JavaScript, TypeScript
     {In::script, "class_declaration class", "name", "class"},

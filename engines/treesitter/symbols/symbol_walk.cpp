@@ -85,7 +85,7 @@ class TreeSitterEngine::SymbolWalk {
   }
 
  private:
-  // Names an FQN: the symbol's that holds it, or, negative, one of those that the model rejected.
+  // Names an FQN: the symbol's that holds it, or, negative, one of those that have none.
   // An FQN may be as long as the file, so that no second copy is kept to find repeats.
   using FqnId = std::int64_t;
   static constexpr FqnId FILE_PREFIX = INT64_MAX;  // what names at the top are joined to
@@ -109,7 +109,7 @@ class TreeSitterEngine::SymbolWalk {
   std::string_view fqn(FqnId id) const {
     if (id == FILE_PREFIX) return _fqn_prefix;
     return id >= 0 ? _symbols[static_cast<std::size_t>(id)].fqn
-                   : _rejected_fqns[static_cast<std::size_t>(-1 - id)];
+                   : _other_fqns[static_cast<std::size_t>(-1 - id)];
   }
 
   // Gives the index of the node to visit next.
@@ -150,6 +150,12 @@ class TreeSitterEngine::SymbolWalk {
     for (const Node& carrier : row->names(node, _declarations->own_names())) {
       const std::string name = OwnNames::text(carrier);
       if (name.empty()) continue;
+      if (row->kind().empty()) {
+        const std::string qualified_name = qualifier(*row, node, carrier);
+        spend(fqn(parent()).size() + 1 + qualified_name.size());
+        opened = without_symbol(qualified_name);
+        break;
+      }
       const Node& lines = row->has_own_lines() ? carrier : node;
       const FqnId id = add_symbol(node, lines, row->kind(), name, qualifier(*row, node, carrier));
       if (!opened && row->opens_scope()) opened = id;
@@ -217,6 +223,12 @@ class TreeSitterEngine::SymbolWalk {
     return text.append(prefix).append(1, '.').append(name);
   }
 
+  // An FQN that has members here, and no symbol.
+  FqnId without_symbol(std::string_view name) {
+    _other_fqns.push_back(qualified(name));
+    return -static_cast<FqnId>(_other_fqns.size());
+  }
+
   // `lines` gives the symbol's lines, and `qualified_name` what it adds to the FQN around it.
   FqnId add_symbol(const Node& node, const Node& lines, std::string_view kind,
                    const std::string& name, std::string_view qualified_name) {
@@ -251,8 +263,7 @@ class TreeSitterEngine::SymbolWalk {
       return static_cast<FqnId>(_symbols.size()) - 1;
     } catch (const std::invalid_argument& error) {
       _errors.push_back("Invalid symbol " + name + ": " + error.what());
-      _rejected_fqns.push_back(qualified(qualified_name));
-      return -static_cast<FqnId>(_rejected_fqns.size());
+      return without_symbol(qualified_name);
     }
   }
 
@@ -290,7 +301,7 @@ class TreeSitterEngine::SymbolWalk {
 
   std::vector<Symbol> _symbols;
   std::vector<std::string> _errors;
-  std::vector<std::string> _rejected_fqns;
+  std::vector<std::string> _other_fqns;
   std::pmr::monotonic_buffer_resource _memory;  // of the table, given back as a whole
   std::pmr::unordered_multimap<std::uint64_t, KnownFqn> _fqns_by_hash{&_memory};
   std::vector<Open> _open;  // innermost last
