@@ -67,7 +67,6 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- SQL
     {In::sql, "identifier literal", "."},
     {In::sql, "object_reference", "name"},
-    {In::sql, "column", "<"},
 
     // ---- JavaScript, TypeScript
     {In::script, "identifier property_identifier private_property_identifier", "."},
