@@ -86,6 +86,7 @@ std::vector<std::uint16_t> Language::symbols_of(std::string_view type) const {
     const char* const own = ts_language_symbol_name(_grammar.grammar(), symbol);
     if (_type_names[symbol] == type || (own != nullptr && own == type)) symbols.push_back(symbol);
   }
+  if (type == node_type_text(NodeType::error)) symbols.push_back(ERROR_SYMBOL);
   return symbols;
 }
 

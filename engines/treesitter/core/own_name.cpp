@@ -1,6 +1,7 @@
 // See own_name.h.
 #include "engines/treesitter/core/own_name.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -112,8 +113,8 @@ Place::Place(const languages::Language& language, std::string_view text) {
     field = static_cast<std::uint8_t>(id);
   } else {
     if (text.starts_with('\'')) text.remove_prefix(1);
-    if (const std::size_t end = text.find('+'); end != std::string_view::npos) {
-      before = SymbolSet(language, text.substr(0, end));
+    for (std::size_t end = text.find('+'); end != std::string_view::npos; end = text.find('+')) {
+      before.insert(before.begin(), SymbolSet(language, text.substr(0, end)));
       text.remove_prefix(end + 1);
     }
     types = SymbolSet(language, text);
@@ -141,9 +142,11 @@ bool Place::holds(const Node& child) const {
   if (kind == Kind::field) return child.field() == field;
   if (kind == Kind::type) {
     if (!types.contains(child.symbol())) return false;
-    if (before.empty()) return true;
-    const std::optional<Node> beside = child.previous_record();
-    return beside && before.contains(beside->symbol());
+    std::optional<Node> beside = child;
+    return std::all_of(before.begin(), before.end(), [&](const SymbolSet& each) {
+      beside = beside->previous_record();
+      return beside && each.contains(beside->symbol());
+    });
   }
   if (kind == Kind::first) return is_outermost(child, &Node::previous_record);
   if (kind == Kind::last) return is_outermost(child, &Node::next_sibling);

@@ -28,12 +28,13 @@ struct Place {
   Kind kind = Kind::nowhere;
   std::uint8_t field = 0;
   SymbolSet types = {};
-  SymbolSet before = {};
+  std::vector<SymbolSet> before = {};  // from right to left
 
   Place() = default;
   // `text`: a field's name, a node's type, "<" for the first named child that is no comment, ">"
   // for the last named child, "." for the node itself. "'X" is the type X where the grammar has a
-  // field of that name too. "A+X" is an X directly behind an A.
+  // field of that name too. "A+X" is an X directly behind an A,
+  // "A+B+X" one behind a B that is behind an A.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;

@@ -1,8 +1,8 @@
 // What declares something under the navigation rules: one table, by language.
 //
 // The first row of a node's type that holds names it. Conditions are written as core/condition.h
-// says. A name is a path as in core/own_name.h; "+" in front of a field takes all that stand under
-// it, "*" too, and gives each its own lines.
+// says. A name is a path as in core/own_name.h; "+" in front of a place takes all that stand there,
+// "*" too, and gives each its own lines.
 #pragma once
 
 #include <string_view>
@@ -255,6 +255,12 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "object_reference",
      "function",
      {.owner = "object_reference/schema"}},
+    // The grammar knows no procedure and few triggers. Where the name still became a node, it
+    // counts.
+    {In::sql, "ERROR",
+     "*keyword_create keyword_replace+keyword_function keyword_procedure keyword_trigger+"
+     "object_reference",
+     "function"},
     {In::sql, "create_type", "object_reference", "type", {.owner = "object_reference/schema"}},
     {In::sql, "enum_elements", "*enum_element", "constant"},
     {In::sql,

@@ -65,14 +65,14 @@ class TreeSitterEngine::SymbolWalk {
                                                   : nullptr),
         _text_left(MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * content.bytes().size()) {}
 
-  // The root itself is never a symbol.
+  // The root itself is no symbol under the standard rules; a row may speak of one that is an ERROR.
   void run() {
     if (_declarations != nullptr) {
       _exports = ExportList(Node(_tree, 0));
       _hiding_words = HidingWords(Node(_tree, 0));
     }
     std::uint32_t visited = 0;
-    for (std::uint32_t index = 1; index < _tree.size();) {
+    for (std::uint32_t index = _declarations == nullptr ? 1 : 0; index < _tree.size();) {
       if (++visited % NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().subtree_end <= index) _open.pop_back();
       const Node node(_tree, index);
