@@ -10,6 +10,7 @@ NO_CAPTURES = [
     ("ruby", "reference.call", "identifier", "*",
      "every bare word is captured, and most are local variables and parameters"),
     ("ruby", "reference.call", "constant", "*", "a bare constant is named, not called"),
+    ("php", "reference.class", "*", "variable_name:", "the variable holds the name of a class"),
     ("go", "reference.type", "*", "type_spec:name", "this is where the type is declared"),
     ("go", "reference.type", "*", "type_alias:name", "this is where the type is declared"),
 ]
@@ -103,6 +104,7 @@ NO_TAGS = [
       for language in ("typescript", "tsx")],
     ("php", "variable", "", r"^(?!.*\b(public|protected|private|var|static|readonly)\b)",
      "a variable is assigned to, and no property declared"),
+    ("sql", "field", r"^(KEY|key)$", "", "the name of the key follows behind the word"),
 ]
 # What ctags writes in front of the name that the code has: language, pattern.
 PREFIXES = [

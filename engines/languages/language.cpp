@@ -83,8 +83,10 @@ bool Language::is_named(std::uint16_t symbol) const {
 std::vector<std::uint16_t> Language::symbols_of(std::string_view type) const {
   std::vector<std::uint16_t> symbols;
   for (std::uint16_t symbol = 0; symbol < symbol_count(); ++symbol) {
-    if (_type_names[symbol] == type) symbols.push_back(symbol);
+    const char* const own = ts_language_symbol_name(_grammar.grammar(), symbol);
+    if (_type_names[symbol] == type || (own != nullptr && own == type)) symbols.push_back(symbol);
   }
+  if (type == node_type_text(NodeType::error)) symbols.push_back(ERROR_SYMBOL);
   return symbols;
 }
 

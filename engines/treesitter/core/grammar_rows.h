@@ -95,20 +95,20 @@ class SymbolSet {
   std::vector<std::uint16_t> _symbols;
 };
 
-// Values by a node's symbol, for all nodes of a grammar; ERROR has the empty one.
+// Values by a node's symbol, for all nodes of a grammar. ERROR has the one outside its own.
 template <typename Value>
 class BySymbol {
  public:
   explicit BySymbol(const languages::Language& language) : _values(language.symbol_count()) {}
 
   const Value& operator[](std::uint16_t symbol) const {
-    return symbol < _values.size() ? _values[symbol] : _none;
+    return symbol < _values.size() ? _values[symbol] : _outside;
   }
-  Value& at(std::uint16_t symbol) { return _values[symbol]; }
+  Value& at(std::uint16_t symbol) { return symbol < _values.size() ? _values[symbol] : _outside; }
 
  private:
   std::vector<Value> _values;
-  Value _none{};
+  Value _outside{};
 };
 
 // One `Table`, made of a Language, for each language that was asked for; made at the first question

@@ -17,6 +17,7 @@ constexpr TypesRow HOLDERS[] = {
     {In::java, "field_declaration constant_declaration"},
     {In::csharp, "variable_declaration field_declaration event_field_declaration"},
     {In::go, "type_declaration const_declaration var_declaration"},
+    {In::php, "property_declaration const_declaration expression_statement"},
     {In::ruby, "argument_list call"},  // `private def f`
     {In::script, "export_statement lexical_declaration variable_declaration"},
     {In::javascript, "using_declaration"},
@@ -30,6 +31,11 @@ constexpr TypesRow MODIFIERS[] = {
     {In::csharp, "modifier"},
     {In::rust, "visibility_modifier"},
     {In::typed_script, "accessibility_modifier override_modifier"},
+};
+
+// Children that are a modifier as a whole: PHP's `private(set)` is not `private`.
+constexpr TypesRow WHOLE_MODIFIERS[] = {
+    {In::php, "visibility_modifier"},
 };
 
 // What shows that a node is one of several, or has a comment of its own.
@@ -46,19 +52,22 @@ bool is_alone(const Node& node) {
                      !is_one_of(before->type_text(), SEPARATORS));
 }
 
-void mark(const languages::Language& language, const TypesRow& row, BySymbol<std::uint8_t>& set) {
+enum Modifiers : std::uint8_t { NONE, MAY_HOLD_WORDS, READ_WHOLE };
+
+void mark(const languages::Language& language, const TypesRow& row, BySymbol<std::uint8_t>& set,
+          std::uint8_t value) {
   if (!speaks_of(row.languages, language.name())) return;
   for (const std::uint16_t symbol : SymbolSet(language, row.types)) {
-    if (language.is_named(symbol)) set.at(symbol) = 1;
+    if (language.is_named(symbol)) set.at(symbol) = value;
   }
 }
 
 }  // namespace
 
-Holders::Holders(const languages::Language& language)
-    : _is_holder(language), _is_modifiers(language) {
-  for (const TypesRow& row : HOLDERS) mark(language, row, _is_holder);
-  for (const TypesRow& row : MODIFIERS) mark(language, row, _is_modifiers);
+Holders::Holders(const languages::Language& language) : _is_holder(language), _modifiers(language) {
+  for (const TypesRow& row : HOLDERS) mark(language, row, _is_holder, 1);
+  for (const TypesRow& row : MODIFIERS) mark(language, row, _modifiers, MAY_HOLD_WORDS);
+  for (const TypesRow& row : WHOLE_MODIFIERS) mark(language, row, _modifiers, READ_WHOLE);
 }
 
 Node Holders::of(const Node& declaration) const { return climb(declaration, false); }
@@ -79,8 +88,10 @@ bool Holders::has_modifier(const Node& holder, std::string_view word) const {
   for (const Node child : holder.children()) {
     if (++seen > MOST_MODIFIERS) break;
     if (!child.is_named() && child.type_text() == word) return true;
-    if (!_is_modifiers[child.symbol()]) continue;
+    const std::uint8_t modifiers = _modifiers[child.symbol()];
+    if (modifiers == NONE) continue;
     if (child.bytes() == word) return true;
+    if (modifiers == READ_WHOLE) continue;
     for (const Node token : child.children()) {
       if (++seen > MOST_MODIFIERS) break;
       if (token.type_text() == word) return true;

@@ -29,7 +29,7 @@ class Holders {
   Node climb(Node node, bool stays_alone) const;
 
   BySymbol<std::uint8_t> _is_holder;
-  BySymbol<std::uint8_t> _is_modifiers;
+  BySymbol<std::uint8_t> _modifiers;
 };
 
 }  // namespace engines::treesitter

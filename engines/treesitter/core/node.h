@@ -139,7 +139,7 @@ inline std::optional<Node> Node::first_child(NodeType type) const {
 
 inline bool is_comment(const Node& node) {
   return node.type() == NodeType::comment || node.type() == NodeType::line_comment ||
-         node.type() == NodeType::block_comment;
+         node.type() == NodeType::block_comment || node.type() == NodeType::marginalia;
 }
 
 }  // namespace engines::treesitter

@@ -1,6 +1,7 @@
 // See own_name.h.
 #include "engines/treesitter/core/own_name.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -68,8 +69,15 @@ constexpr NameRow NAME_ROWS[] = {
     {In::ruby, "string delimited_symbol superclass", "<"},
 
     // ---- PHP
+    {In::php, "name string_content", "."},
+    {In::php, "qualified_name relative_name", ">"},
+    {In::php, "variable_name by_ref parenthesized_expression", "<"},
+    {In::php, "member_access_expression nullsafe_member_access_expression", "name"},
+    {In::php, "scoped_property_access_expression", "name"},
 
     // ---- SQL
+    {In::sql, "identifier literal", "."},
+    {In::sql, "object_reference", "name"},
 
     // ---- JavaScript, TypeScript
     {In::script, "identifier property_identifier private_property_identifier", "."},
@@ -88,6 +96,9 @@ constexpr NameRow NAME_ROWS[] = {
     {In::typed_script, "generic_type nested_type_identifier", "name"},
     {In::typed_script, "nested_identifier", "."},
 };
+
+// What stands around a quoted name.
+constexpr char QUOTES[] = {'"', '\'', '`'};
 
 // A child has fewer keywords, signs and comments beside it than this, unless the file was made so.
 constexpr int MOST_TOKENS = 8;
@@ -117,6 +128,10 @@ Place::Place(const languages::Language& language, std::string_view text) {
     field = static_cast<std::uint8_t>(id);
   } else {
     if (text.starts_with('\'')) text.remove_prefix(1);
+    for (std::size_t end = text.find('+'); end != std::string_view::npos; end = text.find('+')) {
+      before.insert(before.begin(), SymbolSet(language, text.substr(0, end)));
+      text.remove_prefix(end + 1);
+    }
     types = SymbolSet(language, text);
     if (!types.empty()) kind = Kind::type;
   }
@@ -140,7 +155,14 @@ std::optional<Node> Place::in(const Node& node) const {
 
 bool Place::holds(const Node& child) const {
   if (kind == Kind::field) return child.field() == field;
-  if (kind == Kind::type) return types.contains(child.symbol());
+  if (kind == Kind::type) {
+    if (!types.contains(child.symbol())) return false;
+    std::optional<Node> beside = child;
+    return std::all_of(before.begin(), before.end(), [&](const SymbolSet& each) {
+      beside = beside->previous_record();
+      return beside && each.contains(beside->symbol());
+    });
+  }
   if (kind == Kind::first) return is_outermost(child, &Node::previous_record);
   if (kind == Kind::last) return is_outermost(child, &Node::next_sibling);
   return false;
@@ -202,6 +224,9 @@ std::string OwnNames::text(const Node& carrier) {
 
 std::string_view without_marks(std::string_view text) {
   if (text.starts_with(':')) text.remove_prefix(1);
+  if (text.size() > 2 && is_one_of(text.front(), QUOTES) && text.back() == text.front()) {
+    text = text.substr(1, text.size() - 2);
+  }
   return text;
 }
 

@@ -28,11 +28,13 @@ struct Place {
   Kind kind = Kind::nowhere;
   std::uint8_t field = 0;
   SymbolSet types = {};
+  std::vector<SymbolSet> before = {};  // from right to left
 
   Place() = default;
   // `text`: a field's name, a node's type or several with spaces between them, "<" for the first
   // named child that is no comment, ">" for the last named child, "." for the node itself. "'X" is
-  // the type X where the grammar has a field of that name too.
+  // the type X where the grammar has a field of that name too. "A+X" is an X directly behind an A,
+  // "A+B+X" one behind a B that is behind an A.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;
@@ -82,7 +84,7 @@ class OwnNames {
   BySymbol<Place> _places;
 };
 
-// A name without what marks it in the code: the colon of a symbol.
+// A name without what marks it in the code: the colon of a symbol, or quotes.
 std::string_view without_marks(std::string_view text);
 
 // A dotted form of a qualified name: `A::B`, `A\B` and `A.B` all give "A.B".

@@ -1,8 +1,8 @@
 // What declares something under the navigation rules: one table, by language.
 //
 // The first row of a node's type that holds names it. Conditions are written as core/condition.h
-// says. A name is a path as in core/own_name.h; "+" in front of a field takes all that stand under
-// it, "*" too, and gives each its own lines.
+// says. A name is a path as in core/own_name.h; "+" in front of a place takes all that stand there,
+// "*" too, and gives each its own lines.
 #pragma once
 
 #include <string_view>
@@ -21,7 +21,7 @@ struct DeclarationTerms {
   std::string_view owner = "";  // the place of the type that the declaration belongs to
   bool is_whole_name = false;   // the name is all that `name` says, as written
   bool opens_scope = true;      // what the node holds belongs to the declaration
-  bool stays_open = false;      // what follows in the same parent lies within it
+  bool stays_open = false;      // what follows in the same parent lies within it, to the next such
   bool is_qualified = false;    // the FQN has all of it, the name only its last part
   bool is_beside = false;       // belongs to what is around the declaration that it stands in
 };
@@ -30,7 +30,7 @@ struct DeclarationRow {
   In languages;
   std::string_view types;
   std::string_view name;
-  std::string_view kind;  // empty for a scope that has no name and whose variables are its own
+  std::string_view kind;  // empty for a scope that declares nothing, with or without a name
   DeclarationTerms terms = {};
 };
 
@@ -235,8 +235,73 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::ruby, "alias", "name", "method"},
 
     // ---- PHP
+    {In::php, "class_declaration", "name", "class"},
+    {In::php, "interface_declaration trait_declaration", "name", "interface"},
+    {In::php, "enum_declaration", "name", "enum"},
+    {In::php, "enum_case", "name", "constant"},
+    {In::php, "function_definition", "name", "function"},
+    {In::php, "method_declaration", "name", "method"},
+    {In::php, "use_as_clause", ">", "method", {.when = ">: name"}},
+    {In::php, "property_element", "name", "variable"},
+    {In::php, "property_promotion_parameter", "name", "variable", {.is_beside = true}},
+    {In::php, "const_element", "<", "constant"},
+    {In::php,
+     "function_call_expression",
+     "arguments/</</<",
+     "constant",
+     {.when = "function= define \\define; arguments/</</<: string_content", .opens_scope = false}},
+    {In::php, "namespace_definition", "name", "module", {.when = "body", .is_whole_name = true}},
+    {In::php,
+     "namespace_definition",
+     "name",
+     "module",
+     {.is_whole_name = true, .stays_open = true}},
 
     // ---- SQL
+    {In::sql,
+     "create_table create_view create_materialized_view",
+     "object_reference",
+     "class",
+     {.owner = "object_reference/schema"}},
+    {In::sql, "column_definition", "name", "variable", {.when = "!^^: create_function"}},
+    {In::sql, "rename_column", "new_name", "variable"},
+    {In::sql, "constraint", "name", "variable"},
+    {In::sql, "add_constraint", "identifier", "variable"},
+    {In::sql,
+     "alter_table alter_view",
+     "object_reference",
+     "",
+     {.owner = "object_reference/schema"}},
+    {In::sql,
+     "rename_object",
+     "object_reference",
+     "class",
+     {.when = "^: alter_table alter_view", .is_beside = true}},
+    {In::sql, "create_index", "column", "variable", {.opens_scope = false}},
+    {In::sql,
+     "create_function create_trigger",
+     "object_reference",
+     "function",
+     {.owner = "object_reference/schema"}},
+    // The grammar knows no procedure and few triggers. Where the name still became a node, it
+    // counts.
+    {In::sql, "ERROR",
+     "*keyword_create keyword_replace+keyword_function keyword_procedure keyword_trigger+"
+     "object_reference",
+     "function"},
+    {In::sql, "create_type", "object_reference", "type", {.owner = "object_reference/schema"}},
+    {In::sql, "enum_elements", "*enum_element", "constant"},
+    {In::sql,
+     "create_sequence",
+     "object_reference",
+     "variable",
+     {.owner = "object_reference/schema", .opens_scope = false}},
+    {In::sql, "create_role", "identifier", "variable", {.opens_scope = false}},
+    {In::sql,
+     "create_schema create_database create_extension",
+     "identifier",
+     "module",
+     {.opens_scope = false}},
 
     // ---- JavaScript, TypeScript
     {In::script, "class_declaration class", "name", "class"},

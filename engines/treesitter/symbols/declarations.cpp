@@ -68,7 +68,7 @@ std::vector<Node> Declaration::names(const Node& node, const OwnNames& own) cons
   }
   if (_takes_all) {
     for (const Node child : node.children()) {
-      if (child.is_named() && child.field() == _name.last().field) add(child);
+      if (child.is_named() && _name.last().holds(child)) add(child);
     }
   } else if (const auto place = _name.in(node)) {
     add(*place);

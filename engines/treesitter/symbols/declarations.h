@@ -34,7 +34,7 @@ class Declaration {
  public:
   Declaration(const languages::Language& language, const DeclarationRow& row);
 
-  // Empty for a scope that has no name.
+  // Empty for a scope that declares nothing.
   std::string_view kind() const { return _row->kind; }
 
   bool holds(const Node& node, Around around, const Holders& holders) const;

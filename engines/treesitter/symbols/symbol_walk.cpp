@@ -65,14 +65,14 @@ class TreeSitterEngine::SymbolWalk {
                                                   : nullptr),
         _text_left(MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * content.bytes().size()) {}
 
-  // The root itself is never a symbol.
+  // The root itself is no symbol under the standard rules; a row may speak of one that is an ERROR.
   void run() {
     if (_declarations != nullptr) {
       _exports = ExportList(Node(_tree, 0));
       _hiding_words = HidingWords(Node(_tree, 0));
     }
     std::uint32_t visited = 0;
-    for (std::uint32_t index = 1; index < _tree.size();) {
+    for (std::uint32_t index = _declarations == nullptr ? 1 : 0; index < _tree.size();) {
       if (++visited % NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().subtree_end <= index) _open.pop_back();
       const Node node(_tree, index);
@@ -85,7 +85,7 @@ class TreeSitterEngine::SymbolWalk {
   }
 
  private:
-  // Names an FQN: the symbol's that holds it, or, negative, one of those that the model rejected.
+  // Names an FQN: the symbol's that holds it, or, negative, one of those that have none.
   // An FQN may be as long as the file, so that no second copy is kept to find repeats.
   using FqnId = std::int64_t;
   static constexpr FqnId FILE_PREFIX = INT64_MAX;  // what names at the top are joined to
@@ -104,12 +104,13 @@ class TreeSitterEngine::SymbolWalk {
     bool is_visible = false;
     bool is_local = false;  // a function, or within one
     std::uint32_t node = 0;
+    bool stays_open = false;
   };
 
   std::string_view fqn(FqnId id) const {
     if (id == FILE_PREFIX) return _fqn_prefix;
     return id >= 0 ? _symbols[static_cast<std::size_t>(id)].fqn
-                   : _rejected_fqns[static_cast<std::size_t>(-1 - id)];
+                   : _other_fqns[static_cast<std::size_t>(-1 - id)];
   }
 
   // Gives the index of the node to visit next.
@@ -137,18 +138,27 @@ class TreeSitterEngine::SymbolWalk {
     const Around around = _open.empty() ? Around::file : _open.back().around;
     const Declaration* const row = _declarations->of(node, around);
     if (row == nullptr) return node.index() + 1;
+    const Node region = row->stays_open() ? node.parent().value_or(node) : node;
+    const std::uint32_t end = _tree.record(region.index()).subtree_end;
+    if (row->stays_open()) close_stayed(end);
+    std::optional<Open> aside;
     if (row->is_beside() && !_open.empty()) {
-      const Open left = _open.back();
+      aside = _open.back();
       _open.pop_back();
-      add_declared(node, *row);
-      _open.push_back(left);
-    } else {
-      add_declared(node, *row);
+    }
+    const std::optional<FqnId> opened =
+        row->kind().empty() ? scope_without_symbol(node, *row) : declare(node, *row);
+    if (aside) _open.push_back(*aside);
+    if (opened) {
+      const Around within = row->kind().empty() ? Around::value : around_within(row->kind());
+      _open.push_back({end, *opened, _prefix_hash, within, is_visible(*opened),
+                       is_local() || is_body(row->kind()), node.index(), row->stays_open()});
     }
     return node.index() + 1;
   }
 
-  void add_declared(const Node& node, const Declaration& row) {
+  // Gives what lies within, if anything does.
+  std::optional<FqnId> declare(const Node& node, const Declaration& row) {
     std::optional<FqnId> opened;
     for (const Node& carrier : row.names(node, _declarations->own_names())) {
       const std::string name = OwnNames::text(carrier);
@@ -159,11 +169,17 @@ class TreeSitterEngine::SymbolWalk {
     }
     // What has no name that could be read, such as one that is computed, hides its locals too.
     if (!opened && row.opens_scope() && is_body(row.kind())) opened = parent();
-    if (!opened) return;
-    const Around within = row.kind().empty() ? Around::value : around_within(row.kind());
-    const Node region = row.stays_open() ? node.parent().value_or(node) : node;
-    _open.push_back({_tree.record(region.index()).subtree_end, *opened, _prefix_hash, within,
-                     is_visible(*opened), is_local() || is_body(row.kind()), node.index()});
+    return opened;
+  }
+
+  FqnId scope_without_symbol(const Node& node, const Declaration& row) {
+    for (const Node& carrier : row.names(node, _declarations->own_names())) {
+      const std::string name = qualifier(row, node, carrier);
+      if (name.empty()) continue;
+      spend(fqn(parent()).size() + 1 + name.size());
+      return without_symbol(name);
+    }
+    return parent();
   }
 
   // Whether the node is what a declaration of the same name gives its name to, as in
@@ -173,6 +189,13 @@ class TreeSitterEngine::SymbolWalk {
     if (_open.empty() || !above || _open.back().node != above->index()) return false;
     const std::string_view known = fqn(parent());
     return known.ends_with(name) && known.substr(0, known.size() - name.size()).ends_with('.');
+  }
+
+  // What stayed open to the same end is over where the next such declaration begins.
+  void close_stayed(std::uint32_t end) {
+    while (!_open.empty() && _open.back().stays_open && _open.back().subtree_end == end) {
+      _open.pop_back();
+    }
   }
 
   bool is_local() const { return !_open.empty() && _open.back().is_local; }
@@ -225,6 +248,12 @@ class TreeSitterEngine::SymbolWalk {
     return text.append(prefix).append(1, '.').append(name);
   }
 
+  // An FQN that has members here, and no symbol.
+  FqnId without_symbol(std::string_view name) {
+    _other_fqns.push_back(qualified(name));
+    return -static_cast<FqnId>(_other_fqns.size());
+  }
+
   // `lines` gives the symbol's lines, and `qualified_name` what it adds to the FQN around it.
   FqnId add_symbol(const Node& node, const Node& lines, std::string_view kind,
                    const std::string& name, std::string_view qualified_name) {
@@ -260,8 +289,7 @@ class TreeSitterEngine::SymbolWalk {
       return static_cast<FqnId>(_symbols.size()) - 1;
     } catch (const std::invalid_argument& error) {
       _errors.push_back("Invalid symbol " + name + ": " + error.what());
-      _rejected_fqns.push_back(qualified(qualified_name));
-      return -static_cast<FqnId>(_rejected_fqns.size());
+      return without_symbol(qualified_name);
     }
   }
 
@@ -299,7 +327,7 @@ class TreeSitterEngine::SymbolWalk {
 
   std::vector<Symbol> _symbols;
   std::vector<std::string> _errors;
-  std::vector<std::string> _rejected_fqns;
+  std::vector<std::string> _other_fqns;
   std::pmr::monotonic_buffer_resource _memory;  // of the table, given back as a whole
   std::pmr::unordered_multimap<std::uint64_t, KnownFqn> _fqns_by_hash{&_memory};
   std::vector<Open> _open;  // innermost last

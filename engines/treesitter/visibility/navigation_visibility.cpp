@@ -69,6 +69,7 @@ constexpr VisibilityRow ROWS[] = {
     {In::rust, true, Sign::owner_field, "trait"},
     {In::rust, true, Sign::itself, "impl_item enum_variant"},
     {In::rust, true, Sign::below, "attribute_item macro_export"},
+    {In::php, false, Sign::modifier, "private protected"},
     {In::script, false, Sign::modifier, "private protected"},
     {In::script, false, Sign::name_prefix, "#"},
     {In::script, true, Sign::listed},
