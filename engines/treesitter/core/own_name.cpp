@@ -180,7 +180,7 @@ std::string OwnNames::text(const Node& carrier) {
 }
 
 std::string_view without_marks(std::string_view text) {
-  if (text.starts_with(':')) text.remove_prefix(1);
+  if (text.starts_with(':') && !text.starts_with("::")) text.remove_prefix(1);
   return text;
 }
 

@@ -87,17 +87,32 @@ std::string without_tags(std::string_view text) {
   return rest.append(text.substr(begin));
 }
 
+// Whether the comment speaks of what stands in front of it on its line. Costs the blanks there.
+bool is_trailing(const Node& comment) {
+  const std::optional<Node> before = comment.previous_record();
+  if (before && is_comment(*before)) return false;
+  const std::string_view above = comment.tree().source().bytes().substr(0, comment.start_byte());
+  const std::size_t end = above.find_last_not_of(" \t\r");
+  return end != std::string_view::npos && above[end] != '\n';
+}
+
 }  // namespace
 
 // `comment_types` is a range of node types. `handler(text, comment, collected)` gives true to go on
 // and false to stop; it may keep state of its walk.
 template <typename CommentTypes, typename Handler>
 std::optional<std::string> TreeSitterEngine::_collect_preceding_comments(
-    const Node& node, const Source& content, const CommentTypes& comment_types, Handler handler) {
+    const Node& node, const Source& content, const CommentTypes& comment_types, Above above,
+    Handler handler) {
   Collected comments;
   std::string storage;
+  std::uint32_t row_below = node.start_row();
   for (auto prev = node.previous_sibling(); prev; prev = prev->previous_sibling()) {
     if (is_one_of(prev->type(), comment_types)) {
+      if (above == Above::directly) {
+        if (prev->end_row() + 1 < row_below || is_trailing(*prev)) break;
+        row_below = prev->start_row();
+      }
       const std::string_view text = content.decoded(prev->start_byte(), prev->end_byte(), storage);
       if (!handler(text, *prev, comments)) break;
     } else if (!is_one_of(prev->type(), SEPARATORS)) {
@@ -111,7 +126,7 @@ std::optional<std::string> TreeSitterEngine::_collect_preceding_comments(
 }
 
 std::optional<std::string> TreeSitterEngine::_extract_go_doc(const Node& node,
-                                                             const Source& content) {
+                                                             const Source& content, Above above) {
   const auto handler = [](std::string_view text, const Node&, Collected& collected) {
     if (text.starts_with("//")) {
       collected.insert_at_front(trim(text.substr(2)));
@@ -122,7 +137,7 @@ std::optional<std::string> TreeSitterEngine::_extract_go_doc(const Node& node,
     }
     return true;
   };
-  return _collect_preceding_comments(node, content, GO_COMMENTS, handler);
+  return _collect_preceding_comments(node, content, GO_COMMENTS, above, handler);
 }
 
 // Every block comment counts, documentation or not; an ordinary line comment is left out.
@@ -138,7 +153,7 @@ std::optional<std::string> TreeSitterEngine::_extract_rust_doc(const Node& node,
     }
     return true;
   };
-  return _collect_preceding_comments(node, content, RUST_COMMENTS, handler);
+  return _collect_preceding_comments(node, content, RUST_COMMENTS, Above::anywhere, handler);
 }
 
 std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& node,
@@ -153,13 +168,13 @@ std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& nod
     }
     return true;
   };
-  return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);
+  return _collect_preceding_comments(node, content, CSHARP_COMMENTS, Above::anywhere, handler);
 }
 
 // Rows are looked at between comments only: however many blank ones stand above the declaration,
 // the nearest comment counts. A line that is left out is no neighbour either.
 std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
-                                                               const Source& content) {
+                                                               const Source& content, Above above) {
   std::optional<std::uint32_t> last_comment_line;
   const auto handler = [&](std::string_view text, const Node& comment, Collected& collected) {
     const std::int64_t comment_end_line = comment.end_row();
@@ -172,7 +187,7 @@ std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
     last_comment_line = comment.start_row();
     return true;
   };
-  return _collect_preceding_comments(node, content, RUBY_COMMENTS, handler);
+  return _collect_preceding_comments(node, content, RUBY_COMMENTS, above, handler);
 }
 
 }  // namespace engines::treesitter

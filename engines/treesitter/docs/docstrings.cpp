@@ -106,10 +106,11 @@ std::optional<std::string> TreeSitterEngine::_extract_docstring(const Node& node
       {"tsx", DOC_COMMENT},
       {"java", DOC_COMMENT},
       {"php", DOC_COMMENT},
-      {"go", _extract_go_doc},
+      {"go", [](const Node& each, const Source& source) { return _extract_go_doc(each, source); }},
       {"rust", _extract_rust_doc},
       {"csharp", _extract_csharp_doc},
-      {"ruby", _extract_ruby_doc},
+      {"ruby",
+       [](const Node& each, const Source& source) { return _extract_ruby_doc(each, source); }},
   };
   for (const Row& row : ROWS) {
     if (row.language == language) return row.extract(node, content);

@@ -10,11 +10,33 @@
 
 namespace engines::treesitter {
 
+namespace {
+
+// As far as a declaration stands below what its comment stands above.
+constexpr int MOST_STEPS = 4;
+
+// The outermost node that begins with this one. What stands above the first declaration of a body,
+// some grammars hang beside the body.
+Node beginning_with(Node node) {
+  for (int i = 0; i < MOST_STEPS && !node.previous_record(); ++i) {
+    const std::optional<Node> parent = node.parent();
+    if (!parent || parent->start_byte() != node.start_byte()) break;
+    node = *parent;
+  }
+  return node;
+}
+
+}  // namespace
+
 std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& node,
                                                                  const Node& holder,
                                                                  const Source& content) {
   const std::string_view language = node.tree().language().name();
-  return _extract_docstring(language == "python" ? node : holder, content, language);
+  if (language == "python") return _extract_docstring(node, content, language);
+  const Node documented = beginning_with(holder);
+  if (language == "go") return _extract_go_doc(documented, content, Above::directly);
+  if (language == "ruby") return _extract_ruby_doc(documented, content, Above::directly);
+  return _extract_docstring(documented, content, language);
 }
 
 }  // namespace engines::treesitter
