@@ -304,13 +304,14 @@ class TreeSitterEngine {
   static std::optional<std::string> _collect_preceding_comments(const Node& node,
                                                                 const Source& content,
                                                                 const CommentTypes& comment_types,
-                                                                Above above, Handler handler);
-  static std::optional<std::string> _extract_go_doc(const Node& node, const Source& content,
-                                                    Above above = Above::anywhere);
+                                                                Handler handler,
+                                                                Above above = Above::anywhere);
+  static std::optional<std::string> _extract_go_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_rust_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_csharp_doc(const Node& node, const Source& content);
+  static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content,
-                                                      Above above = Above::anywhere);
+                                                      Above above);
 
   // -- visibility/: whether a declaration is seen outside its file.
   bool _is_exported(const Node& node, std::string_view language) const;

@@ -102,8 +102,8 @@ bool is_trailing(const Node& comment) {
 // and false to stop; it may keep state of its walk.
 template <typename CommentTypes, typename Handler>
 std::optional<std::string> TreeSitterEngine::_collect_preceding_comments(
-    const Node& node, const Source& content, const CommentTypes& comment_types, Above above,
-    Handler handler) {
+    const Node& node, const Source& content, const CommentTypes& comment_types, Handler handler,
+    Above above) {
   Collected comments;
   std::string storage;
   std::uint32_t row_below = node.start_row();
@@ -126,7 +126,7 @@ std::optional<std::string> TreeSitterEngine::_collect_preceding_comments(
 }
 
 std::optional<std::string> TreeSitterEngine::_extract_go_doc(const Node& node,
-                                                             const Source& content, Above above) {
+                                                             const Source& content) {
   const auto handler = [](std::string_view text, const Node&, Collected& collected) {
     if (text.starts_with("//")) {
       collected.insert_at_front(trim(text.substr(2)));
@@ -137,7 +137,7 @@ std::optional<std::string> TreeSitterEngine::_extract_go_doc(const Node& node,
     }
     return true;
   };
-  return _collect_preceding_comments(node, content, GO_COMMENTS, above, handler);
+  return _collect_preceding_comments(node, content, GO_COMMENTS, handler);
 }
 
 // Every block comment counts, documentation or not; an ordinary line comment is left out.
@@ -153,7 +153,7 @@ std::optional<std::string> TreeSitterEngine::_extract_rust_doc(const Node& node,
     }
     return true;
   };
-  return _collect_preceding_comments(node, content, RUST_COMMENTS, Above::anywhere, handler);
+  return _collect_preceding_comments(node, content, RUST_COMMENTS, handler);
 }
 
 std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& node,
@@ -168,11 +168,16 @@ std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& nod
     }
     return true;
   };
-  return _collect_preceding_comments(node, content, CSHARP_COMMENTS, Above::anywhere, handler);
+  return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);
 }
 
 // Rows are looked at between comments only: however many blank ones stand above the declaration,
 // the nearest comment counts. A line that is left out is no neighbour either.
+std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
+                                                               const Source& content) {
+  return _extract_ruby_doc(node, content, Above::anywhere);
+}
+
 std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
                                                                const Source& content, Above above) {
   std::optional<std::uint32_t> last_comment_line;
@@ -187,7 +192,7 @@ std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
     last_comment_line = comment.start_row();
     return true;
   };
-  return _collect_preceding_comments(node, content, RUBY_COMMENTS, above, handler);
+  return _collect_preceding_comments(node, content, RUBY_COMMENTS, handler, above);
 }
 
 }  // namespace engines::treesitter

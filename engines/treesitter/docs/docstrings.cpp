@@ -106,11 +106,10 @@ std::optional<std::string> TreeSitterEngine::_extract_docstring(const Node& node
       {"tsx", DOC_COMMENT},
       {"java", DOC_COMMENT},
       {"php", DOC_COMMENT},
-      {"go", [](const Node& each, const Source& source) { return _extract_go_doc(each, source); }},
+      {"go", _extract_go_doc},
       {"rust", _extract_rust_doc},
       {"csharp", _extract_csharp_doc},
-      {"ruby",
-       [](const Node& each, const Source& source) { return _extract_ruby_doc(each, source); }},
+      {"ruby", _extract_ruby_doc},
   };
   for (const Row& row : ROWS) {
     if (row.language == language) return row.extract(node, content);

@@ -16,7 +16,7 @@ namespace {
 constexpr int MOST_STEPS = 4;
 
 // The outermost node that begins with this one. What stands above the first declaration of a body,
-// some grammars hang beside the body.
+// a grammar may hang beside the body.
 Node beginning_with(Node node) {
   for (int i = 0; i < MOST_STEPS && !node.previous_record(); ++i) {
     const std::optional<Node> parent = node.parent();
@@ -32,11 +32,9 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
                                                                  const Node& holder,
                                                                  const Source& content) {
   const std::string_view language = node.tree().language().name();
-  if (language == "python") return _extract_docstring(node, content, language);
-  const Node documented = beginning_with(holder);
-  if (language == "go") return _extract_go_doc(documented, content, Above::directly);
-  if (language == "ruby") return _extract_ruby_doc(documented, content, Above::directly);
-  return _extract_docstring(documented, content, language);
+  if (language == "ruby")
+    return _extract_ruby_doc(beginning_with(holder), content, Above::directly);
+  return _extract_docstring(language == "python" ? node : holder, content, language);
 }
 
 }  // namespace engines::treesitter

@@ -82,6 +82,14 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::python, "except_clause", "value", "type"},
     {In::python, "tuple", "", "type", {.when = "^: except_clause"}},
     {In::python, "class_pattern", "<", "type"},
+    // `x: "C"`, where C is declared later; `Literal["c"]` is a value
+    {In::python,
+     "string",
+     "",
+     "type",
+     {.within = "type",
+      .when = "^: type; string_content~ name; !^^^<= Literal Annotated",
+      .reading = Reading::last}},
 
     // ---- Java
     {In::java, "method_invocation", "name", "call"},
