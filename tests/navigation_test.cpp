@@ -32,24 +32,29 @@ void expect_types(In in, std::string_view types) {
   }
 }
 
-void expect_place(In in, std::string_view place) {
-  if (place.starts_with('+') || place.starts_with('*')) place.remove_prefix(1);
-  if (place.empty() || place == "<" || place == ">" || place == ".") return;
-  for (const languages::Language* language : languages_of(in)) {
-    EXPECT_NE(language->field_id(place), 0) << language->name() << " has no field " << place;
+void expect_path(In in, std::string_view path) {
+  if (path.starts_with('+') || path.starts_with('*')) path.remove_prefix(1);
+  for (std::string_view place : split(path, '/')) {
+    if (place.empty() || place == "<" || place == ">" || place == ".") continue;
+    const bool is_type = place.starts_with('\'');
+    if (is_type) place.remove_prefix(1);
+    for (const languages::Language* language : languages_of(in)) {
+      EXPECT_TRUE((!is_type && language->field_id(place) != 0) ||
+                  !language->symbols_of(place).empty())
+          << language->name() << " has neither a field nor a node type " << place;
+    }
   }
 }
 
 void expect_conditions(In in, std::string_view when) {
   for (std::string_view each : split(when, ';')) {
     each = trim(each);
-    const std::size_t end = std::min(each.find_first_of(":="), each.size());
+    const std::size_t end = std::min(each.find_first_of(":=~"), each.size());
     const bool asks_type = end < each.size() && each[end] == ':';
     if (asks_type) expect_types(in, each.substr(end + 1));
     std::string_view place = each.substr(0, end);
-    if (place.starts_with('!')) place.remove_prefix(1);
-    if (place.starts_with('^')) place.remove_prefix(1);
-    expect_place(in, place);
+    place.remove_prefix(std::min(place.find_first_not_of("!^"), place.size()));
+    expect_path(in, place);
   }
 }
 
@@ -57,14 +62,14 @@ TEST(NavigationTest, TablesSpeakOfWhatTheGrammarsHave) {
   for (const DeclarationRow& row : DECLARATION_ROWS) {
     expect_types(row.languages, row.types);
     expect_types(row.languages, row.terms.each);
-    expect_place(row.languages, row.name);
-    expect_place(row.languages, row.terms.owner);
+    expect_path(row.languages, row.name);
+    expect_path(row.languages, row.terms.owner);
     expect_conditions(row.languages, row.terms.when);
   }
   for (const UseRow& row : USE_ROWS) {
     expect_types(row.languages, row.above);
     expect_types(row.languages, row.terms.name);
-    expect_place(row.languages, row.place);
+    expect_path(row.languages, row.place);
     expect_conditions(row.languages, row.terms.when);
   }
   for (const RegionRow& row : REGION_ROWS) {

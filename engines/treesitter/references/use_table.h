@@ -81,6 +81,8 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::python, "tuple", "", "type", {.within = "instance"}},
     {In::python, "except_clause", "value", "type"},
     {In::python, "tuple", "", "type", {.when = "^: except_clause"}},
+    {In::python, "as_pattern", "<", "type", {.when = "^: except_clause"}},
+    {In::python, "tuple", "", "type", {.when = "^: as_pattern; ^^: except_clause"}},
     {In::python, "class_pattern", "<", "type"},
     // `x: "C"`, where C is declared later; `Literal["c"]` is a value
     {In::python,

@@ -213,7 +213,8 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "constant",
      {.when = "left: left_assignment_list",
       .each = "constant scope_resolution",
-      .opens_scope = false}},
+      .opens_scope = false,
+      .is_qualified = true}},
     {In::ruby,
      "call",
      "*arguments",
@@ -225,7 +226,7 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "arguments/<",
      "method",
      {.when = "method= alias_method define_method define_singleton_method; "
-              "arguments/<: simple_symbol string"}},
+              "arguments/<: simple_symbol string; !arguments/</interpolation"}},
     {In::ruby,
      "call",
      "*arguments",
