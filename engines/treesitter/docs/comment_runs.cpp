@@ -5,9 +5,11 @@
 // declaration, so that a file's declarations together read each comment once.
 //
 // Tested by tests/docs_test.cpp.
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,6 +33,12 @@ constexpr std::array RUBY_COMMENTS{NodeType::comment};
 // What a run of comments may be interrupted by: a line end, in grammars that have nodes for them
 // (none of ours has), and what did not parse.
 constexpr std::array SEPARATORS{NodeType::newline, NodeType::error};
+
+// What a line of a Ruby comment begins with that speaks to a tool.
+constexpr std::string_view RUBY_DIRECTIVES[] = {
+    ":nodoc:", "rubocop:",     "frozen_string_literal:",    "encoding:",
+    "coding:", "warn_indent:", "shareable_constant_value:", "typed:",
+};
 
 // Removed from a C# line wherever they stand, in this order. The third has no closing bracket, so
 // that of `<param name="x">` the attribute and the bracket stay.
@@ -188,7 +196,11 @@ std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
     const std::string_view stripped = trim(text.substr(1));
     // A shebang, or a line for the editor or about the encoding.
     if (stripped.starts_with('!') || stripped.starts_with("-*-")) return true;
-    collected.insert_at_front(stripped);
+    const auto begins_line = [&](std::string_view mark) { return stripped.starts_with(mark); };
+    const bool is_said =
+        above == Above::anywhere ||
+        std::none_of(std::begin(RUBY_DIRECTIVES), std::end(RUBY_DIRECTIVES), begins_line);
+    if (is_said) collected.insert_at_front(stripped);
     last_comment_line = comment.start_row();
     return true;
   };

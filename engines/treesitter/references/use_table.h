@@ -83,6 +83,8 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::python, "tuple", "", "type", {.when = "^: except_clause"}},
     {In::python, "as_pattern", "<", "type", {.when = "^: except_clause"}},
     {In::python, "tuple", "", "type", {.when = "^: as_pattern; ^^: except_clause"}},
+    {In::python, "raise_statement", "<", "type", {.is_upper_case = true}},
+    {In::python, "assignment", "right", "type", {.within = "type"}},  // of a type alias
     {In::python, "class_pattern", "<", "type"},
     // `x: "C"`, where C is declared later; `Literal["c"]` is a value
     {In::python,
@@ -250,6 +252,7 @@ struct RegionRow {
 
 inline constexpr RegionRow REGION_ROWS[] = {
     {In::python, "type", "type"},
+    {In::python, "assignment", "type", "type= TypeAlias typing.TypeAlias t.TypeAlias"},
     {In::python, "argument_list", "type", "^: class_definition"},
     {In::python, "argument_list", "instance", "^function= isinstance issubclass"},
     {In::python, "argument_list", "arguments"},

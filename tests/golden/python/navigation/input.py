@@ -66,7 +66,7 @@ try:
 except (ImportError, shop.Missing) as error:
     def count_of(articles): raise Error(error)
 except Timeout:
-    pass
+    raise shop.Missing from None
 
 
 def _price_of(article):

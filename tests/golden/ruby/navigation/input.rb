@@ -35,6 +35,7 @@ module Shop
     define_method("very_#{name}") { nil }
 
     # Makes one.
+    # rubocop:disable Metrics
     def self.make(label, &block)
       parsed = JSON.parse(label)&.fetch(:name)
       raise Error, "nameless" if parsed.nil?
