@@ -51,8 +51,7 @@ void expect_conditions(In in, std::string_view when) {
     const bool asks_type = end < each.size() && each[end] == ':';
     if (asks_type) expect_types(in, each.substr(end + 1));
     std::string_view place = each.substr(0, end);
-    if (place.starts_with('!')) place.remove_prefix(1);
-    while (place.starts_with('^')) place.remove_prefix(1);
+    place.remove_prefix(std::min(place.find_first_not_of("!^"), place.size()));
     expect_path(in, place);
   }
 }

@@ -47,8 +47,8 @@ class Entry:
 # ---- Names ----
 
 def plain(name):
-    """Without what surrounds a name: quotes, sigils and type arguments."""
-    return re.sub(r"<.*", "", name).strip("\"'`[]$ ") or name
+    """Without what surrounds a name: quotes, sigils, a symbol's colon and type arguments."""
+    return re.sub(r"<.*", "", name).strip("\"'`[]$ :") or name
 
 
 def last(name):

@@ -99,6 +99,9 @@ NO_TAGS = [
     ("csharp", "field", "", r"\boperator\b", "this is a parameter of an operator"),
     ("ruby", "singletonMethod", "^self$", "", "the method's name follows behind self"),
     ("go", "const", "^_$", "", "the blank identifier declares nothing"),
+    ("ruby", "accessor", "=$", "", "the name is made, and written is the reader's alone"),
+    ("ruby", "alias", r"\w$", r"\balias\s+:?\w+[?!=]", "the last character of the name is lost"),
+    ("ruby", "constant", "", r"==", "the constant is compared, not assigned to"),
     ("rust", "variable", "", "&'static", "this is a type with a lifetime"),
     *[(language, "alias", "", r"^(?!.*=).*\btype \w+\s*[,}]", "the type is imported or exported here")
       for language in ("typescript", "tsx")],

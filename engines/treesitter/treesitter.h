@@ -299,16 +299,22 @@ class TreeSitterEngine {
                                                                      const Source& content,
                                                                      std::string_view prefix);
   static std::pair<std::optional<std::string>, bool> _clean_block_comment(std::string_view text);
+  // Which of the comments above a declaration count: all of them, or those that stand on the lines
+  // directly above it and behind no code.
+  enum class Above : std::uint8_t { anywhere, directly };
   template <typename CommentTypes, typename Handler>
   static std::optional<std::string> _collect_preceding_comments(const Node& node,
                                                                 const Source& content,
                                                                 const CommentTypes& comment_types,
-                                                                Handler handler);
+                                                                Handler handler,
+                                                                Above above = Above::anywhere);
   static std::optional<std::string> _extract_go_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_rust_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_csharp_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_xml_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content);
+  static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content,
+                                                      Above above);
 
   // -- visibility/: whether a declaration is seen outside its file.
   bool _is_exported(const Node& node, std::string_view language) const;

@@ -24,6 +24,14 @@ bool is_all_upper_case(std::string_view text) {
   return has_between('A', 'Z') && !has_between('a', 'z');
 }
 
+// Letters beyond ASCII are letters.
+bool is_name(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+    return c == '.' || c == '_' || ('0' <= c && c <= '9') || ('a' <= c && c <= 'z') ||
+           ('A' <= c && c <= 'Z') || (c & 0x80) != 0;
+  });
+}
+
 }  // namespace
 
 Conditions::Conditions(const languages::Language& language, std::string_view text) {
@@ -43,11 +51,12 @@ Conditions::Condition::Condition(const languages::Language& language, std::strin
   const std::size_t end = std::min(text.find_first_of(":=~"), text.size());
   path = Path(language, end == 0 ? "." : text.substr(0, end));
   asks_type = end < text.size() && text[end] == ':';
-  asks_upper_case = end < text.size() && text[end] == '~';
   const std::string_view values = text.substr(std::min(end + 1, text.size()));
   if (asks_type) {
     types = SymbolSet(language, values);
-  } else if (!asks_upper_case) {
+  } else if (end < text.size() && text[end] == '~') {
+    shape = trim(values) == "upper" ? is_all_upper_case : is_name;
+  } else {
     texts = split_whitespace(values);
   }
 }
@@ -58,7 +67,7 @@ bool Conditions::Condition::holds(const Node& node) const {
   const std::optional<Node> found = asked ? path.in(*asked) : std::nullopt;
   const bool is_there = found && (!asks_type || types.contains(found->symbol())) &&
                         (texts.empty() || is_one_of(found->bytes(), texts)) &&
-                        (!asks_upper_case || is_all_upper_case(found->bytes()));
+                        (shape == nullptr || shape(found->bytes()));
   return is_there != is_absence;
 }
 

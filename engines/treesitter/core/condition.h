@@ -3,6 +3,7 @@
 //   FIELD: TYPES   the child under the field is of one of these types
 //   FIELD= TEXTS   it reads as one of these texts
 //   FIELD~ upper   it has letters, and all of them in upper case
+//   FIELD~ name    it has letters, digits, underscores and full stops alone
 //   FIELD          there is one
 //
 // "!" in front says that it does not hold.
@@ -36,7 +37,7 @@ class Conditions {
     int levels_up = 0;
     bool is_absence = false;
     bool asks_type = false;
-    bool asks_upper_case = false;
+    bool (*shape)(std::string_view text) = nullptr;
     Path path;
     SymbolSet types;
     std::vector<std::string_view> texts;

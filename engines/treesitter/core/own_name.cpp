@@ -223,7 +223,7 @@ std::string OwnNames::text(const Node& carrier) {
 }
 
 std::string_view without_marks(std::string_view text) {
-  if (text.starts_with(':')) text.remove_prefix(1);
+  if (text.starts_with(':') && !text.starts_with("::")) text.remove_prefix(1);
   if (text.size() > 2 && is_one_of(text.front(), QUOTES) && text.back() == text.front()) {
     text = text.substr(1, text.size() - 2);
   }

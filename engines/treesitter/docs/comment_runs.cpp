@@ -5,9 +5,11 @@
 // declaration, so that a file's declarations together read each comment once.
 //
 // Tested by tests/docs_test.cpp.
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,6 +33,12 @@ constexpr std::array RUBY_COMMENTS{NodeType::comment};
 // What a run of comments may be interrupted by: a line end, in grammars that have nodes for them
 // (none of ours has), and what did not parse.
 constexpr std::array SEPARATORS{NodeType::newline, NodeType::error};
+
+// What a line of a Ruby comment begins with that speaks to a tool.
+constexpr std::string_view RUBY_DIRECTIVES[] = {
+    ":nodoc:", "rubocop:",     "frozen_string_literal:",    "encoding:",
+    "coding:", "warn_indent:", "shareable_constant_value:", "typed:",
+};
 
 // Removed from a C# line wherever they stand, in this order. The third has no closing bracket, so
 // that of `<param name="x">` the attribute and the bracket stay.
@@ -119,17 +127,32 @@ std::string without_markup(std::string_view text) {
   }
 }
 
+// Whether the comment speaks of what stands in front of it on its line. Costs the blanks there.
+bool is_trailing(const Node& comment) {
+  const std::optional<Node> before = comment.previous_record();
+  if (before && is_comment(*before)) return false;
+  const std::string_view above = comment.tree().source().bytes().substr(0, comment.start_byte());
+  const std::size_t end = above.find_last_not_of(" \t\r");
+  return end != std::string_view::npos && above[end] != '\n';
+}
+
 }  // namespace
 
 // `comment_types` is a range of node types. `handler(text, comment, collected)` gives true to go on
 // and false to stop; it may keep state of its walk.
 template <typename CommentTypes, typename Handler>
 std::optional<std::string> TreeSitterEngine::_collect_preceding_comments(
-    const Node& node, const Source& content, const CommentTypes& comment_types, Handler handler) {
+    const Node& node, const Source& content, const CommentTypes& comment_types, Handler handler,
+    Above above) {
   Collected comments;
   std::string storage;
+  std::uint32_t row_below = node.start_row();
   for (auto prev = node.previous_sibling(); prev; prev = prev->previous_sibling()) {
     if (is_one_of(prev->type(), comment_types)) {
+      if (above == Above::directly) {
+        if (prev->end_row() + 1 < row_below || is_trailing(*prev)) break;
+        row_below = prev->start_row();
+      }
       const std::string_view text = content.decoded(prev->start_byte(), prev->end_byte(), storage);
       if (!handler(text, *prev, comments)) break;
     } else if (!is_one_of(prev->type(), SEPARATORS)) {
@@ -209,6 +232,11 @@ std::optional<std::string> TreeSitterEngine::_extract_xml_doc(const Node& node,
 // the nearest comment counts. A line that is left out is no neighbour either.
 std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
                                                                const Source& content) {
+  return _extract_ruby_doc(node, content, Above::anywhere);
+}
+
+std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
+                                                               const Source& content, Above above) {
   std::optional<std::uint32_t> last_comment_line;
   const auto handler = [&](std::string_view text, const Node& comment, Collected& collected) {
     const std::int64_t comment_end_line = comment.end_row();
@@ -217,11 +245,15 @@ std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
     const std::string_view stripped = trim(text.substr(1));
     // A shebang, or a line for the editor or about the encoding.
     if (stripped.starts_with('!') || stripped.starts_with("-*-")) return true;
-    collected.insert_at_front(stripped);
+    const auto begins_line = [&](std::string_view mark) { return stripped.starts_with(mark); };
+    const bool is_said =
+        above == Above::anywhere ||
+        std::none_of(std::begin(RUBY_DIRECTIVES), std::end(RUBY_DIRECTIVES), begins_line);
+    if (is_said) collected.insert_at_front(stripped);
     last_comment_line = comment.start_row();
     return true;
   };
-  return _collect_preceding_comments(node, content, RUBY_COMMENTS, handler);
+  return _collect_preceding_comments(node, content, RUBY_COMMENTS, handler, above);
 }
 
 }  // namespace engines::treesitter

@@ -31,6 +31,20 @@ bool is_passed(const Node& node) {
   });
 }
 
+// As far as a declaration stands below what its comment stands above.
+constexpr int MOST_STEPS = 4;
+
+// The outermost node that begins with this one. What stands above the first declaration of a body,
+// a grammar may hang beside the body.
+Node beginning_with(Node node) {
+  for (int i = 0; i < MOST_STEPS && !node.previous_record(); ++i) {
+    const std::optional<Node> parent = node.parent();
+    if (!parent || parent->start_byte() != node.start_byte()) break;
+    node = *parent;
+  }
+  return node;
+}
+
 }  // namespace
 
 std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& node,
@@ -40,6 +54,9 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
   if (language == "go" || language == "rust") return _read_doc_run(node, holder, content);
   if (language == "csharp") return _extract_xml_doc(holder, content);
   if (language == "python") return _extract_docstring(node, content, language);
+  if (language == "ruby") {
+    return _extract_ruby_doc(beginning_with(holder), content, Above::directly);
+  }
   auto documentation = _extract_docstring(holder, content, language);
   for (auto above = holder.previous_sibling(); !documentation && above && is_passed(*above);
        above = above->previous_sibling()) {

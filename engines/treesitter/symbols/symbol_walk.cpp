@@ -215,6 +215,7 @@ class TreeSitterEngine::SymbolWalk {
             .is_unlisted = may_be_listed && !is_listed,
             .is_local = is_local(),
             .is_in_visible = !_open.empty() && _open.back().is_visible,
+            .is_in_hidden = !_open.empty() && !_open.back().is_visible,
             .is_hidden = _hiding_words.hide(node, name)};
   }
 

@@ -21,6 +21,7 @@ struct Surroundings {
   bool is_unlisted = false;    // it might stand in the file's list, and does not
   bool is_local = false;       // it stands within a function
   bool is_in_visible = false;  // it is declared in something that is visible
+  bool is_in_hidden = false;   // it is declared in something that is not
   bool is_hidden = false;      // a word beside it hides it (hiding_words.h)
 };
 

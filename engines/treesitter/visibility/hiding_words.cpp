@@ -12,53 +12,38 @@
 namespace engines::treesitter {
 namespace {
 
-// What a word may speak of: declarations of these types.
-struct Subject {
-  In languages;
-  std::string_view types;
-};
-
-enum SubjectId : std::uint8_t { NOTHING, RUBY_METHODS, RUBY_SINGLETON_METHODS, RUBY_CONSTANTS };
-
-constexpr Subject SUBJECTS[] = {
-    {In{}, ""},
-    {In::ruby, "method call alias"},  // attr_reader, define_method and their like are calls
-    {In::ruby, "singleton_method"},
-    {In::ruby, "class module assignment operator_assignment"},
-};
-
+// Words that hide or show the declarations of some node types.
 struct WordRow {
   In languages;
-  std::string_view words;
-  bool hides;
-  SubjectId subject;
-  bool may_be_bare;
+  std::string_view hiding;
+  std::string_view showing;
+  std::string_view types;
+  bool may_be_bare;  // for all that follows in the body, until the next one
 };
 
 constexpr WordRow WORD_ROWS[] = {
-    {In::ruby, "private protected", true, RUBY_METHODS, true},
-    {In::ruby, "public module_function", false, RUBY_METHODS, true},
-    {In::ruby, "private_class_method", true, RUBY_SINGLETON_METHODS, false},
-    {In::ruby, "public_class_method", false, RUBY_SINGLETON_METHODS, false},
-    {In::ruby, "private_constant", true, RUBY_CONSTANTS, false},
-    {In::ruby, "public_constant", false, RUBY_CONSTANTS, false},
+    // attr_reader, define_method and their like are calls
+    {In::ruby, "private protected", "public module_function", "method call alias", true},
+    {In::ruby, "private_class_method", "public_class_method", "singleton_method", false},
+    {In::ruby, "private_constant", "public_constant", "class module assignment operator_assignment",
+     false},
 };
 
-// The nodes that words stand in: as themselves, or with arguments.
+// The nodes that words stand in, all of them directly in a body.
 struct FormRow {
   In languages;
   std::string_view bodies;
-  std::string_view bare;
-  std::string_view call;
-  std::string_view word;       // the path of the word in a call (core/own_name.h)
-  std::string_view addressee;  // a call that has this speaks of something else
+  std::string_view bare;  // a word alone
+  std::string_view call;  // a word with arguments
+  std::string_view word;  // the paths of both in it (core/own_name.h)
   std::string_view arguments;
-  std::string_view lists;  // arguments that hold others
+  std::string_view addressee;  // a call that has this speaks of something else
+  std::string_view lists;      // arguments that hold others
 };
 
 constexpr FormRow FORM_ROWS[] = {
-    {In::ruby, "body_statement block_body program", "identifier", "call", "method", "receiver",
-     "arguments", "array symbol_array string_array"},
+    {In::ruby, "body_statement block_body program", "identifier", "call", "method", "arguments",
+     "receiver", "array symbol_array string_array"},
 };
 
 // As far as a declaration stands from its body, such as in `private memoize def f`.
@@ -68,9 +53,9 @@ constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
 
 }  // namespace
 
-struct HidingWords::Word {
+struct HidingWords::Meaning {
+  Subject subject;
   bool hides;
-  SubjectId subject;
   bool may_be_bare;
 };
 
@@ -81,34 +66,35 @@ struct HidingWords::Rules {
       bodies = SymbolSet(language, row.bodies);
       bare = SymbolSet(language, row.bare);
       call = SymbolSet(language, row.call);
-      lists = SymbolSet(language, row.lists);
       word = Path(language, row.word);
-      addressee = Path(language, row.addressee);
       arguments = Path(language, row.arguments);
+      addressee = Path(language, row.addressee);
+      lists = SymbolSet(language, row.lists);
     }
+    Subject subject = 0;
     for (const WordRow& row : WORD_ROWS) {
+      ++subject;
       if (!speaks_of(row.languages, language.name())) continue;
-      for (const std::string_view text : split_whitespace(row.words)) {
-        words.emplace(text, Word{row.hides, row.subject, row.may_be_bare});
+      for (const bool hides : {true, false}) {
+        for (const std::string_view text : split_whitespace(hides ? row.hiding : row.showing)) {
+          words.emplace(text, Meaning{subject, hides, row.may_be_bare});
+        }
       }
-    }
-    for (std::size_t id = 0; id < std::size(SUBJECTS); ++id) {
-      if (!speaks_of(SUBJECTS[id].languages, language.name())) continue;
-      for (const std::uint16_t symbol : SymbolSet(language, SUBJECTS[id].types)) {
-        subjects.at(symbol) = static_cast<std::uint8_t>(id);
+      for (const std::uint16_t symbol : SymbolSet(language, row.types)) {
+        subjects.at(symbol) = subject;
       }
     }
   }
 
-  const Word* find(const Node& node) const {
-    const auto found = words.find(node.bytes());
+  const Meaning* meaning(const std::optional<Node>& text) const {
+    const auto found = text ? words.find(text->bytes()) : words.end();
     return found == words.end() ? nullptr : &found->second;
   }
 
   SymbolSet bodies, bare, call, lists;
-  Path word, addressee, arguments;
-  std::unordered_map<std::string_view, Word> words;
-  BySymbol<std::uint8_t> subjects;
+  Path word, arguments, addressee;
+  std::unordered_map<std::string_view, Meaning> words;
+  BySymbol<Subject> subjects;  // 0 for what no word speaks of
   OwnNames own_names;
 };
 
@@ -123,26 +109,25 @@ HidingWords::HidingWords(const Node& root) {
     if (!is_bare && !rules.call.contains(node.symbol())) continue;
     const std::optional<Node> body = node.parent();
     if (!body || !rules.bodies.contains(body->symbol())) continue;
-    const std::optional<Node> text = is_bare ? node : rules.word.in(node);
-    const Word* const word = text ? rules.find(*text) : nullptr;
-    if (word == nullptr) continue;
+    const auto* const meaning = rules.meaning(is_bare ? node : rules.word.in(node));
+    if (meaning == nullptr) continue;
     if (!is_bare) {
-      read_arguments(rules, *word, *body, node);
-    } else if (word->may_be_bare) {
-      _changes[body->index()].emplace_back(index, word->hides);
+      read_arguments(rules, *body, node, *meaning);
+    } else if (meaning->may_be_bare) {
+      _switches[{body->index(), meaning->subject}].emplace_back(index, meaning->hides);
     }
   }
 }
 
-void HidingWords::read_arguments(const Rules& rules, const Word& word, const Node& body,
-                                 const Node& call) {
+void HidingWords::read_arguments(const Rules& rules, const Node& body, const Node& call,
+                                 const Meaning& meaning) {
   const std::optional<Node> arguments = rules.arguments.in(call);
   if (!arguments || rules.addressee.in(call)) return;
   const auto add = [&](const Node& argument) {
     if (const auto carrier = rules.own_names.carrier(argument)) {
-      _names[{body.index(), word.subject, OwnNames::text(*carrier)}] = word.hides;
+      _names[{body.index(), meaning.subject, OwnNames::text(*carrier)}] = meaning.hides;
     } else {
-      _arguments[argument.index()] = word.hides;
+      _arguments[argument.index()] = meaning.hides;
     }
   };
   for (const Node argument : arguments->children()) {
@@ -155,25 +140,25 @@ void HidingWords::read_arguments(const Rules& rules, const Word& word, const Nod
 }
 
 bool HidingWords::hide(const Node& node, std::string_view name) const {
-  if (_changes.empty() && _arguments.empty() && _names.empty()) return false;
+  if (_switches.empty() && _names.empty() && _arguments.empty()) return false;
   const Rules& rules = table_of<Rules>(node.tree().language());
+  const Subject subject = rules.subjects[node.symbol()];
+  if (subject == 0) return false;
   std::optional<Node> body = node;
-  for (int i = 0; body && !rules.bodies.contains(body->symbol()); ++i) {
-    if (i == MOST_STEPS) return false;
+  for (int i = 0; !rules.bodies.contains(body->symbol()); ++i) {
     const auto argument = _arguments.find(body->index());
     if (argument != _arguments.end()) return argument->second;
     body = body->parent();
+    if (!body || i == MOST_STEPS) return false;
   }
-  if (!body) return false;
-  const std::uint8_t subject = rules.subjects[node.symbol()];
-  const auto named = _names.find(std::tuple(body->index(), subject, std::string(name)));
+  const auto named = _names.find({body->index(), subject, std::string(name)});
   if (named != _names.end()) return named->second;
-  const auto changes = _changes.find(body->index());
-  if (subject != RUBY_METHODS || changes == _changes.end()) return false;
-  const auto later = std::upper_bound(
-      changes->second.begin(), changes->second.end(), node.index(),
-      [](std::uint32_t index, const Change& change) { return index < change.first; });
-  return later != changes->second.begin() && std::prev(later)->second;
+  const auto switches = _switches.find({body->index(), subject});
+  if (switches == _switches.end()) return false;
+  const auto later =
+      std::partition_point(switches->second.begin(), switches->second.end(),
+                           [&](const Switch& each) { return each.first < node.index(); });
+  return later != switches->second.begin() && std::prev(later)->second;
 }
 
 }  // namespace engines::treesitter

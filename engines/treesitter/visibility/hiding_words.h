@@ -1,7 +1,8 @@
 // Which declarations a file hides by words that stand beside them, such as Ruby's `private`: behind
 // a bare one, as its arguments, or named by those.
 //
-// One loop over the file's nodes. A question costs a few steps up and a search by bisection.
+// One loop over the file's nodes, for languages that have such words. A question costs a few steps
+// up and searches by bisection.
 //
 // Tested by tests/navigation_test.cpp.
 #pragma once
@@ -29,14 +30,16 @@ class HidingWords {
 
  private:
   struct Rules;
-  struct Word;
-  void read_arguments(const Rules& rules, const Word& word, const Node& body, const Node& call);
+  struct Meaning;
+  void read_arguments(const Rules& rules, const Node& body, const Node& call,
+                      const Meaning& meaning);
 
-  // A body is known by its node's index. What is said again later holds.
-  using Change = std::pair<std::uint32_t, bool>;  // the node behind which it holds
-  std::unordered_map<std::uint32_t, std::vector<Change>> _changes;  // by body
-  std::unordered_map<std::uint32_t, bool> _arguments;               // by node
-  std::map<std::tuple<std::uint32_t, std::uint8_t, std::string>, bool, std::less<>> _names;
+  // A node is known by its index, and what a word speaks of by a number. What is said later holds.
+  using Subject = std::uint8_t;
+  using Switch = std::pair<std::uint32_t, bool>;  // a bare word, and whether it hides
+  std::map<std::pair<std::uint32_t, Subject>, std::vector<Switch>> _switches;  // by body
+  std::map<std::tuple<std::uint32_t, Subject, std::string>, bool> _names;      // by body
+  std::unordered_map<std::uint32_t, bool> _arguments;                          // by node
 };
 
 }  // namespace engines::treesitter

@@ -16,8 +16,7 @@
 namespace engines::treesitter {
 namespace {
 
-// The first row that holds decides. Where none does, a declaration is seen if the language has none
-// that shows.
+// The first row that holds decides. Where none does, it is the opposite of what the last one says.
 enum class Sign : std::uint8_t {
   modifier,     // the holder has one of these modifiers
   name_prefix,  // the name begins with one of these
@@ -33,6 +32,7 @@ enum class Sign : std::uint8_t {
   local,        // it stands within a function
   hidden,       // a word beside it hides it (hiding_words.h)
   in_visible,   // it is declared in something that is visible
+  in_hidden,    // it is declared in something that is not
 };
 
 struct VisibilityRow {
@@ -46,6 +46,7 @@ constexpr VisibilityRow ROWS[] = {
     {In::python, true, Sign::listed},
     {In::python, false, Sign::unlisted},
     {In::python, false, Sign::local},
+    {In::python, false, Sign::in_hidden},
     {In::python, false, Sign::name_prefix, "_"},
     {In::ruby, false, Sign::hidden},
     {In::java, false, Sign::modifier, "private"},
@@ -143,6 +144,8 @@ bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, st
       return surroundings.is_hidden;
     case Sign::in_visible:
       return surroundings.is_in_visible;
+    case Sign::in_hidden:
+      return surroundings.is_in_hidden;
   }
   return false;
 }
@@ -158,7 +161,7 @@ bool TreeSitterEngine::_is_visible(const Node& node, const Node& holder, std::st
     if (!speaks_of(row.languages, language.name())) continue;
     const bool holds = has_sign(row, node, holder, name, holders, surroundings);
     if (holds) return row.shows;
-    if (row.shows) is_shown = false;
+    is_shown = !row.shows;
   }
   return is_shown;
 }
