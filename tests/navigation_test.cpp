@@ -74,6 +74,7 @@ TEST(NavigationTest, TablesSpeakOfWhatTheGrammarsHave) {
     expect_types(row.languages, row.types);
     expect_conditions(row.languages, row.when);
   }
+  for (const GroupRow& row : GROUP_ROWS) expect_types(row.languages, row.types);
 }
 
 TEST(NavigationTest, DataIsReadAlikeUnderBothRules) {
