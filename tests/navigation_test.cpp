@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engines/languages/language.h"
+#include "engines/treesitter/core/own_name.h"
 #include "engines/treesitter/core/text.h"
 #include "engines/treesitter/references/use_table.h"
 #include "engines/treesitter/symbols/declaration_table.h"
@@ -32,24 +33,27 @@ void expect_types(In in, std::string_view types) {
   }
 }
 
-void expect_place(In in, std::string_view place) {
-  if (place.starts_with('+') || place.starts_with('*')) place.remove_prefix(1);
-  if (place.empty() || place == "<" || place == ">" || place == ".") return;
+void expect_path(In in, std::string_view path) {
+  if (path.starts_with('+') || path.starts_with('*')) path.remove_prefix(1);
+  if (path.empty()) return;
   for (const languages::Language* language : languages_of(in)) {
-    EXPECT_NE(language->field_id(place), 0) << language->name() << " has no field " << place;
+    for (const std::string_view place : split(path, '/')) {
+      EXPECT_NE(Place(*language, place).kind, Place::Kind::nowhere)
+          << language->name() << " has neither a field nor a node type " << place;
+    }
   }
 }
 
 void expect_conditions(In in, std::string_view when) {
   for (std::string_view each : split(when, ';')) {
     each = trim(each);
-    const std::size_t end = std::min(each.find_first_of(":="), each.size());
+    const std::size_t end = std::min(each.find_first_of(":=~"), each.size());
     const bool asks_type = end < each.size() && each[end] == ':';
     if (asks_type) expect_types(in, each.substr(end + 1));
     std::string_view place = each.substr(0, end);
     if (place.starts_with('!')) place.remove_prefix(1);
-    if (place.starts_with('^')) place.remove_prefix(1);
-    expect_place(in, place);
+    while (place.starts_with('^')) place.remove_prefix(1);
+    expect_path(in, place);
   }
 }
 
@@ -57,14 +61,14 @@ TEST(NavigationTest, TablesSpeakOfWhatTheGrammarsHave) {
   for (const DeclarationRow& row : DECLARATION_ROWS) {
     expect_types(row.languages, row.types);
     expect_types(row.languages, row.terms.each);
-    expect_place(row.languages, row.name);
-    expect_place(row.languages, row.terms.owner);
+    expect_path(row.languages, row.name);
+    expect_path(row.languages, row.terms.owner);
     expect_conditions(row.languages, row.terms.when);
   }
   for (const UseRow& row : USE_ROWS) {
     expect_types(row.languages, row.above);
     expect_types(row.languages, row.terms.name);
-    expect_place(row.languages, row.place);
+    expect_path(row.languages, row.place);
     expect_conditions(row.languages, row.terms.when);
   }
   for (const RegionRow& row : REGION_ROWS) {

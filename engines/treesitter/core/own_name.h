@@ -31,10 +31,10 @@ struct Place {
   std::vector<SymbolSet> before = {};  // from right to left
 
   Place() = default;
-  // `text`: a field's name, a node's type, "<" for the first named child that is no comment, ">"
-  // for the last named child, "." for the node itself. "'X" is the type X where the grammar has a
-  // field of that name too. "A+X" is an X directly behind an A,
-  // "A+B+X" one behind a B that is behind an A.
+  // `text`: a field's name, a node's type or several with spaces between them, "<" for the first
+  // named child that is no comment, ">" for the last named child, "." for the node itself. "'X" is
+  // the type X where the grammar has a field of that name too. "A+X" is an X directly behind an A,
+  // and "A+B+X" one behind a B that is behind an A.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;
@@ -63,9 +63,11 @@ class OwnNames {
  public:
   explicit OwnNames(const languages::Language& language);
 
-  // The node at the end of the way down from `node`: what carries its name. None when there is no
-  // name on the way.
-  std::optional<Node> carrier(Node node) const;
+  // The node at the end of the way down from `node`, which may be itself.
+  Node end(Node node) const;
+
+  // That node when it carries a name, or none.
+  std::optional<Node> carrier(const Node& node) const;
 
   // How a carrier reads, ill-formed bytes replaced: without a symbol's colon or a text's quotes.
   static std::string text(const Node& carrier);
