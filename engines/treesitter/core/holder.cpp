@@ -18,6 +18,7 @@ constexpr TypesRow HOLDERS[] = {
     {In::csharp, "variable_declaration field_declaration event_field_declaration"},
     {In::go, "type_declaration const_declaration var_declaration"},
     {In::php, "property_declaration const_declaration expression_statement"},
+    {In::sql, "statement add_column add_constraint"},
     {In::ruby, "argument_list call"},  // `private def f`
     {In::script, "export_statement lexical_declaration variable_declaration"},
     {In::javascript, "using_declaration"},

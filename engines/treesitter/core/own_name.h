@@ -34,7 +34,7 @@ struct Place {
   // `text`: a field's name, a node's type or several with spaces between them, "<" for the first
   // named child that is no comment, ">" for the last named child, "." for the node itself. "'X" is
   // the type X where the grammar has a field of that name too. "A+X" is an X directly behind an A,
-  // "A+B+X" one behind a B that is behind an A.
+  // and "A+B+X" one behind a B that is behind an A.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;

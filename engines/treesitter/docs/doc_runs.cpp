@@ -1,11 +1,11 @@
 // The documentation of a declaration under the navigation rules, where the language itself tells it
-// from other comments: by how a comment begins, by what stands in between, by blank lines. For Go
-// and Rust.
+// from other comments: by how a comment begins, by what stands in between, by blank lines. For Go,
+// Rust and SQL.
 //
 // A run goes from the declaration upwards and ends at the one before, so that a file's declarations
 // together read each comment once.
 //
-// Tested by tests/golden/go and tests/golden/rust.
+// Tested by tests/golden/go, tests/golden/rust and tests/golden/sql.
 #include <algorithm>
 #include <iterator>
 #include <optional>
@@ -35,6 +35,7 @@ constexpr RunRow RUNS[] = {
     // What is left out are directives, which stand among the lines of a text.
     {In::go, "// /*", "//go: //nolint //lint: //line //export //extern", "", "", true},
     {In::rust, "/// /** #[doc", "//// /*** /**/ #[doc(", "//! /*!", "attribute_item", false},
+    {In::sql, "-- /*", "", "", "", true},
 };
 
 std::string_view opening_of(std::string_view text, std::string_view openings) {

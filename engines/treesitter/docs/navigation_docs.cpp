@@ -51,7 +51,8 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
                                                                  const Node& holder,
                                                                  const Source& content) {
   const std::string_view language = node.tree().language().name();
-  if (language == "go" || language == "rust") return _read_doc_run(node, holder, content);
+  if (language == "go" || language == "rust" || language == "sql")
+    return _read_doc_run(node, holder, content);
   if (language == "csharp") return _extract_xml_doc(holder, content);
   if (language == "python") return _extract_docstring(node, content, language);
   if (language == "ruby") {

@@ -435,11 +435,11 @@ inline constexpr RegionRow REGION_ROWS[] = {
     {In::python, "argument_list", "type", "^: class_definition"},
     {In::python, "argument_list", "instance", "^function= isinstance issubclass"},
     {In::python, "argument_list", "arguments"},
-    {In::rust, "use_declaration", "use"},
     {In::php,
      "include_expression include_once_expression require_expression require_once_expression",
      "include"},
     {In::php, "arguments subscript_expression", "arguments"},
+    {In::rust, "use_declaration", "use"},
     {In::script, "export_statement", "re-export", "source"},
 };
 
@@ -465,6 +465,14 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
      "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
      "str tuple type"},
     {In::java, "var"},
+    // What the grammar has no word for, in the two ways in which it is written.
+    {In::sql,
+     "any anyarray anyelement blob bool clob cstring float4 int2 int4 int8 integer internal "
+     "longblob longtext mediumblob mediumtext nclob number nvarchar2 record tinyblob tinytext "
+     "tsquery tsvector varchar2 void year"},
+    {In::sql,
+     "BLOB BOOL CLOB FLOAT4 INT2 INT4 INT8 INTEGER LONGBLOB LONGTEXT MEDIUMBLOB MEDIUMTEXT NCLOB "
+     "NUMBER NVARCHAR2 RECORD TINYBLOB TINYTEXT VARCHAR2 VOID YEAR"},
     {In::csharp, "dynamic notnull unmanaged var case else"},  // the last two: not quite parsed
     {In::php, "parent self static"},
     {In::typed_script, "bigint"},

@@ -162,7 +162,14 @@ class TreeSitterEngine::SymbolWalk {
     std::optional<FqnId> opened;
     for (const Node& carrier : row.names(node, _declarations->own_names())) {
       const std::string name = OwnNames::text(carrier);
-      if (name.empty() || is_named_above(node, name)) continue;
+      if (name.empty()) continue;
+      if (row.kind().empty()) {
+        const std::string qualified_name = qualifier(row, node, carrier);
+        spend(fqn(parent()).size() + 1 + qualified_name.size());
+        opened = without_symbol(qualified_name);
+        break;
+      }
+      if (!row.has_own_lines() && is_named_above(node, name)) continue;
       const Node& lines = row.has_own_lines() ? carrier : node;
       const FqnId id = add_symbol(node, lines, row.kind(), name, qualifier(row, node, carrier));
       if (!opened && row.opens_scope()) opened = id;
