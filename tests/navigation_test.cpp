@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engines/languages/language.h"
+#include "engines/treesitter/core/own_name.h"
 #include "engines/treesitter/core/text.h"
 #include "engines/treesitter/references/use_table.h"
 #include "engines/treesitter/symbols/declaration_table.h"
@@ -34,13 +35,10 @@ void expect_types(In in, std::string_view types) {
 
 void expect_path(In in, std::string_view path) {
   if (path.starts_with('+') || path.starts_with('*')) path.remove_prefix(1);
-  for (std::string_view place : split(path, '/')) {
-    if (place.empty() || place == "<" || place == ">" || place == ".") continue;
-    const bool is_type = place.starts_with('\'');
-    if (is_type) place.remove_prefix(1);
-    for (const languages::Language* language : languages_of(in)) {
-      EXPECT_TRUE((!is_type && language->field_id(place) != 0) ||
-                  !language->symbols_of(place).empty())
+  if (path.empty()) return;
+  for (const languages::Language* language : languages_of(in)) {
+    for (const std::string_view place : split(path, '/')) {
+      EXPECT_NE(Place(*language, place).kind, Place::Kind::nowhere)
           << language->name() << " has neither a field nor a node type " << place;
     }
   }
@@ -53,7 +51,8 @@ void expect_conditions(In in, std::string_view when) {
     const bool asks_type = end < each.size() && each[end] == ':';
     if (asks_type) expect_types(in, each.substr(end + 1));
     std::string_view place = each.substr(0, end);
-    place.remove_prefix(std::min(place.find_first_not_of("!^"), place.size()));
+    if (place.starts_with('!')) place.remove_prefix(1);
+    while (place.starts_with('^')) place.remove_prefix(1);
     expect_path(in, place);
   }
 }

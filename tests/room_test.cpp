@@ -78,7 +78,7 @@ TEST_F(RoomTest, WhoWaitsCanBeCancelled) {
 // the number of threads. Files that do not fit together come one by one.
 TEST_F(RoomTest, WhatBecomesOfAFileIsAMatterOfTheFileAlone) {
   std::vector<ParseItem> items;
-  for (const std::size_t count : {1'900, 2'000, 2'100, 100}) {
+  for (const std::size_t count : {1'900U, 2'000U, 2'100U, 100U}) {
     items.push_back({.path = "a.py", .content = repeated("x = [1, f(2)]\n", count)});
   }
   const std::uint64_t room = least_room(items[1]);
@@ -109,7 +109,7 @@ TEST_F(RoomTest, WhatBecomesOfAFileIsAMatterOfTheFileAlone) {
        {std::pair(room, expected), {room * 9 / 10, expected_with_less}}) {
     set_memory_room(size);
     EXPECT_EQ(outcomes(), results);
-    for (const std::size_t threads : {1, 8}) {
+    for (const std::size_t threads : {1U, 8U}) {
       std::size_t next = 0;
       ParseMany run = engine.parse_many(
           [&] {

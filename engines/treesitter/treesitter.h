@@ -290,6 +290,8 @@ class TreeSitterEngine {
   // The same by the navigation rules. The comment above the holder documents the declaration.
   static std::optional<std::string> _find_documentation(const Node& node, const Node& holder,
                                                         const Source& content);
+  static std::optional<std::string> _read_doc_run(const Node& declaration, const Node& holder,
+                                                  const Source& content);
   static std::optional<std::string> _extract_python_docstring(const Node& node,
                                                               const Source& content);
   static std::pair<std::optional<std::string>, bool> _clean_python_docstring(std::string_view text);
@@ -309,6 +311,7 @@ class TreeSitterEngine {
   static std::optional<std::string> _extract_go_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_rust_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_csharp_doc(const Node& node, const Source& content);
+  static std::optional<std::string> _extract_xml_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content,
                                                       Above above);

@@ -19,6 +19,7 @@ constexpr TypesRow HOLDERS[] = {
     {In::go, "type_declaration const_declaration var_declaration"},
     {In::ruby, "argument_list call"},  // `private def f`
     {In::script, "export_statement lexical_declaration variable_declaration"},
+    {In::javascript, "using_declaration"},
     {In::script, "expression_statement assignment_expression"},
     {In::typed_script, "ambient_declaration"},
 };
@@ -27,6 +28,7 @@ constexpr TypesRow HOLDERS[] = {
 constexpr TypesRow MODIFIERS[] = {
     {In::java, "modifiers"},
     {In::csharp, "modifier"},
+    {In::rust, "visibility_modifier"},
     {In::typed_script, "accessibility_modifier override_modifier"},
 };
 

@@ -26,6 +26,7 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- Java
     {In::java, "identifier type_identifier this super", "."},
     {In::java, "scoped_identifier", "name"},
+    {In::java, "field_access", "field"},  // `Map.Entry::new`
     {In::java, "scoped_type_identifier annotated_type", ">"},
     {In::java, "generic_type parenthesized_expression", "<"},
     {In::java, "array_type", "element"},
@@ -42,6 +43,14 @@ constexpr NameRow NAME_ROWS[] = {
     {In::go, "index_expression", "operand"},  // `f[int](x)`
 
     // ---- Rust
+    {In::rust, "identifier type_identifier field_identifier primitive_type metavariable", "."},
+    {In::rust, "scoped_identifier scoped_type_identifier", "name"},
+    {In::rust, "generic_type generic_type_with_turbofish higher_ranked_trait_bound", "type"},
+    {In::rust, "reference_type pointer_type", "type"},
+    {In::rust, "dynamic_type abstract_type", "trait"},
+    {In::rust, "generic_function", "function"},
+    {In::rust, "field_expression", "field"},
+    {In::rust, "bounded_type parenthesized_expression unary_expression", "<"},
 
     // ---- C#
     {In::csharp, "identifier", "."},
@@ -49,6 +58,7 @@ constexpr NameRow NAME_ROWS[] = {
     {In::csharp, "member_access_expression member_binding_expression", "name"},
     {In::csharp, "conditional_access_expression", ">"},
     {In::csharp, "generic_name parenthesized_expression postfix_unary_expression", "<"},
+    {In::csharp, "binary_expression", "left"},  // what `x is T && y` asks for
     {In::csharp, "array_type nullable_type pointer_type ref_type scoped_type", "type"},
 
     // ---- Ruby
@@ -64,11 +74,16 @@ constexpr NameRow NAME_ROWS[] = {
     // ---- JavaScript, TypeScript
     {In::script, "identifier property_identifier private_property_identifier", "."},
     {In::script, "shorthand_property_identifier statement_identifier number", "."},
-    {In::script, "string_fragment", "."},
+    {In::script, "shorthand_property_identifier_pattern string_fragment super", "."},
     {In::typed_script, "type_identifier", "."},
     {In::script, "member_expression", "property"},
     {In::script, "string parenthesized_expression await_expression", "<"},
-    {In::typed_script, "non_null_expression", "<"},
+    {In::script, "sequence_expression", ">"},  // `(0, f)()`
+    {In::script, "pair_pattern", "value"},
+    {In::script, "object_assignment_pattern assignment_pattern", "left"},
+    {In::script, "rest_pattern", "<"},
+    {In::typed_script, "non_null_expression as_expression satisfies_expression", "<"},
+    {In::typescript, "type_assertion", ">"},
     {In::typed_script, "instantiation_expression", "function"},
     {In::typed_script, "generic_type nested_type_identifier", "name"},
     {In::typed_script, "nested_identifier", "."},
@@ -154,14 +169,20 @@ OwnNames::OwnNames(const languages::Language& language) : _places(language) {
   }
 }
 
-std::optional<Node> OwnNames::carrier(Node node) const {
+Node OwnNames::end(Node node) const {
   while (true) {
     const Place& place = _places[node.symbol()];
     if (place.kind == Place::Kind::itself) return node;
     const std::optional<Node> next = place.in(node);
-    if (!next) return std::nullopt;
+    if (!next) return node;
     node = *next;
   }
+}
+
+std::optional<Node> OwnNames::carrier(const Node& node) const {
+  const Node last = end(node);
+  if (!is_carrier(last.symbol())) return std::nullopt;
+  return last;
 }
 
 Node OwnNames::whole(Node carrier) const {

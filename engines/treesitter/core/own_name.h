@@ -30,9 +30,9 @@ struct Place {
   SymbolSet types = {};
 
   Place() = default;
-  // `text`: a field's name, a node's type, "<" for the first named child that is no comment, ">"
-  // for the last named child, "." for the node itself. "'X" is the type X where the grammar has a
-  // field of that name too.
+  // `text`: a field's name, a node's type or several with spaces between them, "<" for the first
+  // named child that is no comment, ">" for the last named child, "." for the node itself. "'X" is
+  // the type X where the grammar has a field of that name too.
   Place(const languages::Language& language, std::string_view text);
 
   std::optional<Node> in(const Node& node) const;
@@ -61,9 +61,11 @@ class OwnNames {
  public:
   explicit OwnNames(const languages::Language& language);
 
-  // The node at the end of the way down from `node`: what carries its name. None when there is no
-  // name on the way.
-  std::optional<Node> carrier(Node node) const;
+  // The node at the end of the way down from `node`, which may be itself.
+  Node end(Node node) const;
+
+  // That node when it carries a name, or none.
+  std::optional<Node> carrier(const Node& node) const;
 
   // How a carrier reads, ill-formed bytes replaced: without a symbol's colon or a text's quotes.
   static std::string text(const Node& carrier);

@@ -104,6 +104,38 @@ bool is_trailing(const Node& comment) {
   return end != std::string_view::npos && above[end] != '\n';
 }
 
+// What a tag says by itself: of `<see cref="T"/>` that is "T", of `<param name="n">` "n: ".
+std::string said_by(std::string_view tag) {
+  for (const std::string_view attribute : {" cref=\"", " name=\""}) {
+    const std::size_t found = tag.find(attribute);
+    if (found == std::string_view::npos) continue;
+    const std::string_view value = tag.substr(found + attribute.size());
+    const std::string said(value.substr(0, value.find('"')));
+    return tag.ends_with('/') ? said : said + ": ";
+  }
+  return {};
+}
+
+// With each tag replaced by what it says. A `<` that begins none is text.
+std::string without_markup(std::string_view text) {
+  std::string rest;
+  while (true) {
+    const std::size_t open = text.find('<');
+    rest.append(text.substr(0, open));
+    if (open == std::string_view::npos) return rest;
+    text.remove_prefix(open + 1);
+    const bool is_tag = !text.empty() && (text[0] == '/' || is_word(code_point_at(text, 0).value));
+    const std::size_t close = is_tag ? text.find('>') : std::string_view::npos;
+    if (close == std::string_view::npos) {
+      rest.push_back('<');
+      if (is_tag) return rest.append(text);
+    } else {
+      rest.append(said_by(text.substr(0, close)));
+      text.remove_prefix(close + 1);
+    }
+  }
+}
+
 }  // namespace
 
 // `comment_types` is a range of node types. `handler(text, comment, collected)` gives true to go on
@@ -174,6 +206,23 @@ std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& nod
     if (const std::string_view trimmed = trim(line); !trimmed.empty()) {
       collected.insert_at_front(trimmed);
     }
+    return true;
+  };
+  return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);
+}
+
+// Both forms of documentation, and what their markup says.
+std::optional<std::string> TreeSitterEngine::_extract_xml_doc(const Node& node,
+                                                              const Source& content) {
+  const auto handler = [](std::string_view text, const Node&, Collected& collected) {
+    std::optional<std::string> block;
+    if (text.starts_with("/**") && !text.starts_with("/***") && text != "/**/") {
+      block = _clean_block_comment(text).first;
+    } else if (text.starts_with("///") && !text.starts_with("////")) {
+      block = text.substr(3);
+    }
+    const std::string plain = without_markup(block.value_or(""));
+    if (!trim(plain).empty()) collected.insert_at_front(trim(plain));
     return true;
   };
   return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);

@@ -130,7 +130,7 @@ void TreeSitterEngine::ReferenceWalk::find_in_node(const Node& node, const Uses&
   std::string storage;
   for (const Uses::Row* row : {uses.of_whole(node, region), uses.of_name(node, region)}) {
     if (row == nullptr) continue;
-    const std::string_view name = reference_text(node, row->reading(), storage);
+    const std::string_view name = uses.text(node, row->reading(), storage);
     for (const std::string_view kind : row->kinds()) {
       if (kind == "type" && uses.is_builtin(name)) continue;
       add_named(name, node.start_row() + 1, kind);

@@ -16,7 +16,9 @@ namespace engines::treesitter {
 enum class Reading : std::uint8_t {
   own,    // the name alone
   whole,  // the node as written, such as a dotted path; asked of the node itself and not of a name
-  last,   // what follows the last slash, colon or full stop of a path
+  in_group,  // the same, behind the paths of the groups around it
+  last,      // what follows the last slash, colon or full stop of a path
+  package,   // that, but no version: of `example.org/yaml/v3` that is `yaml`
 };
 
 // What a row may say beside its four columns.
@@ -100,7 +102,7 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::java, "object_creation_expression", "type", "call type"},
     {In::java, "explicit_constructor_invocation", "constructor", "call"},
     {In::java, "annotation marker_annotation", "name", "call type"},
-    {In::java, "method_reference", "<", "call", {.when = "'new; !<: array_type"}},
+    {In::java, "method_reference", "<", "call type", {.when = "'new; !<: array_type"}},
     {In::java, "method_reference", ">", "call", {.name = "identifier", .when = "!'new"}},
     {In::java,
      "import_declaration",
@@ -126,12 +128,69 @@ inline constexpr UseRow USE_ROWS[] = {
 
     // ---- Go
     {In::go, "call_expression", "function", "call"},
-    {In::go, "import_spec", "path", "import_module"},
+    // `f[int](x)`: a call and a conversion look the same, as they do without the brackets.
+    {In::go, "type_conversion_expression", "type", "call", {.when = "type: generic_type"}},
+    {In::go,
+     "interpreted_string_literal raw_string_literal",
+     "<",
+     "import_module",
+     {.name = "interpreted_string_literal_content raw_string_literal_content",
+      .when = "^: import_spec",
+      .reading = Reading::whole}},
     {In::go, "import_spec", "name", "import"},
+    {In::go, "import_spec", "path", "import", {.when = "!name", .reading = Reading::package}},
     {In::go, "type_spec type_alias", "name", ""},
     {In::go, "*", "", "type", {.name = "type_identifier"}},
 
     // ---- Rust
+    {In::rust, "call_expression", "function", "call"},
+    {In::rust, "macro_invocation", "macro", "call"},
+    // What has a value, such as `#[path = "x.rs"]`, calls no macro.
+    {In::rust, "attribute", "<", "call", {.when = "!value"}},
+    {In::rust,
+     "token_tree",
+     "",
+     "type",
+     {.name = "identifier", .when = "^: attribute; ^<= derive", .is_upper_case = true}},
+    {In::rust,
+     "scoped_identifier",
+     "path",
+     "import_module",
+     {.name = "identifier scoped_identifier self super crate",
+      .when = "^: use_declaration use_list use_as_clause",
+      .reading = Reading::in_group}},
+    {In::rust,
+     "scoped_use_list",
+     "path",
+     "import_module",
+     {.name = "identifier scoped_identifier self super crate", .reading = Reading::in_group}},
+    {In::rust,
+     "use_wildcard",
+     "<",
+     "import_module",
+     {.name = "identifier scoped_identifier self super crate", .reading = Reading::in_group}},
+    {In::rust, "scoped_use_list", "path", "import", {.when = "list/self"}},
+    {In::rust, "use_declaration", "", "import import_module", {.when = "argument: identifier"}},
+    {In::rust, "use_as_clause", "alias", "", {.when = "alias= _"}},
+    {In::rust,
+     "use_as_clause",
+     "path",
+     "import import_module",
+     {.when = "path: identifier; ^: use_declaration"}},
+    {In::rust, "use_declaration use_list use_as_clause", "", "import"},
+    {In::rust, "extern_crate_declaration", "name", "import import_module"},
+    {In::rust, "extern_crate_declaration", "alias", "import"},
+    {In::rust, "mod_item", "name", "import_module", {.when = "!body"}},
+    {In::rust, "scoped_identifier", "path", "", {.within = "use"}},
+    {In::rust,
+     "scoped_identifier scoped_type_identifier",
+     "path",
+     "type",
+     {.name = "identifier", .is_upper_case = true}},
+    {In::rust, "tuple_struct_pattern", "type", "type", {.name = "identifier"}},
+    {In::rust, "struct_item enum_item union_item trait_item", "name", ""},
+    {In::rust, "type_item associated_type type_parameter", "name", ""},
+    {In::rust, "*", "", "type", {.name = "type_identifier"}},
 
     // ---- C#
     {In::csharp, "invocation_expression", "function", "", {.when = "function= nameof"}},
@@ -167,8 +226,33 @@ inline constexpr UseRow USE_ROWS[] = {
      "expression",
      "type",
      {.when = "expression: generic_name"}},
-    {In::csharp, "constant_pattern", "<", "type", {.when = "<: identifier generic_name"}},
+    {In::csharp,
+     "member_access_expression",
+     "expression",
+     "type",
+     {.when = "expression/name: generic_name"}},
+    // Of `x is T && y` the grammar makes a pattern of all behind `is`, and after another `is` it
+    // may cut `N.T` in two.
+    {In::csharp, "constant_pattern", "<", "", {.when = "^: switch_section"}},
+    {In::csharp, "constant_pattern", "<", "", {.when = "^^: member_access_expression"}},
+    {In::csharp,
+     "constant_pattern",
+     "<",
+     "type",
+     {.when = "<: identifier generic_name binary_expression"}},
+    {In::csharp,
+     "constant_pattern",
+     "<",
+     "type",
+     {.when = "<: member_access_expression; ^: is_pattern_expression negated_pattern"}},
+    {In::csharp,
+     "binary_expression",
+     "right",
+     "type",
+     {.when = "right: member_access_expression; right/expression: is_pattern_expression"}},
     {In::csharp, "is_expression as_expression", "right", "type"},
+    // Of `f(a * b)` the grammar makes a pointer that is declared.
+    {In::csharp, "declaration_expression", "type", "", {.when = "type: pointer_type"}},
     {In::csharp, "*", "type", "type"},
     {In::csharp, "*", "returns", "type"},
 
@@ -225,20 +309,41 @@ inline constexpr UseRow USE_ROWS[] = {
 
     // ---- JavaScript, TypeScript
     {In::script, "call_expression", "function", "call"},
-    {In::script, "new_expression", "constructor", "call"},
+    {In::script, "new_expression", "constructor", "call type"},
     {In::script, "decorator", "<", "call"},
     {In::script, "import_specifier", "", "import"},
     {In::script, "import_clause namespace_import", "", "import"},
     {In::script, "export_specifier namespace_export", "", "import", {.within = "re-export"}},
     {In::script, "import_statement export_statement", "source", "import_module"},
-    {In::script, "arguments", "<", "import_module", {.within = "require"}},
+    {In::script,
+     "arguments",
+     "<",
+     "import_module",
+     {.name = "string_fragment", .when = "^function= require require.resolve import"}},
     {In::typed_script, "import_require_clause", "<", "import"},
     {In::typed_script, "import_require_clause", "source", "import_module"},
+    {In::typed_script, "import_alias", "<", "import"},
+    {In::typed_script, "import_alias", ">", "import", {.reading = Reading::last}},
+    {In::script, "binary_expression", "right", "type", {.when = "operator= instanceof"}},
     {In::typed_script, "extends_clause", "value", "type"},
     {In::javascript, "class_heritage", "", "type"},
     {In::typed_script, "class_declaration abstract_class_declaration class", "name", ""},
     {In::typed_script, "interface_declaration type_alias_declaration type_parameter", "name", ""},
     {In::typed_script, "mapped_type_clause", "name", ""},
+    {In::typed_script, "infer_type", "<", ""},
+    // `import("m").T`
+    {In::typed_script,
+     "type_annotation opting_type_annotation omitting_type_annotation adding_type_annotation "
+     "type_arguments array_type union_type intersection_type function_type conditional_type "
+     "readonly_type parenthesized_type type_alias_declaration constraint default_type",
+     "",
+     "type",
+     {.name = "property_identifier"}},
+    {In::typed_script,
+     "as_expression satisfies_expression",
+     ">",
+     "type",
+     {.name = "property_identifier"}},
     {In::typed_script, "*", "", "type", {.name = "type_identifier"}},
 };
 
@@ -256,8 +361,19 @@ inline constexpr RegionRow REGION_ROWS[] = {
     {In::python, "argument_list", "type", "^: class_definition"},
     {In::python, "argument_list", "instance", "^function= isinstance issubclass"},
     {In::python, "argument_list", "arguments"},
+    {In::rust, "use_declaration", "use"},
     {In::script, "export_statement", "re-export", "source"},
-    {In::script, "call_expression", "require", "function= require import"},
+};
+
+// Nodes that begin with a path below which all others in them lie: `a::{b::C, d::E}`.
+struct GroupRow {
+  In languages;
+  std::string_view types;
+  std::string_view separator;
+};
+
+inline constexpr GroupRow GROUP_ROWS[] = {
+    {In::rust, "scoped_use_list", "::"},
 };
 
 // Types that a language brings with it, where its grammar calls them as it calls others.
@@ -271,10 +387,12 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
      "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
      "str tuple type"},
     {In::java, "var"},
-    {In::csharp, "dynamic notnull unmanaged var"},
+    {In::csharp, "dynamic notnull unmanaged var case else"},  // the last two: not quite parsed
+    {In::typed_script, "bigint"},
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
      "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},
+    {In::rust, "Err None Ok Self Some _"},
 };
 
 }  // namespace engines::treesitter

@@ -18,10 +18,6 @@
 
 namespace engines::treesitter {
 
-// How a name reads in a reference, ill-formed bytes replaced. The view points into the file or into
-// `storage`.
-std::string_view reference_text(const Node& name, Reading reading, std::string& storage);
-
 // The rows of a language with their texts resolved.
 class Uses {
  public:
@@ -59,16 +55,22 @@ class Uses {
   const Row* of_name(const Node& name, std::string_view region) const;
   const Row* of_whole(const Node& node, std::string_view region) const;
 
+  // How a name reads in a reference, ill-formed bytes replaced. The view points into the file or
+  // into `storage`.
+  std::string_view text(const Node& name, Reading reading, std::string& storage) const;
+
   bool is_builtin(std::string_view type) const { return _builtins.contains(type); }
 
  private:
+  void put_groups_before(const Node& name, std::string& text) const;
   const Row* row(const Node& whole, const Node& name, bool is_whole, std::string_view region) const;
 
   OwnNames _own_names;
   BySymbol<std::vector<Row>> _rows;  // by the node above
   std::vector<Row> _anywhere;
   BySymbol<std::vector<Region>> _regions;
-  BySymbol<std::uint8_t> _concerned;  // bits: a name, read as written, a region
+  BySymbol<std::string_view> _separators;  // of groups
+  BySymbol<std::uint8_t> _concerned;       // bits: a name, read as written, a region
   std::unordered_set<std::string_view> _builtins;
 };
 

@@ -64,17 +64,34 @@ std::vector<Node> Declaration::names(const Node& node, const OwnNames& own) cons
   };
   if (!_each.empty()) {
     const std::optional<Node> list = _name.in(node);
-    if (!list) return names;
-    for (const Node child : list->children()) {
-      if (_each.contains(child.symbol())) add(child);
-    }
-  } else if (_takes_all) {
+    return list ? names_in(*list, own) : names;
+  }
+  if (_takes_all) {
     for (const Node child : node.children()) {
       if (child.is_named() && child.field() == _name.last().field) add(child);
     }
   } else if (const auto place = _name.in(node)) {
     add(*place);
   }
+  return names;
+}
+
+// A child without a name is a list of its own, such as a pattern within a pattern. Costs the nodes
+// of the lists.
+std::vector<Node> Declaration::names_in(const Node& list, const OwnNames& own) const {
+  std::vector<Node> names;
+  std::vector<Node> lists = {list};
+  while (!lists.empty()) {
+    const Node inner = lists.back();
+    lists.pop_back();
+    for (const Node child : inner.children()) {
+      if (!_each.contains(child.symbol())) continue;
+      const Node end = is_whole_name() ? child : own.end(child);
+      (is_whole_name() || own.is_carrier(end.symbol()) ? names : lists).push_back(end);
+    }
+  }
+  std::sort(names.begin(), names.end(),
+            [](const Node& a, const Node& b) { return a.index() < b.index(); });
   return names;
 }
 

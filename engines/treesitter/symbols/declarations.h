@@ -48,11 +48,14 @@ class Declaration {
   bool opens_scope() const { return _row->terms.opens_scope && !has_own_lines(); }
   bool stays_open() const { return _row->terms.stays_open; }
   bool is_qualified() const { return _row->terms.is_qualified; }
+  bool is_beside() const { return _row->terms.is_beside; }
 
   // What carries the name of the type that the declaration says it belongs to.
   std::optional<Node> owner(const Node& node, const OwnNames& own) const;
 
  private:
+  std::vector<Node> names_in(const Node& list, const OwnNames& own) const;
+
   const DeclarationRow* _row;
   Path _name;
   Path _owner;

@@ -103,6 +103,7 @@ class TreeSitterEngine::SymbolWalk {
     Around around = Around::file;
     bool is_visible = false;
     bool is_local = false;  // a function, or within one
+    std::uint32_t node = 0;
   };
 
   std::string_view fqn(FqnId id) const {
@@ -136,22 +137,42 @@ class TreeSitterEngine::SymbolWalk {
     const Around around = _open.empty() ? Around::file : _open.back().around;
     const Declaration* const row = _declarations->of(node, around);
     if (row == nullptr) return node.index() + 1;
-    std::optional<FqnId> opened;
-    if (row->kind().empty()) opened = parent();
-    for (const Node& carrier : row->names(node, _declarations->own_names())) {
-      const std::string name = OwnNames::text(carrier);
-      if (name.empty()) continue;
-      const Node& lines = row->has_own_lines() ? carrier : node;
-      const FqnId id = add_symbol(node, lines, row->kind(), name, qualifier(*row, node, carrier));
-      if (!opened && row->opens_scope()) opened = id;
-    }
-    if (opened) {
-      const Around within = row->kind().empty() ? Around::value : around_within(row->kind());
-      const Node region = row->stays_open() ? node.parent().value_or(node) : node;
-      _open.push_back({_tree.record(region.index()).subtree_end, *opened, _prefix_hash, within,
-                       is_visible(*opened), is_local() || is_body(row->kind())});
+    if (row->is_beside() && !_open.empty()) {
+      const Open left = _open.back();
+      _open.pop_back();
+      add_declared(node, *row);
+      _open.push_back(left);
+    } else {
+      add_declared(node, *row);
     }
     return node.index() + 1;
+  }
+
+  void add_declared(const Node& node, const Declaration& row) {
+    std::optional<FqnId> opened;
+    for (const Node& carrier : row.names(node, _declarations->own_names())) {
+      const std::string name = OwnNames::text(carrier);
+      if (name.empty() || is_named_above(node, name)) continue;
+      const Node& lines = row.has_own_lines() ? carrier : node;
+      const FqnId id = add_symbol(node, lines, row.kind(), name, qualifier(row, node, carrier));
+      if (!opened && row.opens_scope()) opened = id;
+    }
+    // What has no name that could be read, such as one that is computed, hides its locals too.
+    if (!opened && row.opens_scope() && is_body(row.kind())) opened = parent();
+    if (!opened) return;
+    const Around within = row.kind().empty() ? Around::value : around_within(row.kind());
+    const Node region = row.stays_open() ? node.parent().value_or(node) : node;
+    _open.push_back({_tree.record(region.index()).subtree_end, *opened, _prefix_hash, within,
+                     is_visible(*opened), is_local() || is_body(row.kind()), node.index()});
+  }
+
+  // Whether the node is what a declaration of the same name gives its name to, as in
+  // `f = function f() {}`, and no second declaration.
+  bool is_named_above(const Node& node, std::string_view name) const {
+    const std::optional<Node> above = node.parent();
+    if (_open.empty() || !above || _open.back().node != above->index()) return false;
+    const std::string_view known = fqn(parent());
+    return known.ends_with(name) && known.substr(0, known.size() - name.size()).ends_with('.');
   }
 
   bool is_local() const { return !_open.empty() && _open.back().is_local; }
@@ -160,10 +181,13 @@ class TreeSitterEngine::SymbolWalk {
     return id >= 0 && id != FILE_PREFIX && _symbols[static_cast<std::size_t>(id)].is_export;
   }
 
-  // What stands around a declaration of this name that is found now.
-  Surroundings surroundings(const Node& node, std::string_view name) const {
+  // What stands around a declaration of this name that is found now. What belongs to a name is
+  // listed with it.
+  Surroundings surroundings(const Node& node, std::string_view name,
+                            std::string_view qualified_name) const {
     const bool may_be_listed = parent() == FILE_PREFIX && _exports.is_there();
-    const bool is_listed = may_be_listed && _exports.contains(name);
+    const std::string_view first = qualified_name.substr(0, qualified_name.find('.'));
+    const bool is_listed = may_be_listed && (_exports.contains(name) || _exports.contains(first));
     return {.is_listed = is_listed,
             .is_unlisted = may_be_listed && !is_listed,
             .is_local = is_local(),
@@ -225,7 +249,8 @@ class TreeSitterEngine::SymbolWalk {
       if (is_documented(kind)) arguments.docstring = _extract_docstring(node, _content, _language);
     } else {
       const Holders& holders = _declarations->holders();
-      arguments.is_export = _is_visible(node, holders.of(lines), name, surroundings(node, name));
+      arguments.is_export =
+          _is_visible(node, holders.of(lines), name, surroundings(node, name, qualified_name));
       arguments.docstring = _find_documentation(node, holders.documented(lines), _content);
     }
     if (is_digested(kind)) arguments.body_digest = _extract_body_digest(node, _content);

@@ -39,11 +39,22 @@ constexpr ListRow LIST_ROWS[] = {
     {In::script, "export_statement", "source", ""},  // exports of another file
     {In::script, "export_specifier", "", "name"},
     {In::script, "export_statement", "value: identifier", "value"},
+    // What is put on a name elsewhere is as visible as the name.
+    {In::script, "export_statement",
+     "^: program; declaration: function_declaration generator_function_declaration "
+     "class_declaration",
+     "declaration/name"},
+    {In::script, "export_statement",
+     "^: program; declaration: lexical_declaration variable_declaration", "declaration",
+     "variable_declarator", "name"},
     {In::typed_script, "export_statement", "!declaration; >: identifier", ">"},
     {In::script, "member_expression", "object= exports module.exports", "property"},
     {In::script, "assignment_expression", "left= exports module.exports", "left"},
     {In::script, "assignment_expression", "left= exports module.exports; right: identifier",
      "right"},
+    {In::script, "assignment_expression",
+     "left= exports module.exports; right: class function_expression generator_function",
+     "right/name"},
     {In::script, "assignment_expression", "left= exports module.exports; right: object", "right",
      "shorthand_property_identifier"},
     {In::script, "assignment_expression", "left= exports module.exports; right: object", "right",

@@ -24,6 +24,8 @@ enum class Sign : std::uint8_t {
   itself,       // the declaration is of one of these types
   within,       // the holder's parent is of one of these types
   member,       // the parent of the holder's parent is
+  owner_field,  // that one has one of these fields in its head
+  below,        // right above it stands a node of the first type that has the second text in it
   scope,        // the nearest scope (core/syntax_tree.h) is of one of these types
   listed,       // the file's list of exports (export_lists.h) holds it
   unlisted,     // it does not, though there is one
@@ -50,13 +52,24 @@ constexpr VisibilityRow ROWS[] = {
     {In::java, false, Sign::modifier, "private"},
     {In::java, true, Sign::modifier, "public"},
     {In::java, true, Sign::within, "interface_body annotation_type_body enum_body"},
+    {In::java, true, Sign::within, "spread_parameter"},  // of a record: a public accessor
     {In::java, true, Sign::itself, "package_declaration module_declaration formal_parameter"},
     {In::csharp, false, Sign::modifier, "private protected internal"},
     {In::csharp, true, Sign::modifier, "public"},
-    {In::csharp, true, Sign::member, "interface_declaration enum_declaration"},
+    {In::csharp, true, Sign::member, "interface_declaration"},
+    {In::csharp, true, Sign::itself, "enum_member_declaration"},
     {In::csharp, true, Sign::itself, "namespace_declaration file_scoped_namespace_declaration"},
-    {In::csharp, true, Sign::itself, "parameter"},  // of a record: a public property
+    {In::csharp, true, Sign::itself, "parameter parameter_list"},  // of a record: public properties
+    {In::go, false, Sign::local},
+    {In::go, true, Sign::itself, "package_clause"},
     {In::go, true, Sign::upper_case},
+    {In::rust, false, Sign::local},
+    {In::rust, false, Sign::modifier, "pub(self)"},
+    {In::rust, true, Sign::modifier, "pub"},
+    {In::rust, true, Sign::member, "trait_item enum_variant"},
+    {In::rust, true, Sign::owner_field, "trait"},
+    {In::rust, true, Sign::itself, "impl_item enum_variant"},
+    {In::rust, true, Sign::below, "attribute_item macro_export"},
     {In::script, false, Sign::modifier, "private protected"},
     {In::script, false, Sign::name_prefix, "#"},
     {In::script, true, Sign::listed},
@@ -65,11 +78,41 @@ constexpr VisibilityRow ROWS[] = {
     {In::script, true, Sign::scope, "export_statement"},
 };
 
+// A head has fewer parts than this, unless the file was made so.
+constexpr int MOST_PARTS = 64;
+
+bool begins_with(const Node& owner, std::string_view field) {
+  const std::uint16_t id = owner.tree().language().field_id(field);
+  int seen = 0;
+  for (const Node part : owner.children()) {
+    if (part.field() == id) return true;
+    if (++seen == MOST_PARTS) break;
+  }
+  return false;
+}
+
+// Ends at the declaration before, so that those of a file together look at each node once.
+bool stands_below(const Node& holder, std::string_view type, std::string_view text) {
+  for (auto above = holder.previous_record(); above; above = above->previous_record()) {
+    if (above->type_text() == type) {
+      if (above->bytes().find(text) != std::string_view::npos) return true;
+    } else if (!is_comment(*above)) {
+      break;
+    }
+  }
+  return false;
+}
+
 bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, std::string_view name,
               const Holders& holders, const Surroundings& surroundings) {
   const std::vector<std::string_view> values = split_whitespace(row.values);
   const auto is_any = [&](auto&& holds) {
     return std::any_of(values.begin(), values.end(), holds);
+  };
+  const std::optional<Node> parent = holder.parent();
+  const std::optional<Node> owner = parent ? parent->parent() : std::nullopt;
+  const auto is_typed = [&](const std::optional<Node>& each) {
+    return each && is_one_of(each->type_text(), values);
   };
   switch (row.sign) {
     case Sign::modifier:
@@ -79,17 +122,17 @@ bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, st
     case Sign::upper_case:
       return is_upper(first(name, 1));
     case Sign::itself:
-      return is_one_of(node.type_text(), values);
+      return is_typed(node);
     case Sign::within:
-    case Sign::member: {
-      std::optional<Node> parent = holder.parent();
-      if (parent && row.sign == Sign::member) parent = parent->parent();
-      return parent && is_one_of(parent->type_text(), values);
-    }
-    case Sign::scope: {
-      const std::optional<Node> scope = node.scope();
-      return scope && is_one_of(scope->type_text(), values);
-    }
+      return is_typed(parent);
+    case Sign::member:
+      return is_typed(owner);
+    case Sign::owner_field:
+      return owner && is_any([&](std::string_view field) { return begins_with(*owner, field); });
+    case Sign::below:
+      return stands_below(holder, values.at(0), values.at(1));
+    case Sign::scope:
+      return is_typed(node.scope());
     case Sign::listed:
       return surroundings.is_listed;
     case Sign::unlisted:
