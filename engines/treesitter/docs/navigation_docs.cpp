@@ -54,10 +54,10 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
   if (language == "go" || language == "rust" || language == "sql")
     return _read_doc_run(node, holder, content);
   if (language == "csharp") return _extract_xml_doc(holder, content);
-  if (language == "python") return _extract_docstring(node, content, language);
   if (language == "ruby") {
     return _extract_ruby_doc(beginning_with(holder), content, Above::directly);
   }
+  if (language == "python") return _extract_docstring(node, content, language);
   auto documentation = _extract_docstring(holder, content, language);
   for (auto above = holder.previous_sibling(); !documentation && above && is_passed(*above);
        above = above->previous_sibling()) {
