@@ -68,6 +68,7 @@ class SourceFile;
 class SyntaxTree;
 class ThreadLocal;
 class TreeSitterEngine;
+class FileVisibility;
 struct OverRoom;
 struct Surroundings;
 struct ThreadStorage;
@@ -249,7 +250,9 @@ class TreeSitterEngine {
   friend struct EnginePeer;  // the tests' door to the private operations
 
   struct ParseJob;
+  class SymbolList;
   class SymbolWalk;
+  class DeclarationWalk;
   class ReferenceWalk;
 
   // -- core/: storage, reading, hashing, parsing.
@@ -274,6 +277,8 @@ class TreeSitterEngine {
   std::pair<std::vector<models::Symbol>, std::vector<std::string>> _extract_symbols(
       const Node& root, const Source& content, std::string_view language,
       const std::filesystem::path& file_path, std::int64_t file_id) const;
+  // The same by the navigation rules, into `list`.
+  static void _find_declarations(const Node& root, const Source& content, SymbolList& list);
   static std::optional<std::string_view> _node_type_to_symbol_kind(const Node& node,
                                                                    std::string_view language);
   static std::optional<std::string> _get_symbol_name(const Node& node, std::string_view language);
@@ -321,6 +326,7 @@ class TreeSitterEngine {
   // The same by the navigation rules. `holder` has the declaration's modifiers.
   static bool _is_visible(const Node& node, const Node& holder, std::string_view name,
                           const Surroundings& surroundings);
+  static std::shared_ptr<const FileVisibility> _read_visibility(const Node& root);
   static bool _is_csharp_public_or_controller(const Node& node);
   static bool _has_modifier(const Node& node, std::string_view modifier);
   static bool _is_rust_public(const Node& node);

@@ -15,19 +15,8 @@
 
 namespace engines::treesitter {
 
-// What is known about a declaration from outside of it.
-struct Surroundings {
-  bool is_listed = false;      // a list of exports holds its name
-  bool is_unlisted = false;    // it might stand in the file's list, and does not
-  bool is_local = false;       // it stands within a function
-  bool is_in_visible = false;  // it is declared in something that is visible
-  bool is_in_hidden = false;   // it is declared in something that is not
-  bool is_hidden = false;      // a word beside it hides it (hiding_words.h)
-};
-
 class ExportList {
  public:
-  ExportList() = default;
   explicit ExportList(const Node& root);
 
   // Whether the file has a list, which may be empty.

@@ -22,7 +22,6 @@ namespace engines::treesitter {
 
 class HidingWords {
  public:
-  HidingWords() = default;
   explicit HidingWords(const Node& root);
 
   // Whether the declaration `node` of this name is hidden.

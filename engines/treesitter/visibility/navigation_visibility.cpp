@@ -5,13 +5,18 @@
 //
 // Tested by tests/navigation_test.cpp.
 #include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string_view>
+#include <vector>
 
 #include "engines/treesitter/core/holder.h"
 #include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/surroundings.h"
 #include "engines/treesitter/core/text.h"
 #include "engines/treesitter/treesitter.h"
-#include "engines/treesitter/visibility/export_lists.h"
+#include "engines/treesitter/visibility/file_visibility.h"
 
 namespace engines::treesitter {
 namespace {
@@ -82,20 +87,10 @@ constexpr VisibilityRow ROWS[] = {
 // A head has fewer parts than this, unless the file was made so.
 constexpr int MOST_PARTS = 64;
 
-bool begins_with(const Node& owner, std::string_view field) {
-  const std::uint16_t id = owner.tree().language().field_id(field);
-  int seen = 0;
-  for (const Node part : owner.children()) {
-    if (part.field() == id) return true;
-    if (++seen == MOST_PARTS) break;
-  }
-  return false;
-}
-
 // Ends at the declaration before, so that those of a file together look at each node once.
-bool stands_below(const Node& holder, std::string_view type, std::string_view text) {
+bool stands_below(const Node& holder, const SymbolSet& types, std::string_view text) {
   for (auto above = holder.previous_record(); above; above = above->previous_record()) {
-    if (above->type_text() == type) {
+    if (types.contains(above->symbol())) {
       if (above->bytes().find(text) != std::string_view::npos) return true;
     } else if (!is_comment(*above)) {
       break;
@@ -104,66 +99,121 @@ bool stands_below(const Node& holder, std::string_view type, std::string_view te
   return false;
 }
 
-bool has_sign(const VisibilityRow& row, const Node& node, const Node& holder, std::string_view name,
-              const Holders& holders, const Surroundings& surroundings) {
-  const std::vector<std::string_view> values = split_whitespace(row.values);
-  const auto is_any = [&](auto&& holds) {
-    return std::any_of(values.begin(), values.end(), holds);
-  };
-  const std::optional<Node> parent = holder.parent();
-  const std::optional<Node> owner = parent ? parent->parent() : std::nullopt;
-  const auto is_typed = [&](const std::optional<Node>& each) {
-    return each && is_one_of(each->type_text(), values);
-  };
-  switch (row.sign) {
-    case Sign::modifier:
-      return is_any([&](std::string_view word) { return holders.has_modifier(holder, word); });
-    case Sign::name_prefix:
-      return is_any([&](std::string_view prefix) { return name.starts_with(prefix); });
-    case Sign::upper_case:
-      return is_upper(first(name, 1));
-    case Sign::itself:
-      return is_typed(node);
-    case Sign::within:
-      return is_typed(parent);
-    case Sign::member:
-      return is_typed(owner);
-    case Sign::owner_field:
-      return owner && is_any([&](std::string_view field) { return begins_with(*owner, field); });
-    case Sign::below:
-      return stands_below(holder, values.at(0), values.at(1));
-    case Sign::scope:
-      return is_typed(node.scope());
-    case Sign::listed:
-      return surroundings.is_listed;
-    case Sign::unlisted:
-      return surroundings.is_unlisted;
-    case Sign::local:
-      return surroundings.is_local;
-    case Sign::hidden:
-      return surroundings.is_hidden;
-    case Sign::in_visible:
-      return surroundings.is_in_visible;
-    case Sign::in_hidden:
-      return surroundings.is_in_hidden;
+// A row with its texts resolved for a language.
+class VisibilitySign {
+ public:
+  VisibilitySign(const languages::Language& language, const VisibilityRow& row)
+      : shows(row.shows),
+        _sign(row.sign),
+        _texts(split_whitespace(row.values)),
+        _types(language, row.values) {
+    for (const std::string_view text : _texts) _fields.push_back(language.field_id(text));
   }
-  return false;
-}
+
+  bool holds(const Node& node, const Node& holder, std::string_view name, const Holders& holders,
+             const Surroundings& around) const {
+    switch (_sign) {
+      case Sign::modifier:
+        return is_any([&](std::string_view word) { return holders.has_modifier(holder, word); });
+      case Sign::name_prefix:
+        return is_any([&](std::string_view prefix) { return name.starts_with(prefix); });
+      case Sign::upper_case:
+        return is_upper(first(name, 1));
+      case Sign::itself:
+        return _types.contains(node.symbol());
+      case Sign::within:
+        return is_typed(holder.parent());
+      case Sign::member:
+        return is_typed(owner(holder));
+      case Sign::owner_field:
+        return has_field(owner(holder));
+      case Sign::below:
+        return stands_below(holder, _types, _texts.back());
+      case Sign::scope:
+        return is_typed(node.scope());
+      case Sign::listed:
+        return may_be_listed(around) && is_listed(name, around);
+      case Sign::unlisted:
+        return may_be_listed(around) && !is_listed(name, around);
+      case Sign::local:
+        return around.is_local;
+      case Sign::hidden:
+        return around.file.hiding_words.hide(node, name);
+      case Sign::in_visible:
+        return around.is_owner_visible == true;
+      case Sign::in_hidden:
+        return around.is_owner_visible == false;
+    }
+    return false;
+  }
+
+  const bool shows;
+
+ private:
+  template <typename Holds>
+  bool is_any(Holds holds) const {
+    return std::any_of(_texts.begin(), _texts.end(), holds);
+  }
+
+  bool is_typed(const std::optional<Node>& node) const {
+    return node && _types.contains(node->symbol());
+  }
+
+  static std::optional<Node> owner(const Node& holder) {
+    const std::optional<Node> parent = holder.parent();
+    return parent ? parent->parent() : std::nullopt;
+  }
+
+  bool has_field(const std::optional<Node>& node) const {
+    if (!node) return false;
+    int seen = 0;
+    for (const Node part : node->children()) {
+      if (is_one_of(part.field(), _fields)) return true;
+      if (++seen == MOST_PARTS) break;
+    }
+    return false;
+  }
+
+  static bool may_be_listed(const Surroundings& around) {
+    return around.is_at_top && around.file.exports.is_there();
+  }
+
+  // What belongs to a name is listed with it.
+  static bool is_listed(std::string_view name, const Surroundings& around) {
+    const std::string_view owner = around.qualified_name.substr(0, around.qualified_name.find('.'));
+    return around.file.exports.contains(name) || around.file.exports.contains(owner);
+  }
+
+  Sign _sign;
+  std::vector<std::string_view> _texts;
+  SymbolSet _types;                    // the texts, where they are types
+  std::vector<std::uint16_t> _fields;  // the texts, where they are fields
+};
+
+struct VisibilitySigns {
+  explicit VisibilitySigns(const languages::Language& language) : holders(language) {
+    for (const VisibilityRow& row : ROWS) {
+      if (speaks_of(row.languages, language.name())) signs.emplace_back(language, row);
+    }
+  }
+
+  Holders holders;
+  std::vector<VisibilitySign> signs;
+};
 
 }  // namespace
 
 bool TreeSitterEngine::_is_visible(const Node& node, const Node& holder, std::string_view name,
                                    const Surroundings& surroundings) {
-  const languages::Language& language = node.tree().language();
-  const Holders& holders = table_of<Holders>(language);
-  bool is_shown = true;
-  for (const VisibilityRow& row : ROWS) {
-    if (!speaks_of(row.languages, language.name())) continue;
-    const bool holds = has_sign(row, node, holder, name, holders, surroundings);
-    if (holds) return row.shows;
-    is_shown = !row.shows;
+  const auto& [holders, signs] = table_of<VisibilitySigns>(node.tree().language());
+  for (const VisibilitySign& sign : signs) {
+    if (sign.holds(node, holder, name, holders, surroundings)) return sign.shows;
   }
-  return is_shown;
+  return signs.empty() || !signs.back().shows;
+}
+
+std::shared_ptr<const FileVisibility> TreeSitterEngine::_read_visibility(const Node& root) {
+  return std::make_shared<const FileVisibility>(root);
 }
 
 }  // namespace engines::treesitter
