@@ -2,8 +2,7 @@
 // standard ones, looked for where the declaration's holder stands (core/holder.h).
 //
 // Tested by tests/navigation_test.cpp.
-#include <algorithm>
-#include <iterator>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,21 +14,49 @@
 namespace engines::treesitter {
 namespace {
 
-// What may stand between a declaration and its comment, where the grammar makes it a sibling.
+// Where a language's documentation stands, and how it is told from other comments.
+enum class Convention : std::uint8_t {
+  block_above,  // a block comment above the holder, or above what may stand in between
+  run_above,    // comments that begin in a certain way (doc_runs.cpp)
+  xml_above,    // the same with markup
+  lines_above,  // comments directly above what begins with the holder
+  within,       // a text at the head of the body
+};
+
+struct ConventionRow {
+  In languages;
+  Convention convention;
+};
+constexpr ConventionRow CONVENTIONS[] = {
+    {In::script | In::java | In::php, Convention::block_above},
+    {In::go | In::rust | In::sql, Convention::run_above},
+    {In::csharp, Convention::xml_above},
+    {In::ruby, Convention::lines_above},
+    {In::python, Convention::within},
+};
+
+// What may stand between a declaration and its block comment, where the grammar makes it a sibling.
 struct PassedRow {
   In languages;
-  std::string_view type;
+  std::string_view types;
 };
 constexpr PassedRow PASSED_ROWS[] = {
     {In::typed_script, "decorator"},
 };
 
-bool is_passed(const Node& node) {
-  const std::string_view language = node.tree().language().name();
-  return std::any_of(std::begin(PASSED_ROWS), std::end(PASSED_ROWS), [&](const PassedRow& row) {
-    return row.type == node.type_text() && speaks_of(row.languages, language);
-  });
-}
+struct DocumentationRules {
+  explicit DocumentationRules(const languages::Language& language) {
+    for (const ConventionRow& row : CONVENTIONS) {
+      if (speaks_of(row.languages, language.name())) convention = row.convention;
+    }
+    for (const PassedRow& row : PASSED_ROWS) {
+      if (speaks_of(row.languages, language.name())) passed = SymbolSet(language, row.types);
+    }
+  }
+
+  Convention convention{};
+  SymbolSet passed;
+};
 
 // As far as a declaration stands below what its comment stands above.
 constexpr int MOST_STEPS = 4;
@@ -50,20 +77,27 @@ Node beginning_with(Node node) {
 std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& node,
                                                                  const Node& holder,
                                                                  const Source& content) {
-  const std::string_view language = node.tree().language().name();
-  if (language == "go" || language == "rust" || language == "sql")
-    return _read_doc_run(node, holder, content);
-  if (language == "csharp") return _extract_xml_doc(holder, content);
-  if (language == "ruby") {
-    return _extract_ruby_doc(beginning_with(holder), content, Above::directly);
+  const languages::Language& language = node.tree().language();
+  const auto& [convention, passed] = table_of<DocumentationRules>(language);
+  switch (convention) {
+    case Convention::within:
+      return _extract_docstring(node, content, language.name());
+    case Convention::run_above:
+      return _read_doc_run(node, holder, content);
+    case Convention::xml_above:
+      return _extract_xml_doc(holder, content);
+    case Convention::lines_above:
+      return _extract_ruby_doc(beginning_with(holder), content, Above::directly);
+    case Convention::block_above:
+      break;
   }
-  if (language == "python") return _extract_docstring(node, content, language);
-  auto documentation = _extract_docstring(holder, content, language);
-  for (auto above = holder.previous_sibling(); !documentation && above && is_passed(*above);
-       above = above->previous_sibling()) {
-    documentation = _extract_docstring(*above, content, language);
+  std::optional<Node> documented = holder;
+  while (true) {
+    auto documentation = _extract_docstring(*documented, content, language.name());
+    if (documentation) return documentation;
+    documented = documented->previous_sibling();
+    if (!documented || !passed.contains(documented->symbol())) return std::nullopt;
   }
-  return documentation;
 }
 
 }  // namespace engines::treesitter
