@@ -118,7 +118,7 @@ class TreeReader {
     bool is_hidden;
     std::uint8_t field;        // under which a hidden one stands, and so all that it shows
     std::uint8_t child_index;  // of the next child that is no extra, in the production
-    std::uint16_t production;
+    TSMapSlice fields;         // of the production
     Owner owner;
   };
 
@@ -152,14 +152,13 @@ class TreeReader {
   // that a hidden frame stands under, is that of every node which shows up in its place; one that a
   // hidden child's own production gives to a part of it goes before.
   [[gnu::always_inline]] std::uint8_t field_of_next(Frame& frame) const {
-    const TSLanguage& language = *_tree._tree->language;
-    const std::uint8_t position = frame.child_index++;
-    if (language.field_count == 0) return 0;
-    const TSMapSlice slice = language.field_map_slices[frame.production];
-    const TSFieldMapEntry* entry = &language.field_map_entries[slice.index];
-    for (const TSFieldMapEntry* end = entry + slice.length; entry != end; ++entry) {
-      if (entry->child_index == position && !entry->inherited) {
-        return static_cast<std::uint8_t>(entry->field_id);
+    if (frame.fields.length > 0) {
+      const std::uint8_t position = frame.child_index++;
+      const TSFieldMapEntry* entry = &_tree._tree->language->field_map_entries[frame.fields.index];
+      for (const TSFieldMapEntry* end = entry + frame.fields.length; entry != end; ++entry) {
+        if (entry->child_index == position && !entry->inherited) {
+          return static_cast<std::uint8_t>(entry->field_id);
+        }
       }
     }
     return frame.is_hidden ? frame.field : 0;
@@ -168,8 +167,13 @@ class TreeReader {
   [[gnu::always_inline]] Frame frame_of(const Subtree& subtree, const Facts& facts, Length start,
                                         Owner owner, bool is_hidden, std::uint8_t field) const {
     const Subtree* const children = ts_subtree_children(subtree);
-    const TSSymbol* const aliases =
-        ts_language_alias_sequence(_tree._tree->language, subtree.ptr->production_id);
+    const TSLanguage* const language = _tree._tree->language;
+    const std::uint16_t production = subtree.ptr->production_id;
+    const TSSymbol* const aliases = ts_language_alias_sequence(language, production);
+    TSMapSlice fields{};
+    if constexpr (FIELDS == Fields::all) {
+      if (language->field_count > 0) fields = language->field_map_slices[production];
+    }
     return {.next = children,
             .end = children + facts.child_count,
             .alias = aliases,
@@ -178,7 +182,7 @@ class TreeReader {
             .is_hidden = is_hidden,
             .field = field,
             .child_index = 0,
-            .production = subtree.ptr->production_id,
+            .fields = fields,
             .owner = owner};
   }
 

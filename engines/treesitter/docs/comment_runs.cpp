@@ -19,6 +19,7 @@
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/source.h"
 #include "engines/treesitter/core/text.h"
+#include "engines/treesitter/docs/trailing_comment.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
@@ -125,15 +126,6 @@ std::string without_markup(std::string_view text) {
       text.remove_prefix(close + 1);
     }
   }
-}
-
-// Whether the comment speaks of what stands in front of it on its line. Costs the blanks there.
-bool is_trailing(const Node& comment) {
-  const std::optional<Node> before = comment.previous_record();
-  if (before && is_comment(*before)) return false;
-  const std::string_view above = comment.tree().source().bytes().substr(0, comment.start_byte());
-  const std::size_t end = above.find_last_not_of(" \t\r");
-  return end != std::string_view::npos && above[end] != '\n';
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/source.h"
 #include "engines/treesitter/core/text.h"
+#include "engines/treesitter/docs/trailing_comment.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
@@ -38,11 +39,29 @@ constexpr RunRow RUNS[] = {
     {In::sql, "-- /*", "", "", "", true},
 };
 
-std::string_view opening_of(std::string_view text, std::string_view openings) {
-  for (const std::string_view opening : split_whitespace(openings)) {
-    if (text.starts_with(opening)) return opening;
+// A language's row with its texts resolved.
+struct RunRules {
+  explicit RunRules(const languages::Language& language) {
+    for (const RunRow& row : RUNS) {
+      if (!speaks_of(row.language, language.name())) continue;
+      openings = split_whitespace(row.openings);
+      others = split_whitespace(row.others);
+      inner = split_whitespace(row.inner);
+      passed = SymbolSet(language, row.passed);
+      is_adjacent = row.is_adjacent;
+    }
   }
-  return {};
+
+  std::vector<std::string_view> openings, others, inner;
+  SymbolSet passed;
+  bool is_adjacent = false;
+};
+
+std::string_view opening_of(std::string_view text, const std::vector<std::string_view>& openings) {
+  const auto found = std::find_if(openings.begin(), openings.end(), [&](std::string_view opening) {
+    return text.starts_with(opening);
+  });
+  return found == openings.end() ? std::string_view() : *found;
 }
 
 // What is quoted behind the sign: of `#[doc = "Text."]` that is `Text.`
@@ -52,23 +71,16 @@ std::string_view value_of(std::string_view text) {
   return trim(value.substr(1, value.rfind('"') - 1));
 }
 
-// Whether code stands in front of the comment on its line. Costs the blanks there.
-bool is_trailing(const Node& comment) {
-  const std::string_view before = comment.tree().source().bytes().substr(0, comment.start_byte());
-  const std::size_t end = before.find_last_not_of(" \t\r");
-  return end != std::string_view::npos && before[end] != '\n';
-}
-
 // The comments above the declaration, and what is passed, in source order.
-std::vector<Node> run_above(const Node& declaration, const RunRow& row) {
+std::vector<Node> run_above(const Node& declaration, const RunRules& rules) {
   std::vector<Node> run;
   std::uint32_t row_below = declaration.start_row();
   for (auto above = declaration.previous_sibling(); above; above = above->previous_sibling()) {
     if (is_comment(*above)) {
-      if (row.is_adjacent && (above->end_row() + 1 < row_below || is_trailing(*above))) break;
+      if (rules.is_adjacent && (above->end_row() + 1 < row_below || is_trailing(*above))) break;
       row_below = above->start_row();
       run.push_back(*above);
-    } else if (above->type_text() == row.passed) {
+    } else if (rules.passed.contains(above->symbol())) {
       run.push_back(*above);
     } else if (above->type() != NodeType::error) {
       break;
@@ -96,17 +108,14 @@ std::vector<Node> run_within(const Node& body) {
 std::optional<std::string> TreeSitterEngine::_read_doc_run(const Node& declaration,
                                                            const Node& holder,
                                                            const Source& content) {
-  const std::string_view language = declaration.tree().language().name();
-  const auto row = std::find_if(std::begin(RUNS), std::end(RUNS), [&](const RunRow& each) {
-    return speaks_of(each.language, language);
-  });
+  const RunRules& rules = table_of<RunRules>(declaration.tree().language());
   std::string joined;
   std::string storage;
-  const auto add = [&](const Node& comment, std::string_view openings) {
+  const auto add = [&](const Node& comment, const std::vector<std::string_view>& openings) {
     const std::string_view text =
         content.decoded(comment.start_byte(), comment.end_byte(), storage);
     const std::string_view opening = opening_of(text, openings);
-    if (opening.empty() || !opening_of(text, row->others).empty()) return;
+    if (opening.empty() || !opening_of(text, rules.others).empty()) return;
     if (text.starts_with("/*")) {
       joined.append(_clean_block_comment(text).first.value_or(""));
     } else if (text.starts_with('#')) {
@@ -116,9 +125,9 @@ std::optional<std::string> TreeSitterEngine::_read_doc_run(const Node& declarati
     }
     joined.push_back(' ');
   };
-  for (const Node& comment : run_above(holder, *row)) add(comment, row->openings);
-  if (const auto body = declaration.child_by_field(Field::body); body && !row->inner.empty()) {
-    for (const Node& comment : run_within(*body)) add(comment, row->inner);
+  for (const Node& comment : run_above(holder, rules)) add(comment, rules.openings);
+  if (const auto body = declaration.child_by_field(Field::body); body && !rules.inner.empty()) {
+    for (const Node& comment : run_within(*body)) add(comment, rules.inner);
   }
   std::string documentation = _truncate_docstring(trim(joined)).first;
   if (documentation.empty()) return std::nullopt;

@@ -65,7 +65,7 @@ class TreeSitterEngine::ReferenceWalk {
   void extract_from_node(const Node& node, Use use);
 
   // The same by the navigation rules. Names come in document order too, each on its own line.
-  void find_in_node(const Node& node, const Uses& uses);
+  void find_in_node(const Node& node, std::uint8_t concern, const Uses& uses);
 
   std::vector<ReferenceInfo> take_references() { return std::move(_references); }
 
@@ -74,6 +74,7 @@ class TreeSitterEngine::ReferenceWalk {
 
   void add(std::string_view name, std::uint32_t line, std::string_view kind);
   void add_named(std::optional<std::string_view> name, std::uint32_t line, std::string_view kind);
+  void add_use(const Uses::Row* row, const Node& name, const Uses& uses);
   std::size_t& slot_of(std::string_view name, std::string_view kind);
   void grow();
 
@@ -120,21 +121,28 @@ void TreeSitterEngine::ReferenceWalk::extract_from_node(const Node& node, Use us
   }
 }
 
-void TreeSitterEngine::ReferenceWalk::find_in_node(const Node& node, const Uses& uses) {
+void TreeSitterEngine::ReferenceWalk::find_in_node(const Node& node, std::uint8_t concern,
+                                                   const Uses& uses) {
   while (!_regions.empty() && _regions.back().subtree_end <= node.index()) _regions.pop_back();
-  const std::string_view opened = uses.region(node);
-  if (!opened.empty()) {
-    _regions.push_back({node.tree().record(node.index()).subtree_end, opened});
+  if ((concern & Uses::REGION) != 0) {
+    const std::string_view opened = uses.region(node);
+    if (!opened.empty()) {
+      _regions.push_back({node.tree().record(node.index()).subtree_end, opened});
+    }
   }
   const std::string_view region = _regions.empty() ? std::string_view() : _regions.back().name;
+  if ((concern & Uses::WRITTEN) != 0) add_use(uses.of_written(node, region), node, uses);
+  if ((concern & Uses::NAME) != 0) add_use(uses.of_name(node, region), node, uses);
+}
+
+void TreeSitterEngine::ReferenceWalk::add_use(const Uses::Row* row, const Node& name,
+                                              const Uses& uses) {
+  if (row == nullptr) return;
   std::string storage;
-  for (const Uses::Row* row : {uses.of_whole(node, region), uses.of_name(node, region)}) {
-    if (row == nullptr) continue;
-    const std::string_view name = uses.text(node, row->reading(), storage);
-    for (const std::string_view kind : row->kinds()) {
-      if (kind == "type" && uses.is_builtin(name)) continue;
-      add_named(name, node.start_row() + 1, kind);
-    }
+  const std::string_view text = uses.text(name, row->reading(), storage);
+  for (const std::string_view kind : row->kinds()) {
+    if (kind == "type" && uses.is_builtin(text)) continue;
+    add_named(text, name.start_row() + 1, kind);
   }
 }
 
@@ -198,7 +206,8 @@ std::vector<ReferenceInfo> TreeSitterEngine::_find_references(const Node& root) 
   ReferenceWalk walk(tree.language().name());
   for (std::uint32_t i = 0; i < tree.size(); ++i) {
     if (i % NODES_PER_CHECK == 0) tree.source().check_cancelled();
-    if (uses.concerns(tree.record(i).symbol)) walk.find_in_node(Node(tree, i), uses);
+    const std::uint8_t concern = uses.concern(tree.record(i).symbol);
+    if (concern != 0) walk.find_in_node(Node(tree, i), concern, uses);
   }
   return walk.take_references();
 }

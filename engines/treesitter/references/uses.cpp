@@ -9,8 +9,6 @@
 namespace engines::treesitter {
 namespace {
 
-enum Concern : std::uint8_t { NAME = 1, WHOLE = 2, REGION = 4 };
-
 constexpr std::string_view ANYWHERE = "*";
 
 // Nobody writes more levels of groups or longer paths by hand. Of a file that was made so the outer
@@ -52,15 +50,16 @@ Uses::Row::Row(const languages::Language& language, const UseRow& row)
 
 bool Uses::Row::holds(const Node& whole, const Node& above, const Node& name,
                       std::string_view region) const {
-  return (_row->place.empty() || _place.holds(whole)) &&
-         (_row->terms.name.empty() || _names.contains(name.symbol())) &&
+  return (_row->terms.name.empty() || _names.contains(name.symbol())) &&
+         (_row->place.empty() || _place.holds(whole)) &&
          (_row->terms.within.empty() || _row->terms.within == region) && _conditions.hold(above) &&
          (!_row->terms.is_upper_case || is_upper(first(name.bytes(), 1)));
 }
 
 Uses::Uses(const languages::Language& language)
     : _own_names(language),
-      _rows(language),
+      _names(language),
+      _written(language),
       _regions(language),
       _separators(language),
       _concerned(language) {
@@ -69,13 +68,15 @@ Uses::Uses(const languages::Language& language)
   }
   for (const UseRow& row : USE_ROWS) {
     if (!speaks_of(row.languages, language.name())) continue;
-    if (row.above == ANYWHERE) _anywhere.emplace_back(language, row);
+    Rows& rows = is_as_written(row.terms.reading) ? _written : _names;
+    if (row.above == ANYWHERE) rows.anywhere.emplace_back(language, row);
     for (const std::uint16_t symbol : SymbolSet(language, row.above)) {
-      if (language.is_named(symbol)) _rows.at(symbol).emplace_back(language, row);
+      if (language.is_named(symbol)) rows.by_above.at(symbol).emplace_back(language, row);
     }
-    if (!is_as_written(row.terms.reading)) continue;
-    for (const std::uint16_t symbol : SymbolSet(language, row.terms.name))
-      _concerned.at(symbol) |= WHOLE;
+    if (&rows == &_names) continue;
+    for (const std::uint16_t symbol : SymbolSet(language, row.terms.name)) {
+      _concerned.at(symbol) |= WRITTEN;
+    }
   }
   for (const RegionRow& row : REGION_ROWS) {
     if (!speaks_of(row.languages, language.name())) continue;
@@ -103,14 +104,12 @@ std::string_view Uses::region(const Node& node) const {
   return {};
 }
 
-const Uses::Row* Uses::of_name(const Node& name, std::string_view region) const {
-  if ((_concerned[name.symbol()] & NAME) == 0) return nullptr;
-  return row(_own_names.whole(name), name, false, region);
+const Uses::Row* Uses::of_written(const Node& node, std::string_view region) const {
+  return first_that_holds(_written, node, node, region);
 }
 
-const Uses::Row* Uses::of_whole(const Node& node, std::string_view region) const {
-  if ((_concerned[node.symbol()] & WHOLE) == 0) return nullptr;
-  return row(node, node, true, region);
+const Uses::Row* Uses::of_name(const Node& name, std::string_view region) const {
+  return first_that_holds(_names, _own_names.whole(name), name, region);
 }
 
 std::string_view Uses::text(const Node& name, Reading reading, std::string& storage) const {
@@ -140,16 +139,14 @@ void Uses::put_groups_before(const Node& name, std::string& text) const {
   text.insert(0, prefix);
 }
 
-const Uses::Row* Uses::row(const Node& whole, const Node& name, bool is_whole,
-                           std::string_view region) const {
+const Uses::Row* Uses::first_that_holds(const Rows& rows, const Node& whole, const Node& name,
+                                        std::string_view region) {
   const std::optional<Node> above = whole.parent();
   if (!above) return nullptr;
-  const auto holds = [&](const Row& row) {
-    return is_as_written(row.reading()) == is_whole && row.holds(whole, *above, name, region);
-  };
-  for (const std::vector<Row>* rows : {&_rows[above->symbol()], &_anywhere}) {
-    const auto found = std::find_if(rows->begin(), rows->end(), holds);
-    if (found != rows->end()) return &*found;
+  for (const std::vector<Row>* each : {&rows.by_above[above->symbol()], &rows.anywhere}) {
+    for (const Row& row : *each) {
+      if (row.holds(whole, *above, name, region)) return &row;
+    }
   }
   return nullptr;
 }

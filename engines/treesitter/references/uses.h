@@ -44,16 +44,18 @@ class Uses {
 
   explicit Uses(const languages::Language& language);
 
-  // Whether any row may speak of a node of this symbol, or a region begin there.
-  bool concerns(std::uint16_t symbol) const { return _concerned[symbol] != 0; }
+  // Why a node of this symbol may matter, as bits: it opens a region, it refers to something as it
+  // is written, it is a name.
+  enum Concern : std::uint8_t { REGION = 1, WRITTEN = 2, NAME = 4 };
+  std::uint8_t concern(std::uint16_t symbol) const { return _concerned[symbol]; }
 
   // The region that the node opens, or empty.
   std::string_view region(const Node& node) const;
 
-  // The row that says what the node refers to as a name, and the one that says what it does as it
-  // is written; null for nothing.
+  // The row that says what the node refers to as it is written, and the one that says what it does
+  // as a name; null for nothing.
+  const Row* of_written(const Node& node, std::string_view region) const;
   const Row* of_name(const Node& name, std::string_view region) const;
-  const Row* of_whole(const Node& node, std::string_view region) const;
 
   // How a name reads in a reference, ill-formed bytes replaced. The view points into the file or
   // into `storage`.
@@ -62,15 +64,23 @@ class Uses {
   bool is_builtin(std::string_view type) const { return _builtins.contains(type); }
 
  private:
+  // Rows of one way of reading.
+  struct Rows {
+    explicit Rows(const languages::Language& language) : by_above(language) {}
+    BySymbol<std::vector<Row>> by_above;
+    std::vector<Row> anywhere;
+  };
+
+  static const Row* first_that_holds(const Rows& rows, const Node& whole, const Node& name,
+                                     std::string_view region);
   void put_groups_before(const Node& name, std::string& text) const;
-  const Row* row(const Node& whole, const Node& name, bool is_whole, std::string_view region) const;
 
   OwnNames _own_names;
-  BySymbol<std::vector<Row>> _rows;  // by the node above
-  std::vector<Row> _anywhere;
+  Rows _names;
+  Rows _written;
   BySymbol<std::vector<Region>> _regions;
   BySymbol<std::string_view> _separators;  // of groups
-  BySymbol<std::uint8_t> _concerned;       // bits: a name, read as written, a region
+  BySymbol<std::uint8_t> _concerned;       // bits of Concern
   std::unordered_set<std::string_view> _builtins;
 };
 

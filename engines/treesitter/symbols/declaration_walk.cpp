@@ -42,7 +42,7 @@ class TreeSitterEngine::DeclarationWalk {
     for (std::uint32_t index = 0; index < _tree.size(); ++index) {
       if (index % NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().end <= index) _open.pop_back();
-      visit(Node(_tree, index));
+      if (_declarations.concern(_tree.record(index).symbol)) visit(Node(_tree, index));
     }
   }
 

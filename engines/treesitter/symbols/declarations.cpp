@@ -101,11 +101,13 @@ std::optional<Node> Declaration::owner(const Node& node, const OwnNames& own) co
 }
 
 Declarations::Declarations(const languages::Language& language)
-    : _own_names(language), _holders(language), _rows(language) {
+    : _own_names(language), _holders(language), _rows(language), _concerned(language) {
   for (const DeclarationRow& row : DECLARATION_ROWS) {
     if (!speaks_of(row.languages, language.name())) continue;
     for (const std::uint16_t symbol : SymbolSet(language, row.types)) {
-      if (language.is_named(symbol)) _rows.at(symbol).emplace_back(language, row);
+      if (!language.is_named(symbol)) continue;
+      _rows.at(symbol).emplace_back(language, row);
+      _concerned.at(symbol) = 1;
     }
   }
 }

@@ -71,6 +71,9 @@ class Declarations {
  public:
   explicit Declarations(const languages::Language& language);
 
+  // Whether a row speaks of nodes of this symbol.
+  bool concern(std::uint16_t symbol) const { return _concerned[symbol] != 0; }
+
   // The first row that holds for the node, or null.
   const Declaration* of(const Node& node, Around around) const;
 
@@ -81,6 +84,7 @@ class Declarations {
   OwnNames _own_names;
   Holders _holders;
   BySymbol<std::vector<Declaration>> _rows;
+  BySymbol<std::uint8_t> _concerned;  // whether there are any
 };
 
 }  // namespace engines::treesitter
