@@ -21,6 +21,7 @@
 #include "engines/languages/language.h"
 #include "engines/languages/languages.h"
 #include "engines/languages/node_types.h"
+#include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/text.h"
 #include "engines/treesitter/references/standard_uses.h"
 #include "engines/treesitter/references/use_table.h"
@@ -55,77 +56,89 @@ constexpr std::pair<std::string_view, std::string_view> PLACE_WORDS[] = {
 
 std::string code(std::string_view text) { return "`" + std::string(text) + "`"; }
 
-std::string codes(std::string_view texts) {
+// Joins what is not empty.
+std::string joined(const std::vector<std::string>& texts, std::string_view between) {
   std::string result;
-  for (const std::string_view text : split_whitespace(texts)) {
-    result += (result.empty() ? "" : ", ") + code(text);
+  for (const std::string& text : texts) {
+    if (text.empty()) continue;
+    if (!result.empty()) result += between;
+    result += text;
   }
   return result;
 }
 
-std::string place_words(std::string_view path) {
-  std::string result;
-  for (std::string_view place : split(path, '/')) {
-    if (place.starts_with('+') || place.starts_with('*')) place.remove_prefix(1);
-    if (place.starts_with('\'')) place.remove_prefix(1);
-    const auto* const known = std::find_if(std::begin(PLACE_WORDS), std::end(PLACE_WORDS),
-                                           [&](const auto& row) { return row.first == place; });
-    const bool is_known = known != std::end(PLACE_WORDS);
-    if (!result.empty()) result += ", there ";
-    result += is_known ? std::string(known->second) : code(place);
+std::string codes(std::string_view texts) {
+  std::vector<std::string> all;
+  for (const std::string_view text : split_whitespace(texts)) all.push_back(code(text));
+  return joined(all, ", ");
+}
+
+std::string place_words(std::string_view place) {
+  place.remove_prefix(std::min(place.find_first_not_of("+*'"), place.size()));
+  for (const auto& [known, words] : PLACE_WORDS) {
+    if (known == place) return std::string(words);
   }
-  return result;
+  const std::size_t behind = place.rfind('+');
+  if (behind == std::string_view::npos) return codes(place);
+  return code(place.substr(behind + 1)) + " behind " + code(place.substr(0, behind));
+}
+
+std::string path_words(std::string_view path) {
+  std::vector<std::string> places;
+  for (const std::string_view place : split(path, '/')) places.push_back(place_words(place));
+  return joined(places, " > ");
 }
 
 // A condition in words (core/condition.h has its form).
 std::string condition_words(std::string_view text) {
   const bool is_absence = text.starts_with('!');
   if (is_absence) text.remove_prefix(1);
-  std::string asked;
-  while (text.starts_with('^')) {
-    asked += asked.empty() ? "its parent" : "'s parent";
-    text.remove_prefix(1);
-  }
+  const std::size_t up = std::min(text.find_first_not_of('^'), text.size());
+  text.remove_prefix(up);
   const std::size_t end = std::min(text.find_first_of(":=~"), text.size());
-  const std::string place = place_words(text.substr(0, end));
-  const std::string values = codes(text.substr(std::min(end + 1, text.size())));
-  if (end == text.size())
-    return (is_absence ? "without " : "with ") + (asked.empty() ? "" : asked + "'s ") + place;
-  if (asked.empty() || !place.empty())
-    asked += (asked.empty() ? "" : "'s ") + (place.empty() ? "it" : place);
-  const char sign = text[end];
-  if (sign == '~') return asked + (is_absence ? " not" : "") + " in upper case";
-  return asked + (is_absence ? " not " : " ") + values;
+  std::vector<std::string> steps(up, "parent");
+  steps.push_back(path_words(text.substr(0, end)));
+  std::string asked = joined(steps, " > ");
+  if (asked.empty()) asked = "it";
+  if (end == text.size()) return (is_absence ? "no " : "a ") + asked;
+  const std::string values = codes(text.substr(end + 1));
+  if (text[end] == '~') return asked + (is_absence ? " not" : "") + " in upper case";
+  return asked + (is_absence ? " ≠ " : " = ") + values;
 }
 
 std::string conditions_words(std::string_view text) {
-  std::string result;
+  std::vector<std::string> all;
   for (const std::string_view each : split(text, ';')) {
-    if (trim(each).empty()) continue;
-    result += (result.empty() ? "" : " and ") + condition_words(trim(each));
+    if (!trim(each).empty()) all.push_back(condition_words(trim(each)));
   }
-  return result;
+  return joined(all, "; ");
 }
 
 // What one set of rules says of the node types of a language, in the order of its table.
 class Column {
  public:
-  void add(std::string_view type, const std::string& words) {
-    std::string& cell = _cells[std::string(type)];
-    if (cell.empty()) _order.emplace_back(type);
-    const std::string known = "; " + cell + ";";
-    if (known.find("; " + words + ";") == std::string::npos) {
-      cell += (cell.empty() ? "" : "; ") + words;
+  struct Entry {
+    std::string words;
+    std::string where;
+    bool operator==(const Entry& other) const = default;
+  };
+
+  void add(std::string_view type, Entry entry) {
+    std::vector<Entry>& entries = _entries[std::string(type)];
+    if (entries.empty()) _order.emplace_back(type);
+    if (std::find(entries.begin(), entries.end(), entry) == entries.end()) {
+      entries.push_back(std::move(entry));
     }
   }
-  std::string cell(const std::string& type) const {
-    const auto found = _cells.find(type);
-    return found == _cells.end() ? "–" : found->second;
+  const std::vector<Entry>& entries(const std::string& type) const {
+    static const std::vector<Entry> none = {{"–", ""}};
+    const auto found = _entries.find(type);
+    return found == _entries.end() ? none : found->second;
   }
   const std::vector<std::string>& order() const { return _order; }
 
  private:
-  std::map<std::string, std::string> _cells;
+  std::map<std::string, std::vector<Entry>> _entries;
   std::vector<std::string> _order;
 };
 
@@ -139,11 +152,11 @@ Column standard_declarations(const Language& language) {
   Column column;
   for (const StandardKindRow& row : STANDARD_KINDS) {
     const std::string_view type = engines::languages::node_type_text(row.type);
-    if (has_type(language, type)) column.add(type, std::string(row.kind));
+    const bool is_root = language.name() == "python" && type == "module";
+    if (has_type(language, type) && !is_root) column.add(type, {std::string(row.kind), ""});
   }
-  if (language.name() == "python")
-    column.add("assignment",
-               "constant, of an upper-case name with an underscore or an annotated one");
+  // The one rule that is more than a type of node.
+  if (language.name() == "python") column.add("assignment", {"constant", ""});
   return column;
 }
 
@@ -153,7 +166,7 @@ Column standard_references(const Language& language) {
     const std::string_view type = engines::languages::node_type_text(row.type);
     if (!has_type(language, type)) continue;
     for (const auto& [use, words] : USE_WORDS) {
-      if (use == row.use) column.add(type, std::string(words));
+      if (use == row.use) column.add(type, {std::string(words), ""});
     }
   }
   return column;
@@ -163,15 +176,15 @@ Column navigation_declarations(const Language& language) {
   Column column;
   for (const DeclarationRow& row : DECLARATION_ROWS) {
     if (!speaks_of(row.languages, language.name())) continue;
-    std::string words(row.kind);
-    if (words.empty()) words = "a scope without a name";
-    std::string when = conditions_words(row.terms.when);
-    if (!row.terms.around.empty()) {
-      when += (when.empty() ? "" : " and ") + ("in a " + std::string(row.terms.around));
+    std::vector<std::string> around;
+    for (const auto& [word, words] : AROUND_WORDS) {
+      if (is_one_of(word, split_whitespace(row.terms.around))) around.emplace_back(words);
     }
-    if (!row.terms.words.empty()) when += (when.empty() ? "" : " and ") + codes(row.terms.words);
-    if (!when.empty()) words += ": " + when;
-    for (const std::string_view type : split_whitespace(row.types)) column.add(type, words);
+    const std::string where = joined(
+        {joined(around, " or "), codes(row.terms.words), conditions_words(row.terms.when)}, "; ");
+    const std::string words(row.kind.empty() ? "a scope, no symbol" : row.kind);
+    for (const std::string_view type : split_whitespace(row.types))
+      column.add(type, {words, where});
   }
   return column;
 }
@@ -180,46 +193,58 @@ Column navigation_references(const Language& language) {
   Column column;
   for (const UseRow& row : USE_ROWS) {
     if (!speaks_of(row.languages, language.name())) continue;
-    std::string words;
-    for (const std::string_view kind : split_whitespace(row.kinds)) {
-      words += (words.empty() ? "" : ", ") + std::string(kind);
-    }
-    if (words.empty()) words = "none";
-    std::string where = place_words(row.place);
-    if (!row.terms.name.empty()) where += (where.empty() ? "" : ", a ") + codes(row.terms.name);
-    if (!where.empty()) words += ": " + where;
-    if (!row.terms.when.empty()) words += ", " + conditions_words(row.terms.when);
-    if (!row.terms.within.empty()) words += ", within a " + std::string(row.terms.within);
-    for (const std::string_view type : split_whitespace(row.above)) column.add(type, words);
+    std::vector<std::string> kinds;
+    for (const std::string_view kind : split_whitespace(row.kinds)) kinds.emplace_back(kind);
+    const std::string within =
+        row.terms.within.empty() ? "" : "within " + std::string(row.terms.within);
+    const std::string where = joined(
+        {place_words(row.place), codes(row.terms.name), within, conditions_words(row.terms.when)},
+        "; ");
+    const std::string words = kinds.empty() ? "nothing" : joined(kinds, ", ");
+    for (const std::string_view type : split_whitespace(row.above))
+      column.add(type, {words, where});
   }
   return column;
 }
 
+// One line for each entry of the navigation rules.
 std::string table(std::string_view heading, const Column& standard, const Column& navigation) {
   std::vector<std::string> types = navigation.order();
   for (const std::string& type : standard.order()) {
-    if (std::find(types.begin(), types.end(), type) == types.end()) types.push_back(type);
+    if (!is_one_of(type, types)) types.push_back(type);
   }
   std::string text;
-  text.append("| ").append(heading).append(" | standard | navigation |\n|---|---|---|\n");
+  text.append("| ").append(heading).append(
+      " | standard | navigation | where |\n|---|---|---|---|\n");
   for (const std::string& type : types) {
-    text += "| " + (type == "*" ? "any other" : code(type)) + " | " + standard.cell(type) + " | " +
-            navigation.cell(type) + " |\n";
+    std::string head = "| " + (type == "*" ? "any other" : code(type)) + " | " +
+                       standard.entries(type).front().words;
+    for (const auto& [words, where] : navigation.entries(type)) {
+      text += head + " | " + words + " | " + where + " |\n";
+      head = "| | ";
+    }
+  }
+  return text;
+}
+
+std::string plain_table(std::string_view heading, const Column& column) {
+  std::string text = "| " + std::string(heading) + " | |\n|---|---|\n";
+  for (const std::string& type : column.order()) {
+    text += "| " + code(type) + " | " + column.entries(type).front().words + " |\n";
   }
   return text;
 }
 
 std::string tables_of(std::string_view name) {
   const Language& language = *engines::languages::get_language(name);
-  Column standard = standard_declarations(language);
-  Column uses = standard_references(language);
+  const Column declarations = standard_declarations(language);
+  const Column references = standard_references(language);
   if (is_navigated(name)) {
-    return table("declares", standard, navigation_declarations(language)) + '\n' +
-           table("refers", uses, navigation_references(language));
+    return table("declares", declarations, navigation_declarations(language)) + '\n' +
+           table("refers", references, navigation_references(language));
   }
-  std::string text = table("declares", standard, standard);
-  if (!uses.order().empty()) text += '\n' + table("refers", uses, uses);
-  return text;
+  return plain_table("declares", declarations) +
+         (references.order().empty() ? "" : '\n' + plain_table("refers", references));
 }
 
 std::string read() {

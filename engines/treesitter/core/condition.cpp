@@ -40,7 +40,7 @@ Conditions::Conditions(const languages::Language& language, std::string_view tex
   }
 }
 
-bool Conditions::hold(const Node& node) const {
+bool Conditions::all_hold(const Node& node) const {
   return std::all_of(_conditions.begin(), _conditions.end(),
                      [&](const Condition& condition) { return condition.holds(node); });
 }

@@ -27,9 +27,11 @@ class Conditions {
  public:
   Conditions(const languages::Language& language, std::string_view text);
 
-  bool hold(const Node& node) const;
+  bool hold(const Node& node) const { return _conditions.empty() || all_hold(node); }
 
  private:
+  bool all_hold(const Node& node) const;
+
   struct Condition {
     Condition(const languages::Language& language, std::string_view text);
     bool holds(const Node& node) const;

@@ -96,12 +96,14 @@ struct List {
 };
 
 struct Lists {
-  explicit Lists(const languages::Language& language) : own_names(language), rows(language) {
+  explicit Lists(const languages::Language& language)
+      : own_names(language), rows(language), is_list(language) {
     for (const ListRow& row : LIST_ROWS) {
       if (!speaks_of(row.languages, language.name())) continue;
       for (const std::uint16_t symbol : SymbolSet(language, row.types)) {
         if (!language.is_named(symbol)) continue;
         rows.at(symbol).emplace_back(language, row);
+        is_list.at(symbol) = 1;
         is_empty = false;
       }
     }
@@ -109,6 +111,7 @@ struct Lists {
 
   OwnNames own_names;
   BySymbol<std::vector<List>> rows;
+  BySymbol<std::uint8_t> is_list;  // whether there are rows
   bool is_empty = true;
 };
 
@@ -129,6 +132,7 @@ ExportList::ExportList(const Node& root) {
   for (std::uint32_t index = root.index(); index < tree.size();) {
     if (++checked % NODES_PER_CHECK == 0) tree.source().check_cancelled();
     const Node node(tree, index++);
+    if (lists.is_list[node.symbol()] == 0) continue;
     for (const List& list : lists.rows[node.symbol()]) {
       if (!list.conditions.hold(node)) continue;
       if (list.is_empty()) {
