@@ -50,8 +50,8 @@ class Language {
   // The node type of a symbol; right for every number, ERROR's included.
   NodeType node_type(std::uint16_t symbol) const { return _node_types[symbol]; }
 
-  // Whether a node of this symbol is named, as the grammar's rules are, and not a keyword or a piece
-  // of punctuation.
+  // Whether a node of this symbol is named, as the grammar's rules are, and not a keyword or a
+  // piece of punctuation.
   bool is_named(std::uint16_t symbol) const;
 
   // All symbols of a node type's text. A search, for building tables.
