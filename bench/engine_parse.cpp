@@ -11,8 +11,9 @@
 //   memory                             the most memory that this process ever held, in KiB
 //
 // MODE says how much of the work is done: `file` all of it, from the path; `content` the same from
-// contents in memory, with the manifest's language; `parse` the guarded parse and the reading of
-// its tree into the array; `read` that reading alone, on one thread. The answer is "CPU WALL FILES
+// contents in memory, with the manifest's language; `navigation` the same as `file`, by the
+// navigation rules; `parse` the guarded parse and the reading of its tree into the array; `read`
+// that reading alone, on one thread. The answer is "CPU WALL FILES
 // BYTES NODES SYMBOLS REFERENCES ERRORS DIGEST REFUSED": nanoseconds of all repeats together and
 // the counts of one. DIGEST 1 asks for a digest of everything in the results, and for the numbers
 // of the files whose parse was refused, with commas between; else both are `-`. Records are
@@ -52,7 +53,7 @@ struct File {
   bool is_loaded = false;
 };
 
-enum class Mode { file, content, parse, read };
+enum class Mode { file, content, navigation, parse, read };
 
 struct Request {
   std::string group;
@@ -266,6 +267,7 @@ class Bench {
           break;
         case Mode::file:
         case Mode::content:
+        case Mode::navigation:
           whole(request, i % count, file, counts);
           break;
       }
@@ -273,7 +275,8 @@ class Bench {
   }
 
   void whole(const Request& request, std::size_t number, const File& file, Counts& counts) {
-    const ParseResult result = whole_result(_engine, file, request.mode);
+    const ParseResult result =
+        whole_result(request.mode == Mode::navigation ? _navigating : _engine, file, request.mode);
     counts.symbols += result.symbols.size();
     counts.references += result.references.size();
     counts.errors += result.errors.size();
@@ -304,6 +307,7 @@ class Bench {
   }
 
   engines::treesitter::TreeSitterEngine _engine;
+  engines::treesitter::TreeSitterEngine _navigating{engines::treesitter::Rules::navigation};
   std::vector<File> _files;
   std::size_t _first = 0;  // of the group that is being measured
   std::size_t _end = 0;
@@ -312,6 +316,7 @@ class Bench {
 std::optional<Request> request_from(const std::string& line) {
   constexpr std::pair<std::string_view, Mode> MODES[] = {{"file", Mode::file},
                                                          {"content", Mode::content},
+                                                         {"navigation", Mode::navigation},
                                                          {"parse", Mode::parse},
                                                          {"read", Mode::read}};
   Request request{};

@@ -10,14 +10,13 @@
 #include <exception>
 #include <system_error>
 
-#include "engines/treesitter/treesitter.h"
-
 namespace engines::treesitter::fuzz {
 namespace {
 
 struct Job {
   std::string_view content;
   std::string_view language;
+  Rules rules;
   std::string outcome;
 };
 
@@ -30,7 +29,7 @@ std::string described(const ParseResult& result) {
 void* parse(void* argument) {
   Job& job = *static_cast<Job*>(argument);
   try {
-    const TreeSitterEngine engine;
+    const TreeSitterEngine engine(job.rules);
     job.outcome = described(engine.parse_content(job.content, job.language, "input"));
   } catch (const std::exception& error) {
     job.outcome = std::string("thrown: ") + error.what();
@@ -78,13 +77,14 @@ double seconds_of(const timeval& time) {
 
 }  // namespace
 
-ChildRun::ChildRun(std::string_view content, std::string_view language, std::size_t stack_bytes) {
+ChildRun::ChildRun(std::string_view content, std::string_view language, std::size_t stack_bytes,
+                   Rules rules) {
   std::array<int, 2> ends{};
   require(::pipe(ends.data()) == 0 ? 0 : errno, "pipe");
   _process = ::fork();
   require(_process >= 0 ? 0 : errno, "fork");
   if (_process == 0) {
-    Job job = {content, language, {}};
+    Job job = {content, language, rules, {}};
     run_child(job, stack_bytes, ends[1]);
   }
   ::close(ends[1]);

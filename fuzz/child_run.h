@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "engines/treesitter/treesitter.h"
+
 namespace engines::treesitter::fuzz {
 
 // What became of one parse.
@@ -31,7 +33,8 @@ constexpr std::size_t allowed_bytes(std::size_t size) { return (64 << 20) + 1024
 class ChildRun {
  public:
   // Parses `content` on a thread with a stack of `stack_bytes`, or of the usual size for 0.
-  ChildRun(std::string_view content, std::string_view language, std::size_t stack_bytes);
+  ChildRun(std::string_view content, std::string_view language, std::size_t stack_bytes,
+           Rules rules = Rules::standard);
 
   pid_t process() const { return _process; }
   // To be called once. Waits for the end.

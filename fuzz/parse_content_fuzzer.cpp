@@ -1,4 +1,4 @@
-// Any text in any language through parse_content. The first byte names the language.
+// Any text in any language through parse_content. The first byte names language and rules.
 #include <cstddef>
 #include <cstdint>
 
@@ -15,9 +15,11 @@ using namespace engines::treesitter;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  static const TreeSitterEngine engine;
+  static const TreeSitterEngine standard;
+  static const TreeSitterEngine navigation(Rules::navigation);
   const auto names = languages::language_names();
   const std::string_view language = names[data[0] % names.size()];
+  const TreeSitterEngine& engine = data[0] / names.size() % 2 == 0 ? standard : navigation;
   const std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
 
   std::string content(bytes);
@@ -28,6 +30,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     content = decode_replacing(bytes);
   }
   fuzz::checked_answer([&] { return engine.parse_content(content, language, "a/input.x"); },
-                       content, "a.input.");
+                       content, "a.input.", engine.rules());
   return 0;
 }

@@ -50,10 +50,10 @@ class SecondThread {
 }  // namespace
 
 Answer checked_answer(const std::function<ParseResult()>& call, std::string_view content,
-                      std::string_view prefix) {
+                      std::string_view prefix, Rules rules) {
   static SecondThread second_thread;
   const Answer answer = answer_of(call);
-  check(answer, content, prefix);
+  check(answer, content, prefix, rules);
   Answer other;
   second_thread.run([&] { other = answer_of(call); });
   if (!is_timing(answer) && !is_timing(other)) {

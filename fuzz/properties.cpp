@@ -26,7 +26,6 @@ void check_symbol(const models::Symbol& symbol, std::uint32_t rows, std::string_
   require(symbol.end_line <= rows, "a symbol ends inside of the file");
   require(is_text(symbol.name), "a name is UTF-8");
   require(symbol.fqn.starts_with(prefix), "an FQN begins with the file's prefix");
-  require(symbol.fqn.ends_with('.' + symbol.name), "an FQN ends with the name");
   check_optional(symbol.signature, MAX_SIGNATURE_LENGTH, "a signature has 200 characters at most");
   check_optional(symbol.docstring, MAX_DOCSTRING_LENGTH, "a docstring has 500 characters at most");
   check_optional(symbol.body_digest, MAX_BODY_DIGEST_LENGTH, "a digest has 800 characters at most");
@@ -36,12 +35,16 @@ void check_symbol(const models::Symbol& symbol, std::uint32_t rows, std::string_
   require(!symbol.body_digest || !symbol.body_digest->empty(), "a digest is not empty");
 }
 
-void check_symbols(const ParseResult& result, std::uint32_t rows, std::string_view prefix) {
+void check_symbols(const ParseResult& result, std::uint32_t rows, std::string_view prefix,
+                   Rules rules) {
   std::set<std::string_view> fqns;
   std::uint32_t line = 1;
   for (const models::Symbol& symbol : result.symbols) {
     check_symbol(symbol, rows, prefix);
-    require(fqns.insert(symbol.fqn).second, "FQNs are unique");
+    if (rules == Rules::standard) {
+      require(symbol.fqn.ends_with('.' + symbol.name), "an FQN ends with the name");
+      require(fqns.insert(symbol.fqn).second, "FQNs are unique");
+    }
     require(symbol.start_line >= line, "symbols stand in document order");
     line = symbol.start_line;
   }
@@ -71,13 +74,13 @@ void require(bool holds, std::string_view promise) {
   std::abort();
 }
 
-void check(const Answer& answer, std::string_view content, std::string_view prefix) {
+void check(const Answer& answer, std::string_view content, std::string_view prefix, Rules rules) {
   const auto* const result = std::get_if<ParseResult>(&answer);
   if (result == nullptr) return;
-  const auto rows =
+  const auto lines =
       static_cast<std::uint32_t>(std::count(content.begin(), content.end(), '\n') + 1);
-  check_symbols(*result, rows, prefix);
-  check_references(*result, rows);
+  check_symbols(*result, lines, prefix, rules);
+  check_references(*result, lines);
   require(result->content_hash.size() == 64, "a digest has 64 digits");
   for (const std::string& error : result->errors) {
     const bool is_failure = error.starts_with("Parse error: ");

@@ -28,9 +28,11 @@ Answer answer_of(Call&& call) {
   }
 }
 
-// Requires what a result promises: lines inside of the file, unique FQNs, document order, the caps
-// on lengths, well-formed texts, nothing in a result that failed. `prefix` is that of all FQNs.
-void check(const Answer& answer, std::string_view content, std::string_view prefix);
+// Requires what a result promises: lines inside of the file, document order, the caps on lengths,
+// well-formed texts, nothing in a result that failed; under the standard rules unique FQNs, too.
+// `prefix` is that of all FQNs.
+void check(const Answer& answer, std::string_view content, std::string_view prefix,
+           Rules rules = Rules::standard);
 
 // Whether the time limit ended the parse: the one guard whose answer depends on the machine.
 bool is_timing(const Answer& answer);

@@ -2,6 +2,7 @@
 // parse in a process of its own.
 //
 //   sweep [--jobs N] [--every N] [--language NAME] [--stack BYTES] [--thorough] [--print]
+//         [--rules standard|navigation]
 //
 // This is what finds the hostile files that plain byte fuzzing never meets: repeating single tokens
 // at 3 kB once found 16 aborts and 1,485 slow inputs in 9,833 cases. Prints for each language how
@@ -36,6 +37,7 @@ struct Options {
   std::size_t stack_bytes = 64 * 1024;
   bool is_thorough = false;
   bool prints_all = false;
+  Rules rules = Rules::standard;
 };
 
 struct Case {
@@ -135,7 +137,8 @@ std::vector<Done> run(const std::vector<Case>& cases, const Options& options) {
   while (next < cases.size() || !running.empty()) {
     while (next < cases.size() && running.size() < options.jobs) {
       const Case& which = cases[next];
-      running.push_back({ChildRun(which.content(), which.language, options.stack_bytes), next});
+      running.push_back(
+          {ChildRun(which.content(), which.language, options.stack_bytes, options.rules), next});
       ++next;
     }
     siginfo_t ended{};
@@ -190,6 +193,8 @@ Options options_of(int count, char** arguments) {
     const std::size_t number = std::strtoul(value, nullptr, 10);
     if (name == "--language") {
       options.language = value;
+    } else if (name == "--rules" && value == std::string_view("navigation")) {
+      options.rules = Rules::navigation;
     } else if (name == "--stack") {
       options.stack_bytes = number;
     } else if (name == "--jobs" && number > 0) {

@@ -1,9 +1,10 @@
 // The golden cases: one folder tests/golden/<language>/<case> each, with the source
 // "input.<suffix>" and "expected.txt", the entries that the tool prints for it
-// (tool/text_output.h). A folder is found, not registered; its name says what it shows.
+// (tool/text_output.h). Where "navigation.txt" stands beside it, that is what the navigation rules
+// give for the same source. A folder is found, not registered; its name says what it shows.
 //
 //   golden_tests                      compares
-//   golden_tests --update             rewrites every expected.txt that differs, and names it
+//   golden_tests --update             rewrites every expectation that differs, and names it
 //   golden_tests --update ruby/       ... only of cases whose language/name has this in it
 //
 // A rewritten expectation is reviewed like code: it states what the engine shall do, not what it
@@ -26,27 +27,35 @@
 namespace {
 
 namespace fs = std::filesystem;
+using engines::treesitter::Rules;
+using engines::treesitter::TreeSitterEngine;
 
 const fs::path GOLDEN_FOLDER = fs::path(TESTS_DIR) / "golden";
 
 struct Case {
   std::string language;
   std::string name;
+  Rules rules = Rules::standard;
 
   fs::path folder() const { return GOLDEN_FOLDER / language / name; }
-  fs::path expectation() const { return folder() / "expected.txt"; }
-  bool operator<(const Case& other) const { return folder() < other.folder(); }
+  fs::path expectation() const {
+    return folder() / (rules == Rules::standard ? "expected.txt" : "navigation.txt");
+  }
+  bool operator<(const Case& other) const { return expectation() < other.expectation(); }
 };
 
 // How GoogleTest shows a parameter.
-void PrintTo(const Case& shown, std::ostream* out) { *out << shown.language << '/' << shown.name; }
+void PrintTo(const Case& shown, std::ostream* out) { *out << shown.expectation(); }
 
 std::vector<Case> find_cases() {
   std::vector<Case> cases;
   for (const auto& language : fs::directory_iterator(GOLDEN_FOLDER)) {
     if (!language.is_directory()) continue;  // .gitattributes
     for (const auto& entry : fs::directory_iterator(language.path())) {
-      cases.push_back({language.path().filename(), entry.path().filename()});
+      Case golden{language.path().filename(), entry.path().filename()};
+      cases.push_back(golden);
+      golden.rules = Rules::navigation;
+      if (fs::exists(golden.expectation())) cases.push_back(golden);
     }
   }
   std::sort(cases.begin(), cases.end());
@@ -64,7 +73,9 @@ std::string input_name(const Case& golden) {
 
 // Read from inside the folder, so that the path, and with it every qualified name, is "input".
 std::string entries_of(const Case& golden) {
-  static const engines::treesitter::TreeSitterEngine engine;
+  static const TreeSitterEngine standard;
+  static const TreeSitterEngine navigation(Rules::navigation);
+  const TreeSitterEngine& engine = golden.rules == Rules::standard ? standard : navigation;
   fs::current_path(golden.folder());
   std::string text;
   try {
@@ -92,7 +103,8 @@ TEST_P(Golden, IsAsExpected) {
 }
 
 std::string test_name(const testing::TestParamInfo<Case>& tested) {
-  return tested.param.language + '_' + tested.param.name;
+  return tested.param.language + '_' + tested.param.name +
+         (tested.param.rules == Rules::standard ? "" : "_navigation");
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, Golden, testing::ValuesIn(find_cases()), test_name);

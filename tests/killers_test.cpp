@@ -9,10 +9,13 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "engines/treesitter/core/grammar_rows.h"
 #include "engines/treesitter/core/hash.h"
 #include "fuzz/child_run.h"
 #include "tests/support/sanitizers.h"
@@ -20,13 +23,25 @@
 namespace engines::treesitter::fuzz {
 namespace {
 
+bool is_guard(const std::string& text) { return text.starts_with("Parse error: "); }
+
 struct Killer {
   std::string file;
   std::string language;
   std::string expected;
+  Rules rules = Rules::standard;
 };
 
 void PrintTo(const Killer& killer, std::ostream* output) { *output << killer.file; }
+
+// What a guard refuses meets no rules. Of the rest the navigation rules may say what they like.
+std::optional<Killer> navigated(Killer killer) {
+  if (!is_navigated(killer.language)) return std::nullopt;
+  if (killer.expected == "a guard" || is_guard(killer.expected)) return std::nullopt;
+  killer.rules = Rules::navigation;
+  killer.expected = "an answer";
+  return killer;
+}
 
 std::vector<Killer> killers() {
   std::vector<Killer> all;
@@ -38,6 +53,7 @@ std::vector<Killer> killers() {
     std::getline(columns, killer.language, '\t');
     std::getline(columns, killer.expected);
     all.push_back(killer);
+    if (auto other = navigated(killer)) all.push_back(std::move(*other));
   }
   return all;
 }
@@ -47,8 +63,6 @@ std::string bytes_of(const Killer& killer) {
   EXPECT_TRUE(file.good()) << killer.file;
   return {std::istreambuf_iterator<char>(file), {}};
 }
-
-bool is_guard(const std::string& text) { return text.starts_with("Parse error: "); }
 
 bool is_answer(const std::string& text) {
   return is_guard(text) || text.starts_with("parsed: ") || text.starts_with("thrown: ");
@@ -70,7 +84,7 @@ class KillersTest : public testing::TestWithParam<Killer> {};
 TEST_P(KillersTest, IsAnsweredWithinTheBounds) {
   const Killer& killer = GetParam();
   const std::string content = bytes_of(killer);
-  ChildRun run(content, killer.language, IS_SANITIZED ? 0 : 64 * 1024);
+  ChildRun run(content, killer.language, IS_SANITIZED ? 0 : 64 * 1024, killer.rules);
   const Outcome outcome = run.finish();
   expect_outcome(killer, outcome);
   if (IS_SANITIZED) return;
@@ -81,7 +95,7 @@ TEST_P(KillersTest, IsAnsweredWithinTheBounds) {
 std::string test_name(const testing::TestParamInfo<Killer>& info) {
   std::string name = info.param.file;
   std::replace(name.begin(), name.end(), '.', '_');
-  return name;
+  return name + (info.param.rules == Rules::standard ? "" : "_navigation");
 }
 
 INSTANTIATE_TEST_SUITE_P(Killers, KillersTest, testing::ValuesIn(killers()), test_name);

@@ -50,6 +50,7 @@ struct LibraryNodes {
   std::vector<TSNode> nodes;
   std::vector<std::uint32_t> subtree_ends;
   std::vector<std::uint32_t> parents;
+  std::vector<std::uint16_t> fields;
 
   explicit LibraryNodes(TSNode root) {
     TSTreeCursor cursor = ts_tree_cursor_new(root);
@@ -58,6 +59,7 @@ struct LibraryNodes {
       parents.push_back(open.empty() ? NodeRecord::NONE : open.back());
       open.push_back(static_cast<std::uint32_t>(nodes.size()));
       nodes.push_back(ts_tree_cursor_current_node(&cursor));
+      fields.push_back(ts_tree_cursor_current_field_id(&cursor));
       subtree_ends.push_back(0);
       if (ts_tree_cursor_goto_first_child(&cursor)) continue;
       for (;;) {
@@ -74,8 +76,8 @@ struct LibraryNodes {
 
 class Comparison {
  public:
-  Comparison(const ParsedTree& tree, const LibraryNodes& library)
-      : _tree(tree.root().tree()), _library(library) {}
+  Comparison(const ParsedTree& tree, const LibraryNodes& library, Fields fields)
+      : _tree(tree.root().tree()), _library(library), _fields(fields) {}
 
   // What a cursor tells in one pass.
   void compare_records() const {
@@ -137,6 +139,7 @@ class Comparison {
            ours.end_byte == ts_node_end_byte(theirs) && ours.start_row == start.row &&
            ours.start_column == start.column && ours.end_row == ts_node_end_point(theirs).row &&
            ours.parent == _library.parents[index] &&
+           ours.field == (_fields == Fields::all ? _library.fields[index] : 0) &&
            ours.subtree_end == _library.subtree_ends[index] &&
            ours.type == languages::node_type_of(language.type_name(ours.symbol)) &&
            language.type_name(ours.symbol) == language.type_name(ts_node_symbol(theirs));
@@ -153,15 +156,17 @@ class Comparison {
 
   const SyntaxTree& _tree;
   const LibraryNodes& _library;
+  const Fields _fields;
 };
 
-std::size_t compare(const std::string& bytes, const std::string& language, bool with_accessors) {
+std::size_t compare(const std::string& bytes, const std::string& language, bool with_accessors,
+                    Fields fields = Fields::on_demand) {
   try {
-    const ParsedTree ours(bytes, language);
+    const ParsedTree ours(bytes, language, fields);
     const languages::Language& grammar = *languages::get_language(language);
     const LibraryTree theirs(bytes, grammar);
     const LibraryNodes nodes(theirs.root());
-    Comparison comparison(ours, nodes);
+    Comparison comparison(ours, nodes, fields);
     comparison.compare_records();
     if (with_accessors && !testing::Test::HasFailure()) {
       comparison.compare_accessors(language == "java" || language == "sql");
@@ -177,6 +182,7 @@ TEST(SyntaxTreeTest, EqualsTheLibrarysAccessorsOnAllSources) {
   ASSERT_GT(inputs().size(), 16u);
   for (const Input& input : inputs()) {
     compare(input.bytes, input.language, true);
+    compare(input.bytes, input.language, false, Fields::all);
     ASSERT_FALSE(HasFailure()) << input.name;
   }
 }
@@ -189,6 +195,7 @@ TEST(SyntaxTreeTest, EqualsTheLibrarysAccessorsOnBrokenSources) {
       // Every third time from the whole again, else the fault comes on top of the last one.
       bytes = broken(i % 3 == 0 ? input.bytes : bytes, random);
       compare(bytes, input.language, true);
+      compare(bytes, input.language, false, Fields::all);
       ASSERT_FALSE(HasFailure()) << input.name << ", time " << i;
     }
   }

@@ -20,6 +20,8 @@
 namespace tool {
 namespace {
 
+using engines::treesitter::Rules;
+
 constexpr const char* DESCRIPTION =
     "Reads source files and prints what each declares and what it refers to.";
 
@@ -130,6 +132,15 @@ void add_parse(CLI::App& app, Arguments& parsed) {
           "json, or text for people; by default text on a terminal only")
       ->type_name("json|text")
       ->check(CLI::IsMember({"json", "text"}).description(""));
+  parse
+      ->add_option_function<std::string>(
+          "--rules",
+          [&parsed](const std::string& name) {
+            parsed.rules = name == "navigation" ? Rules::navigation : Rules::standard;
+          },
+          "standard, or navigation for finding definitions and callers")
+      ->type_name("standard|navigation")
+      ->check(CLI::IsMember({"standard", "navigation"}).description(""));
   parse
       ->add_option_function<std::string>(
           "--max-filesize",

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "engines/treesitter/treesitter.h"
+
 namespace tool {
 
 // The most threads that --jobs takes.
@@ -29,6 +31,7 @@ struct Arguments {
   std::optional<std::string> language;  // forced; one of the sixteen
   unsigned jobs = 0;                    // threads, at most MAX_JOBS; 0 for as many as processors
   Format format = Format::json;
+  engines::treesitter::Rules rules = engines::treesitter::Rules::standard;
   std::optional<std::string> files_from;  // a list of paths, or STANDARD_INPUT
   bool null_separated = false;            // how that list is separated
   std::vector<std::string> paths;         // any bytes; no folder where a language is forced

@@ -54,7 +54,10 @@ bool is_binary(const ParsedItem& parsed) {
 class Run {
  public:
   explicit Run(const Arguments& arguments)
-      : _arguments(arguments), _messages(arguments.is_verbose), _source(arguments) {}
+      : _arguments(arguments),
+        _engine(arguments.rules),
+        _messages(arguments.is_verbose),
+        _source(arguments) {}
 
   int operator()();
 

@@ -15,7 +15,7 @@ from harness.tables import Weighted, markdown, number, seconds, whole
 from harness.timing import Way, take_turns
 from harness.workers import Tool, Worker, languages_of, list_name
 
-CLASSES = ("valid", "tool", "small", "mismatched", "shapes", "threads")
+CLASSES = ("valid", "tool", "navigation", "small", "mismatched", "shapes", "threads")
 
 
 def say(text):
@@ -75,7 +75,7 @@ class Session:
         chosen = [group for group in valid
                   if not arguments.language or group.language in arguments.language]
         for group in chosen:
-            if "valid" in arguments.classes or "tool" in arguments.classes:
+            if {"valid", "tool", "navigation"} & set(arguments.classes):
                 self._add(group)
             if "small" in arguments.classes:
                 self._add(inputs.small_group(group, self.folder, self.scratch))
@@ -90,7 +90,7 @@ class Session:
     def take_turns(self, group, ways):
         return take_turns(group, ways, self.rounds)
 
-    def peak_memory(self, name, group, path):
+    def peak_memory(self, name, group, path, mode):
         """Peak of one file under the engine of that name, or of the stock library."""
         program = self.stock_program if name == "stock" else self.programs[name]
 
@@ -98,7 +98,7 @@ class Session:
             manifest = self.scratch / "one"
             inputs.write_manifest(manifest, rows)
             return Worker(name, program, manifest, self.folder)
-        return timing.peak_memory(worker_of, group, path)
+        return timing.peak_memory(worker_of, group, path, mode)
 
     def close(self):
         for worker in [*self.engines, self.stock]:
@@ -186,7 +186,7 @@ def print_valid(session):
         if stock is None or None in times:
             print(f"{group.name} is left out: a program died on it.")
             continue
-        stock_peak = session.peak_memory("stock", group, group.largest)
+        stock_peak = session.peak_memory("stock", group, group.largest, "parse")
         largest = (session.folder / group.largest).stat().st_size
         for i, engine in enumerate(session.engines):
             file, content, parse, read = times[4 * i:4 * i + 4]
@@ -195,7 +195,7 @@ def print_valid(session):
             shares = [ratio, bare, ratio - bare, content.ratio(stock)]
             for total, share in zip(totals[engine.name], shares):
                 total.add(share, stock)
-            peak = session.peak_memory(engine.name, group, group.largest)
+            peak = session.peak_memory(engine.name, group, group.largest, "content")
             for j, part in enumerate((group.bytes, stock.cpu, file.cpu, file.records)):
                 sums[engine.name][j] += part
             rows[engine.name].append(
@@ -235,6 +235,26 @@ def print_ratios(session, kind, title, mode, programs):
     print(markdown(headings, rows + [row]))
 
 
+def print_navigation(session):
+    """One row for each language: the navigation rules beside the standard ones."""
+    engine = session.engines[0]
+    rows, total = [], Weighted()
+    for group in session.of("valid"):
+        say(f"measuring {group.name} under both rules")
+        standard, navigation = session.take_turns(
+            group, [Way(engine, "file"), Way(engine, "navigation")])
+        ratio = standard and navigation and total.add(navigation.ratio(standard), standard)
+        peaks = [session.peak_memory(engine.name, group, group.largest, mode)
+                 for mode in ("file", "navigation")]
+        rows.append([group.language, seconds(standard), seconds(navigation), number(ratio),
+                     whole(standard.records), whole(navigation.records),
+                     number(peaks[1] / max(peaks[0], 1))])
+    rows.append(["all", "", "", number(total.mean()), "", "", ""])
+    print(f"\n### Navigation rules, {engine.name}\n")
+    print(markdown(["language", "standard s", "navigation s", "ratio", "records", "records",
+                    "memory x"], rows))
+
+
 def print_shapes(session):
     """Deep, wide and long inputs: how time and memory grow when the input is twice as long."""
     headings = ["language", "shape", "KB", "stock s", "engine s", "ratio", "time x2", "peak B/B",
@@ -249,7 +269,8 @@ def print_shapes(session):
         say(f"measuring {name}")
         ways = [Way(session.stock, "parse"), Way(engine, "file")]
         (_, short), (stock, double) = (session.take_turns(group, ways) for group in (once, twice))
-        peaks = [session.peak_memory(engine.name, group, group.largest) for group in (once, twice)]
+        peaks = [session.peak_memory(engine.name, group, group.largest, "content")
+                 for group in (once, twice)]
         rows.append([once.language, once.kind, whole(twice.bytes / 1e3), seconds(stock),
                      seconds(double), number(stock and double.ratio(stock)),
                      number(double.ratio(short)), number(peaks[1] / twice.bytes, ".0f"),
@@ -315,6 +336,8 @@ def main():
                 print_valid(session)
             if "tool" in options.classes:
                 print_ratios(session, "valid", "Tool", "json", session.tools)
+            if "navigation" in options.classes:
+                print_navigation(session)
             if "small" in options.classes:
                 print_ratios(session, "small", "Files of 1 KB", "file", session.engines)
             if "mismatched" in options.classes:

@@ -19,8 +19,8 @@ from dataclasses import dataclass, field
 from harness import inputs
 from harness.tables import markdown
 from harness.workers import languages_of
-from harness.yardsticks import (CALL_CAPTURES, CTAGS, HELD, HOLDERS, IN_TEXT, JUDGED_KINDS,
-                                NO_CAPTURES, NO_TAGS)
+from harness.yardsticks import (BUILT_IN, BUILTIN_TYPES, CALL_CAPTURES, CTAGS, HELD, HOLDERS,
+                                IN_TEXT, JUDGED_KINDS, NO_CAPTURES, NO_TAGS, PREFIXES)
 
 
 @dataclass
@@ -47,8 +47,8 @@ class Entry:
 # ---- Names ----
 
 def plain(name):
-    """Without what surrounds a name: quotes, sigils and type arguments."""
-    return re.sub(r"<.*", "", name).strip("\"'`[]$ ") or name
+    """Without what surrounds a name: quotes, sigils, a symbol's colon and type arguments."""
+    return re.sub(r"<.*", "", name).strip("\"'`[]$ :") or name
 
 
 def last(name):
@@ -97,6 +97,14 @@ def tags_entries(program, node_modules, folder, files):
                     f"{node} {place}")
 
 
+def in_code(language, name):
+    """A name of ctags without what stands in front of it."""
+    for its_language, prefix in PREFIXES:
+        if its_language == language:
+            name = re.sub(f"^(?:{prefix})", "", name)
+    return name
+
+
 def ctags_entries(language, folder, files):
     forced, _ = CTAGS[language]
     by_path = {file.path: file for file in files}
@@ -108,7 +116,8 @@ def ctags_entries(language, folder, files):
     for line in done.stdout.decode("utf-8", "replace").split("\n")[:-1]:
         tag = json.loads(line)
         if "line" in tag:
-            yield Entry(by_path[tag["path"]], tag["kind"], tag["name"], tag["line"])
+            yield Entry(by_path[tag["path"]], tag["kind"], in_code(language, tag["name"]),
+                        tag["line"])
 
 
 # ---- Judging ----
@@ -120,6 +129,8 @@ def left_out(entry):
         if ((language, kind) == (entry.file.language, entry.kind)
                 and its_node in ("*", node) and its_place in ("*", place)):
             return reason
+    if entry.name in BUILTIN_TYPES.get((entry.file.language, entry.kind), ()):
+        return BUILT_IN
     return None
 
 
@@ -177,7 +188,7 @@ def lines_of(path):
 def source_line(folder, entry):
     lines = lines_of(folder / entry.file.path)
     text = lines[entry.line - 1] if entry.line <= len(lines) else b""
-    return text.decode("utf-8", "replace").strip()[:160]
+    return text.decode("utf-8", "replace").rstrip()[:160]
 
 
 def remember(entry):

@@ -68,7 +68,7 @@ def _measure(group, way, repeats, i) -> Measurement:
     return way.worker.measure(group.name, way.mode, way.threads, repeats[i])
 
 
-def peak_memory(worker_of, group, path):
+def peak_memory(worker_of, group, path, mode):
     """Bytes that one file takes beside those that an empty file takes: a fresh program for each.
 
     `worker_of` makes a program for a list of (group, language, paths). None when it dies.
@@ -77,7 +77,7 @@ def peak_memory(worker_of, group, path):
     for file in ("/dev/null", path):
         worker = worker_of([("one", group.language, [file])])
         try:
-            worker.measure("one", "parse" if worker.name == "stock" else "content")
+            worker.measure("one", mode)
             peaks.append(worker.peak_memory())
         except WorkerEnded:
             return None

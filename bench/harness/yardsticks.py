@@ -10,9 +10,18 @@ NO_CAPTURES = [
     ("ruby", "reference.call", "identifier", "*",
      "every bare word is captured, and most are local variables and parameters"),
     ("ruby", "reference.call", "constant", "*", "a bare constant is named, not called"),
+    ("php", "reference.class", "*", "variable_name:", "the variable holds the name of a class"),
     ("go", "reference.type", "*", "type_spec:name", "this is where the type is declared"),
     ("go", "reference.type", "*", "type_alias:name", "this is where the type is declared"),
 ]
+
+# Types that a language brings with it. Its query captures them as it does all others.
+BUILTIN_TYPES = {
+    ("go", "reference.type"): set(
+        "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
+        "int64 rune string uint uint8 uint16 uint32 uint64 uintptr".split()),
+}
+BUILT_IN = "the type is built in"
 
 # The references that are calls. All others are of types, in one way or another.
 CALL_CAPTURES = {"reference.call", "reference.send"}
@@ -33,8 +42,8 @@ CTAGS = {
                       "method": "method", "package": "package"}),
     "javascript": ("JavaScript", {"class": "class", "function": "function", "generator": "function",
                                   "method": "method", "getter": "method", "setter": "method",
-                                  "field": "field", "property": "field", "constant": "constant",
-                                  "variable": "variable"}),
+                                  "field": "field", "property": None,  # a key of an object
+                                  "constant": "constant", "variable": "variable"}),
     "typescript": ("TypeScript", {"class": "class", "interface": "interface", "enum": "enum",
                                   "enumerator": "constant", "function": "function",
                                   "generator": "function", "method": "method",
@@ -66,14 +75,43 @@ NO_TAGS = [
      "an object or a function with members is called a class"),
     ("javascript", "method", "", r"\.prototype\.\w+\.(apply|call)\(", "this is a call"),
     *[("javascript", kind, r"^\[", "", "the name is computed")
-      for kind in ("class", "method", "property")],
+      for kind in ("class", "method", "getter", "setter")],
+    ("javascript", "function", "", r"\]\s*=\s*(async\s+)?function\b", "the name is computed"),
+    ("javascript", "function", "", r"=\s*\(\s*function\b",
+     "the function is called where it stands, and its result is named"),
+    *[("javascript", kind, "^exports$",
+       r"=\s*(async\s+)?(class|function)\b\s*\*?\s*(?!extends\b)[\w$]",
+       "what is exported has a name of its own") for kind in ("class", "function")],
+    ("javascript", "field", "", r"^(?!\s*(static\s+)?#?[\w$]+\s*[=;])",
+     "this is a key or an operand"),
+    *[(language, kind, "", r"^(?!.*\b(const|let|var|using)\b)",
+       "this is a key, a parameter or an operand")
+      for language in ("javascript", "typescript", "tsx") for kind in ("constant", "variable")],
+    *[(language, kind, "", r"^\s", "most that are indented are local to a function")
+      for language in ("javascript", "typescript", "tsx") for kind in ("constant", "variable")],
+    *[(language, "method", "^new$", "", "this is a signature without a name")
+      for language in ("typescript", "tsx")],
+    *[(language, "namespace", "", r"^\s*\{", "the name is in a line above")
+      for language in ("typescript", "tsx")],
+    *[(language, "enumerator", "", r"^\s*\}|//",
+       "the name is in a line above, or a word of a comment")
+      for language in ("typescript", "tsx")],
     ("csharp", "field", "", r"\boperator\b", "this is a parameter of an operator"),
     ("ruby", "singletonMethod", "^self$", "", "the method's name follows behind self"),
+    ("go", "const", "^_$", "", "the blank identifier declares nothing"),
+    ("ruby", "accessor", "=$", "", "the name is made, and written is the reader's alone"),
+    ("ruby", "alias", r"\w$", r"\balias\s+:?\w+[?!=]", "the last character of the name is lost"),
+    ("ruby", "constant", "", r"==", "the constant is compared, not assigned to"),
     ("rust", "variable", "", "&'static", "this is a type with a lifetime"),
     *[(language, "alias", "", r"^(?!.*=).*\btype \w+\s*[,}]", "the type is imported or exported here")
       for language in ("typescript", "tsx")],
     ("php", "variable", "", r"^(?!.*\b(public|protected|private|var|static|readonly)\b)",
      "a variable is assigned to, and no property declared"),
+    ("sql", "field", r"^(KEY|key)$", "", "the name of the key follows behind the word"),
+]
+# What ctags writes in front of the name that the code has: language, pattern.
+PREFIXES = [
+    ("csharp", r"operator +|~"),
 ]
 IN_TEXT = "the line is within a string or a comment"
 

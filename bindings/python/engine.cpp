@@ -1,6 +1,6 @@
-// Each Python object has an engine of its own, with its parsers per thread. Unpickled ones are all
-// the same object, since a task that is shipped to another process brings its engine with it, and a
-// new one for each task would build its parsers again.
+// Each Python object has an engine of its own, with its parsers per thread. Unpickled ones of the
+// same rules are all the same object, since a task that is shipped to another process brings its
+// engine with it, and a new one for each task would build its parsers again.
 //
 // Tested by tests/python/test_engine.py and test_processes.py.
 #include "bindings/python/engine.h"
@@ -11,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "bindings/python/arguments.h"
@@ -28,11 +29,39 @@ struct EngineObject {
   PyObject* weak_references;
 };
 
+// In the order of Rules.
+constexpr const char* RULES_NAMES[] = {"standard", "navigation"};
+
+// The rules of that name, or an error set. Null gives the standard ones.
+std::optional<Rules> rules_named(PyObject* name) {
+  if (name == nullptr) return Rules::standard;
+  for (std::size_t i = 0; i < std::size(RULES_NAMES); ++i) {
+    if (PyUnicode_Check(name) && PyUnicode_CompareWithASCIIString(name, RULES_NAMES[i]) == 0) {
+      return static_cast<Rules>(i);
+    }
+  }
+  PyErr_Format(PyUnicode_Check(name) ? PyExc_ValueError : PyExc_TypeError,
+               "rules must be 'standard' or 'navigation', not %R", name);
+  return std::nullopt;
+}
+
+const char* rules_name(PyObject* self) {
+  return RULES_NAMES[static_cast<std::size_t>(engine_of(self)->rules())];
+}
+
+PyObject* get_rules(PyObject* self, void* /*none*/) {
+  return PyUnicode_FromString(rules_name(self));
+}
+
 PyObject* make(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
-  if (!bind_arguments({"TreeSitterEngine", {}, 0}, arguments, keywords, {})) return nullptr;
+  static constexpr const char* NAMES[] = {"rules"};
+  std::array<PyObject*, std::size(NAMES)> values{};
+  if (!bind_arguments({"TreeSitterEngine", NAMES, 0}, arguments, keywords, values)) return nullptr;
+  const std::optional<Rules> rules = rules_named(values[0]);
+  if (!rules) return nullptr;
   const auto& state = *static_cast<ModuleState*>(PyType_GetModuleState(type));
-  return translating(state, [type]() -> PyObject* {
-    auto engine = std::make_shared<const TreeSitterEngine>();
+  return translating(state, [type, rules]() -> PyObject* {
+    auto engine = std::make_shared<const TreeSitterEngine>(*rules);
     auto* const self = reinterpret_cast<EngineObject*>(type->tp_alloc(type, 0));
     if (self == nullptr) return nullptr;
     new (&self->engine) std::shared_ptr<const TreeSitterEngine>(std::move(engine));
@@ -93,7 +122,11 @@ PyObject* parse_many(PyObject* self, PyObject* const* arguments, Py_ssize_t coun
 PyObject* reduce(PyObject* self, PyObject* /*none*/) {
   const Owned module(Py_NewRef(PyType_GetModule(Py_TYPE(self))));
   const Owned function(PyObject_GetAttrString(module.get(), "_process_engine"));
-  return function ? Py_BuildValue("O()", function.get()) : nullptr;
+  if (!function) return nullptr;
+  // What pickles of the standard rules hold has never changed.
+  return engine_of(self)->rules() == Rules::standard
+             ? Py_BuildValue("O()", function.get())
+             : Py_BuildValue("O(s)", function.get(), rules_name(self));
 }
 
 // An engine has nothing that a copy could have otherwise.
@@ -141,11 +174,19 @@ PyMethodDef methods[] = {
 };
 
 constexpr const char DOC[] =
-    "TreeSitterEngine()\n--\n\n"
+    "TreeSitterEngine(rules='standard')\n--\n\n"
     "Tree-sitter based code parser for symbol extraction.\n\n"
+    "rules is 'standard' or 'navigation': by the latter names come from the grammars' fields, "
+    "every\n"
+    "declaration counts, and a call is named by what is called.\n\n"
     "One engine serves any number of threads at once. Each thread has parsers of its own, made on\n"
     "first use and freed when the thread or the engine ends. An engine is its own copy; one that\n"
-    "is pickled becomes the one engine of the process that unpickles it.";
+    "is pickled becomes the one engine of its rules in the process that unpickles it.";
+
+PyGetSetDef properties[] = {
+    {"rules", get_rules, nullptr, "The rules of every parse: 'standard' or 'navigation'.", nullptr},
+    {nullptr, nullptr, nullptr, nullptr, nullptr},
+};
 
 PyMemberDef members[] = {
     {"__weaklistoffset__", T_PYSSIZET, offsetof(EngineObject, weak_references), READONLY, nullptr},
@@ -155,6 +196,7 @@ PyMemberDef members[] = {
 PyType_Slot slots[] = {
     {Py_tp_doc, const_cast<char*>(DOC)},
     {Py_tp_members, members},
+    {Py_tp_getset, properties},
     {Py_tp_new, reinterpret_cast<void*>(make)},
     {Py_tp_dealloc, reinterpret_cast<void*>(deallocate)},
     {Py_tp_methods, methods},
@@ -175,12 +217,17 @@ const std::shared_ptr<const TreeSitterEngine>& engine_of(PyObject* object) {
   return reinterpret_cast<EngineObject*>(object)->engine;
 }
 
-PyObject* process_engine(PyObject* module, PyObject* /*none*/) {
+PyObject* process_engine(PyObject* module, PyObject* const* arguments, Py_ssize_t count) {
+  const std::optional<Rules> rules = rules_named(count > 0 ? arguments[0] : nullptr);
+  if (!rules) return nullptr;
+  const auto index = static_cast<std::size_t>(*rules);
   ModuleState& state = state_of_module(module);
-  if (state.process_engine == nullptr) {
-    state.process_engine = PyObject_CallNoArgs(reinterpret_cast<PyObject*>(state.engine));
+  PyObject*& engine = state.process_engines[index];
+  if (engine == nullptr) {
+    engine =
+        PyObject_CallFunction(reinterpret_cast<PyObject*>(state.engine), "s", RULES_NAMES[index]);
   }
-  return Py_XNewRef(state.process_engine);
+  return Py_XNewRef(engine);
 }
 
 bool add_engine_type(ModuleState& state, PyObject* module) {

@@ -89,9 +89,12 @@ int for_each_member(ModuleState& state, Visit visit) {
   for (PyObject*& kind : state.kinds) {
     if (const int status = visit(kind)) return status;
   }
+  for (PyObject*& engine : state.process_engines) {
+    if (const int status = visit(engine)) return status;
+  }
   return visit_all(state.symbol, state.reference_info, state.parse_result, state.language_info,
                    state.engine, state.parse_many, state.result_limit_error, state.parse_error,
-                   state.symbol_kind, state.logger, state.process_engine, state.body_digest_re);
+                   state.symbol_kind, state.logger, state.body_digest_re);
 }
 
 int traverse(PyObject* module, visitproc visit, void* arg) {

@@ -78,7 +78,7 @@ PyObject* core_version(PyObject* /*module*/, PyObject* /*none*/) {
 
 PyObject* parse_many(PyObject* module, PyObject* const* arguments, Py_ssize_t count,
                      PyObject* keywords) {
-  const Owned engine(process_engine(module, nullptr));
+  const Owned engine(process_engine(module, nullptr, 0));
   if (!engine) return nullptr;
   return new_parse_many(state_of_module(module), engine.get(), arguments, count, keywords);
 }
@@ -172,8 +172,10 @@ PyMethodDef module_functions[] = {
     {"_strip_matching_quotes", strip_matching_quotes, METH_O,
      "_strip_matching_quotes($module, text, /)\n--\n\n"
      "Remove a matching pair of surrounding single or double quotes."},
-    {"_process_engine", process_engine, METH_NOARGS,
-     "_process_engine($module, /)\n--\n\nThe engine that unpickled engines are in this process."},
+    {"_process_engine", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(process_engine)),
+     METH_FASTCALL,
+     "_process_engine($module, rules='standard', /)\n--\n\n"
+     "The engine that unpickled engines of these rules are in this process."},
     {"__getattr__", late_attribute, METH_O,
      "__getattr__($module, name, /)\n--\n\nThe attributes that are made when first asked for."},
     {nullptr, nullptr, 0, nullptr},

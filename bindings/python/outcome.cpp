@@ -33,7 +33,7 @@ void perform_here(ParsedItem& parsed, const TreeSitterEngine& engine,
   const bool is_nested = EngineCall::is_under_way();
   perform(parsed, [&] {
     // The thread's parser is in use by the parse that a signal interrupted.
-    parsed.outcome = is_nested ? TreeSitterEngine().parse(parsed.item, cancellation)
+    parsed.outcome = is_nested ? TreeSitterEngine(engine.rules()).parse(parsed.item, cancellation)
                                : engine.parse(parsed.item, cancellation);
   });
 }

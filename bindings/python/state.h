@@ -28,7 +28,7 @@ struct ModuleState {
       kinds;  // the enumeration's members, in the order of the model's
 
   PyObject* logger;
-  PyObject* process_engine;  // what unpickling an engine gives
+  std::array<PyObject*, 2> process_engines;  // what unpickling an engine gives, by its Rules
   PyObject* body_digest_re;
 };
 
@@ -41,7 +41,8 @@ inline ModuleState& state_of(PyObject* self) {
   return *static_cast<ModuleState*>(PyType_GetModuleState(Py_TYPE(self)));
 }
 
-// The module function that gives the process-wide engine; TreeSitterEngine.__reduce__ names it.
-PyObject* process_engine(PyObject* module, PyObject* none);
+// The module function that gives the process-wide engine of the rules whose name is the argument,
+// by default of the standard ones; TreeSitterEngine.__reduce__ names it.
+PyObject* process_engine(PyObject* module, PyObject* const* arguments, Py_ssize_t count);
 
 }  // namespace engines::treesitter::python

@@ -7,10 +7,11 @@ import os
 import re
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
-from typing import Final, Protocol, TypeAlias, final, overload
+from typing import Final, Literal, Protocol, TypeAlias, final, overload
 
 _Path: TypeAlias = str | bytes | os.PathLike[str] | os.PathLike[bytes]
 _Bytes: TypeAlias = bytes | bytearray | memoryview
+_Rules: TypeAlias = Literal["standard", "navigation"]
 # A path, (path, file_id), (content, language, path) or (content, language, path, file_id).
 _Item: TypeAlias = (
     _Path
@@ -130,6 +131,9 @@ class ParseMany(Iterator[ParseResult | None]):
 
 @final
 class TreeSitterEngine:
+    def __init__(self, rules: _Rules = "standard") -> None: ...
+    @property
+    def rules(self) -> _Rules: ...
     @overload
     def parse_file(
         self, file_path: _Path, file_id: int = 0, language: None = None
@@ -159,4 +163,4 @@ def _truncate_docstring(__text: None) -> tuple[None, bool]: ...
 def _truncate_docstring(__text: str) -> tuple[str, bool]: ...
 def _node_text(__node: _Node) -> str | None: ...
 def _strip_matching_quotes(__text: str) -> str: ...
-def _process_engine() -> TreeSitterEngine: ...
+def _process_engine(__rules: _Rules = "standard") -> TreeSitterEngine: ...

@@ -57,10 +57,13 @@ Language::Language(std::string_view name, const TSLanguage* grammar)
     : _name(name), _grammar(*grammar) {
   const std::uint32_t count = ts_language_symbol_count(grammar);
   _type_names.reserve(count);
+  _is_named.reserve(count);
   for (std::uint32_t symbol = 0; symbol < count; ++symbol) {
     const char* text = ts_language_symbol_name(grammar, static_cast<TSSymbol>(symbol));
     _type_names.push_back(_after_aliases(name, text == nullptr ? "" : text));
     _node_types[symbol] = node_type_of(_type_names.back());
+    _is_named.push_back(ts_language_symbol_type(grammar, static_cast<TSSymbol>(symbol)) ==
+                        TSSymbolTypeRegular);
   }
   _node_types[ERROR_SYMBOL] = NodeType::error;
   for (std::size_t i = 0; i < FIELD_COUNT; ++i)
@@ -71,6 +74,25 @@ Language::Language(std::string_view name, const TSLanguage* grammar)
 std::string_view Language::type_name(std::uint16_t symbol) const {
   if (symbol < _type_names.size()) return _type_names[symbol];
   return symbol == ERROR_SYMBOL ? node_type_text(NodeType::error) : std::string_view();
+}
+
+bool Language::is_named(std::uint16_t symbol) const {
+  return symbol < _is_named.size() ? _is_named[symbol] : symbol == ERROR_SYMBOL;
+}
+
+std::vector<std::uint16_t> Language::symbols_of(std::string_view type) const {
+  std::vector<std::uint16_t> symbols;
+  for (std::uint16_t symbol = 0; symbol < symbol_count(); ++symbol) {
+    const char* const own = ts_language_symbol_name(_grammar.grammar(), symbol);
+    if (_type_names[symbol] == type || (own != nullptr && own == type)) symbols.push_back(symbol);
+  }
+  if (type == node_type_text(NodeType::error)) symbols.push_back(ERROR_SYMBOL);
+  return symbols;
+}
+
+std::uint16_t Language::field_id(std::string_view name) const {
+  return ts_language_field_id_for_name(_grammar.grammar(), name.data(),
+                                       static_cast<std::uint32_t>(name.size()));
 }
 
 }  // namespace engines::languages

@@ -50,13 +50,25 @@ class Language {
   // The node type of a symbol; right for every number, ERROR's included.
   NodeType node_type(std::uint16_t symbol) const { return _node_types[symbol]; }
 
-  // The grammar's id of a field, or 0 when it has no field of that name.
+  // Whether a node of this symbol is named, as the grammar's rules are, and not a keyword or a
+  // piece of punctuation.
+  bool is_named(std::uint16_t symbol) const;
+
+  // All symbols of a node type's text. A search, for building tables.
+  std::vector<std::uint16_t> symbols_of(std::string_view type) const;
+
+  // The grammar's id of a field, or 0 when it has no field of that name. By text it is a search.
   std::uint16_t field_id(Field field) const { return _field_ids[static_cast<std::size_t>(field)]; }
+  std::uint16_t field_id(std::string_view name) const;
+
+  // One more than the largest symbol of the grammar; ERROR's lies outside.
+  std::uint16_t symbol_count() const { return static_cast<std::uint16_t>(_type_names.size()); }
 
  private:
   const std::string_view _name;
   const WideGrammar _grammar;
   std::vector<std::string_view> _type_names;  // by symbol; ERROR stands outside
+  std::vector<bool> _is_named;                // by symbol
   std::array<std::uint16_t, FIELD_COUNT> _field_ids{};
   std::array<NodeType, 65536> _node_types{};  // by symbol; the value 0 is `other`
 };

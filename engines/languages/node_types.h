@@ -108,6 +108,7 @@ enum class NodeType : std::uint8_t {
   comment,
   line_comment,
   block_comment,
+  marginalia,
   newline,
 
   // Visibility.
@@ -247,6 +248,7 @@ inline constexpr auto NODE_TYPE_TEXTS = std::to_array<NodeTypeText>({
     {NodeType::comment, "comment"},
     {NodeType::line_comment, "line_comment"},
     {NodeType::block_comment, "block_comment"},
+    {NodeType::marginalia, "marginalia"},
     {NodeType::newline, "\n"},
 
     {NodeType::modifiers, "modifiers"},

@@ -68,7 +68,9 @@ class SourceFile;
 class SyntaxTree;
 class ThreadLocal;
 class TreeSitterEngine;
+class FileVisibility;
 struct OverRoom;
+struct Surroundings;
 struct ThreadStorage;
 
 // ---- Constants ----
@@ -192,14 +194,24 @@ std::string_view _strip_matching_quotes(std::string_view text);
 
 // ---- The engine ----
 
+// Which declarations and references a record holds, and how they are named (doc/records.md).
+enum class Rules : std::uint8_t {
+  // A node's first child that looks like a name names it, the first declaration of an FQN counts.
+  standard,
+  // What a reader looks for: names by the grammars' fields, every declaration, every call under the
+  // name of what is called. Ill-formed UTF-8 is replaced and raises nothing.
+  navigation,
+};
+
 // Tree-sitter based code parser for symbol extraction.
 //
 // Private operations that read their arguments and nothing else are static, which is most of the
 // promise about threads; the others reach the calling thread's storage.
 class TreeSitterEngine {
  public:
-  TreeSitterEngine();
+  explicit TreeSitterEngine(Rules rules = Rules::standard);
   ~TreeSitterEngine();
+  Rules rules() const { return _rules; }  // of every parse of this engine
   // Threads know an engine by its identity, so it stays where it is.
   TreeSitterEngine(const TreeSitterEngine&) = delete;
   TreeSitterEngine& operator=(const TreeSitterEngine&) = delete;
@@ -238,10 +250,14 @@ class TreeSitterEngine {
   friend struct EnginePeer;  // the tests' door to the private operations
 
   struct ParseJob;
+  class SymbolList;
   class SymbolWalk;
+  class DeclarationWalk;
   class ReferenceWalk;
 
   // -- core/: storage, reading, hashing, parsing.
+  // Whether files of this language are read by the navigation rules.
+  bool _navigates(std::string_view language) const;
   // The calling thread's parsers and Ruby visibility cache, made on first use.
   ThreadStorage& _get_thread_local_storage() const;
   Parser* _get_parser(std::string_view language) const;
@@ -261,6 +277,8 @@ class TreeSitterEngine {
   std::pair<std::vector<models::Symbol>, std::vector<std::string>> _extract_symbols(
       const Node& root, const Source& content, std::string_view language,
       const std::filesystem::path& file_path, std::int64_t file_id) const;
+  // The same by the navigation rules, into `list`.
+  static void _find_declarations(const Node& root, const Source& content, SymbolList& list);
   static std::optional<std::string_view> _node_type_to_symbol_kind(const Node& node,
                                                                    std::string_view language);
   static std::optional<std::string> _get_symbol_name(const Node& node, std::string_view language);
@@ -274,6 +292,11 @@ class TreeSitterEngine {
   // The pairs tell the cleaned text, none when it is empty, and whether it was cut.
   static std::optional<std::string> _extract_docstring(const Node& node, const Source& content,
                                                        std::string_view language);
+  // The same by the navigation rules. The comment above the holder documents the declaration.
+  static std::optional<std::string> _find_documentation(const Node& node, const Node& holder,
+                                                        const Source& content);
+  static std::optional<std::string> _read_doc_run(const Node& declaration, const Node& holder,
+                                                  const Source& content);
   static std::optional<std::string> _extract_python_docstring(const Node& node,
                                                               const Source& content);
   static std::pair<std::optional<std::string>, bool> _clean_python_docstring(std::string_view text);
@@ -281,18 +304,29 @@ class TreeSitterEngine {
                                                                      const Source& content,
                                                                      std::string_view prefix);
   static std::pair<std::optional<std::string>, bool> _clean_block_comment(std::string_view text);
+  // Which of the comments above a declaration count: all of them, or those that stand on the lines
+  // directly above it and behind no code.
+  enum class Above : std::uint8_t { anywhere, directly };
   template <typename CommentTypes, typename Handler>
   static std::optional<std::string> _collect_preceding_comments(const Node& node,
                                                                 const Source& content,
                                                                 const CommentTypes& comment_types,
-                                                                Handler handler);
+                                                                Handler handler,
+                                                                Above above = Above::anywhere);
   static std::optional<std::string> _extract_go_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_rust_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_csharp_doc(const Node& node, const Source& content);
+  static std::optional<std::string> _extract_xml_doc(const Node& node, const Source& content);
   static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content);
+  static std::optional<std::string> _extract_ruby_doc(const Node& node, const Source& content,
+                                                      Above above);
 
   // -- visibility/: whether a declaration is seen outside its file.
   bool _is_exported(const Node& node, std::string_view language) const;
+  // The same by the navigation rules. `holder` has the declaration's modifiers.
+  static bool _is_visible(const Node& node, const Node& holder, std::string_view name,
+                          const Surroundings& surroundings);
+  static std::shared_ptr<const FileVisibility> _read_visibility(const Node& root);
   static bool _is_csharp_public_or_controller(const Node& node);
   static bool _has_modifier(const Node& node, std::string_view modifier);
   static bool _is_rust_public(const Node& node);
@@ -307,6 +341,8 @@ class TreeSitterEngine {
   // file.
   static std::vector<ReferenceInfo> _extract_references(const Node& root,
                                                         std::string_view language);
+  // The same by the navigation rules.
+  static std::vector<ReferenceInfo> _find_references(const Node& root);
   static std::optional<std::string_view> _get_call_name(const Node& node,
                                                         std::string_view language);
   static std::optional<std::string_view> _get_attribute_name(const Node& node);
@@ -318,6 +354,7 @@ class TreeSitterEngine {
   static std::optional<std::string_view> _get_type_name(const Node& node);
   static std::optional<std::string_view> _get_yaml_alias_name(const Node& node);
 
+  const Rules _rules;
   // One set of values per thread. Written by the constructor only; each thread reads and writes its
   // own set and no other.
   std::unique_ptr<ThreadLocal> _local;

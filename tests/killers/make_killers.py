@@ -137,6 +137,22 @@ KILLERS = [
      AN_ANSWER),
     ("words.py", "python", in_python_function("'" + "\u00e9 " * 80_000 + "'"), parsed(1)),
 
+    # ---- What the navigation rules ask of each of many names ----
+    ("declarators.java", "java",
+     "class A { " + "@X " * 20_000 + "int " + ",".join(f"a{i}" for i in range(20_000)) + "; }",
+     AN_ANSWER),
+    ("modifiers.cs", "csharp",
+     "class A { " + "public " * 20_000 + "int " + ",".join(f"a{i}" for i in range(20_000)) + "; }",
+     AN_ANSWER),
+    ("links.js", "javascript", "a" + ".b()" * 50_000 + ";" + "(" * 20_000 + "f" + ")" * 20_000 + "()",
+     AN_ANSWER),
+    ("exports.js", "javascript",
+     "".join(f"export {{a{i}}}; function a{i}() {{}}\n" for i in range(20_000)), AN_ANSWER),
+    ("private_names.rb", "ruby",
+     "class A\n" + "".join(f"def a{i}; end\nprivate :a{i}\n" for i in range(20_000)) + "end\n",
+     AN_ANSWER),
+    ("groups.rs", "rust", "use " + "a::{" * 10_000 + "b" + "}" * 10_000 + ";", AN_ANSWER),
+
     # ---- Bytes ----
     ("empty.py", "python", "", parsed(0)),
     ("mark.py", "python", "\ufeff", parsed(0)),

@@ -84,14 +84,31 @@ def test_texts_of_every_width(engine, text):
     assert result.symbols[0].docstring == text
 
 
-def test_same_answers_as_the_tool(engine):
+@pytest.mark.parametrize("rules", ["standard", "navigation"])
+def test_same_answers_as_the_tool(rules):
+    engine = treesitter.TreeSitterEngine(rules=rules)
+    assert engine.rules == rules
     tool = os.environ["TREESITTER_ENGINE"]
     paths = sorted(str(path) for path in EXAMPLES.iterdir())
     assert len(paths) == 16
-    output = subprocess.run([tool, "parse", "--format", "json", *paths], check=True,
+    output = subprocess.run([tool, "parse", "--rules", rules, "--format", "json", *paths], check=True,
                             capture_output=True, text=True).stdout
     assert [dataclasses.asdict(engine.parse_file(path)) for path in paths] == [
         json.loads(line) for line in output.splitlines()]
+
+
+def test_rules_are_chosen_by_name():
+    source = "class A:\n    def f(self): return self.g()\n"
+    found = {}
+    for rules in ["standard", "navigation"]:
+        result = treesitter.TreeSitterEngine(rules).parse_content(source, "python", "a.py")
+        found[rules] = [(symbol.kind, symbol.name) for symbol in result.symbols]
+    assert treesitter.TreeSitterEngine().rules == "standard"
+    assert found == {"standard": [("class", "A"), ("function", "f")],
+                     "navigation": [("class", "A"), ("method", "f")]}
+    for rules, error in [("other", ValueError), ("", ValueError), (1, TypeError)]:
+        with pytest.raises(error, match="rules"):
+            treesitter.TreeSitterEngine(rules=rules)
 
 
 def test_one_engine_serves_all_threads(engine):

@@ -20,6 +20,9 @@ def test_pickled_engines_are_the_one_of_the_process():
     first = pickle.loads(pickle.dumps(treesitter.TreeSitterEngine(), 5))
     assert first is pickle.loads(pickle.dumps(first))
     assert first.parse_content(SOURCE, "python", "a.py").symbols
+    navigating = pickle.loads(pickle.dumps(treesitter.TreeSitterEngine("navigation")))
+    assert navigating.rules == "navigation"
+    assert navigating is pickle.loads(pickle.dumps(navigating)) is not first
     other = treesitter.TreeSitterEngine()
     assert copy.copy(other) is other is copy.deepcopy(other) is not first
     watch = weakref.ref(other)

@@ -18,11 +18,11 @@ namespace engines::treesitter {
 // Owns all that its nodes point into.
 class ParsedTree {
  public:
-  ParsedTree(std::string_view source, std::string_view language)
+  ParsedTree(std::string_view source, std::string_view language, Fields fields = Fields::on_demand)
       : _bytes(source),
         _source(_bytes),
         _parser(*languages::get_language(language)),
-        _tree(_parser.parse(_source, _arena)) {}
+        _tree(_parser.parse(_source, _arena, fields)) {}
   ParsedTree(const ParsedTree&) = delete;
   ParsedTree& operator=(const ParsedTree&) = delete;
 

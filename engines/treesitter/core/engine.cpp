@@ -3,15 +3,21 @@
 // Tested by tests/engine_test.cpp.
 #include "engines/languages/language.h"
 #include "engines/languages/languages.h"
+#include "engines/treesitter/core/grammar_rows.h"
 #include "engines/treesitter/core/parser.h"
 #include "engines/treesitter/core/thread_storage.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
 
-TreeSitterEngine::TreeSitterEngine() : _local(std::make_unique<ThreadLocal>()) {}
+TreeSitterEngine::TreeSitterEngine(Rules rules)
+    : _rules(rules), _local(std::make_unique<ThreadLocal>()) {}
 
 TreeSitterEngine::~TreeSitterEngine() = default;
+
+bool TreeSitterEngine::_navigates(std::string_view language) const {
+  return _rules == Rules::navigation && is_navigated(language);
+}
 
 ThreadStorage& TreeSitterEngine::_get_thread_local_storage() const { return _local->get(); }
 

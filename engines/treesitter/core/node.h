@@ -47,6 +47,12 @@ class Node {
   std::uint32_t start_column() const { return record().start_column; }  // 0-based, in bytes
   std::uint32_t end_row() const { return record().end_row; }            // 0-based
 
+  std::uint16_t symbol() const { return record().symbol; }  // the grammar's
+  bool is_named() const { return _tree->language().is_named(record().symbol); }
+  // The grammar's id of the field under which the parent has this node, or 0. Known in a tree that
+  // was read with Fields::all only.
+  std::uint8_t field() const { return record().field; }
+
   // All children, named and anonymous, in source order.
   NodeChildren children() const;
   bool has_children() const { return _index + 1 < record().subtree_end; }
@@ -55,6 +61,14 @@ class Node {
 
   std::optional<Node> parent() const { return node_at(record().parent); }
   std::optional<Node> previous_sibling() const;
+  // The siblings before and behind it in the array. They are what the library names, but for nodes
+  // without width, of which previous_sibling knows more.
+  std::optional<Node> previous_record() const { return node_at(record().previous); }
+  std::optional<Node> next_sibling() const {
+    const std::optional<Node> owner = parent();
+    if (!owner || record().subtree_end == owner->record().subtree_end) return std::nullopt;
+    return Node(*_tree, record().subtree_end);
+  }
   // The nearest ancestor of a type in SCOPE_TYPES (syntax_tree.h): the ones at which the rules'
   // upward searches end. One step, however deep the tree is.
   std::optional<Node> scope() const { return node_at(record().scope); }
@@ -121,6 +135,11 @@ inline std::optional<Node> Node::first_child(NodeType type) const {
     if (child.type() == type) return child;
   }
   return std::nullopt;
+}
+
+inline bool is_comment(const Node& node) {
+  return node.type() == NodeType::comment || node.type() == NodeType::line_comment ||
+         node.type() == NodeType::block_comment || node.type() == NodeType::marginalia;
 }
 
 }  // namespace engines::treesitter

@@ -99,7 +99,8 @@ ParseResult TreeSitterEngine::_parse(ParseJob& job) const {
   std::optional<SyntaxTree> tree;
   try {
     if (is_too_large) refuse_size(job.size);
-    tree.emplace(parser->parse(source, storage.arena));
+    const Fields fields = _navigates(job.known.language) ? Fields::all : Fields::on_demand;
+    tree.emplace(parser->parse(source, storage.arena, fields));
   } catch (const std::bad_alloc&) {
     // The process is short of memory, which is no fault of the file and no fact about it.
     throw;
@@ -119,7 +120,9 @@ ParseResult TreeSitterEngine::_walk(const ParseJob& job, const SyntaxTree& tree)
           .language = job.known.language,
           .content_hash = job.known.content_hash,
           .symbols = std::move(symbols),
-          .references = _extract_references(root, job.known.language),
+          .references = _navigates(job.known.language)
+                            ? _find_references(root)
+                            : _extract_references(root, job.known.language),
           .errors = std::move(errors)};
 }
 

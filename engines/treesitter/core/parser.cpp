@@ -138,14 +138,14 @@ Parser::Parser(const languages::Language& language)
   }
 }
 
-SyntaxTree Parser::parse(const Source& source, ParseArena& arena) {
+SyntaxTree Parser::parse(const Source& source, ParseArena& arena, Fields fields) {
   const std::uint64_t size = source.bytes().size();
   if (size > MAX_PARSED_BYTES) refuse_size(size);
   ArenaLease lease(&arena);
   arena.set_budget(MEMORY_FLOOR + MEMORY_PER_BYTE * size);
   try {
     TSTree* const tree = parse_guarded(source, arena);
-    return SyntaxTree(std::move(lease), *tree, *_language, source);
+    return SyntaxTree(std::move(lease), *tree, *_language, source, fields);
   } catch (const GuardSpoke& spoke) {
     refuse(text_of(spoke.guard), size);
   } catch (const ParseArena::OverBudget&) {

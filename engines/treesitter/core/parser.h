@@ -40,7 +40,7 @@ class Parser {
 
   // The tree of the source, which must outlive it, as must this parser and the arena: the tree lies
   // in there, and the arena is reset when the tree ends. Throws ParseError; std::bad_alloc.
-  SyntaxTree parse(const Source& source, ParseArena& arena);
+  SyntaxTree parse(const Source& source, ParseArena& arena, Fields fields = Fields::on_demand);
 
  private:
   TSTree* parse_guarded(const Source& source, ParseArena& arena);

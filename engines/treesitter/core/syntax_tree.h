@@ -2,7 +2,7 @@
 //
 // A node is followed by its descendants, so that its first child is the next record, its next
 // sibling the record at its subtree's end, and skipping what a node contains is one assignment.
-// Both walks are loops over the array, and nothing recurses over the input. One record takes 44
+// Both walks are loops over the array, and nothing recurses over the input. One record takes 40
 // bytes; a file of code has about one node in six bytes.
 //
 // Tested by tests/syntax_tree_test.cpp against the library's own accessors.
@@ -48,7 +48,13 @@ struct NodeRecord {
   std::uint32_t scope;        // the nearest ancestor that is a scope, or NONE
   std::uint16_t symbol;       // the grammar's symbol, or the alias that replaces it
   languages::NodeType type;
+  std::uint8_t field;  // under which the parent has it, or 0; read for Fields::all only
 };
+static_assert(sizeof(NodeRecord) == 40);
+
+// Whether the fields of all nodes are read. The library answers for a few nodes at a time; rules
+// that ask for the field of every name want them in the records.
+enum class Fields : std::uint8_t { on_demand, all };
 
 // What it takes to ask the library about a node: the address of its subtree and its alias.
 struct NodeHandle {
@@ -67,7 +73,7 @@ class SyntaxTree {
   // Reads the whole tree, which lies in the leased arena. The language lives as long as the
   // process; the source must outlive the SyntaxTree.
   SyntaxTree(ArenaLease lease, const TSTree& tree, const languages::Language& language,
-             const Source& source);
+             const Source& source, Fields fields = Fields::on_demand);
 
   const NodeRecord& record(std::uint32_t index) const { return _records[index]; }
   // At least 1: record 0 is the root.
@@ -82,6 +88,7 @@ class SyntaxTree {
   std::uint32_t library_previous_sibling(std::uint32_t index) const;
 
  private:
+  template <Fields>
   friend class TreeReader;
 
   TSNode library_node(std::uint32_t index) const;

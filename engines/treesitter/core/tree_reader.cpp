@@ -64,6 +64,7 @@ struct Facts {
 
 // All of the walk is to be one loop, with the frame and the facts in registers: left to itself the
 // compiler calls, and passes both through memory, for a third more time.
+template <Fields FIELDS>
 class TreeReader {
  public:
   explicit TreeReader(SyntaxTree& tree) : _tree(tree) {
@@ -79,9 +80,9 @@ class TreeReader {
     const Subtree& root = _tree._tree->root;
     const Facts facts = facts_of(root);
     const Owner nobody = {NodeRecord::NONE, NodeRecord::NONE, NodeRecord::NONE};
-    const Owner owner = add(root, facts, 0, facts.padding, nobody);
+    const Owner owner = add(root, facts, 0, facts.padding, nobody, 0);
     if (facts.child_count == 0) return;
-    Frame frame = frame_of(root, facts, facts.padding, owner, false);
+    Frame frame = frame_of(root, facts, facts.padding, owner, false, 0);
     std::uint32_t visits = 0;
     do {
       while (frame.next != frame.end) {
@@ -115,6 +116,9 @@ class TreeReader {
     Length position;        // where the last child read ends
     bool is_first;
     bool is_hidden;
+    std::uint8_t field;        // under which a hidden one stands, and so all that it shows
+    std::uint8_t child_index;  // of the next child that is no extra, in the production
+    TSMapSlice fields;         // of the production
     Owner owner;
   };
 
@@ -128,24 +132,58 @@ class TreeReader {
     frame.position = length_add(start, facts.size);
     TSSymbol alias = 0;
     if (frame.alias != nullptr && !facts.is_extra) alias = *frame.alias++;
+    std::uint8_t field = 0;
+    if constexpr (FIELDS == Fields::all) {
+      if (!facts.is_extra) field = field_of_next(frame);
+    }
     const bool is_hidden = alias == 0 && !facts.is_visible;
     Owner owner = frame.owner;
     if (!is_hidden) {
-      owner = add(child, facts, alias, start, frame.owner);
+      owner = add(child, facts, alias, start, frame.owner, field);
       frame.owner.last_child = owner.index;
     }
     if (facts.child_count == 0) return;
     if (_parents.size() == _parents.capacity()) grow_parents();
     _parents.push_back(frame);
-    frame = frame_of(child, facts, start, owner, is_hidden);
+    frame = frame_of(child, facts, start, owner, is_hidden, field);
+  }
+
+  // The field of the frame's next child. A field that a production gives to a hidden child, or
+  // that a hidden frame stands under, is that of every node which shows up in its place; one that a
+  // hidden child's own production gives to a part of it goes before.
+  [[gnu::always_inline]] std::uint8_t field_of_next(Frame& frame) const {
+    if (frame.fields.length > 0) {
+      const std::uint8_t position = frame.child_index++;
+      const TSFieldMapEntry* entry = &_tree._tree->language->field_map_entries[frame.fields.index];
+      for (const TSFieldMapEntry* end = entry + frame.fields.length; entry != end; ++entry) {
+        if (entry->child_index == position && !entry->inherited) {
+          return static_cast<std::uint8_t>(entry->field_id);
+        }
+      }
+    }
+    return frame.is_hidden ? frame.field : 0;
   }
 
   [[gnu::always_inline]] Frame frame_of(const Subtree& subtree, const Facts& facts, Length start,
-                                        Owner owner, bool is_hidden) const {
+                                        Owner owner, bool is_hidden, std::uint8_t field) const {
     const Subtree* const children = ts_subtree_children(subtree);
-    const TSSymbol* const aliases =
-        ts_language_alias_sequence(_tree._tree->language, subtree.ptr->production_id);
-    return {children, children + facts.child_count, aliases, start, true, is_hidden, owner};
+    const TSLanguage* const language = _tree._tree->language;
+    const std::uint16_t production = subtree.ptr->production_id;
+    const TSSymbol* const aliases = ts_language_alias_sequence(language, production);
+    TSMapSlice fields{};
+    if constexpr (FIELDS == Fields::all) {
+      if (language->field_count > 0) fields = language->field_map_slices[production];
+    }
+    return {.next = children,
+            .end = children + facts.child_count,
+            .alias = aliases,
+            .position = start,
+            .is_first = true,
+            .is_hidden = is_hidden,
+            .field = field,
+            .child_index = 0,
+            .fields = fields,
+            .owner = owner};
   }
 
   // Ends the frame and makes its parent the frame. Returns false when it has none.
@@ -171,7 +209,7 @@ class TreeReader {
 
   // Adds the record of a visible node, and returns the node as an owner.
   [[gnu::always_inline]] Owner add(const Subtree& subtree, const Facts& facts, TSSymbol alias,
-                                   Length start, const Owner& parent) {
+                                   Length start, const Owner& parent, std::uint8_t field) {
     const std::uint32_t index = _tree.size();
     const TSSymbol symbol = alias != 0 ? alias : facts.symbol;
     const NodeType type = _tree._language->node_type(symbol);
@@ -187,6 +225,7 @@ class TreeReader {
         .scope = parent.scope,
         .symbol = symbol,
         .type = type,
+        .field = field,
     });
     _tree._handles.push_back({&subtree, alias});
     return {index, NodeRecord::NONE, is_scope(type) ? index : parent.scope};
@@ -197,9 +236,13 @@ class TreeReader {
 };
 
 SyntaxTree::SyntaxTree(ArenaLease lease, const TSTree& tree, const languages::Language& language,
-                       const Source& source)
+                       const Source& source, Fields fields)
     : _lease(std::move(lease)), _tree(&tree), _language(&language), _source(&source) {
-  TreeReader(*this).read();
+  if (fields == Fields::all) {
+    TreeReader<Fields::all>(*this).read();
+  } else {
+    TreeReader<Fields::on_demand>(*this).read();
+  }
 }
 
 }  // namespace engines::treesitter

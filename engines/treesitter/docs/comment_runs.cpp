@@ -5,9 +5,11 @@
 // declaration, so that a file's declarations together read each comment once.
 //
 // Tested by tests/docs_test.cpp.
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,6 +19,7 @@
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/source.h"
 #include "engines/treesitter/core/text.h"
+#include "engines/treesitter/docs/trailing_comment.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
@@ -31,6 +34,12 @@ constexpr std::array RUBY_COMMENTS{NodeType::comment};
 // What a run of comments may be interrupted by: a line end, in grammars that have nodes for them
 // (none of ours has), and what did not parse.
 constexpr std::array SEPARATORS{NodeType::newline, NodeType::error};
+
+// What a line of a Ruby comment begins with that speaks to a tool.
+constexpr std::string_view RUBY_DIRECTIVES[] = {
+    ":nodoc:", "rubocop:",     "frozen_string_literal:",    "encoding:",
+    "coding:", "warn_indent:", "shareable_constant_value:", "typed:",
+};
 
 // Removed from a C# line wherever they stand, in this order. The third has no closing bracket, so
 // that of `<param name="x">` the attribute and the bracket stay.
@@ -87,17 +96,55 @@ std::string without_tags(std::string_view text) {
   return rest.append(text.substr(begin));
 }
 
+// What a tag says by itself: of `<see cref="T"/>` that is "T", of `<param name="n">` "n: ".
+std::string said_by(std::string_view tag) {
+  for (const std::string_view attribute : {" cref=\"", " name=\""}) {
+    const std::size_t found = tag.find(attribute);
+    if (found == std::string_view::npos) continue;
+    const std::string_view value = tag.substr(found + attribute.size());
+    const std::string said(value.substr(0, value.find('"')));
+    return tag.ends_with('/') ? said : said + ": ";
+  }
+  return {};
+}
+
+// With each tag replaced by what it says. A `<` that begins none is text.
+std::string without_markup(std::string_view text) {
+  std::string rest;
+  while (true) {
+    const std::size_t open = text.find('<');
+    rest.append(text.substr(0, open));
+    if (open == std::string_view::npos) return rest;
+    text.remove_prefix(open + 1);
+    const bool is_tag = !text.empty() && (text[0] == '/' || is_word(code_point_at(text, 0).value));
+    const std::size_t close = is_tag ? text.find('>') : std::string_view::npos;
+    if (close == std::string_view::npos) {
+      rest.push_back('<');
+      if (is_tag) return rest.append(text);
+    } else {
+      rest.append(said_by(text.substr(0, close)));
+      text.remove_prefix(close + 1);
+    }
+  }
+}
+
 }  // namespace
 
 // `comment_types` is a range of node types. `handler(text, comment, collected)` gives true to go on
 // and false to stop; it may keep state of its walk.
 template <typename CommentTypes, typename Handler>
 std::optional<std::string> TreeSitterEngine::_collect_preceding_comments(
-    const Node& node, const Source& content, const CommentTypes& comment_types, Handler handler) {
+    const Node& node, const Source& content, const CommentTypes& comment_types, Handler handler,
+    Above above) {
   Collected comments;
   std::string storage;
+  std::uint32_t row_below = node.start_row();
   for (auto prev = node.previous_sibling(); prev; prev = prev->previous_sibling()) {
     if (is_one_of(prev->type(), comment_types)) {
+      if (above == Above::directly) {
+        if (prev->end_row() + 1 < row_below || is_trailing(*prev)) break;
+        row_below = prev->start_row();
+      }
       const std::string_view text = content.decoded(prev->start_byte(), prev->end_byte(), storage);
       if (!handler(text, *prev, comments)) break;
     } else if (!is_one_of(prev->type(), SEPARATORS)) {
@@ -156,10 +203,32 @@ std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& nod
   return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);
 }
 
+// Both forms of documentation, and what their markup says.
+std::optional<std::string> TreeSitterEngine::_extract_xml_doc(const Node& node,
+                                                              const Source& content) {
+  const auto handler = [](std::string_view text, const Node&, Collected& collected) {
+    std::optional<std::string> block;
+    if (text.starts_with("/**") && !text.starts_with("/***") && text != "/**/") {
+      block = _clean_block_comment(text).first;
+    } else if (text.starts_with("///") && !text.starts_with("////")) {
+      block = text.substr(3);
+    }
+    const std::string plain = without_markup(block.value_or(""));
+    if (!trim(plain).empty()) collected.insert_at_front(trim(plain));
+    return true;
+  };
+  return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);
+}
+
 // Rows are looked at between comments only: however many blank ones stand above the declaration,
 // the nearest comment counts. A line that is left out is no neighbour either.
 std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
                                                                const Source& content) {
+  return _extract_ruby_doc(node, content, Above::anywhere);
+}
+
+std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
+                                                               const Source& content, Above above) {
   std::optional<std::uint32_t> last_comment_line;
   const auto handler = [&](std::string_view text, const Node& comment, Collected& collected) {
     const std::int64_t comment_end_line = comment.end_row();
@@ -168,11 +237,15 @@ std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
     const std::string_view stripped = trim(text.substr(1));
     // A shebang, or a line for the editor or about the encoding.
     if (stripped.starts_with('!') || stripped.starts_with("-*-")) return true;
-    collected.insert_at_front(stripped);
+    const auto begins_line = [&](std::string_view mark) { return stripped.starts_with(mark); };
+    const bool is_said =
+        above == Above::anywhere ||
+        std::none_of(std::begin(RUBY_DIRECTIVES), std::end(RUBY_DIRECTIVES), begins_line);
+    if (is_said) collected.insert_at_front(stripped);
     last_comment_line = comment.start_row();
     return true;
   };
-  return _collect_preceding_comments(node, content, RUBY_COMMENTS, handler);
+  return _collect_preceding_comments(node, content, RUBY_COMMENTS, handler, above);
 }
 
 }  // namespace engines::treesitter

@@ -21,57 +21,18 @@
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/room.h"
 #include "engines/treesitter/core/syntax_tree.h"
+#include "engines/treesitter/references/standard_uses.h"
+#include "engines/treesitter/references/uses.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
 namespace {
 
-// How a node refers to something. A type stands in one row only.
-enum class Use : std::uint8_t { none, call, import, type, alias, member };
-
-struct UseRow {
-  NodeType type;
-  Use use;
-};
-
-constexpr UseRow USES[] = {
-    {NodeType::call, Use::call},                      // Python, Ruby
-    {NodeType::call_expression, Use::call},           // JavaScript, TypeScript, Go, Rust
-    {NodeType::function_call_expression, Use::call},  // PHP
-    {NodeType::invocation_expression, Use::call},     // C#
-    {NodeType::macro_invocation, Use::call},          // Rust
-    {NodeType::member_call_expression, Use::call},    // PHP
-    {NodeType::method_invocation, Use::call},         // Java
-
-    {NodeType::import_statement, Use::import},         // Python, JavaScript, TypeScript
-    {NodeType::import_from_statement, Use::import},    // Python
-    {NodeType::import_declaration, Use::import},       // Java, Go
-    {NodeType::use_declaration, Use::import},          // Rust; PHP for traits
-    {NodeType::using_directive, Use::import},          // C#
-    {NodeType::include_expression, Use::import},       // PHP
-    {NodeType::include_once_expression, Use::import},  // PHP
-    {NodeType::require_expression, Use::import},       // PHP
-    {NodeType::require_once_expression, Use::import},  // PHP
-    {NodeType::require, Use::import},  // a keyword of PHP and TypeScript, which names nothing
-
-    {NodeType::type_identifier, Use::type},    // Java, Go, Rust, TypeScript
-    {NodeType::generic_type, Use::type},       // Java, Go, Rust, TypeScript, Python
-    {NodeType::base_list, Use::type},          // C#
-    {NodeType::extends_clause, Use::type},     // TypeScript
-    {NodeType::implements_clause, Use::type},  // TypeScript
-
-    {NodeType::alias, Use::alias},  // YAML; in Ruby and C# a type of that name is none of ours
-
-    {NodeType::attribute, Use::member},                 // Python; elsewhere without a name
-    {NodeType::member_expression, Use::member},         // JavaScript, TypeScript
-    {NodeType::member_access_expression, Use::member},  // C#, PHP
-};
-
 constexpr std::size_t index_of(NodeType type) { return static_cast<std::size_t>(type); }
 
 constexpr auto USE_BY_TYPE = [] {
   std::array<Use, languages::NODE_TYPE_COUNT> table{};
-  for (const UseRow& row : USES) table[index_of(row.type)] = row.use;
+  for (const StandardUseRow& row : STANDARD_USES) table[index_of(row.type)] = row.use;
   return table;
 }();
 
@@ -80,7 +41,7 @@ constexpr std::size_t count_of_uses() {
   for (const Use use : USE_BY_TYPE) count += use != Use::none ? 1 : 0;
   return count;
 }
-static_assert(count_of_uses() == std::size(USES), "a node type has one use");
+static_assert(count_of_uses() == std::size(STANDARD_USES), "a node type has one use");
 
 constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
 
@@ -103,6 +64,9 @@ class TreeSitterEngine::ReferenceWalk {
   // Records what the node itself refers to; its descendants are later records of the tree.
   void extract_from_node(const Node& node, Use use);
 
+  // The same by the navigation rules. Names come in document order too, each on its own line.
+  void find_in_node(const Node& node, std::uint8_t concern, const Uses& uses);
+
   std::vector<ReferenceInfo> take_references() { return std::move(_references); }
 
  private:
@@ -110,6 +74,7 @@ class TreeSitterEngine::ReferenceWalk {
 
   void add(std::string_view name, std::uint32_t line, std::string_view kind);
   void add_named(std::optional<std::string_view> name, std::uint32_t line, std::string_view kind);
+  void add_use(const Uses::Row* row, const Node& name, const Uses& uses);
   std::size_t& slot_of(std::string_view name, std::string_view kind);
   void grow();
 
@@ -120,6 +85,12 @@ class TreeSitterEngine::ReferenceWalk {
   std::size_t _line_begin = 0;  // the position of that line's first reference
   std::vector<std::size_t> _slots;
   RoomShare _room;  // of the references
+
+  struct OpenRegion {
+    std::uint32_t subtree_end;
+    std::string_view name;
+  };
+  std::vector<OpenRegion> _regions;  // innermost last
 };
 
 void TreeSitterEngine::ReferenceWalk::extract_from_node(const Node& node, Use use) {
@@ -147,6 +118,31 @@ void TreeSitterEngine::ReferenceWalk::extract_from_node(const Node& node, Use us
       if (!parent || use_of(parent->type()) == Use::call) return;
       return add_named(_get_attribute_name(node), line, "call");
     }
+  }
+}
+
+void TreeSitterEngine::ReferenceWalk::find_in_node(const Node& node, std::uint8_t concern,
+                                                   const Uses& uses) {
+  while (!_regions.empty() && _regions.back().subtree_end <= node.index()) _regions.pop_back();
+  if ((concern & Uses::REGION) != 0) {
+    const std::string_view opened = uses.region(node);
+    if (!opened.empty()) {
+      _regions.push_back({node.tree().record(node.index()).subtree_end, opened});
+    }
+  }
+  const std::string_view region = _regions.empty() ? std::string_view() : _regions.back().name;
+  if ((concern & Uses::WRITTEN) != 0) add_use(uses.of_written(node, region), node, uses);
+  if ((concern & Uses::NAME) != 0) add_use(uses.of_name(node, region), node, uses);
+}
+
+void TreeSitterEngine::ReferenceWalk::add_use(const Uses::Row* row, const Node& name,
+                                              const Uses& uses) {
+  if (row == nullptr) return;
+  std::string storage;
+  const std::string_view text = uses.text(name, row->reading(), storage);
+  for (const std::string_view kind : row->kinds()) {
+    if (kind == "type" && uses.is_builtin(text)) continue;
+    add_named(text, name.start_row() + 1, kind);
   }
 }
 
@@ -200,6 +196,18 @@ std::vector<ReferenceInfo> TreeSitterEngine::_extract_references(const Node& roo
     if (i % NODES_PER_CHECK == 0) tree.source().check_cancelled();
     const Use use = use_of(tree.record(i).type);
     if (use != Use::none) walk.extract_from_node(Node(tree, i), use);
+  }
+  return walk.take_references();
+}
+
+std::vector<ReferenceInfo> TreeSitterEngine::_find_references(const Node& root) {
+  const SyntaxTree& tree = root.tree();
+  const Uses& uses = table_of<Uses>(tree.language());
+  ReferenceWalk walk(tree.language().name());
+  for (std::uint32_t i = 0; i < tree.size(); ++i) {
+    if (i % NODES_PER_CHECK == 0) tree.source().check_cancelled();
+    const std::uint8_t concern = uses.concern(tree.record(i).symbol);
+    if (concern != 0) walk.find_in_node(Node(tree, i), concern, uses);
   }
   return walk.take_references();
 }

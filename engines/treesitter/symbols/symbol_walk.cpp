@@ -1,12 +1,11 @@
-// The symbol walk: from the tree to the symbols that a file declares.
+// The symbol walk by the standard rules: from the tree to the symbols that a file declares.
 //
 // One loop over the tree's array, which is in document order. A declaration opens a scope that
 // lasts to its subtree's end, and the innermost open one names what is found inside; all other
 // nodes are transparent.
 //
 // Costs: one table lookup per node; per symbol its name and its texts; per repeat of a symbol its
-// name alone. FQNs of nested symbols repeat their ancestors, so the total text of a result is
-// bounded.
+// name alone.
 //
 // Tested by tests/symbols_test.cpp.
 #include <algorithm>
@@ -16,44 +15,31 @@
 
 #include "engines/treesitter/core/hash.h"
 #include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/room.h"
+#include "engines/treesitter/symbols/symbol_list.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
 namespace {
 
-using models::Symbol;
-
-// The kinds for which documentation is asked, and those for which a body digest is.
 bool is_documented(std::string_view kind) {
   return kind == "function" || kind == "method" || kind == "class" || kind == "interface" ||
          kind == "module";
 }
-bool is_digested(std::string_view kind) { return kind == "function" || kind == "method"; }
-
-// The most text that the symbols of one file may hold. A file of minified keys has some 30 bytes of
-// signature and name for each of its own, and a megabyte of nested keys would have 28,000.
-constexpr std::uint64_t MAX_RESULT_TEXT_FLOOR = 16 << 20;
-constexpr std::uint64_t MAX_RESULT_TEXT_PER_BYTE = 192;
 
 constexpr std::uint32_t NODES_PER_CHECK = 4096;
-
-std::uint64_t size_of(const std::optional<std::string>& text) { return text ? text->size() : 0; }
 
 }  // namespace
 
 class TreeSitterEngine::SymbolWalk {
  public:
   SymbolWalk(const TreeSitterEngine& engine, const SyntaxTree& tree, const Source& content,
-             std::string_view language, std::string fqn_prefix, std::int64_t file_id)
+             std::string_view language, SymbolList& list)
       : _engine(engine),
         _tree(tree),
         _content(content),
         _language(language),
-        _fqn_prefix(std::move(fqn_prefix)),
-        _prefix_hash(GrowingHash().append(_fqn_prefix)),
-        _file_id(file_id),
-        _text_left(MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * content.bytes().size()) {}
+        _list(list),
+        _prefix_hash(GrowingHash().append(list.fqn(SymbolList::FILE_PREFIX))) {}
 
   // The root itself is never a symbol.
   void run() {
@@ -65,15 +51,8 @@ class TreeSitterEngine::SymbolWalk {
     }
   }
 
-  std::pair<std::vector<Symbol>, std::vector<std::string>> take() {
-    return {std::move(_symbols), std::move(_errors)};
-  }
-
  private:
-  // Names an FQN: the symbol's that holds it, or, negative, one of those that the model rejected.
-  // An FQN may be as long as the file, so that no second copy is kept to find repeats.
-  using FqnId = std::int64_t;
-  static constexpr FqnId FILE_PREFIX = INT64_MAX;  // what names at the top are joined to
+  using FqnId = SymbolList::FqnId;
 
   struct KnownFqn {
     FqnId fqn;
@@ -87,18 +66,12 @@ class TreeSitterEngine::SymbolWalk {
     GrowingHash hash;  // of the FQN
   };
 
-  std::string_view fqn(FqnId id) const {
-    if (id == FILE_PREFIX) return _fqn_prefix;
-    return id >= 0 ? _symbols[static_cast<std::size_t>(id)].fqn
-                   : _rejected_fqns[static_cast<std::size_t>(-1 - id)];
-  }
-
   // Gives the index of the node to visit next.
   std::uint32_t extract_node(const Node& node) {
     const std::uint32_t next = node.index() + 1;
     const auto kind = _node_type_to_symbol_kind(node, _language);
     if (!kind) return next;
-    auto name = _get_symbol_name(node, _language);
+    const auto name = _get_symbol_name(node, _language);
     if (!name) return next;
 
     // The first declaration of an FQN wins; a later one goes with everything nested in it.
@@ -106,110 +79,57 @@ class TreeSitterEngine::SymbolWalk {
     GrowingHash hash = _open.empty() ? _prefix_hash : _open.back().hash;
     hash.append(".").append(*name);
     if (is_seen(hash, *name)) return subtree_end;
-    const FqnId parent_id = parent();
-    const FqnId id = add_symbol(node, *kind, *name);
-    _fqns_by_hash.emplace(hash.value(), KnownFqn{id, parent_id});
+    const FqnId id = add_symbol({parent(), node, node, *kind, *name, *name});
+    _fqns_by_hash.emplace(hash.value(), KnownFqn{id, parent()});
     _open.push_back({subtree_end, id, hash});
     return next;
   }
 
   // The FQN is not made for this: a repeat costs its name, and not the names of its ancestors.
   bool is_seen(const GrowingHash& hash, std::string_view name) const {
-    const std::string_view prefix = fqn(parent());
+    const std::string_view prefix = _list.fqn(parent());
     const auto [first, last] = _fqns_by_hash.equal_range(hash.value());
     return std::any_of(first, last, [&](const auto& each) {
-      const std::string_view known = fqn(each.second.fqn);
+      const std::string_view known = _list.fqn(each.second.fqn);
       return known.size() == prefix.size() + 1 + name.size() && known.ends_with(name) &&
              (each.second.parent == parent() ||
               (known[prefix.size()] == '.' && known.starts_with(prefix)));
     });
   }
 
-  FqnId parent() const { return _open.empty() ? FILE_PREFIX : _open.back().fqn; }
+  FqnId parent() const { return _open.empty() ? SymbolList::FILE_PREFIX : _open.back().fqn; }
 
-  std::string qualified(std::string_view name) const {
-    const std::string_view prefix = fqn(parent());
-    std::string text;
-    text.reserve(prefix.size() + 1 + name.size());
-    return text.append(prefix).append(1, '.').append(name);
-  }
-
-  FqnId add_symbol(const Node& node, std::string_view kind, const std::string& name) {
-    _content.check_cancelled();  // an FQN may be as long as the file
-    spend(fqn(parent()).size() + 1 + 2 * name.size());
-    models::SymbolArguments arguments{
-        .id = std::nullopt,
-        .file_id = _file_id,
-        .name = name,
-        .kind = kind,
-        .fqn = qualified(name),
-        .start_line = node.start_row() + 1,
-        .end_line = node.end_row() + 1,
-        .signature = signature(node),
-        .is_export = _engine._is_exported(node, _language),
-        .docstring =
-            is_documented(kind) ? _extract_docstring(node, _content, _language) : std::nullopt,
-        .body_digest = is_digested(kind) ? _extract_body_digest(node, _content) : std::nullopt,
-    };
-    spend(size_of(arguments.signature) + size_of(arguments.docstring) +
-          size_of(arguments.body_digest));
-    try {
-      _symbols.emplace_back(std::move(arguments));
-      return static_cast<FqnId>(_symbols.size()) - 1;
-    } catch (const std::invalid_argument& error) {
-      _errors.push_back("Invalid symbol " + name + ": " + error.what());
-      _rejected_fqns.push_back(qualified(name));
-      return -static_cast<FqnId>(_rejected_fqns.size());
+  FqnId add_symbol(const SymbolList::Found& found) {
+    models::SymbolArguments arguments = _list.begin(found);
+    arguments.is_export = _engine._is_exported(found.node, _language);
+    if (is_documented(found.kind)) {
+      arguments.docstring = _extract_docstring(found.node, _content, _language);
     }
-  }
-
-  // Symbols of one row have one signature, and a minified file has one row for all of them.
-  const std::optional<std::string>& signature(const Node& node) {
-    if (_signature_row != node.start_row()) {
-      _signature = _get_signature(node, _content, _language);
-      _signature_row = node.start_row();
-    }
-    return _signature;
-  }
-
-  void spend(std::uint64_t size) {
-    if (size <= _text_left) {
-      _text_left -= size;
-      _room.add(size);
-      return;
-    }
-    throw ResultLimitError(
-        "the symbols of this file hold more text than " +
-        std::to_string(MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * _content.bytes().size()) +
-        " bytes");
+    return _list.add(found, std::move(arguments));
   }
 
   const TreeSitterEngine& _engine;
   const SyntaxTree& _tree;
   const Source& _content;
   const std::string_view _language;
-  const std::string _fqn_prefix;
+  SymbolList& _list;
   const GrowingHash _prefix_hash;
-  const std::int64_t _file_id;
 
-  std::vector<Symbol> _symbols;
-  std::vector<std::string> _errors;
-  std::vector<std::string> _rejected_fqns;
   std::pmr::monotonic_buffer_resource _memory;  // of the table, given back as a whole
   std::pmr::unordered_multimap<std::uint64_t, KnownFqn> _fqns_by_hash{&_memory};
   std::vector<Open> _open;  // innermost last
-  std::optional<std::uint32_t> _signature_row;
-  std::optional<std::string> _signature;
-  std::uint64_t _text_left;
-  RoomShare _room;  // of the texts
 };
 
-std::pair<std::vector<Symbol>, std::vector<std::string>> TreeSitterEngine::_extract_symbols(
+std::pair<std::vector<models::Symbol>, std::vector<std::string>> TreeSitterEngine::_extract_symbols(
     const Node& root, const Source& content, std::string_view language,
     const std::filesystem::path& file_path, std::int64_t file_id) const {
-  SymbolWalk walk(*this, root.tree(), content, language, _path_to_fqn(file_path), file_id);
-  walk.run();
-  return walk.take();
+  SymbolList list(content, language, _path_to_fqn(file_path), file_id);
+  if (_navigates(language)) {
+    _find_declarations(root, content, list);
+  } else {
+    SymbolWalk(*this, root.tree(), content, language, list).run();
+  }
+  return list.take();
 }
 
 }  // namespace engines::treesitter

@@ -1,0 +1,103 @@
+// The documentation of a declaration under the navigation rules: the same conventions as under the
+// standard ones, looked for where the declaration's holder stands (core/holder.h).
+//
+// Tested by tests/navigation_test.cpp.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "engines/treesitter/core/grammar_rows.h"
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+// Where a language's documentation stands, and how it is told from other comments.
+enum class Convention : std::uint8_t {
+  block_above,  // a block comment above the holder, or above what may stand in between
+  run_above,    // comments that begin in a certain way (doc_runs.cpp)
+  xml_above,    // the same with markup
+  lines_above,  // comments directly above what begins with the holder
+  within,       // a text at the head of the body
+};
+
+struct ConventionRow {
+  In languages;
+  Convention convention;
+};
+constexpr ConventionRow CONVENTIONS[] = {
+    {In::script | In::java | In::php, Convention::block_above},
+    {In::go | In::rust | In::sql, Convention::run_above},
+    {In::csharp, Convention::xml_above},
+    {In::ruby, Convention::lines_above},
+    {In::python, Convention::within},
+};
+
+// What may stand between a declaration and its block comment, where the grammar makes it a sibling.
+struct PassedRow {
+  In languages;
+  std::string_view types;
+};
+constexpr PassedRow PASSED_ROWS[] = {
+    {In::typed_script, "decorator"},
+};
+
+struct DocumentationRules {
+  explicit DocumentationRules(const languages::Language& language) {
+    for (const ConventionRow& row : CONVENTIONS) {
+      if (speaks_of(row.languages, language.name())) convention = row.convention;
+    }
+    for (const PassedRow& row : PASSED_ROWS) {
+      if (speaks_of(row.languages, language.name())) passed = SymbolSet(language, row.types);
+    }
+  }
+
+  Convention convention{};
+  SymbolSet passed;
+};
+
+// As far as a declaration stands below what its comment stands above.
+constexpr int MOST_STEPS = 4;
+
+// The outermost node that begins with this one. What stands above the first declaration of a body,
+// a grammar may hang beside the body.
+Node beginning_with(Node node) {
+  for (int i = 0; i < MOST_STEPS && !node.previous_record(); ++i) {
+    const std::optional<Node> parent = node.parent();
+    if (!parent || parent->start_byte() != node.start_byte()) break;
+    node = *parent;
+  }
+  return node;
+}
+
+}  // namespace
+
+std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& node,
+                                                                 const Node& holder,
+                                                                 const Source& content) {
+  const languages::Language& language = node.tree().language();
+  const auto& [convention, passed] = table_of<DocumentationRules>(language);
+  switch (convention) {
+    case Convention::within:
+      return _extract_docstring(node, content, language.name());
+    case Convention::run_above:
+      return _read_doc_run(node, holder, content);
+    case Convention::xml_above:
+      return _extract_xml_doc(holder, content);
+    case Convention::lines_above:
+      return _extract_ruby_doc(beginning_with(holder), content, Above::directly);
+    case Convention::block_above:
+      break;
+  }
+  std::optional<Node> documented = holder;
+  while (true) {
+    auto documentation = _extract_docstring(*documented, content, language.name());
+    if (documentation) return documentation;
+    documented = documented->previous_sibling();
+    if (!documented || !passed.contains(documented->symbol())) return std::nullopt;
+  }
+}
+
+}  // namespace engines::treesitter

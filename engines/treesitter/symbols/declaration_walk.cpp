@@ -1,0 +1,163 @@
+// The symbol walk by the navigation rules: every declaration counts, and one node may declare
+// several names. What declares stands in declaration_table.h; this loop knows no language.
+//
+// Costs: one table lookup per node; per symbol its names, its texts and what is asked of the nodes
+// around it, which is a fixed number of steps.
+//
+// Tested by tests/golden and tests/navigation_test.cpp.
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/surroundings.h"
+#include "engines/treesitter/symbols/declarations.h"
+#include "engines/treesitter/symbols/symbol_list.h"
+#include "engines/treesitter/treesitter.h"
+
+namespace engines::treesitter {
+namespace {
+
+// Whether what is declared within is local to it.
+bool is_body(std::string_view kind) {
+  return kind.empty() || kind == "function" || kind == "method";
+}
+
+constexpr std::uint32_t NODES_PER_CHECK = 4096;
+
+}  // namespace
+
+class TreeSitterEngine::DeclarationWalk {
+ public:
+  DeclarationWalk(const SyntaxTree& tree, const Source& content, SymbolList& list)
+      : _tree(tree),
+        _content(content),
+        _declarations(table_of<Declarations>(tree.language())),
+        _file(_read_visibility(Node(tree, 0))),
+        _list(list) {}
+
+  // From the root on: a row may speak of a file that is one ERROR.
+  void run() {
+    for (std::uint32_t index = 0; index < _tree.size(); ++index) {
+      if (index % NODES_PER_CHECK == 0) _content.check_cancelled();
+      while (!_open.empty() && _open.back().end <= index) _open.pop_back();
+      if (_declarations.concern(_tree.record(index).symbol)) visit(Node(_tree, index));
+    }
+  }
+
+ private:
+  using FqnId = SymbolList::FqnId;
+
+  // A declaration, or a scope without one, that is open around what is visited.
+  struct Open {
+    std::uint32_t node;
+    std::uint32_t end;  // of the nodes that lie within it
+    FqnId fqn;
+    Around around;  // what lies within is told to lie in
+    bool is_visible;
+    bool is_local;  // a function, or within one
+    bool stays_open;
+  };
+
+  void visit(const Node& node) {
+    const Around around = _open.empty() ? Around::file : _open.back().around;
+    const Declaration* const row = _declarations.of(node, around);
+    if (row == nullptr) return;
+    const Node region = row->stays_open() ? node.parent().value_or(node) : node;
+    const std::uint32_t end = _tree.record(region.index()).subtree_end;
+    if (row->stays_open()) close_stayed(end);
+    std::optional<Open> aside;
+    if (row->is_beside() && !_open.empty()) {
+      aside = _open.back();
+      _open.pop_back();
+    }
+    const std::optional<FqnId> opened =
+        row->kind().empty() ? open_scope(node, *row) : declare(node, *row);
+    if (aside) _open.push_back(*aside);
+    if (!opened) return;
+    const Around within = row->kind().empty() ? Around::value : around_within(row->kind());
+    _open.push_back({node.index(), end, *opened, within, _list.is_visible(*opened),
+                     is_local() || is_body(row->kind()), row->stays_open()});
+  }
+
+  // Gives what lies within, if anything does: of several names, in the first.
+  std::optional<FqnId> declare(const Node& node, const Declaration& row) {
+    std::optional<FqnId> opened;
+    for (const Node& carrier : row.names(node, _declarations.own_names())) {
+      const std::string name = OwnNames::text(carrier);
+      if (name.empty() || (!row.has_own_lines() && is_named_above(node, name))) continue;
+      const Node& lines = row.has_own_lines() ? carrier : node;
+      const std::string qualified_name = qualified(node, row, carrier);
+      const FqnId id = add_symbol({parent(), node, lines, row.kind(), name, qualified_name});
+      if (!opened && row.opens_scope()) opened = id;
+    }
+    // What has no name that could be read, such as one that is computed, hides its locals too.
+    if (!opened && row.opens_scope() && is_body(row.kind())) opened = parent();
+    return opened;
+  }
+
+  // A scope that declares nothing: its members stand under its name, if it has one.
+  FqnId open_scope(const Node& node, const Declaration& row) {
+    for (const Node& carrier : row.names(node, _declarations.own_names())) {
+      const std::string name = qualified(node, row, carrier);
+      if (!name.empty()) return _list.add_scope(parent(), name);
+    }
+    return parent();
+  }
+
+  // Whether the node is what a declaration of the same name gives its name to, as in
+  // `f = function f() {}`, and no second declaration.
+  bool is_named_above(const Node& node, std::string_view name) const {
+    const std::optional<Node> above = node.parent();
+    if (_open.empty() || !above || _open.back().node != above->index()) return false;
+    const std::string_view known = _list.fqn(parent());
+    return known.ends_with(name) && known.substr(0, known.size() - name.size()).ends_with('.');
+  }
+
+  // What stayed open to the same end is over where the next such declaration begins.
+  void close_stayed(std::uint32_t end) {
+    while (!_open.empty() && _open.back().stays_open && _open.back().end == end) _open.pop_back();
+  }
+
+  FqnId parent() const { return _open.empty() ? SymbolList::FILE_PREFIX : _open.back().fqn; }
+  bool is_local() const { return !_open.empty() && _open.back().is_local; }
+
+  // What a name adds to the FQN around it.
+  std::string qualified(const Node& node, const Declaration& row, const Node& carrier) const {
+    const OwnNames& own = _declarations.own_names();
+    if (const auto owner = row.owner(node, own)) {
+      return OwnNames::text(*owner).append(1, '.').append(OwnNames::text(carrier));
+    }
+    return dotted(OwnNames::text(row.is_qualified() ? own.whole(carrier) : carrier));
+  }
+
+  FqnId add_symbol(const SymbolList::Found& found) {
+    const Holders& holders = _declarations.holders();
+    const Surroundings around{
+        .file = *_file,
+        .qualified_name = found.qualified_name,
+        .is_at_top = parent() == SymbolList::FILE_PREFIX,
+        .is_local = is_local(),
+        .is_owner_visible = _open.empty() ? std::nullopt : std::optional(_open.back().is_visible)};
+    models::SymbolArguments arguments = _list.begin(found);
+    arguments.is_export = _is_visible(found.node, holders.of(found.lines), found.name, around);
+    arguments.docstring =
+        _find_documentation(found.node, holders.documented(found.lines), _content);
+    return _list.add(found, std::move(arguments));
+  }
+
+  const SyntaxTree& _tree;
+  const Source& _content;
+  const Declarations& _declarations;
+  const std::shared_ptr<const FileVisibility> _file;
+  SymbolList& _list;
+  std::vector<Open> _open;  // innermost last
+};
+
+void TreeSitterEngine::_find_declarations(const Node& root, const Source& content,
+                                          SymbolList& list) {
+  DeclarationWalk(root.tree(), content, list).run();
+}
+
+}  // namespace engines::treesitter

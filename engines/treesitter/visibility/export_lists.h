@@ -1,0 +1,35 @@
+// What a file's own lists say of the names that are seen outside it, such as `export { f }`.
+//
+// One loop over the file's nodes, at one load for each of them, and over what the lists hold.
+//
+// Tested by tests/navigation_test.cpp.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+#include "engines/treesitter/core/hash.h"
+#include "engines/treesitter/core/node.h"
+
+namespace engines::treesitter {
+
+class ExportList {
+ public:
+  explicit ExportList(const Node& root);
+
+  // Whether the file has a list, which may be empty.
+  bool is_there() const { return _is_there; }
+  bool contains(std::string_view name) const { return _names.contains(std::string(name)); }
+
+ private:
+  struct Hash {
+    std::size_t operator()(const std::string& text) const { return hash_of(text); }
+  };
+
+  bool _is_there = false;
+  std::unordered_set<std::string, Hash> _names;
+};
+
+}  // namespace engines::treesitter

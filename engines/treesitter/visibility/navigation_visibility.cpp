@@ -1,0 +1,219 @@
+// Whether a declaration is seen outside its file, under the navigation rules: what the language's
+// own convention says, in a table.
+//
+// A question costs the first modifiers of the declaration's holder (core/holder.h).
+//
+// Tested by tests/navigation_test.cpp.
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "engines/treesitter/core/holder.h"
+#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/surroundings.h"
+#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/treesitter.h"
+#include "engines/treesitter/visibility/file_visibility.h"
+
+namespace engines::treesitter {
+namespace {
+
+// The first row that holds decides. Where none does, it is the opposite of what the last one says.
+enum class Sign : std::uint8_t {
+  modifier,     // the holder has one of these modifiers
+  name_prefix,  // the name begins with one of these
+  upper_case,   // the name begins in upper case
+  itself,       // the declaration is of one of these types
+  within,       // the holder's parent is of one of these types
+  member,       // the parent of the holder's parent is
+  owner_field,  // that one has one of these fields in its head
+  below,        // right above it stands a node of the first type that has the second text in it
+  scope,        // the nearest scope (core/syntax_tree.h) is of one of these types
+  listed,       // the file's list of exports (export_lists.h) holds it
+  unlisted,     // it does not, though there is one
+  local,        // it stands within a function
+  hidden,       // a word beside it hides it (hiding_words.h)
+  in_visible,   // it is declared in something that is visible
+  in_hidden,    // it is declared in something that is not
+};
+
+struct VisibilityRow {
+  In languages;
+  bool shows;
+  Sign sign;
+  std::string_view values = "";
+};
+
+constexpr VisibilityRow ROWS[] = {
+    {In::python, true, Sign::listed},
+    {In::python, false, Sign::unlisted},
+    {In::python, false, Sign::local},
+    {In::python, false, Sign::in_hidden},
+    {In::python, false, Sign::name_prefix, "_"},
+    {In::ruby, false, Sign::hidden},
+    {In::java, false, Sign::modifier, "private"},
+    {In::java, true, Sign::modifier, "public"},
+    {In::java, true, Sign::within, "interface_body annotation_type_body enum_body"},
+    {In::java, true, Sign::within, "spread_parameter"},  // of a record: a public accessor
+    {In::java, true, Sign::itself, "package_declaration module_declaration formal_parameter"},
+    {In::csharp, false, Sign::modifier, "private protected internal"},
+    {In::csharp, true, Sign::modifier, "public"},
+    {In::csharp, true, Sign::member, "interface_declaration"},
+    {In::csharp, true, Sign::itself, "enum_member_declaration"},
+    {In::csharp, true, Sign::itself, "namespace_declaration file_scoped_namespace_declaration"},
+    {In::csharp, true, Sign::itself, "parameter parameter_list"},  // of a record: public properties
+    {In::go, false, Sign::local},
+    {In::go, true, Sign::itself, "package_clause"},
+    {In::go, true, Sign::upper_case},
+    {In::php, false, Sign::modifier, "private protected"},
+    {In::rust, false, Sign::local},
+    {In::rust, false, Sign::modifier, "pub(self)"},
+    {In::rust, true, Sign::modifier, "pub"},
+    {In::rust, true, Sign::member, "trait_item enum_variant"},
+    {In::rust, true, Sign::owner_field, "trait"},
+    {In::rust, true, Sign::itself, "impl_item enum_variant"},
+    {In::rust, true, Sign::below, "attribute_item macro_export"},
+    {In::script, false, Sign::modifier, "private protected"},
+    {In::script, false, Sign::name_prefix, "#"},
+    {In::script, true, Sign::listed},
+    {In::script, false, Sign::local},
+    {In::script, true, Sign::in_visible},
+    {In::script, true, Sign::scope, "export_statement"},
+};
+
+// A head has fewer parts than this, unless the file was made so.
+constexpr int MOST_PARTS = 64;
+
+// Ends at the declaration before, so that those of a file together look at each node once.
+bool stands_below(const Node& holder, const SymbolSet& types, std::string_view text) {
+  for (auto above = holder.previous_record(); above; above = above->previous_record()) {
+    if (types.contains(above->symbol())) {
+      if (above->bytes().find(text) != std::string_view::npos) return true;
+    } else if (!is_comment(*above)) {
+      break;
+    }
+  }
+  return false;
+}
+
+// A row with its texts resolved for a language.
+class VisibilitySign {
+ public:
+  VisibilitySign(const languages::Language& language, const VisibilityRow& row)
+      : shows(row.shows),
+        _sign(row.sign),
+        _texts(split_whitespace(row.values)),
+        _types(language, row.values) {
+    for (const std::string_view text : _texts) _fields.push_back(language.field_id(text));
+  }
+
+  bool holds(const Node& node, const Node& holder, std::string_view name, const Holders& holders,
+             const Surroundings& around) const {
+    switch (_sign) {
+      case Sign::modifier:
+        return is_any([&](std::string_view word) { return holders.has_modifier(holder, word); });
+      case Sign::name_prefix:
+        return is_any([&](std::string_view prefix) { return name.starts_with(prefix); });
+      case Sign::upper_case:
+        return is_upper(first(name, 1));
+      case Sign::itself:
+        return _types.contains(node.symbol());
+      case Sign::within:
+        return is_typed(holder.parent());
+      case Sign::member:
+        return is_typed(owner(holder));
+      case Sign::owner_field:
+        return has_field(owner(holder));
+      case Sign::below:
+        return stands_below(holder, _types, _texts.back());
+      case Sign::scope:
+        return is_typed(node.scope());
+      case Sign::listed:
+        return may_be_listed(around) && is_listed(name, around);
+      case Sign::unlisted:
+        return may_be_listed(around) && !is_listed(name, around);
+      case Sign::local:
+        return around.is_local;
+      case Sign::hidden:
+        return around.file.hiding_words.hide(node, name);
+      case Sign::in_visible:
+        return around.is_owner_visible == true;
+      case Sign::in_hidden:
+        return around.is_owner_visible == false;
+    }
+    return false;
+  }
+
+  const bool shows;
+
+ private:
+  template <typename Holds>
+  bool is_any(Holds holds) const {
+    return std::any_of(_texts.begin(), _texts.end(), holds);
+  }
+
+  bool is_typed(const std::optional<Node>& node) const {
+    return node && _types.contains(node->symbol());
+  }
+
+  static std::optional<Node> owner(const Node& holder) {
+    const std::optional<Node> parent = holder.parent();
+    return parent ? parent->parent() : std::nullopt;
+  }
+
+  bool has_field(const std::optional<Node>& node) const {
+    if (!node) return false;
+    int seen = 0;
+    for (const Node part : node->children()) {
+      if (is_one_of(part.field(), _fields)) return true;
+      if (++seen == MOST_PARTS) break;
+    }
+    return false;
+  }
+
+  static bool may_be_listed(const Surroundings& around) {
+    return around.is_at_top && around.file.exports.is_there();
+  }
+
+  // What belongs to a name is listed with it.
+  static bool is_listed(std::string_view name, const Surroundings& around) {
+    const std::string_view owner = around.qualified_name.substr(0, around.qualified_name.find('.'));
+    return around.file.exports.contains(name) || around.file.exports.contains(owner);
+  }
+
+  Sign _sign;
+  std::vector<std::string_view> _texts;
+  SymbolSet _types;                    // the texts, where they are types
+  std::vector<std::uint16_t> _fields;  // the texts, where they are fields
+};
+
+struct VisibilitySigns {
+  explicit VisibilitySigns(const languages::Language& language) : holders(language) {
+    for (const VisibilityRow& row : ROWS) {
+      if (speaks_of(row.languages, language.name())) signs.emplace_back(language, row);
+    }
+  }
+
+  Holders holders;
+  std::vector<VisibilitySign> signs;
+};
+
+}  // namespace
+
+bool TreeSitterEngine::_is_visible(const Node& node, const Node& holder, std::string_view name,
+                                   const Surroundings& surroundings) {
+  const auto& [holders, signs] = table_of<VisibilitySigns>(node.tree().language());
+  for (const VisibilitySign& sign : signs) {
+    if (sign.holds(node, holder, name, holders, surroundings)) return sign.shows;
+  }
+  return signs.empty() || !signs.back().shows;
+}
+
+std::shared_ptr<const FileVisibility> TreeSitterEngine::_read_visibility(const Node& root) {
+  return std::make_shared<const FileVisibility>(root);
+}
+
+}  // namespace engines::treesitter

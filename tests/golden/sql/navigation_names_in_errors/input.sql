@@ -1,0 +1,4 @@
+CREATE TABLE t1 (a int);
+delimiter //
+CREATE TRIGGER counted AFTER UPDATE ON t1 FOR EACH ROW BEGIN UPDATE t2 SET a = 1; END//
+DROP TRIGGER old_one//
