@@ -9,6 +9,7 @@
 
 #include "engines/treesitter/core/grammar_rows.h"
 #include "engines/treesitter/core/node.h"
+#include "engines/treesitter/core/own_name.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
@@ -20,7 +21,7 @@ enum class Convention : std::uint8_t {
   run_above,    // comments that begin in a certain way (doc_runs.cpp)
   xml_above,    // the same with markup
   lines_above,  // comments directly above what begins with the holder
-  within,       // a text at the head of the body
+  within,       // a text at the head of the body, or behind what has none
 };
 
 struct ConventionRow {
@@ -44,6 +45,17 @@ constexpr PassedRow PASSED_ROWS[] = {
     {In::typed_script, "decorator"},
 };
 
+// What has no body, and the statement behind it whose first part is a text.
+struct BehindRow {
+  In languages;
+  std::string_view types;
+  std::string_view statement;
+  std::string_view text;
+};
+constexpr BehindRow BEHIND_ROWS[] = {
+    {In::python, "assignment", "expression_statement", "string"},
+};
+
 struct DocumentationRules {
   explicit DocumentationRules(const languages::Language& language) {
     for (const ConventionRow& row : CONVENTIONS) {
@@ -52,10 +64,27 @@ struct DocumentationRules {
     for (const PassedRow& row : PASSED_ROWS) {
       if (speaks_of(row.languages, language.name())) passed = SymbolSet(language, row.types);
     }
+    for (const BehindRow& row : BEHIND_ROWS) {
+      if (!speaks_of(row.languages, language.name())) continue;
+      bodiless = SymbolSet(language, row.types);
+      statement = SymbolSet(language, row.statement);
+      text = SymbolSet(language, row.text);
+    }
+  }
+
+  // The text behind the holder of a declaration that has no body.
+  std::optional<Node> text_behind(const Node& node, const Node& holder) const {
+    if (!bodiless.contains(node.symbol())) return std::nullopt;
+    const std::optional<Node> behind = holder.next_sibling();
+    if (!behind || !statement.contains(behind->symbol())) return std::nullopt;
+    std::optional<Node> first = Place(node.tree().language(), "<").in(*behind);
+    if (first && !text.contains(first->symbol())) first.reset();
+    return first;
   }
 
   Convention convention{};
   SymbolSet passed;
+  SymbolSet bodiless, statement, text;
 };
 
 // As far as a declaration stands below what its comment stands above.
@@ -78,9 +107,15 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
                                                                  const Node& holder,
                                                                  const Source& content) {
   const languages::Language& language = node.tree().language();
-  const auto& [convention, passed] = table_of<DocumentationRules>(language);
-  switch (convention) {
+  const DocumentationRules& rules = table_of<DocumentationRules>(language);
+  std::string storage;
+  switch (rules.convention) {
     case Convention::within:
+      if (const std::optional<Node> text = rules.text_behind(node, holder)) {
+        return _clean_python_docstring(
+                   content.decoded(text->start_byte(), text->end_byte(), storage))
+            .first;
+      }
       return _extract_docstring(node, content, language.name());
     case Convention::run_above:
       return _read_doc_run(node, holder, content);
@@ -96,7 +131,7 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
     auto documentation = _extract_docstring(*documented, content, language.name());
     if (documentation) return documentation;
     documented = documented->previous_sibling();
-    if (!documented || !passed.contains(documented->symbol())) return std::nullopt;
+    if (!documented || !rules.passed.contains(documented->symbol())) return std::nullopt;
   }
 }
 

@@ -27,8 +27,10 @@ enum class Sign : std::uint8_t {
   name_prefix,  // the name begins with one of these
   upper_case,   // the name begins in upper case
   itself,       // the declaration is of one of these types
+  held,         // the holder is
   within,       // the holder's parent is of one of these types
   member,       // the parent of the holder's parent is
+  around,       // one of the nodes around the holder is, not too far out
   owner_field,  // that one has one of these fields in its head
   below,        // right above it stands a node of the first type that has the second text in it
   scope,        // the nearest scope (core/syntax_tree.h) is of one of these types
@@ -80,6 +82,11 @@ constexpr VisibilityRow ROWS[] = {
     {In::script, false, Sign::name_prefix, "#"},
     {In::script, true, Sign::listed},
     {In::script, false, Sign::local},
+    {In::typed_script, true, Sign::held, "export_statement"},
+    {In::typed_script, true, Sign::itself, "module"},  // `declare module "m"`
+    {In::typed_script, false, Sign::in_hidden},
+    {In::typed_script, true, Sign::around, "ambient_declaration"},  // there all is exported
+    {In::typed_script, false, Sign::member, "internal_module module"},
     {In::script, true, Sign::in_visible},
     {In::script, true, Sign::scope, "export_statement"},
 };
@@ -95,6 +102,17 @@ bool stands_below(const Node& holder, const SymbolSet& types, std::string_view t
     } else if (!is_comment(*above)) {
       break;
     }
+  }
+  return false;
+}
+
+// Nobody nests declarations deeper by hand than this many nodes.
+constexpr int MOST_AROUND = 16;
+
+bool stands_within(const Node& holder, const SymbolSet& types) {
+  std::optional<Node> around = holder.parent();
+  for (int i = 0; around && i < MOST_AROUND; ++i, around = around->parent()) {
+    if (types.contains(around->symbol())) return true;
   }
   return false;
 }
@@ -121,10 +139,14 @@ class VisibilitySign {
         return is_upper(first(name, 1));
       case Sign::itself:
         return _types.contains(node.symbol());
+      case Sign::held:
+        return _types.contains(holder.symbol());
       case Sign::within:
         return is_typed(holder.parent());
       case Sign::member:
         return is_typed(owner(holder));
+      case Sign::around:
+        return stands_within(holder, _types);
       case Sign::owner_field:
         return has_field(owner(holder));
       case Sign::below:

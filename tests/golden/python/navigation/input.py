@@ -78,3 +78,18 @@ def _price_of(article):
 
 class _Hidden:
     def shown(self): pass
+
+
+class Registry:
+    size: int = 0
+    """How many there are."""
+    items: t.Optional["Article"] = None
+    # Not about items.
+    """Nor is this."""
+
+    def fill(self, *args: P.args, **kwargs: P.kwargs) -> t.Literal["full"]:
+        HANDLERS[self.size](isinstance(self, Pair | shop.Cents))
+        return Shelf[int](cast("Money", args)).of[int]()
+
+
+Owner: t.TypeAlias = "Registry"

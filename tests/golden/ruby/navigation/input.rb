@@ -105,3 +105,6 @@ end
 class ::Top < Data.define(:id); end
 
 def Top.other; end
+
+require "parts/#{name}" unless heavy?
+[ready?, { at: save! }].each { done? ? stop! : !open? }

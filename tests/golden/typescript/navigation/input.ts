@@ -85,4 +85,7 @@ export const { log, level: threshold } = Level.current(), [first] = process.argv
 const routes = { home: () => fs.read(1), about() {} } satisfies Routes, pair: [Left, ...Right[]] = [1];
 for (let i = 0; i < 1; i++) { try { create(i); } catch (error: unknown) { const kept: Failure = error; } }
 (fs as any).access<Level>?.(new (Base as Constructor<Item<string>>)()), (<Sync>sync)!(), load9();
+export namespace Units { function own() {} export class Gram { weigh() {} } class Hidden { weigh() {} } }
+declare module "units" { const kilo: number; namespace Deep { interface Ton { weight: Kilo } } }
+declare global { interface Window { units: Units } }
 export = MemoryStore;
