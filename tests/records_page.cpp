@@ -102,7 +102,10 @@ std::string condition_words(std::string_view text) {
   if (asked.empty()) asked = "it";
   if (end == text.size()) return (is_absence ? "no " : "a ") + asked;
   const std::string values = codes(text.substr(end + 1));
-  if (text[end] == '~') return asked + (is_absence ? " not" : "") + " in upper case";
+  if (text[end] == '~') {
+    const std::string shape = trim(text.substr(end + 1)) == "upper" ? " in upper case" : " a name";
+    return asked + (is_absence ? " not" : "") + shape;
+  }
   return asked + (is_absence ? " ≠ " : " = ") + values;
 }
 
@@ -198,7 +201,8 @@ Column navigation_references(const Language& language) {
     const std::string within =
         row.terms.within.empty() ? "" : "within " + std::string(row.terms.within);
     const std::string where = joined(
-        {place_words(row.place), codes(row.terms.name), within, conditions_words(row.terms.when)},
+        {place_words(row.place), codes(row.terms.name), within, conditions_words(row.terms.when),
+         row.terms.is_upper_case ? "begins in upper case" : ""},
         "; ");
     const std::string words = kinds.empty() ? "nothing" : joined(kinds, ", ");
     for (const std::string_view type : split_whitespace(row.above))

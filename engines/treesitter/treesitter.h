@@ -300,13 +300,13 @@ class TreeSitterEngine {
   static std::optional<std::string> _extract_python_docstring(const Node& node,
                                                               const Source& content);
   static std::pair<std::optional<std::string>, bool> _clean_python_docstring(std::string_view text);
+  // Which of the comments above a declaration count: all of them, those that stand behind no code,
+  // or of these those on the lines directly above it.
+  enum class Above : std::uint8_t { anywhere, alone, directly };
   static std::optional<std::string> _extract_preceding_block_comment(const Node& node,
                                                                      const Source& content,
-                                                                     std::string_view prefix);
+                                                                     Above above);
   static std::pair<std::optional<std::string>, bool> _clean_block_comment(std::string_view text);
-  // Which of the comments above a declaration count: all of them, or those that stand on the lines
-  // directly above it and behind no code.
-  enum class Above : std::uint8_t { anywhere, directly };
   template <typename CommentTypes, typename Handler>
   static std::optional<std::string> _collect_preceding_comments(const Node& node,
                                                                 const Source& content,

@@ -14,10 +14,25 @@
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/source.h"
 #include "engines/treesitter/core/text.h"
+#include "engines/treesitter/docs/trailing_comment.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
 namespace {
+
+// What an accepted block comment begins with.
+constexpr std::string_view DOC_COMMENT_PREFIX = "/**";
+
+// What opens the body or the file that a comment behind it stands in.
+constexpr std::string_view OPENINGS[] = {"{", "(", "[", "php_tag"};
+
+// Whether the comment speaks of the code in front of it. Where the declaration follows on the same
+// line, it does not.
+bool is_of_code_before(const Node& comment, const Node& declaration) {
+  if (comment.end_row() == declaration.start_row() || !is_trailing(comment)) return false;
+  const std::optional<Node> before = comment.previous_sibling();
+  return before && !is_one_of(before->type_text(), OPENINGS);
+}
 
 // "/**" is one opening, so that of "/**/" only the "/" is left and no closing is found in it.
 std::string_view without_delimiters(std::string_view text) {
@@ -38,14 +53,16 @@ std::string_view without_margin(std::string_view line) {
 
 }  // namespace
 
-std::optional<std::string> TreeSitterEngine::_extract_preceding_block_comment(
-    const Node& node, const Source& content, std::string_view prefix) {
+std::optional<std::string> TreeSitterEngine::_extract_preceding_block_comment(const Node& node,
+                                                                              const Source& content,
+                                                                              Above above) {
   std::string storage;
   for (auto prev = node.previous_sibling(); prev; prev = prev->previous_sibling()) {
     if (prev->type() == NodeType::error) continue;
     if (prev->type() != NodeType::comment) break;
     const std::string_view text = content.decoded(prev->start_byte(), prev->end_byte(), storage);
-    if (text.starts_with(prefix)) return _clean_block_comment(text).first;
+    if (above == Above::alone && is_of_code_before(*prev, node)) break;
+    if (text.starts_with(DOC_COMMENT_PREFIX)) return _clean_block_comment(text).first;
   }
   return std::nullopt;
 }

@@ -22,9 +22,6 @@
 namespace engines::treesitter {
 namespace {
 
-// What an accepted block comment begins with.
-constexpr std::string_view DOC_COMMENT_PREFIX = "/**";
-
 // A Python body that is not under the field `body`.
 constexpr NodeType PYTHON_BODY_TYPES[] = {NodeType::block, NodeType::class_body, NodeType::suite};
 
@@ -97,7 +94,7 @@ std::optional<std::string> TreeSitterEngine::_extract_docstring(const Node& node
     Extract extract;
   };
   constexpr Extract DOC_COMMENT = [](const Node& declaration, const Source& source) {
-    return _extract_preceding_block_comment(declaration, source, DOC_COMMENT_PREFIX);
+    return _extract_preceding_block_comment(declaration, source, Above::anywhere);
   };
   static constexpr Row ROWS[] = {
       {"python", _extract_python_docstring},

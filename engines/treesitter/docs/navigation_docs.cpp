@@ -128,7 +128,7 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
   }
   std::optional<Node> documented = holder;
   while (true) {
-    auto documentation = _extract_docstring(*documented, content, language.name());
+    auto documentation = _extract_preceding_block_comment(*documented, content, Above::alone);
     if (documentation) return documentation;
     documented = documented->previous_sibling();
     if (!documented || !rules.passed.contains(documented->symbol())) return std::nullopt;

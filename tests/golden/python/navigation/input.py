@@ -89,6 +89,7 @@ class Registry:
 
     def fill(self, *args: P.args, **kwargs: P.kwargs) -> t.Literal["full"]:
         HANDLERS[self.size](isinstance(self, Pair | shop.Cents))
+        def packed[*Ts, **P](): pass
         return Shelf[int](cast("Money", args)).of[int]()
 
 

@@ -88,4 +88,9 @@ for (let i = 0; i < 1; i++) { try { create(i); } catch (error: unknown) { const 
 export namespace Units { function own() {} export class Gram { weigh() {} } class Hidden { weigh() {} } }
 declare module "units" { const kilo: number; namespace Deep { interface Ton { weight: Kilo } } }
 declare global { interface Window { units: Units } }
+interface Trails {
+  first: string; /** Of first. */
+  second: number;
+  /** Of third. */ third: boolean; /** Of fourth. */ fourth?: Date;
+}
 export = MemoryStore;
