@@ -234,7 +234,9 @@ std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
     const std::int64_t comment_end_line = comment.end_row();
     if (last_comment_line && *last_comment_line - comment_end_line > 1) return false;
     if (!text.starts_with('#')) return true;
-    const std::string_view stripped = trim(text.substr(1));
+    // Two signs open a block for Ruby's own documentation tools.
+    const bool is_opening = above == Above::directly && text.starts_with("##");
+    const std::string_view stripped = trim(text.substr(is_opening ? 2 : 1));
     // A shebang, or a line for the editor or about the encoding.
     if (stripped.starts_with('!') || stripped.starts_with("-*-")) return true;
     const auto begins_line = [&](std::string_view mark) { return stripped.starts_with(mark); };

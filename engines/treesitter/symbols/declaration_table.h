@@ -429,6 +429,22 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      {.when = "left/object/property= prototype; "
               "right: arrow_function function_expression generator_function",
       .owner = "left/object/object"}},
+    // `A.prototype.f = A.prototype.g = function () {}`
+    {In::script,
+     "assignment_expression",
+     "left",
+     "method",
+     {.when = "left/object/property= prototype; right: assignment_expression; "
+              "right/right: arrow_function function_expression generator_function",
+      .owner = "left/object/object",
+      .opens_scope = false}},
+    {In::script,
+     "assignment_expression",
+     "left",
+     "variable",
+     {.when = "left/object/property= prototype; right: assignment_expression",
+      .owner = "left/object/object",
+      .opens_scope = false}},
     {In::script,
      "assignment_expression",
      "left",

@@ -86,3 +86,4 @@ module.exports = class Archive extends Store { open() {} };
 module.exports = async () => { const unseen = 2; };
 export { Queue, lines as default };
 function halt() { const local = require.resolve("./halt.js"); }
+Heap.prototype.push = Heap.prototype.add = function (item) { return <Item of={item} />; };

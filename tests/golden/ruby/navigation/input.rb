@@ -108,3 +108,7 @@ def Top.other; end
 
 require "parts/#{name}" unless heavy?
 [ready?, { at: save! }].each { done? ? stop! : !open? }
+
+##
+# With two signs.
+def Top.marked; end
