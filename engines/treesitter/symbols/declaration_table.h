@@ -218,6 +218,12 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "value",
      "class",
      {.when = "value: constant scope_resolution", .is_qualified = true}},
+    // `def Type.f`; within the type itself it says no more than `def self.f`.
+    {In::ruby,
+     "singleton_method",
+     "name",
+     "method",
+     {.when = "^: program; object: constant scope_resolution", .owner = "object"}},
     {In::ruby, "method singleton_method", "name", "method"},
     {In::ruby,
      "assignment",

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engines/treesitter/core/condition.h"
 #include "engines/treesitter/core/holder.h"
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/surroundings.h"
@@ -47,6 +48,7 @@ struct VisibilityRow {
   bool shows;
   Sign sign;
   std::string_view values = "";
+  std::string_view when = "";  // asked of the declaration (core/condition.h)
 };
 
 constexpr VisibilityRow ROWS[] = {
@@ -83,7 +85,7 @@ constexpr VisibilityRow ROWS[] = {
     {In::script, true, Sign::listed},
     {In::script, false, Sign::local},
     {In::typed_script, true, Sign::held, "export_statement"},
-    {In::typed_script, true, Sign::itself, "module"},  // `declare module "m"`
+    {In::typed_script, true, Sign::itself, "module", "name: string"},  // for all that import it
     {In::typed_script, false, Sign::in_hidden},
     {In::typed_script, true, Sign::around, "ambient_declaration"},  // there all is exported
     {In::typed_script, false, Sign::member, "internal_module module"},
@@ -124,12 +126,14 @@ class VisibilitySign {
       : shows(row.shows),
         _sign(row.sign),
         _texts(split_whitespace(row.values)),
-        _types(language, row.values) {
+        _types(language, row.values),
+        _conditions(language, row.when) {
     for (const std::string_view text : _texts) _fields.push_back(language.field_id(text));
   }
 
   bool holds(const Node& node, const Node& holder, std::string_view name, const Holders& holders,
              const Surroundings& around) const {
+    if (!_conditions.hold(node)) return false;
     switch (_sign) {
       case Sign::modifier:
         return is_any([&](std::string_view word) { return holders.has_modifier(holder, word); });
@@ -210,6 +214,7 @@ class VisibilitySign {
   std::vector<std::string_view> _texts;
   SymbolSet _types;                    // the texts, where they are types
   std::vector<std::uint16_t> _fields;  // the texts, where they are fields
+  Conditions _conditions;
 };
 
 struct VisibilitySigns {
