@@ -1,5 +1,6 @@
-// The documentation of a declaration under the navigation rules: the same conventions as under the
-// standard ones, looked for where the declaration's holder stands (core/holder.h).
+// The documentation of a declaration under the navigation rules: the conventions of the standard
+// ones, looked for where the declaration's holder stands (core/holder.h), and a text behind an
+// assignment.
 //
 // Tested by tests/navigation_test.cpp.
 #include <cstdint>

@@ -133,7 +133,9 @@ inline constexpr UseRow USE_ROWS[] = {
      "string",
      "",
      "type",
-     {.when = "^^function= cast typing.cast t.cast; ^<: string; string_content~ name",
+     // A search for a field reads a node's children: the type is asked first.
+     {.when = "^: argument_list; ^^function= cast typing.cast t.cast; ^<: string; "
+              "string_content~ name",
       .reading = Reading::last}},
 
     // ---- Java
