@@ -28,8 +28,16 @@ constexpr const char* DESCRIPTION =
 constexpr const char* PARSE_FOOTER = R"(
 Folders are walked in the order of their paths' bytes, to any depth. Hidden entries, symbolic links,
 files of unknown language and binary ones (with a NUL among their first 8 KiB, as UTF-16 has) are
-left out in them; a file that is named itself is always answered, and a link that is named itself
-is followed. --language is for files: a folder beside it is an error.
+left out in them, and what is ignored:
+  in a git repository by its .gitignore files, also those above the folder that is named, its
+  .git/info/exclude and the user's core.excludesFile; patterns alone decide, not what is tracked
+  everywhere by .ignore files, which are written alike and stronger than .gitignore beside them
+A GLOB of --exclude is such a pattern too, in the folder that is named, and stronger than all of
+them: '*.min.js', '/build/', '!kept.js'.
+
+What is named itself is taken whatever the rules say: a file is always answered, a folder entered, a
+link followed; but a link to a folder in the list of --files-from is left out. --language is for
+files: a folder beside it is an error.
 
 json prints one object per file and line, in the order of the paths, whatever --jobs is:
   {"path","language","content_hash","symbols","references","errors"}
@@ -50,6 +58,9 @@ is there all the same), 2 when the run could not be done.)";
 // path. A NUL, which no argument can hold, in front of an argument hides its beginning from CLI11.
 constexpr char SHIELD = '\0';
 
+// Its value may begin with anything.
+constexpr std::string_view EXCLUDE_IS = "--exclude=";
+
 bool needs_shield(std::string_view argument) {
   return !argument.empty() && std::string_view("[{+%").find(argument[0]) != std::string_view::npos;
 }
@@ -64,7 +75,11 @@ std::vector<std::string> shielded(int count, const char* const* arguments) {
       is_path = true;
       continue;
     }
-    if (is_path || needs_shield(argument)) argument.insert(argument.begin(), SHIELD);
+    if (is_path || needs_shield(argument)) {
+      argument.insert(argument.begin(), SHIELD);
+    } else if (argument.starts_with(EXCLUDE_IS)) {
+      argument.insert(EXCLUDE_IS.size(), 1, SHIELD);
+    }
     result.push_back(std::move(argument));
   }
   return result;
@@ -108,6 +123,30 @@ auto taking(std::function<void(const std::string&)> take) {
     unshield(value);
     take(value);
   };
+}
+
+// What folders are walked for.
+void add_walk(CLI::App& parse, walk::WalkOptions& walk) {
+  parse.add_flag("--hidden", walk.hidden, "Take hidden entries of folders too, but never .git");
+  parse.add_flag("--no-ignore", walk.no_ignore, "Read no ignore file");
+  parse.add_option("--exclude", walk.exclude, "Leave out what matches in folders; several will do")
+      ->type_name("GLOB")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  parse
+      .add_option("--type", walk.types,
+                  "Of folders take files of this language only; several will do, as for --language")
+      ->type_name("NAME")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void settle_walk(walk::WalkOptions& walk) {
+  std::for_each(walk.exclude.begin(), walk.exclude.end(), unshield);
+  for (std::string& type : walk.types) {
+    unshield(type);
+    type = language_meant(type);
+  }
 }
 
 void add_parse(CLI::App& app, Arguments& parsed) {
@@ -159,6 +198,7 @@ void add_parse(CLI::App& app, Arguments& parsed) {
       ->add_option("--stdin-path", parsed.stdin_path,
                    "What standard input is the content of: names its symbols, tells its language")
       ->type_name("PATH");
+  add_walk(*parse, parsed.walk);
   parse->add_flag("-v,--verbose", parsed.is_verbose, "Say at the end what was done and left out");
   parse
       ->add_option("PATH", parsed.paths,
@@ -283,6 +323,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   std::for_each(parsed.paths.begin(), parsed.paths.end(), unshield);
   if (parsed.files_from) unshield(*parsed.files_from);
   if (parsed.stdin_path) unshield(*parsed.stdin_path);
+  settle_walk(parsed.walk);
   require_usable(parsed);
   return parsed;
 }
