@@ -16,7 +16,7 @@ import unittest
 from support.tool_case import TOOL, ToolTest
 
 REPOSITORIES = 16
-TREES = 24  # in each
+TREES = 16  # in each
 FILES = 14  # in each of these
 
 LETTERS = [b"a", b"a", b"b", b"b", b"c", b"A", b"B", b" ", b"!", b"#", b"\\", b"[", b"]", b"-", b"^",
@@ -117,14 +117,15 @@ class Parity(ToolTest):
 
     def make_repository(self, random_, name):
         top = name + b"/"
-        self.run_in(self.folder, "git", "init", "-q", os.fsdecode(name))
+        self.run_in(self.folder, "git", "init", "-q", "--template=",
+                    os.fsdecode(name))
         if random_.random() < .4:
             self.run_in(self.folder / os.fsdecode(name), "git", "config", "core.ignoreCase", "true")
         paths = set()
         for number in range(TREES):
             paths |= self.make_tree(random_, top + b"t%d/" % number)
         below = sorted(path.split(b"/", 2)[2] for path in paths)
-        # Patterns that concern every tree must not ignore all of them.
+        # What concerns all trees must not ignore all of them.
         for file in (".git/info/exclude", ".gitignore"):
             lines = [mutated(random_, random_.choice(below)) for _ in range(2)]
             lines = [line for line in lines if b"*" not in line.replace(b".", b"")]

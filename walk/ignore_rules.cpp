@@ -10,7 +10,6 @@
 namespace walk {
 namespace {
 
-constexpr std::string_view WILDCARDS = "*?[\\";
 constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
 constexpr std::size_t NONE = std::string_view::npos;
 

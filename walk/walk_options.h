@@ -11,8 +11,8 @@ struct WalkOptions {
   bool no_ignore = false;  // reads no ignore file
   // Patterns as in an ignore file of the named folder, stronger than all of those. Taken as they
   // are: neither `#` nor spaces at the end mean anything else in an argument.
-  std::vector<std::string> exclude;
-  std::vector<std::string> types;  // files of these languages only, by canonical names; none: all
+  std::vector<std::string> exclude{};
+  std::vector<std::string> types{};  // files of these languages only, by canonical names; none: all
 };
 
 }  // namespace walk

@@ -179,8 +179,7 @@ class Match {
   }
 
   bool retry() {
-    if (_star.at != NONE && _star.in < _text.size() && _text[_star.in] != '/') {
-      ++_star.in;
+    if (_star.at != NONE && next_in_component()) {
       _at = _star.at;
       _in = _star.in;
       return true;
@@ -193,6 +192,22 @@ class Match {
     _in = _wide.in;
     _star = {};
     return true;
+  }
+
+  // Lets the star match more, up to where what follows it may begin.
+  bool next_in_component() {
+    const std::size_t end = std::min(_text.find('/', _star.in), _text.size());
+    if (_star.in == end) return false;
+    ++_star.in;
+    if (_star.at == _pattern.size()) {
+      _star.in = end;
+    } else if (const char wanted = _pattern[_star.at]; wanted == '/') {
+      _star.in = end;
+    } else if (WILDCARDS.find(wanted) == NONE) {
+      _star.in = _text.substr(0, end).find(_folds_case ? to_lower(wanted) : wanted, _star.in);
+      if (_star.in == NONE) _star = {};
+    }
+    return _star.at != NONE;
   }
 
   const std::string_view _pattern;

@@ -13,6 +13,9 @@
 
 namespace walk {
 
+// What stands for more than itself, or makes what follows stand for itself.
+inline constexpr std::string_view WILDCARDS = "*?[\\";
+
 // `*`, `?` and sets match anything but "/"; `**` between slashes or an end matches any number of
 // components, elsewhere it is a `*`. A set may hold ranges and classes such as [:alpha:], which
 // know ASCII alone. A set without end, or a backslash at the end, makes a pattern match nothing.
