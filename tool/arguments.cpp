@@ -132,12 +132,14 @@ void add_walk(CLI::App& parse, walk::WalkOptions& walk) {
   parse.add_option("--exclude", walk.exclude, "Leave out what matches in folders; several will do")
       ->type_name("GLOB")
       ->expected(1)
+      ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   parse
       .add_option("--type", walk.types,
                   "Of folders take files of this language only; several will do, as for --language")
       ->type_name("NAME")
       ->expected(1)
+      ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
