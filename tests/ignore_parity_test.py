@@ -4,8 +4,8 @@
     ignore_parity_test.py BUILD/treesitter-engine [options of unittest]
 
 Each repository holds many trees, so that two processes answer for all of them. Names and patterns
-are drawn from few letters, or hardly any pattern would match. The seeds are fixed. Skipped where
-there is no git.
+are drawn from few letters, or hardly any pattern would match; what one wildcard means is asked of
+all letters apart. The seeds are fixed. Skipped where there is no git.
 """
 import os
 import random
@@ -22,12 +22,13 @@ FILES = 14  # in each of these
 LETTERS = [b"a", b"a", b"b", b"b", b"c", b"A", b"B", b" ", b"!", b"#", b"\\", b"[", b"]", b"-",
            b"^", b"*", b"?", b"\xff", b"\xc3\xa9", b"1", b"_", b"\r", b"\t", b"\x0b", b"{", b"."]
 WILD = [b"*", b"*", b"**", b"?", b"***", b"**/", b"/**", b"/**/", b"[ab]", b"[!a]", b"[^b]",
-        b"[a-c]", b"[]a]", b"[!]b]", b"[a-]", b"[-a]", b"[c-a]", b"[\\a-\\c]", b"[[:alpha:]]", b"[[:upper:]]",
+        b"[a-c]", b"[]a]", b"[!]b]",
+        b"[a-]", b"[-a]", b"[c-a]", b"[\\a-\\c]", b"[[:alpha:]]", b"[[:upper:]]",
         b"[![:lower:]]", b"[[:digit:]b]", b"[[:punct:]]", b"[[:space:]]", b"[[:blank:]]",
         b"[[:cntrl:]]", b"[[:print:]]", b"[[:graph:]]", b"[[:alnum:]_]", b"[[:xdigit:]]",
         b"[[:none:]]", b"[[:]", b"[[:a]", b"[a", b"[", b"\\a", b"\\*", b"\\?", b"\\[", b"\\\\",
         b"\\ ", b"\\!", b"\\#", b"\\A", b"[A]", b"[A-C]", b"[a\\]b]", b"\\", b"[a/b]", b"[,-0]",
-        b"\\/", b"**\\/", b"[[:alpha:]-c]", b"[B-b]"]
+        b"\\/", b"**\\/", b"**\\/**\\/", b"[[:alpha:]-c]", b"[B-b]", b"[a-c-x]", b"[[::]a]"]
 
 
 def some(random_, choices, least, most):
@@ -74,9 +75,9 @@ def pattern_of(random_, paths):
         pattern = some(random_, LETTERS + WILD + [b"/"] * 6, 1, 5)
     else:
         pattern = random_.choice([b"", b"/", b"//", b"!", b"#a", b"\\#a", b"\\!b", b"!/", b"*",
-                                  b"**", b"/*", b"/**", b"!*/", b"!*.py", b"a\0b", b"  "])
+                                  b"**", b"/*", b"/**", b"!*/", b"!*.py", b"  ", b"\0"])
     return (random_.choice([b"", b"", b"", b"!", b"/", b"!/"]) + pattern +
-            random_.choice([b"", b"", b"", b"/", b" ", b"  ", b"\\ ", b" \\", b"\t"]))
+            random_.choice([b"", b"", b"", b"/", b" ", b"  ", b"\\ ", b" \\", b"\t", b" \0x"]))
 
 
 def rules_of(random_, paths):
@@ -115,12 +116,14 @@ class Parity(ToolTest):
             self.write(top + folder + b".gitignore", rules_of(random_, below))
         return {top + path for path in paths}
 
+    def make_empty(self, name, ignore_case):
+        self.run_in(self.folder, "git", "init", "-q", "--template=", os.fsdecode(name))
+        folder = self.folder / os.fsdecode(name)
+        self.run_in(folder, "git", "config", "core.ignoreCase", os.fsdecode(ignore_case))
+
     def make_repository(self, random_, name):
         top = name + b"/"
-        self.run_in(self.folder, "git", "init", "-q", "--template=",
-                    os.fsdecode(name))
-        if random_.random() < .4:
-            self.run_in(self.folder / os.fsdecode(name), "git", "config", "core.ignoreCase", "true")
+        self.make_empty(name, b"true" if random_.random() < .4 else b"false")
         paths = set()
         for number in range(TREES):
             paths |= self.make_tree(random_, top + b"t%d/" % number)
@@ -132,26 +135,45 @@ class Parity(ToolTest):
             self.write(top + os.fsencode(file), b"\n".join(lines))
         return {path[len(top):] for path in paths}
 
+    def compare(self, name, paths):
+        """Gives how many of the files of a repository git ignores."""
+        folder = self.folder / os.fsdecode(name)
+        answer = self.run_in(folder, "git", "check-ignore", "--no-index", "-z", "--stdin",
+                             input=b"\0".join(sorted(paths)))
+        self.assertIn(answer.returncode, (0, 1), answer.stderr)
+        ignored = set(answer.stdout.split(b"\0")) - {b""}
+        done = self.run_in(folder, TOOL, "parse", "--hidden", "--format", "json", ".")
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+        taken = {bytes.fromhex(record["path_bytes"]) if "path_bytes" in record
+                 else record["path"].encode() for record in self.records(done.stdout)}
+        self.assertEqual({path[2:] for path in taken} ^ (paths - ignored), set(), name)
+        return len(ignored)
+
+    def test_each_wildcard_among_names_of_one_letter(self):
+        letters = [bytes([byte]) for byte in range(1, 256) if byte < 0x80 or byte in (0x80, 0xff)]
+        flat = [b"x" + letter + b".py" for letter in letters if letter != b"/"]
+        deep = [b"d/x.py", b"dx.py", b"d/e/x.py", b"d/ex.py", b"d/e/f/x.py", b"de/x.py", b"d/*x.py"]
+        for ignore_case in (b"false", b"true"):
+            name = b"case-" + ignore_case
+            self.make_empty(name, ignore_case)
+            paths = set()
+            for number, element in enumerate(WILD):
+                for form, files in ((b"x%b.py", flat), (b"d/%bx.py", deep), (b"d%bx.py", deep)):
+                    top = b"%d%d/" % (len(form), number)
+                    self.write(name + b"/" + top + b".gitignore", form % element + b"\n")
+                    for file in files:
+                        self.write(name + b"/" + top + file, b"")
+                        paths.add(top + file)
+            self.assertGreater(self.compare(name, paths), 1000)
+
     def test_what_git_ignores_is_left_out(self):
-        of_user = "home/.config/git/ignore"
-        self.write(of_user, b"cab*\n!ba.py\n")
+        self.write("home/.config/git/ignore", b"cab*\n!ba.py\n")
         total = ignored_total = 0
         for seed in range(REPOSITORIES):
             name = b"r%d" % seed
             paths = self.make_repository(random.Random(seed), name)
-            folder = self.folder / os.fsdecode(name)
-            answer = self.run_in(folder, "git", "check-ignore", "--no-index", "-z", "--stdin",
-                                 input=b"\0".join(sorted(paths)))
-            self.assertIn(answer.returncode, (0, 1), answer.stderr)
-            ignored = set(answer.stdout.split(b"\0")) - {b""}
-            done = self.run_in(folder, TOOL, "parse", "--hidden", "--format", "json", ".")
-            self.assertEqual((done.returncode, done.stderr), (0, b""))
-            taken = {bytes.fromhex(record["path_bytes"]) if "path_bytes" in record
-                     else record["path"].encode() for record in self.records(done.stdout)}
-            self.assertEqual({path[2:] for path in taken} ^ (paths - ignored), set(),
-                             f"seed {seed}")
             total += len(paths)
-            ignored_total += len(ignored)
+            ignored_total += self.compare(name, paths)
         # Where nearly nothing or nearly all is ignored nothing is tested.
         self.assertGreater(ignored_total, total * .2)
         self.assertLess(ignored_total, total * .8)
