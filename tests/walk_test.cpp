@@ -234,10 +234,15 @@ TEST_F(FolderWalkTest, FollowsTheRulesThatHoldInAFolder) {
          "[Core] # one\n\texcludesFile = \"~/m\"in\\\ne ; two\n[core \"x\"]\n"
          "excludesFile = no"}},
        "r/a.py r/b.py"},
+      {"or that there are none",
+       {{git, ""},
+        {".home/.config/git/ignore", "*"},
+        {".home/.gitconfig", "[core]\nexcludesFile = /dev/null"}},
+       "r/a.py r/b.py r/d/a.py"},
       {"and whether case counts, in files that they include, too",
        {{git, ""},
         {"r/.gitignore", "A.PY\n[A-B]?PY\n!D/a.*"},
-        {"r/.git/config", "[include]\npath = more\npath = config\n"},
+        {"r/.git/config", "[include]\npath = more\n"},
         {"r/.git/more", "[core]ignorecase"}},
        "r/d/a.py"},
       {"exclusions are the strongest, and begin at the named folder",
@@ -289,6 +294,11 @@ TEST_F(FolderWalkTest, SaysWhichRulesItCannotReadAndGoesOn) {
   std::string most;
   while (most.size() + 3 <= std::size_t{16} << 20) most += "*x\n";
   write("r/b/.gitignore", most.replace(most.size() - 6, 6, "a.py\n#"));
+  // Settings that include themselves, once and more often.
+  write("r/b/.git/config", "[include]path=config\n[include]path=config");
+  FolderWalk looping(top() + "/r/b");
+  EXPECT_EQ(rest(looping), (std::vector<std::string>{with("r/b/.git/config", ELOOP)}));
+  fs::remove_all(top() + "/r/b/.git");
   FolderWalk other(top() + "/r/b");
   EXPECT_EQ(rest(other), (std::vector<std::string>{with("r/.gitignore", ELOOP)}));
 }

@@ -14,8 +14,9 @@
 namespace walk {
 namespace {
 
-// Files may include each other, and themselves.
-constexpr int MOST_FILES = 64;
+// Files may include each other, and themselves. So deep git goes; and nobody has so many.
+constexpr int MOST_DEEP = 10;
+constexpr int MOST_FILES = 256;
 
 std::string environment(const char* name) {
   const char* const value = std::getenv(name);
@@ -141,10 +142,14 @@ class Reader {
   Reader(GitSettings& settings, std::vector<Found>& faults)
       : _settings(settings), _faults(faults) {}
 
-  // Includes itself for files that are included, MOST_FILES deep at most. `tolerated`: an errno
-  // that means that there is no file.
-  void read(const GitFile& file, int tolerated = 0) {
-    if (file.path.empty() || _left-- == 0) return;
+  // `tolerated`: an errno that means that there is no file. `depth`: how many files include it.
+  void read(const GitFile& file, int tolerated = 0, int depth = 0) {
+    if (file.path.empty() || _has_ended) return;
+    if (depth > MOST_DEEP || ++_files > MOST_FILES) {
+      _has_ended = true;
+      _faults.push_back({file.shown + file.path, ELOOP, true});
+      return;
+    }
     std::string text;
     const int error = read_text(file.folder, file.path, Links::followed, text);
     if (error != 0) {
@@ -157,14 +162,15 @@ class Reader {
       if (entries.name == "core.ignorecase") _settings.folds_case = is_true(entries.value);
       if (entries.name == "core.excludesfile") _settings.excludes_file = entries.value;
       if (entries.name != "include.path" || entries.value.empty()) continue;
-      read({file.folder, beside(file.path, with_home(entries.value)), file.shown});
+      read({file.folder, beside(file.path, with_home(entries.value)), file.shown}, 0, depth + 1);
     }
   }
 
  private:
   GitSettings& _settings;
   std::vector<Found>& _faults;
-  int _left = MOST_FILES;
+  int _files = 0;
+  bool _has_ended = false;
 };
 
 }  // namespace

@@ -10,6 +10,9 @@
 namespace walk {
 namespace {
 
+// Settings name it where there is to be no such file.
+constexpr const char* NO_FILE = "/dev/null";
+
 int refusal(int descriptor) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) return errno;
@@ -35,11 +38,12 @@ int read_all(int descriptor, std::string& text) {
 }  // namespace
 
 int read_text(int folder, const std::string& path, Links links, std::string& text) {
+  text.clear();
+  if (path == NO_FILE) return 0;
   const int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
   const int descriptor =
       ::openat(folder, path.c_str(), links == Links::refused ? flags | O_NOFOLLOW : flags);
   if (descriptor < 0) return errno;
-  text.clear();
   int error = refusal(descriptor);
   if (error == 0) error = read_all(descriptor, text);
   ::close(descriptor);
