@@ -199,14 +199,14 @@ class Match {
     const std::size_t end = std::min(_text.find('/', _star.in), _text.size());
     if (_star.in == end) return false;
     ++_star.in;
-    if (_star.at == _pattern.size()) {
+    if (_star.at == _pattern.size() || _pattern[_star.at] == '/') {
       _star.in = end;
-    } else if (const char wanted = _pattern[_star.at]; wanted == '/') {
-      _star.in = end;
-    } else if (WILDCARDS.find(wanted) == NONE) {
-      _star.in = _text.substr(0, end).find(_folds_case ? to_lower(wanted) : wanted, _star.in);
-      if (_star.in == NONE) _star = {};
+      return true;
     }
+    const char wanted = _pattern[_star.at];
+    if (WILDCARDS.find(wanted) != NONE) return true;
+    _star.in = _text.substr(0, end).find(_folds_case ? to_lower(wanted) : wanted, _star.in);
+    if (_star.in == NONE) _star = {};
     return _star.at != NONE;
   }
 
