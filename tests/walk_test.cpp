@@ -118,13 +118,14 @@ TEST_F(FolderWalkTest, LosesNothingBeyondTheLongestPathWithFewDescriptors) {
 }
 
 TEST_F(FolderWalkTest, ReportsAFolderForWhichNoDescriptorIsLeft) {
-  for (const char* path : {"a/b/c/d.py", "a/z.py", "z.py"}) write(path);
+  for (const char* path : {"a/b/c/d.py", "a/b/x.py", "a/z.py", "z.py"}) write(path);
+  write("a/b/.ignore", "x.py");
   rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
   FolderWalk walk(top());
   const int first_free = ::dup(0);
   ::close(first_free);
-  // Room for one more folder: the second takes it, and the third its parent's.
+  // Room for one more folder: the second takes it, the third its parent's, and the rules the next.
   const rlimit lowered{static_cast<rlim_t>(first_free) + 1, before.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &lowered), 0);
   EXPECT_EQ(rest(walk), (std::vector<std::string>{"a/b/c/d.py", "a/z.py", "z.py"}));

@@ -15,6 +15,7 @@
 #include "engines/languages/languages.h"
 #include "tool/escape.h"
 #include "tool/language_option.h"
+#include "tool/shield.h"
 #include "tool/suggestion.h"
 
 namespace tool {
@@ -52,42 +53,6 @@ and left out. Ctrl-C ends the run behind a whole record, a second one at once.
 
 Exit status: 0 when every file gave a result without error texts, 1 when some file failed (its record
 is there all the same), 2 when the run could not be done.)";
-
-// CLI11 reads a value like "[a,b]" as a list, "{}" as an empty one and "++" as the end of a
-// command, while folders are called "[id]"; and it forgets a "--" that stands behind the first
-// path. A NUL, which no argument can hold, in front of an argument hides its beginning from CLI11.
-constexpr char SHIELD = '\0';
-
-// Its value may begin with anything.
-constexpr std::string_view EXCLUDE_IS = "--exclude=";
-
-bool needs_shield(std::string_view argument) {
-  return !argument.empty() && std::string_view("[{+%").find(argument[0]) != std::string_view::npos;
-}
-
-// The arguments without the program's name, and without the "--" behind which all are paths.
-std::vector<std::string> shielded(int count, const char* const* arguments) {
-  std::vector<std::string> result;
-  bool is_path = false;
-  for (int i = 1; i < count; ++i) {
-    std::string argument = arguments[i];
-    if (!is_path && argument == "--") {
-      is_path = true;
-      continue;
-    }
-    if (is_path || needs_shield(argument)) {
-      argument.insert(argument.begin(), SHIELD);
-    } else if (argument.starts_with(EXCLUDE_IS)) {
-      argument.insert(EXCLUDE_IS.size(), 1, SHIELD);
-    }
-    result.push_back(std::move(argument));
-  }
-  return result;
-}
-
-void unshield(std::string& argument) {
-  if (argument.starts_with(SHIELD)) argument.erase(0, 1);
-}
 
 // CLI11's own words, which quote what the user gave.
 UsageError usage_error(const CLI::ParseError& error) {
