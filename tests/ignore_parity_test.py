@@ -42,7 +42,7 @@ def name_of(random_):
 def paths_of(random_):
     """Files in folders, most of which share them. Their names tell a language."""
     folders = [b""]
-    for _ in range(6):
+    for _ in range(4):
         name = name_of(random_)
         if name not in (b".", b"..", b"..."):
             folders.append(random_.choice(folders) + name + b"/")
