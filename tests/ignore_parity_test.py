@@ -5,12 +5,13 @@
 
 Each repository holds many trees, so that two processes answer for all of them. Names and patterns
 are drawn from few letters, or hardly any pattern would match; what one wildcard means is asked of
-all letters apart. The seeds are fixed. Skipped where there is no git.
+many letters apart. The seeds are fixed. Skipped where there is no git.
 """
 import os
 import random
 import shutil
 import subprocess
+import tempfile
 import unittest
 
 from support.tool_case import TOOL, ToolTest
@@ -18,6 +19,10 @@ from support.tool_case import TOOL, ToolTest
 REPOSITORIES = 16
 TREES = 16  # in each
 FILES = 14  # in each of these
+
+# Thousands of folders: a disk takes ten times as long for them as the programs for their answers.
+if os.access("/dev/shm", os.W_OK):
+    tempfile.tempdir = "/dev/shm"
 
 LETTERS = [b"a", b"a", b"b", b"b", b"c", b"A", b"B", b" ", b"!", b"#", b"\\", b"[", b"]", b"-",
            b"^", b"*", b"?", b"\xff", b"\xc3\xa9", b"1", b"_", b"\r", b"\t", b"\x0b", b"{", b"."]
@@ -150,8 +155,9 @@ class Parity(ToolTest):
         return len(ignored)
 
     def test_each_wildcard_among_names_of_one_letter(self):
-        letters = [bytes([byte]) for byte in range(1, 256) if byte < 0x80 or byte in (0x80, 0xff)]
-        flat = [b"x" + letter + b".py" for letter in letters if letter != b"/"]
+        # The first and the last of each class, and what stands beside them.
+        letters = b"\x01\t\n\x0b\r\x1f !#*,-.09:@ABCDFGXZ[\\]^`abcdfgxz{~\x7f\x80\xff"
+        flat = [b"x%c.py" % letter for letter in letters]
         deep = [b"d/x.py", b"dx.py", b"d/e/x.py", b"d/ex.py", b"d/e/f/x.py", b"de/x.py", b"d/*x.py"]
         for ignore_case in (b"false", b"true"):
             name = b"case-" + ignore_case
@@ -164,7 +170,7 @@ class Parity(ToolTest):
                     for file in files:
                         self.write(name + b"/" + top + file, b"")
                         paths.add(top + file)
-            self.assertGreater(self.compare(name, paths), 1000)
+            self.assertGreater(self.compare(name, paths), 500)
 
     def test_what_git_ignores_is_left_out(self):
         self.write("home/.config/git/ignore", b"cab*\n!ba.py\n")
