@@ -17,6 +17,7 @@ namespace {
 // Where a language's documentation stands, and how it is told from other comments.
 enum class Convention : std::uint8_t {
   block_above,  // a block comment above the holder, or above what may stand in between
+  block_or_run_above,
   run_above,    // comments that begin in a certain way (doc_runs.cpp)
   xml_above,    // the same with markup
   lines_above,  // comments directly above what begins with the holder
@@ -28,7 +29,8 @@ struct ConventionRow {
   Convention convention;
 };
 constexpr ConventionRow CONVENTIONS[] = {
-    {In::script | In::java | In::php, Convention::block_above},
+    {In::script | In::php, Convention::block_above},
+    {In::java, Convention::block_or_run_above},
     {In::go | In::rust | In::sql, Convention::run_above},
     {In::csharp, Convention::xml_above},
     {In::ruby, Convention::lines_above},
@@ -88,6 +90,10 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
       return _extract_xml_doc(holder, content);
     case Convention::lines_above:
       return _extract_ruby_doc(beginning_with(holder), content, Above::directly);
+    case Convention::block_or_run_above: {
+      auto documentation = _extract_docstring(holder, content, language.name());
+      return documentation ? documentation : _read_doc_run(node, holder, content);
+    }
     case Convention::block_above:
       break;
   }

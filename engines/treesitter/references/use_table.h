@@ -130,6 +130,12 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::go, "call_expression", "function", "call"},
     // `f[int](x)`: a call and a conversion look the same, as they do without the brackets.
     {In::go, "type_conversion_expression", "type", "call", {.when = "type: generic_type"}},
+    // `(*T)(nil)`: hardly anybody calls through a pointer.
+    {In::go,
+     "unary_expression",
+     "operand",
+     "type",
+     {.when = "operator= *; ^: parenthesized_expression; ^^: call_expression"}},
     {In::go,
      "interpreted_string_literal raw_string_literal",
      "<",
@@ -152,6 +158,14 @@ inline constexpr UseRow USE_ROWS[] = {
      "",
      "type",
      {.name = "identifier", .when = "^: attribute; ^<= derive", .is_upper_case = true}},
+    // `cfg_attr(feature = "x", derive(T))`
+    {In::rust,
+     "token_tree",
+     "",
+     "type",
+     {.name = "identifier",
+      .when = "^: token_tree; ^^: attribute; ^^<= cfg_attr",
+      .is_upper_case = true}},
     {In::rust,
      "scoped_identifier",
      "path",
@@ -206,6 +220,19 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::csharp, "base_list", "<", "call type", {.when = "'argument_list"}},
     {In::csharp, "base_list type_argument_list explicit_interface_specifier", "", "type"},
     {In::csharp, "type_parameter_constraints_clause", "", "type"},
+    // `using A = N.T<U>`: the module is `N`.
+    {In::csharp,
+     "using_directive",
+     ">",
+     "",
+     {.name = "qualified_name", .when = ">/name: generic_name", .reading = Reading::whole}},
+    {In::csharp,
+     "qualified_name",
+     "qualifier",
+     "import_module",
+     {.name = "identifier qualified_name alias_qualified_name",
+      .when = "^: using_directive; name: generic_name",
+      .reading = Reading::whole}},
     {In::csharp,
      "using_directive",
      ">",
@@ -217,10 +244,11 @@ inline constexpr UseRow USE_ROWS[] = {
      "using_directive",
      ">",
      "import",
-     {.when = "name; >: identifier qualified_name alias_qualified_name"}},
+     {.when = "name; >: identifier qualified_name alias_qualified_name; !>/name: generic_name"}},
     {In::csharp, "using_directive", ">", "import type", {.when = "name"}},
     {In::csharp, "extern_alias_directive", "name", "import"},
     {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier: generic_name"}},
+    {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier/name: generic_name"}},
     {In::csharp,
      "member_access_expression",
      "expression",
@@ -364,7 +392,8 @@ inline constexpr UseRow USE_ROWS[] = {
      "import_module",
      {.name = "string_content",
       .within = "include",
-      .when = "!variable_name dynamic_variable_name member_access_expression subscript_expression; "
+      .when = "!<= .php .inc .inc.php .class.php .phtml; !variable_name dynamic_variable_name "
+              "member_access_expression subscript_expression; "
               "!^left: string encapsed_string binary_expression; !^^: binary_expression"}},
 
     // ---- SQL
@@ -478,7 +507,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
     {In::typed_script, "bigint"},
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
-     "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},
+     "int64 nil rune string uint uint8 uint16 uint32 uint64 uintptr _"},
     {In::rust, "Err None Ok Self Some _"},
 };
 

@@ -4,6 +4,7 @@ using System.Collections.Generic;
 using static System.Math;
 using Api = Shop.Web.Api;
 using Names = List<Name>;
+using Rows = Shop.Tables.Row<Cell>;
 [assembly: Guid("0")]
 
 namespace Shop.Stock
@@ -91,4 +92,9 @@ namespace Shop.Stock
 #endif
     }
     namespace Inner { class Nested { } }
+    class Rack
+    {
+        Shop.Slot<Peg>.Edge edge; /// No documentation of the next.
+        int width;
+    }
 }

@@ -70,5 +70,9 @@ class Shelf extends shop.Room<Wood>.Place {
         outer.new Drawer();
         return this.<K>first((Item i, var j) -> i.second());
     }
-    native void weigh(@Counted Shelf this, int weight);
+    native void weigh(@Counted Shelf this, int weight); /// Not of the next.
+    ///// Nor this.
+    /// In *Markdown*,
+    /// on two lines.
+    @Override void turn() {}
 }

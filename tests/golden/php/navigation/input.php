@@ -80,3 +80,5 @@ namespace Shop\Stock;
 
 // Ordinary comments are no documentation.
 function &shelf(): Shelf {}
+
+spl_autoload_register(fn($class) => require $class . '.php');

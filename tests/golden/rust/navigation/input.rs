@@ -104,3 +104,6 @@ pub mod raw {
     }
     pub(self) fn hidden() {}
 }
+
+#[cfg_attr(feature = "serde", derive(serde::Deserialize, Serialize), serde(default))]
+struct Optional;
