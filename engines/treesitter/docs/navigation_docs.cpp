@@ -1,7 +1,9 @@
-// The documentation of a declaration under the navigation rules: the same conventions as under the
-// standard ones, looked for where the declaration's holder stands (core/holder.h).
+// The documentation of a declaration under the navigation rules: which comment it is by the
+// language's convention, looked for where the declaration's holder stands (core/holder.h).
 //
-// Tested by tests/navigation_test.cpp.
+// Costs the comments above the declaration, and few steps around it.
+//
+// Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,7 +21,7 @@ enum class Convention : std::uint8_t {
   block_above,  // a block comment above the holder, or above what may stand in between
   block_or_run_above,
   run_above,    // comments that begin in a certain way (doc_runs.cpp)
-  xml_above,    // the same with markup
+  xml_above,    // comments that hold markup
   lines_above,  // comments directly above what begins with the holder
   within,       // a text at the head of the body
 };
@@ -46,6 +48,11 @@ constexpr PassedRow PASSED_ROWS[] = {
     {In::typed_script, "decorator"},
 };
 
+// What may stand in front of a declaration's block comment within it.
+constexpr PassedRow LED_BY_ROWS[] = {
+    {In::php, "attribute_list"},
+};
+
 struct DocumentationRules {
   explicit DocumentationRules(const languages::Language& language) {
     for (const ConventionRow& row : CONVENTIONS) {
@@ -54,10 +61,14 @@ struct DocumentationRules {
     for (const PassedRow& row : PASSED_ROWS) {
       if (speaks_of(row.languages, language.name())) passed = SymbolSet(language, row.types);
     }
+    for (const PassedRow& row : LED_BY_ROWS) {
+      if (speaks_of(row.languages, language.name())) leading = SymbolSet(language, row.types);
+    }
   }
 
   Convention convention{};
   SymbolSet passed;
+  SymbolSet leading;
 };
 
 // As far as a declaration stands below what its comment stands above.
@@ -74,13 +85,26 @@ Node beginning_with(Node node) {
   return node;
 }
 
+// What follows, within the node, that which may stand in front of a comment, if it begins so.
+std::optional<Node> behind(const Node& node, const SymbolSet& leading) {
+  bool is_led = false;
+  for (const Node child : node.children()) {
+    if (leading.contains(child.symbol())) {
+      is_led = true;
+    } else if (!is_comment(child)) {
+      return is_led ? std::optional(child) : std::nullopt;
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& node,
                                                                  const Node& holder,
                                                                  const Source& content) {
   const languages::Language& language = node.tree().language();
-  const auto& [convention, passed] = table_of<DocumentationRules>(language);
+  const auto& [convention, passed, leading] = table_of<DocumentationRules>(language);
   switch (convention) {
     case Convention::within:
       return _extract_docstring(node, content, language.name());
@@ -96,6 +120,10 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
     }
     case Convention::block_above:
       break;
+  }
+  if (const auto led = behind(holder, leading)) {
+    auto documentation = _extract_docstring(*led, content, language.name());
+    if (documentation) return documentation;
   }
   std::optional<Node> documented = holder;
   while (true) {

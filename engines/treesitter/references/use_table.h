@@ -493,7 +493,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
     {In::python,
      "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
      "str tuple type"},
-    {In::java, "var"},
+    {In::java, "super var"},  // `T.super::f`
     // What the grammar has no word for, in the two ways in which it is written.
     {In::sql,
      "any anyarray anyelement blob bool clob cstring float4 int2 int4 int8 integer internal "

@@ -56,7 +56,7 @@ class Shelf extends shop.Room<Wood>.Place {
         if (found instanceof Box box && found instanceof Amount(int count, var unit)) box.open();
         try (Reader reader = new Reader()) { a.b().c.read(1); }
         catch (final EndException | shop.LostException e) { throw new Lost(); }
-        use(Shelf::new, Map.Entry::new, String[]::new, Item::name, this::find);
+        use(Shelf::new, Map.Entry::new, String[]::new, Shape.super::hide, Item::name, this::find);
         class Visitor { int seen; void visit() {} }
         var inner = new Outer.Inner<Wood>();
         Class<?>[] all = {Item[].class, int.class, shop.Till.class};

@@ -107,3 +107,4 @@ pub mod raw {
 
 #[cfg_attr(feature = "serde", derive(serde::Deserialize, Serialize), serde(default))]
 struct Optional;
+use serde_json as json;
