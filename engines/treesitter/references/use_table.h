@@ -249,6 +249,7 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::csharp, "extern_alias_directive", "name", "import"},
     {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier: generic_name"}},
     {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier/name: generic_name"}},
+    {In::csharp, "member_access_expression", "", "", {.within = "asked"}},
     {In::csharp,
      "member_access_expression",
      "expression",
@@ -259,10 +260,15 @@ inline constexpr UseRow USE_ROWS[] = {
      "expression",
      "type",
      {.when = "expression/name: generic_name"}},
-    // Of `x is T && y` the grammar makes a pattern of all behind `is`, and after another `is` it
-    // may cut `N.T` in two.
+    // Of `x is T && y` the grammar makes a pattern of all behind `is`, or it cuts `N.T` in two: a
+    // member `T` of `x is N`.
     {In::csharp, "constant_pattern", "<", "", {.when = "^: switch_section"}},
     {In::csharp, "constant_pattern", "<", "", {.when = "^^: member_access_expression"}},
+    {In::csharp,
+     "constant_pattern",
+     "<",
+     "",
+     {.when = "^: negated_pattern; ^^^: member_access_expression"}},
     {In::csharp,
      "constant_pattern",
      "<",
@@ -273,12 +279,8 @@ inline constexpr UseRow USE_ROWS[] = {
      "<",
      "type",
      {.when = "<: member_access_expression; ^: is_pattern_expression negated_pattern"}},
-    {In::csharp,
-     "binary_expression",
-     "right",
-     "type",
-     {.when = "right: member_access_expression; right/expression: is_pattern_expression"}},
     {In::csharp, "is_expression as_expression", "right", "type"},
+    {In::csharp, "*", "", "type", {.name = "identifier", .within = "asked"}},
     // Of `f(a * b)` the grammar makes a pointer that is declared.
     {In::csharp, "declaration_expression", "type", "", {.when = "type: pointer_type"}},
     {In::csharp, "*", "type", "type"},
@@ -469,6 +471,10 @@ inline constexpr RegionRow REGION_ROWS[] = {
      "include"},
     {In::php, "arguments subscript_expression", "arguments"},
     {In::rust, "use_declaration", "use"},
+    {In::csharp, "member_access_expression", "asked", "expression: is_pattern_expression"},
+    {In::csharp, "member_access_expression", "asked",
+     "expression/expression: is_pattern_expression"},
+    {In::csharp, "is_pattern_expression", "pattern"},
     {In::script, "export_statement", "re-export", "source"},
 };
 
