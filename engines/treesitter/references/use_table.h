@@ -249,7 +249,7 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::csharp, "extern_alias_directive", "name", "import"},
     {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier: generic_name"}},
     {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier/name: generic_name"}},
-    {In::csharp, "member_access_expression", "", "", {.within = "asked"}},
+    {In::csharp, "member_access_expression", "", "", {.within = "pattern"}},
     {In::csharp,
      "member_access_expression",
      "expression",
@@ -280,7 +280,7 @@ inline constexpr UseRow USE_ROWS[] = {
      "type",
      {.when = "<: member_access_expression; ^: is_pattern_expression negated_pattern"}},
     {In::csharp, "is_expression as_expression", "right", "type"},
-    {In::csharp, "*", "", "type", {.name = "identifier", .within = "asked"}},
+    {In::csharp, "*", "", "type", {.name = "identifier", .within = "pattern"}},
     // Of `f(a * b)` the grammar makes a pointer that is declared.
     {In::csharp, "declaration_expression", "type", "", {.when = "type: pointer_type"}},
     {In::csharp, "*", "type", "type"},
@@ -471,10 +471,10 @@ inline constexpr RegionRow REGION_ROWS[] = {
      "include"},
     {In::php, "arguments subscript_expression", "arguments"},
     {In::rust, "use_declaration", "use"},
-    {In::csharp, "member_access_expression", "asked", "expression: is_pattern_expression"},
-    {In::csharp, "member_access_expression", "asked",
+    {In::csharp, "member_access_expression", "pattern", "expression: is_pattern_expression"},
+    {In::csharp, "member_access_expression", "pattern",
      "expression/expression: is_pattern_expression"},
-    {In::csharp, "is_pattern_expression", "pattern"},
+    {In::csharp, "is_pattern_expression", "operand"},
     {In::script, "export_statement", "re-export", "source"},
 };
 
