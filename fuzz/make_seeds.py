@@ -3,7 +3,7 @@
 
   make_seeds.py FOLDER
 
-Writes FOLDER/parse (a byte that names the language, then the source), FOLDER/text (four bytes of
+Writes FOLDER/parse (a byte that names language and rules, then the source), FOLDER/text (four bytes of
 numbers, then the source) and FOLDER/paths.
 """
 import pathlib
@@ -25,8 +25,11 @@ def main():
         seed = f"{language}-{case}"
         content = source.read_bytes()
         if language in LANGUAGES:
-            number = bytes([LANGUAGES.index(language)])
-            (target / "parse" / seed).write_bytes(number + content)
+            number = LANGUAGES.index(language)
+            (target / "parse" / seed).write_bytes(bytes([number]) + content)
+            if (source.parent / "navigation.txt").exists():
+                number += len(LANGUAGES)
+                (target / "parse" / f"{seed}-navigation").write_bytes(bytes([number]) + content)
         (target / "text" / seed).write_bytes(b"\0\5\0\50" + content)
         (target / "paths" / seed).write_bytes(f"{language}/{source.name}".encode())
 

@@ -183,8 +183,10 @@ Column navigation_declarations(const Language& language) {
     for (const auto& [word, words] : AROUND_WORDS) {
       if (is_one_of(word, split_whitespace(row.terms.around))) around.emplace_back(words);
     }
-    const std::string where = joined(
-        {joined(around, " or "), codes(row.terms.words), conditions_words(row.terms.when)}, "; ");
+    const std::string where =
+        joined({joined(around, " or "), codes(row.terms.words), conditions_words(row.terms.when),
+                row.terms.blank.empty() ? "" : "not named " + code(row.terms.blank)},
+               "; ");
     const std::string words(row.kind.empty() ? "a scope, no symbol" : row.kind);
     for (const std::string_view type : split_whitespace(row.types))
       column.add(type, {words, where});

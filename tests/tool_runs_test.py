@@ -375,14 +375,19 @@ class Terminal(ToolTest):
         self.assertRegex(shown, r"\r\x1b\[K1 of 3 files, ([0-9.]+ s on )?slow\.py\r\x1b\[K")
 
     def test_a_summary_tells_what_was_left_out(self):
-        for name in ("top/a.py", "top/.git/a.py", "top/README"):
+        for name in ("top/a.py", "top/.git/a.py", "top/README", "top/b.py", "top/x.py", "top/y.py",
+                     "top/z.js"):
             self.write(name)
+        self.write("top/.gitignore", b"b.py")
+        self.write("top/large.py", b"#" * 1025)
         self.write("top/utf16.py", "x = 1\n".encode("utf-16"))
         (self.folder / "top/link.py").symlink_to("a.py")
-        done = self.run_tool("parse", "-v", "top", "LICENSE", "no.py", "top/README")
+        done = self.run_tool("parse", "-v", "--exclude", "[xy]*", "--type", "python",
+                             "--max-filesize", "1k", "top", "LICENSE", "no.py", "top/README")
         self.assertRegex(done.stderr.decode().splitlines()[-1],
-                         r"treesitter-engine: 3 files, 2 failed, 5 skipped \(1 hidden, 1 linked, "
-                         r"2 of unknown language, 1 binary\), \d\.\d s")
+                         r"treesitter-engine: 4 files, 3 failed \(1 too large\), 10 skipped "
+                         r"\(2 hidden, 1 linked, 2 of unknown language, 1 of another type, "
+                         r"2 excluded, 1 ignored, 1 binary\), \d\.\d s")
 
 
 if __name__ == "__main__":

@@ -86,6 +86,41 @@ class Paths(ToolTest):
         [record] = self.parse("dangling.py", status=1)
         self.assert_unreadable(record, "dangling.py", "python", "No such file")
 
+    def test_links_to_folders_are_left_out_in_lists(self):
+        self.write("top/a.py")
+        (self.folder / "link").symlink_to("top")
+        (self.folder / "link.py").symlink_to("top/a.py")
+        done = self.run_tool("parse", "-v", "--files-from", "-", input=b"link\nlink.py\nlink/\ntop")
+        self.assertEqual([record["path"] for record in self.records(done.stdout)],
+                         ["link.py", "link/a.py", "top/a.py"])
+        self.assert_messages(done, "3 files, 1 skipped (1 linked)")
+
+    def test_what_folders_are_walked_for(self):
+        for name in ["a.py", "b.rb", "c.js", "[d]/a.py", ".h/a.py", ".git/a.py", "LICENSE"]:
+            self.write("r/" + name)
+        self.write("r/.gitignore", b"*.rb\n")
+        self.write("r/.ignore", b"[[]d]/\n")
+        for options, taken in [
+                ([], "a.py c.js"),
+                (["--hidden"], ".h/a.py a.py c.js"),
+                (["--no-ignore"], "[d]/a.py a.py b.rb c.js"),
+                (["--type", "PY", "--type=golang"], "a.py"),
+                (["--exclude", "[ab].*", "--exclude=[!r]*.js"], ""),
+                (["--exclude=[c]", "--exclude", "{}", "--exclude", "!b.rb"], "a.py b.rb c.js"),
+                (["--no-ignore", "--hidden", "--exclude", "/*.py"], ".h/a.py [d]/a.py b.rb c.js")]:
+            self.assertEqual(self.paths(*options, "r"), ["r/" + path for path in taken.split()])
+        self.assertEqual(self.paths("--type", "go", "--exclude", "*", "r/b.rb", "r"), ["r/b.rb"])
+        done = self.run_tool("parse", "--type", "pyton", "r")
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assertIn(b"'python'", done.stderr)
+
+    def test_ignore_rules_that_cannot_be_read_are_said(self):
+        self.write("r/a.py")
+        os.mkfifo(self.folder / "r/.ignore")
+        rules, file = self.parse("r", status=1)
+        self.assert_unreadable(rules, "r/.ignore", None, "rules: [Errno 22] Not a regular file")
+        self.assertEqual(file["path"], "r/a.py")
+
     def test_names_that_are_no_utf8_stand_beside_their_exact_bytes(self):
         path = b"top/\xff\xe2\x82 \xc3\xa9.py"
         self.write(path)
@@ -270,7 +305,8 @@ class Information(ToolTest):
             self.assertIn(b"Usage: treesitter-engine", done.stdout)
         text = self.run_tool("parse", "--help").stdout.decode()
         for option in ("--language", "--jobs", "--format", "--files-from", "--null", "--stdin-path",
-                       "--max-filesize", "--verbose", "PATH"):
+                       "--max-filesize", "--hidden", "--no-ignore", "--exclude", "--type",
+                       "--verbose", "PATH"):
             self.assertIn(option, text)
         self.assertEqual(self.run_tool("help", "parse").stdout.decode(), text)
 

@@ -1,5 +1,6 @@
 // The walk of folders where it is hardest: deeper than any path may be long, with few descriptors,
-// and while folders are moved. What a user sees of the rest is in tool_test.py.
+// and while folders are moved; and which rules hold where. What patterns mean is compared with git
+// in ignore_parity_test.py, and what a user sees of the rest is in tool_test.py.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -10,39 +11,59 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "walk/folder_walk.h"
+#include "walk/wildmatch.h"
 
 namespace walk {
 namespace {
 
 namespace fs = std::filesystem;
 
+// The words of a text.
+std::vector<std::string> words(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
 class FolderWalkTest : public testing::Test {
  protected:
   FolderWalkTest() {
     std::string name = fs::temp_directory_path() / "walk_test_XXXXXX";
     _top = ::mkdtemp(name.data());
+    // No settings but the test's own.
+    ::setenv("HOME", (_top / ".home").c_str(), 1);
+    ::setenv("GIT_CONFIG_NOSYSTEM", "1", 1);
+    for (const char* variable : {"XDG_CONFIG_HOME", "GIT_CONFIG_GLOBAL"}) ::unsetenv(variable);
   }
   // The standard library's own removal holds a descriptor for each level.
   ~FolderWalkTest() override { EXPECT_EQ(std::system(("rm -rf " + _top.native()).c_str()), 0); }
 
   std::string top() const { return _top; }
 
-  void write(const std::string& path) const {
+  void write(const std::string& path, const std::string& content = "x") const {
     fs::create_directories((_top / path).parent_path());
-    std::ofstream(_top / path) << path;
+    std::ofstream(_top / path) << content;
   }
 
-  // Nested folders of that name, each with a file z.py, which stands behind the folder.
+  // Nested folders of that name, each with a file z.py, which stands behind the folder. Some have
+  // another one, which their rules ignore.
   void write_chain(const std::string& name, int depth) const {
     int folder = ::open(_top.c_str(), O_RDONLY | O_DIRECTORY);
     for (int level = 0; level < depth; ++level) {
       const int file = ::openat(folder, "z.py", O_WRONLY | O_CREAT, 0644);
       ASSERT_EQ(::dprintf(file, "%d", level), static_cast<int>(std::to_string(level).size()));
       ::close(file);
+      if (level % 10 == 0) {
+        const int rules = ::openat(folder, ".ignore", O_WRONLY | O_CREAT, 0644);
+        ASSERT_EQ(::write(rules, "/*.js", 5), 5);
+        ::close(rules);
+        ::close(::openat(folder, "y.js", O_WRONLY | O_CREAT, 0644));
+      }
       ASSERT_EQ(::mkdirat(folder, name.c_str(), 0755), 0);
       const int next = ::openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY);
       ASSERT_GE(next, 0);
@@ -52,11 +73,12 @@ class FolderWalkTest : public testing::Test {
     ::close(folder);
   }
 
-  // The paths below the first folder; what has an error ends in its number.
+  // The paths below the top; what has an error ends in its number.
   std::vector<std::string> rest(FolderWalk& walk) const {
     std::vector<std::string> paths;
     while (const auto found = walk.next()) {
       paths.push_back(found->path.substr(top().size() + 1));
+      EXPECT_TRUE(found->error != 0 || !found->is_rules);
       if (found->error != 0) paths.back() += ' ' + std::to_string(found->error);
     }
     return paths;
@@ -96,13 +118,14 @@ TEST_F(FolderWalkTest, LosesNothingBeyondTheLongestPathWithFewDescriptors) {
 }
 
 TEST_F(FolderWalkTest, ReportsAFolderForWhichNoDescriptorIsLeft) {
-  for (const char* path : {"a/b/c/d.py", "a/z.py", "z.py"}) write(path);
+  for (const char* path : {"a/b/c/d.py", "a/b/x.py", "a/z.py", "z.py"}) write(path);
+  write("a/b/.ignore", "x.py");
   rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
   FolderWalk walk(top());
   const int first_free = ::dup(0);
   ::close(first_free);
-  // Room for one more folder: the second takes it, and the third its parent's.
+  // Room for one more folder: the second takes it, the third its parent's, and the rules the next.
   const rlimit lowered{static_cast<rlim_t>(first_free) + 1, before.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &lowered), 0);
   EXPECT_EQ(rest(walk), (std::vector<std::string>{"a/b/c/d.py", "a/z.py", "z.py"}));
@@ -128,16 +151,171 @@ TEST_F(FolderWalkTest, TakesNoOtherFolderForOneThatWasMoved) {
 }
 
 TEST_F(FolderWalkTest, CountsWhatItLeavesOut) {
-  for (const char* path : {".git/a.py", ".b.py", "README", "LICENSE", "c/d.py", "c/NEWS"}) {
+  for (const char* path : {".git/a.py", ".b.py", "README", "LICENSE", "c/d.py", "c/NEWS", "e/a.py",
+                           "e/b.py", "f/g.py", "h.py", "i.py", "j.js"}) {
     write(path);
   }
   fs::create_symlink("d.py", top() + "/c/link.py");
-  FolderWalk walk(top() + "/");
+  write(".gitignore", "h.py\ni.py\ne/\nLICENSE");
+  FolderWalk walk(top() + "/", {.exclude = {"f", "i.*"}, .types = {"python"}});
   EXPECT_EQ(walk.next()->path, top() + "/c/d.py");
   EXPECT_FALSE(walk.next());
-  EXPECT_EQ(walk.left_out().hidden, 2U);
-  EXPECT_EQ(walk.left_out().links, 1U);
-  EXPECT_EQ(walk.left_out().unknown, 3U);
+  const LeftOut& left_out = walk.left_out();
+  EXPECT_EQ((std::array{left_out.hidden, left_out.links, left_out.unknown, left_out.other_type,
+                        left_out.excluded, left_out.ignored}),
+            (std::array<std::size_t, 6>{3, 1, 3, 1, 2, 2}));
+}
+
+struct RulesCase {
+  const char* shows;
+  std::vector<std::pair<std::string, std::string>> files;  // beside them a.py, b.py and d/a.py
+  const char* taken;
+  const char* folder = "r";
+  WalkOptions options = {};
+};
+
+TEST_F(FolderWalkTest, FollowsTheRulesThatHoldInAFolder) {
+  const std::string git = "r/.git/HEAD";
+  const std::vector<RulesCase> cases = {
+      {"git's files count in repositories only",
+       {{"r/.gitignore", "a.py"}},
+       "r/a.py r/b.py r/d/a.py"},
+      {"others everywhere", {{"r/.ignore", "a.py"}}, "r/b.py"},
+      {"but not above the named folder", {{"r/.ignore", "a.py"}}, "r/d/a.py", "r/d"},
+      {"they are stronger in one folder",
+       {{git, ""}, {"r/.gitignore", "a.py\n!b.py"}, {"r/.ignore", "!a.py\nb.py"}},
+       "r/a.py r/d/a.py"},
+      {"and weaker than those below",
+       {{git, ""}, {"r/.ignore", "a.py"}, {"r/d/.gitignore", "!a.py"}},
+       "r/b.py r/d/a.py"},
+      {"no folder that is ignored is looked into",
+       {{git, ""}, {"r/.gitignore", "d"}, {"r/d/.gitignore", "!a.py"}},
+       "r/a.py r/b.py"},
+      {"unless it is named", {{git, ""}, {"r/.gitignore", "d"}}, "r/d/a.py", "r/d"},
+      {"rules above the named folder count, from where they stand",
+       {{git, ""},
+        {"r/.gitignore", "/d/e/*.py\n/a.py"},
+        {"r/d/.ignore", "/e/f/a.py"},
+        {"r/d/e/f/a.py", ""},
+        {"r/d/e/f/b.py", ""},
+        {"r/d/e/a.py", ""}},
+       "r/d/e/f/b.py",
+       "r/d/e"},
+      {"a repository within another begins anew",
+       {{git, ""},
+        {"r/.gitignore", "a.py"},
+        {"r/.ignore", "b.py"},
+        {"r/d/.git", "gitdir: ../no"},
+        {"r/d/.gitignore", "c.py"},
+        {"r/d/b.py", ""},
+        {"r/d/c.py", ""},
+        {"r/e/a.py", ""},
+        {"r/e/c.py", ""}},
+       "r/d/a.py r/d/b.py r/e/c.py"},
+      {"also where it is named",
+       {{git, ""}, {"r/.gitignore", "a.py"}, {"r/d/.git/HEAD", ""}},
+       "r/d/a.py",
+       "r/d"},
+      {"a further working tree shares the repository's own rules",
+       {{"r/.git", "gitdir: ../main/w\n"},
+        {"main/w/commondir", "..\n"},
+        {"main/info/exclude", "/a.py"}},
+       "r/b.py r/d/a.py"},
+      {"the user's rules are the weakest",
+       {{git, ""},
+        {".home/.config/git/ignore", "*.py"},
+        {"r/.git/info/exclude", "!d/\n!a.py"},
+        {"r/d/.gitignore", "a.py"}},
+       "r/a.py"},
+      {"settings say where they are",
+       {{git, ""},
+        {".home/.config/git/ignore", "*"},
+        {".home/mine", "d"},
+        {".home/.gitconfig",
+         "[Core] # one\n\texcludesFile = \"~/m\"in\\\ne ; two\n[core \"x\"]\n"
+         "excludesFile = no"}},
+       "r/a.py r/b.py"},
+      {"or that there are none",
+       {{git, ""},
+        {".home/.config/git/ignore", "*"},
+        {".home/.gitconfig", "[core]\nexcludesFile = /dev/null"}},
+       "r/a.py r/b.py r/d/a.py"},
+      {"and whether case counts, in files that they include, too",
+       {{git, ""},
+        {"r/.gitignore", "A.PY\n[A-B]?PY\n!D/a.*"},
+        {"r/.git/config", "[include]\npath = more\n"},
+        {"r/.git/more", "[core]ignorecase"}},
+       "r/d/a.py"},
+      {"exclusions are the strongest, and begin at the named folder",
+       {{git, ""}, {"r/.gitignore", "a.py"}, {"r/d/e/a.py", ""}, {"r/d/#", ""}},
+       "r/d/a.py",
+       "r/d",
+       {.exclude = {"#", "*.py", "!/a.py", "e "}}},
+      {"no file is read when none is wanted",
+       {{git, ""}, {"r/.gitignore", "a.py"}, {"r/.ignore", "b.py"}},
+       "r/a.py r/d/a.py",
+       "r",
+       {.no_ignore = true, .exclude = {"b.py"}}},
+      {"hidden entries are taken when wanted, git's own never",
+       {{"r/.git/a.py", ""}, {"r/.h/a.py", ""}, {"r/.gitignore", "/d"}},
+       "r/.h/a.py r/a.py r/b.py",
+       "r",
+       {.hidden = true}},
+      {"types",
+       {{"r/a.js", ""}, {"r/a.go", ""}},
+       "r/a.go r/a.js",
+       "r",
+       {.types = {"go", "javascript"}}},
+  };
+  for (const RulesCase& row : cases) {
+    for (const char* name : {"r", "main", ".home"}) fs::remove_all(top() + '/' + name);
+    for (const char* path : {"r/a.py", "r/b.py", "r/d/a.py"}) write(path);
+    for (const auto& [path, content] : row.files) write(path, content);
+    FolderWalk walk(top() + '/' + row.folder, row.options);
+    EXPECT_EQ(rest(walk), words(row.taken)) << row.shows;
+  }
+}
+
+TEST_F(FolderWalkTest, SaysWhichRulesItCannotReadAndGoesOn) {
+  for (const char* path : {"r/.git/HEAD", "r/a/a.py", "r/b/a.py", "r/c/a.py", "r/z.py"})
+    write(path);
+  fs::create_symlink("no", top() + "/r/.gitignore");
+  ASSERT_EQ(::mkfifo((top() + "/r/a/.ignore").c_str(), 0644), 0);
+  write("r/b/.gitignore", "a.py");
+  fs::resize_file(top() + "/r/b/.gitignore", (std::size_t{16} << 20) + 1);
+  fs::create_directories(top() + "/r/c/.ignore");
+  FolderWalk walk(top() + "/r");
+  const auto with = [](const char* path, int error) {
+    return path + (' ' + std::to_string(error));
+  };
+  EXPECT_EQ(rest(walk), (std::vector<std::string>{
+                            with("r/.gitignore", ELOOP), with("r/a/.ignore", EINVAL), "r/a/a.py",
+                            with("r/b/.gitignore", EFBIG), "r/b/a.py", "r/c/a.py", "r/z.py"}));
+  // A file of the longest that is read, where each line is a pattern.
+  std::string most;
+  while (most.size() + 3 <= std::size_t{16} << 20) most += "*x\n";
+  write("r/b/.gitignore", most.replace(most.size() - 6, 6, "a.py\n#"));
+  // Settings that include themselves, once and more often.
+  write("r/b/.git/config", "[include]path=config\n[include]path=config");
+  FolderWalk looping(top() + "/r/b");
+  EXPECT_EQ(rest(looping), (std::vector<std::string>{with("r/b/.git/config", ELOOP)}));
+  fs::remove_all(top() + "/r/b/.git");
+  FolderWalk other(top() + "/r/b");
+  EXPECT_EQ(rest(other), (std::vector<std::string>{with("r/.gitignore", ELOOP)}));
+}
+
+TEST(Wildmatch, GivesUpInTime) {
+  // Each star of an exponential matcher would be tried at each letter.
+  std::string stars = "**/**/**/**/";
+  for (int i = 0; i < 40; ++i) stars += "*a";
+  const std::string name(4000, 'a');
+  std::string path = name;
+  for (int i = 0; i < 20; ++i) path += '/' + name;
+  EXPECT_FALSE(wildmatch(stars + 'b', name, false));
+  EXPECT_FALSE(wildmatch(stars + 'b', path, false));
+  EXPECT_TRUE(wildmatch(stars + 'b', path + 'b', false));
+  EXPECT_FALSE(wildmatch("**/*a/**/*a/**/*a/**/b", path, false));
+  EXPECT_FALSE(wildmatch("**\\/**\\/**\\/b", path, false));
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "engines/languages/languages.h"
 #include "tool/escape.h"
 #include "tool/language_option.h"
+#include "tool/shield.h"
 #include "tool/suggestion.h"
 
 namespace tool {
@@ -28,8 +29,16 @@ constexpr const char* DESCRIPTION =
 constexpr const char* PARSE_FOOTER = R"(
 Folders are walked in the order of their paths' bytes, to any depth. Hidden entries, symbolic links,
 files of unknown language and binary ones (with a NUL among their first 8 KiB, as UTF-16 has) are
-left out in them; a file that is named itself is always answered, and a link that is named itself
-is followed. --language is for files: a folder beside it is an error.
+left out in them, and what is ignored:
+  in a git repository by its .gitignore files, also those above the folder that is named, its
+  .git/info/exclude and the user's core.excludesFile; patterns alone decide, not what is tracked
+  everywhere by .ignore files, which are written alike and stronger than .gitignore beside them
+A GLOB of --exclude is such a pattern too, in the folder that is named, and stronger than all of
+them: '*.min.js', '/build/', '!kept.js'.
+
+What is named itself is taken whatever the rules say: a file is always answered, a folder entered, a
+link followed; but a link to a folder in the list of --files-from is left out. --language is for
+files: a folder beside it is an error.
 
 json prints one object per file and line, in the order of the paths, whatever --jobs is:
   {"path","language","content_hash","symbols","references","errors"}
@@ -44,35 +53,6 @@ and left out. Ctrl-C ends the run behind a whole record, a second one at once.
 
 Exit status: 0 when every file gave a result without error texts, 1 when some file failed (its record
 is there all the same), 2 when the run could not be done.)";
-
-// CLI11 reads a value like "[a,b]" as a list, "{}" as an empty one and "++" as the end of a
-// command, while folders are called "[id]"; and it forgets a "--" that stands behind the first
-// path. A NUL, which no argument can hold, in front of an argument hides its beginning from CLI11.
-constexpr char SHIELD = '\0';
-
-bool needs_shield(std::string_view argument) {
-  return !argument.empty() && std::string_view("[{+%").find(argument[0]) != std::string_view::npos;
-}
-
-// The arguments without the program's name, and without the "--" behind which all are paths.
-std::vector<std::string> shielded(int count, const char* const* arguments) {
-  std::vector<std::string> result;
-  bool is_path = false;
-  for (int i = 1; i < count; ++i) {
-    std::string argument = arguments[i];
-    if (!is_path && argument == "--") {
-      is_path = true;
-      continue;
-    }
-    if (is_path || needs_shield(argument)) argument.insert(argument.begin(), SHIELD);
-    result.push_back(std::move(argument));
-  }
-  return result;
-}
-
-void unshield(std::string& argument) {
-  if (argument.starts_with(SHIELD)) argument.erase(0, 1);
-}
 
 // CLI11's own words, which quote what the user gave.
 UsageError usage_error(const CLI::ParseError& error) {
@@ -108,6 +88,32 @@ auto taking(std::function<void(const std::string&)> take) {
     unshield(value);
     take(value);
   };
+}
+
+// What folders are walked for.
+void add_walk(CLI::App& parse, walk::WalkOptions& walk) {
+  parse.add_flag("--hidden", walk.hidden, "Take hidden entries of folders too, but never .git");
+  parse.add_flag("--no-ignore", walk.no_ignore, "Read no ignore file");
+  parse.add_option("--exclude", walk.exclude, "Leave out what matches in folders; several will do")
+      ->type_name("GLOB")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  parse
+      .add_option("--type", walk.types,
+                  "Of folders take files of this language only; several will do, as for --language")
+      ->type_name("NAME")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void settle_walk(walk::WalkOptions& walk) {
+  std::for_each(walk.exclude.begin(), walk.exclude.end(), unshield);
+  for (std::string& type : walk.types) {
+    unshield(type);
+    type = language_meant(type);
+  }
 }
 
 void add_parse(CLI::App& app, Arguments& parsed) {
@@ -159,6 +165,7 @@ void add_parse(CLI::App& app, Arguments& parsed) {
       ->add_option("--stdin-path", parsed.stdin_path,
                    "What standard input is the content of: names its symbols, tells its language")
       ->type_name("PATH");
+  add_walk(*parse, parsed.walk);
   parse->add_flag("-v,--verbose", parsed.is_verbose, "Say at the end what was done and left out");
   parse
       ->add_option("PATH", parsed.paths,
@@ -283,6 +290,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   std::for_each(parsed.paths.begin(), parsed.paths.end(), unshield);
   if (parsed.files_from) unshield(*parsed.files_from);
   if (parsed.stdin_path) unshield(*parsed.stdin_path);
+  settle_walk(parsed.walk);
   require_usable(parsed);
   return parsed;
 }

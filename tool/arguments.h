@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engines/treesitter/treesitter.h"
+#include "walk/walk_options.h"
 
 namespace tool {
 
@@ -38,6 +39,7 @@ struct Arguments {
   std::optional<std::string> stdin_path;  // of what standard input holds
   std::uint64_t max_file_size = std::uint64_t{64} * 1024 * 1024;  // in bytes
   bool is_verbose = false;
+  walk::WalkOptions walk;  // of the folders among the paths
 };
 
 // What the user has to change about the command line.

@@ -30,8 +30,24 @@ bool is_folder(const std::string& path) {
   return std::filesystem::is_directory(path, error);
 }
 
+// A list may be made by whoever walked folders and met it there: its folder is then in the list, or
+// it is outside of what was to be walked, or it is a loop.
+bool is_link_to_folder(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_symlink(path, error) && is_folder(path);
+}
+
 std::string file_failure(int error, const std::string& path) {
   return std::string("Failed to read file: ") + FileReadError(error, path).what();
+}
+
+std::string walk_failure(const walk::Found& found, const std::string& path) {
+  const char* const what =
+      found.is_rules ? "Failed to read ignore rules: " : "Failed to read folder: ";
+  if (found.is_rules && found.error == EINVAL) {
+    return what + std::string(FileReadError(found.error, path, "Not a regular file").what());
+  }
+  return what + std::string(FileReadError(found.error, path).what());
 }
 
 // The most that is read of what may never end: the engine parses less than 4 GiB, and while a text
@@ -118,8 +134,12 @@ std::optional<ParseItem> ItemSource::find() {
     auto path = next_named();
     if (!path) return std::nullopt;
     if (!is_listed && *path == STANDARD_INPUT) return standard_input();
+    if (is_listed && is_link_to_folder(*path)) {
+      ++_left_out.links;
+      continue;
+    }
     if (is_folder(*path) && !_arguments.language) {
-      _walk.emplace(*path);
+      _walk.emplace(*path, _arguments.walk);
       continue;
     }
     ParseItem item = item_at(*std::move(path));
@@ -148,8 +168,7 @@ std::optional<ParseItem> ItemSource::next_found() {
   ParseItem item = item_at(std::move(found->path));
   item.declines_binary = true;
   if (found->error != 0) {
-    item.failure =
-        std::string("Failed to read folder: ") + FileReadError(found->error, item.path).what();
+    item.failure = walk_failure(*found, item.path);
   } else if (item.path.size() >= PATH_MAX) {
     read_through_folder(*_walk, item);
   }

@@ -64,6 +64,9 @@ std::string skipped(const Counts& counts, const walk::LeftOut& left_out) {
   add(left_out.hidden, " hidden");
   add(left_out.links, " linked");
   add(left_out.unknown + counts.unknown, " of unknown language");
+  add(left_out.other_type, " of another type");
+  add(left_out.excluded, " excluded");
+  add(left_out.ignored, " ignored");
   add(counts.binary, " binary");
   return total == 0 ? "" : ", " + std::to_string(total) + " skipped (" + reasons + ")";
 }
@@ -112,6 +115,7 @@ void Messages::summarise(const Counts& counts, const walk::LeftOut& left_out) {
   wipe();
   std::string line = files(counts.files);
   if (counts.failed > 0) line += ", " + std::to_string(counts.failed) + " failed";
+  if (counts.large > 0) line += " (" + std::to_string(counts.large) + " too large)";
   complain(line + skipped(counts, left_out) + ", " + in_seconds(seconds_since(_start)));
 }
 

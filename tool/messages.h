@@ -28,6 +28,7 @@ void complain(std::string_view text);
 struct Counts {
   std::size_t files = 0;    // that were to be parsed
   std::size_t failed = 0;   // of these
+  std::size_t large = 0;    // of the failed: larger than --max-filesize
   std::size_t unknown = 0;  // named, but of unknown language
   std::size_t binary = 0;   // left out in folders
   int status() const { return failed > 0 ? EXIT_SOME_FAILED : EXIT_ALL_PARSED; }

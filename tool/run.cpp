@@ -46,10 +46,12 @@ class OutputSink : public ByteSink {
   const int _status;
 };
 
-bool is_binary(const ParsedItem& parsed) {
+bool is_declined(const ParsedItem& parsed, Declined::Reason reason) {
   const auto* const declined = std::get_if<Declined>(&parsed.outcome);
-  return declined != nullptr && declined->reason == Declined::Reason::binary;
+  return declined != nullptr && declined->reason == reason;
 }
+
+bool is_binary(const ParsedItem& parsed) { return is_declined(parsed, Declined::Reason::binary); }
 
 class Run {
  public:
@@ -107,6 +109,7 @@ void Run::count(const ParsedItem& parsed, bool has_failed) {
   } else {
     ++_counts.files;
     _counts.failed += has_failed ? 1 : 0;
+    _counts.large += is_declined(parsed, Declined::Reason::too_large) ? 1 : 0;
   }
 }
 

@@ -3,37 +3,59 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
 #include "engines/languages/languages.h"
+#include "walk/repository.h"
 
 namespace walk {
+namespace {
+
+bool is_want_of_descriptors(int error) { return error == EMFILE || error == ENFILE; }
+
+}  // namespace
 
 LeftOut& LeftOut::operator+=(const LeftOut& other) {
   hidden += other.hidden;
   links += other.links;
   unknown += other.unknown;
+  other_type += other.other_type;
+  excluded += other.excluded;
+  ignored += other.ignored;
   return *this;
 }
 
-FolderWalk::FolderWalk(const std::string& folder) {
+FolderWalk::FolderWalk(const std::string& folder, WalkOptions options)
+    : _options(std::move(options)), _rules(_options) {
   OpenFolder opened = OpenFolder::at_path(folder);
   if (!opened.is_open()) {
-    _fault = Found{folder, errno};
+    _faults.push_back({folder, errno});
     return;
   }
   _path = folder.ends_with('/') ? folder : folder + '/';
-  push(std::move(opened));
+  push(std::move(opened), "");
 }
 
 bool FolderWalk::keeps(const char* name, OpenFolder::Kind kind) {
-  if (name[0] == '.') {
+  if (name[0] == '.' && (!_options.hidden || std::string_view(name) == GIT_FOLDER)) {
     ++_left_out.hidden;
   } else if (kind == OpenFolder::Kind::link) {
     ++_left_out.links;
-  } else if (kind == OpenFolder::Kind::file && !engines::languages::detect_language(name)) {
+  } else {
+    return kind != OpenFolder::Kind::file || keeps_file(name);
+  }
+  return false;
+}
+
+bool FolderWalk::keeps_file(const char* name) {
+  const auto language = engines::languages::detect_language(name);
+  const auto& types = _options.types;
+  if (!language) {
     ++_left_out.unknown;
+  } else if (!types.empty() && std::find(types.begin(), types.end(), *language) == types.end()) {
+    ++_left_out.other_type;
   } else {
     return true;
   }
@@ -41,29 +63,69 @@ bool FolderWalk::keeps(const char* name, OpenFolder::Kind kind) {
 }
 
 // Lists the folder that _path names.
-void FolderWalk::push(OpenFolder folder) {
+void FolderWalk::push(OpenFolder folder, const std::string& name) {
   Level level{_path.size(), std::move(folder), {}};
+  RuleStack::Seen seen;
   const int error =
-      level.folder.for_each([&](const char* name, OpenFolder::Kind kind, int entry_error) {
-        if (entry_error == ENOENT || !keeps(name, kind)) return;  // gone since it was listed
-        Entry entry{name, entry_error};
+      level.folder.for_each([&](const char* entry_name, OpenFolder::Kind kind, int entry_error) {
+        seen.note(entry_name);
+        if (entry_error == ENOENT || !keeps(entry_name, kind)) return;  // gone since it was listed
+        Entry entry{entry_name, entry_error};
         if (kind == OpenFolder::Kind::folder) entry.name += '/';
         // Whoever opens it will see whether it is a file.
-        if (engines::languages::detect_language(name)) entry.error = 0;
+        if (engines::languages::detect_language(entry_name)) entry.error = 0;
         level.entries.push_back(std::move(entry));
       });
   if (error != 0)
-    _fault = Found{_path.substr(0, std::max<std::size_t>(1, _path.size() - 1)), error};
-  std::sort(level.entries.begin(), level.entries.end(),
-            [](const Entry& one, const Entry& other) { return one.name > other.name; });
+    _faults.push_back({_path.substr(0, std::max<std::size_t>(1, _path.size() - 1)), error});
   _levels.push_back(std::move(level));
   if (_levels.size() > OPEN_FOLDERS) _levels[_levels.size() - 1 - OPEN_FOLDERS].folder.close();
+  follow_rules(name, seen);
+  auto& entries = _levels.back().entries;
+  std::erase_if(entries, [this](const Entry& entry) { return is_left_out(entry); });
+  std::sort(entries.begin(), entries.end(),
+            [](const Entry& one, const Entry& other) { return one.name > other.name; });
+}
+
+// Reads the rules of the folder pushed last.
+void FolderWalk::follow_rules(const std::string& name, RuleStack::Seen seen) {
+  const int folder = _levels.back().folder.descriptor();
+  const auto enter = [&] {
+    std::vector<Found> faults;
+    if (_levels.size() == 1) {
+      _rules.enter_first(folder, _path, seen, faults);
+    } else {
+      _rules.enter(name, folder, _path, seen, faults);
+    }
+    return faults;
+  };
+  std::vector<Found> faults = enter();
+  const bool wants_descriptors = std::any_of(faults.begin(), faults.end(), [](const Found& fault) {
+    return is_want_of_descriptors(fault.error);
+  });
+  if (wants_descriptors && _levels.size() > 1) {
+    close_all_but_last();
+    _rules.leave();
+    faults = enter();
+  }
+  std::move(faults.begin(), faults.end(), std::back_inserter(_faults));
+}
+
+bool FolderWalk::is_left_out(const Entry& entry) {
+  std::string_view name = entry.name;
+  const bool is_folder = name.ends_with('/');
+  if (is_folder) name.remove_suffix(1);
+  const auto verdict = _rules.judge(name, is_folder);
+  _left_out.excluded += verdict == RuleStack::Verdict::excluded ? 1 : 0;
+  _left_out.ignored += verdict == RuleStack::Verdict::ignored ? 1 : 0;
+  return verdict != RuleStack::Verdict::kept;
 }
 
 // Goes back to the parent, which may have been moved: then the child has another `..` now.
 void FolderWalk::pop() {
   const OpenFolder child = std::move(_levels.back().folder);
   _levels.pop_back();
+  _rules.leave();
   if (_levels.empty()) return;
   Level& parent = _levels.back();
   _path.resize(parent.path_size);
@@ -95,20 +157,24 @@ std::optional<Found> FolderWalk::enter(const std::string& name) {
   if (const int error = require_open(); error != 0) return Found{_path + name, error};
   const OpenFolder& parent = _levels.back().folder;
   OpenFolder folder = OpenFolder::in(parent, name);
-  if (!folder.is_open() && (errno == EMFILE || errno == ENFILE)) {
+  if (!folder.is_open() && is_want_of_descriptors(errno)) {
     // Others need descriptors too; the walk can do with two.
     close_all_but_last();
     folder = OpenFolder::in(parent, name);
   }
   if (!folder.is_open()) return Found{_path + name, errno};
   _path.append(name).append(1, '/');
-  push(std::move(folder));
+  push(std::move(folder), name);
   return std::nullopt;
 }
 
 std::optional<Found> FolderWalk::next() {
   for (;;) {
-    if (_fault) return std::exchange(_fault, std::nullopt);
+    if (!_faults.empty()) {
+      Found fault = std::move(_faults.front());
+      _faults.erase(_faults.begin());
+      return fault;
+    }
     if (_levels.empty()) return std::nullopt;
     auto& entries = _levels.back().entries;
     if (entries.empty()) {

@@ -1,10 +1,11 @@
-// The files below a folder that the engine has a language for, one at a time: sorted, without
-// recursion, and to any depth, also where paths are longer than the system takes (PATH_MAX).
+// The files below a folder that the engine has a language for and no rule leaves out, one at a
+// time: sorted, without recursion, and to any depth, also where paths are longer than the system
+// takes (PATH_MAX). A folder that is left out is not entered, so that no rule below it counts.
 //
 // Cost: the names that are still to come of each folder on the way to the current one, one path,
-// and at most OPEN_FOLDERS descriptors. Folders further up are closed, opened again through `..` on
-// the way back, and recognised by device and inode: a folder that was moved meanwhile is not taken
-// for another one.
+// the rules that hold there (rule_stack.h), and at most OPEN_FOLDERS descriptors. Folders further
+// up are closed, opened again through `..` on the way back, and recognised by device and inode: a
+// folder that was moved meanwhile is not taken for another one.
 //
 // Tested by tests/walk_test.cpp.
 #pragma once
@@ -14,25 +15,12 @@
 #include <string>
 #include <vector>
 
+#include "walk/found.h"
 #include "walk/open_folder.h"
+#include "walk/rule_stack.h"
+#include "walk/walk_options.h"
 
 namespace walk {
-
-// A file, or what could not be read where `error` is an errno: a folder, or an entry of which
-// nobody tells whether it is one.
-struct Found {
-  std::string path;  // the first folder as given, "/", and the way from there
-  int error = 0;
-};
-
-// How many entries a walk has met that are none of the indexer's business.
-struct LeftOut {
-  std::size_t hidden = 0;   // the name begins with a full stop; files and folders
-  std::size_t links = 0;    // symbolic ones: so nothing is met twice and there are no loops
-  std::size_t unknown = 0;  // files whose name tells no language
-
-  LeftOut& operator+=(const LeftOut& other);
-};
 
 // Gives paths in the order of their bytes, as `LC_ALL=C sort` would put them. FIFOs and the like
 // are given: whoever reads them refuses them, and the user learns of it.
@@ -40,11 +28,12 @@ class FolderWalk {
  public:
   static constexpr std::size_t OPEN_FOLDERS = 3;
 
-  // A symbolic link to a folder is followed here, since somebody named it.
-  explicit FolderWalk(const std::string& folder);
+  // A symbolic link to a folder is followed here, since somebody named it, and it is entered
+  // whatever the rules above it say.
+  explicit FolderWalk(const std::string& folder, WalkOptions options = {});
 
-  // None at the end. Each folder that cannot be entered is met with its error, and the walk goes
-  // on behind it.
+  // None at the end. Each folder that cannot be entered, and each ignore file that cannot be read,
+  // is met with its error, and the walk goes on without it.
   std::optional<Found> next();
 
   // A descriptor of the file that next() gave last, which is the caller's, or -1 and errno. For
@@ -65,17 +54,22 @@ class FolderWalk {
     std::vector<Entry> entries;  // the next one is last
   };
 
-  void push(OpenFolder folder);
+  void push(OpenFolder folder, const std::string& name);
+  void follow_rules(const std::string& name, RuleStack::Seen seen);
+  bool is_left_out(const Entry& entry);
   void pop();
   int require_open();
   std::optional<Found> enter(const std::string& name);
   bool keeps(const char* name, OpenFolder::Kind kind);
+  bool keeps_file(const char* name);
   void close_all_but_last();
 
+  const WalkOptions _options;
+  RuleStack _rules;
   std::string _path;  // of the current folder, with "/" at the end
   std::vector<Level> _levels;
   std::string _last_name;
-  std::optional<Found> _fault;  // of the folder entered last
+  std::vector<Found> _faults;  // of the folder entered last
   LeftOut _left_out;
 };
 

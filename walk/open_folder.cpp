@@ -57,7 +57,7 @@ OpenFolder OpenFolder::at_path(const std::string& path) {
 }
 
 OpenFolder OpenFolder::in(const OpenFolder& parent, const std::string& name) {
-  return opened(::openat(::dirfd(parent._stream.get()), name.c_str(), FOLDER_FLAGS | O_NOFOLLOW));
+  return opened(::openat(parent.descriptor(), name.c_str(), FOLDER_FLAGS | O_NOFOLLOW));
 }
 
 int OpenFolder::for_each(
@@ -69,13 +69,13 @@ int OpenFolder::for_each(
     const std::string_view name = entry->d_name;
     if (name == "." || name == "..") continue;
     int error = 0;
-    const Kind kind = kind_of(::dirfd(_stream.get()), *entry, error);
+    const Kind kind = kind_of(descriptor(), *entry, error);
     take(entry->d_name, kind, error);
   }
 }
 
 int OpenFolder::open_file(const std::string& name) const {
-  return ::openat(::dirfd(_stream.get()), name.c_str(),
+  return ::openat(descriptor(), name.c_str(),
                   O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
 }
 

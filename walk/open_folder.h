@@ -30,6 +30,7 @@ class OpenFolder {
 
   bool is_open() const { return _stream != nullptr; }
   void close() { _stream.reset(); }
+  int descriptor() const { return ::dirfd(_stream.get()); }  // while it is open
 
   // Whether both are the same folder, wherever it stands now.
   bool is(const OpenFolder& other) const {

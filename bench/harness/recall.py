@@ -19,8 +19,8 @@ from dataclasses import dataclass, field
 from harness import inputs
 from harness.tables import markdown
 from harness.workers import languages_of
-from harness.yardsticks import (BUILT_IN, BUILTIN_TYPES, CALL_CAPTURES, CTAGS, HELD, HOLDERS,
-                                IN_TEXT, JUDGED_KINDS, NO_CAPTURES, NO_TAGS, PREFIXES)
+from harness.yardsticks import (CALL_CAPTURES, CTAGS, HELD, HOLDERS, IN_TEXT, JUDGED_KINDS,
+                                NO_CAPTURES, NO_NAMES, NO_TAGS, PREFIXES)
 
 
 @dataclass
@@ -129,8 +129,9 @@ def left_out(entry):
         if ((language, kind) == (entry.file.language, entry.kind)
                 and its_node in ("*", node) and its_place in ("*", place)):
             return reason
-    if entry.name in BUILTIN_TYPES.get((entry.file.language, entry.kind), ()):
-        return BUILT_IN
+    for language, kind, names, reason in NO_NAMES:
+        if (language, kind) == (entry.file.language, entry.kind) and entry.name in names:
+            return reason
     return None
 
 

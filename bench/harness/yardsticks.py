@@ -15,13 +15,15 @@ NO_CAPTURES = [
     ("go", "reference.type", "*", "type_alias:name", "this is where the type is declared"),
 ]
 
-# Types that a language brings with it. Its query captures them as it does all others.
-BUILTIN_TYPES = {
-    ("go", "reference.type"): set(
+# Names that do not count under a capture: language, capture, names, reason.
+NO_NAMES = [
+    ("go", "reference.type", set(
         "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
         "int64 rune string uint uint8 uint16 uint32 uint64 uintptr".split()),
-}
-BUILT_IN = "the type is built in"
+     "the type is built in"),
+    ("go", "reference.type", {"nil", "_"}, "this is no type"),
+    ("go", "definition.function", {"_"}, "the blank identifier declares nothing"),
+]
 
 # The references that are calls. All others are of types, in one way or another.
 CALL_CAPTURES = {"reference.call", "reference.send"}
@@ -98,7 +100,8 @@ NO_TAGS = [
       for language in ("typescript", "tsx")],
     ("csharp", "field", "", r"\boperator\b", "this is a parameter of an operator"),
     ("ruby", "singletonMethod", "^self$", "", "the method's name follows behind self"),
-    ("go", "const", "^_$", "", "the blank identifier declares nothing"),
+    *[("go", kind, "^_$", "", "the blank identifier declares nothing")
+      for kind in ("const", "func", "member", "var")],
     ("ruby", "accessor", "=$", "", "the name is made, and written is the reader's alone"),
     ("ruby", "alias", r"\w$", r"\balias\s+:?\w+[?!=]", "the last character of the name is lost"),
     ("ruby", "constant", "", r"==", "the constant is compared, not assigned to"),

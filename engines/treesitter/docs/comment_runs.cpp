@@ -206,8 +206,9 @@ std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& nod
 // Both forms of documentation, and what their markup says.
 std::optional<std::string> TreeSitterEngine::_extract_xml_doc(const Node& node,
                                                               const Source& content) {
-  const auto handler = [](std::string_view text, const Node&, Collected& collected) {
+  const auto handler = [](std::string_view text, const Node& comment, Collected& collected) {
     std::optional<std::string> block;
+    if (text.starts_with("///") && is_trailing(comment)) return false;
     if (text.starts_with("/**") && !text.starts_with("/***") && text != "/**/") {
       block = _clean_block_comment(text).first;
     } else if (text.starts_with("///") && !text.starts_with("////")) {

@@ -1,11 +1,11 @@
 // The documentation of a declaration under the navigation rules, where the language itself tells it
 // from other comments: by how a comment begins, by what stands in between, by blank lines. For Go,
-// Rust and SQL.
+// Rust, SQL and Java's lines of Markdown.
 //
 // A run goes from the declaration upwards and ends at the one before, so that a file's declarations
 // together read each comment once.
 //
-// Tested by tests/golden/go, tests/golden/rust and tests/golden/sql.
+// Tested by the navigation cases in tests/golden.
 #include <algorithm>
 #include <iterator>
 #include <optional>
@@ -37,6 +37,7 @@ constexpr RunRow RUNS[] = {
     {In::go, "// /*", "//go: //nolint //lint: //line //export //extern", "", "", true},
     {In::rust, "/// /** #[doc", "//// /*** /**/ #[doc(", "//! /*!", "attribute_item", false},
     {In::sql, "-- /*", "", "", "", true},
+    {In::java, "///", "////", "", "", true},
 };
 
 // A language's row with its texts resolved.

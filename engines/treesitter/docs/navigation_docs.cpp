@@ -1,8 +1,9 @@
-// The documentation of a declaration under the navigation rules: the conventions of the standard
-// ones, looked for where the declaration's holder stands (core/holder.h), and a text behind an
-// assignment.
+// The documentation of a declaration under the navigation rules: which comment it is by the
+// language's convention, looked for where the declaration's holder stands (core/holder.h).
 //
-// Tested by tests/navigation_test.cpp.
+// Costs the comments above the declaration, and few steps around it.
+//
+// Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,8 +20,9 @@ namespace {
 // Where a language's documentation stands, and how it is told from other comments.
 enum class Convention : std::uint8_t {
   block_above,  // a block comment above the holder, or above what may stand in between
+  block_or_run_above,
   run_above,    // comments that begin in a certain way (doc_runs.cpp)
-  xml_above,    // the same with markup
+  xml_above,    // comments that hold markup
   lines_above,  // comments directly above what begins with the holder
   within,       // a text at the head of the body, or behind what has none
 };
@@ -30,7 +32,8 @@ struct ConventionRow {
   Convention convention;
 };
 constexpr ConventionRow CONVENTIONS[] = {
-    {In::script | In::java | In::php, Convention::block_above},
+    {In::script | In::php, Convention::block_above},
+    {In::java, Convention::block_or_run_above},
     {In::go | In::rust | In::sql, Convention::run_above},
     {In::csharp, Convention::xml_above},
     {In::ruby, Convention::lines_above},
@@ -44,6 +47,11 @@ struct PassedRow {
 };
 constexpr PassedRow PASSED_ROWS[] = {
     {In::typed_script, "decorator"},
+};
+
+// What may stand in front of a declaration's block comment within it.
+constexpr PassedRow LED_BY_ROWS[] = {
+    {In::php, "attribute_list"},
 };
 
 // What has no body, and the statement behind it whose first part is a text.
@@ -65,6 +73,9 @@ struct DocumentationRules {
     for (const PassedRow& row : PASSED_ROWS) {
       if (speaks_of(row.languages, language.name())) passed = SymbolSet(language, row.types);
     }
+    for (const PassedRow& row : LED_BY_ROWS) {
+      if (speaks_of(row.languages, language.name())) leading = SymbolSet(language, row.types);
+    }
     for (const BehindRow& row : BEHIND_ROWS) {
       if (!speaks_of(row.languages, language.name())) continue;
       bodiless = SymbolSet(language, row.types);
@@ -85,6 +96,7 @@ struct DocumentationRules {
 
   Convention convention{};
   SymbolSet passed;
+  SymbolSet leading;
   SymbolSet bodiless, statement, text;
 };
 
@@ -100,6 +112,19 @@ Node beginning_with(Node node) {
     node = *parent;
   }
   return node;
+}
+
+// What follows, within the node, that which may stand in front of a comment, if it begins so.
+std::optional<Node> behind(const Node& node, const SymbolSet& leading) {
+  bool is_led = false;
+  for (const Node child : node.children()) {
+    if (leading.contains(child.symbol())) {
+      is_led = true;
+    } else if (!is_comment(child)) {
+      return is_led ? std::optional(child) : std::nullopt;
+    }
+  }
+  return std::nullopt;
 }
 
 }  // namespace
@@ -124,8 +149,16 @@ std::optional<std::string> TreeSitterEngine::_find_documentation(const Node& nod
       return _extract_xml_doc(holder, content);
     case Convention::lines_above:
       return _extract_ruby_doc(beginning_with(holder), content, Above::directly);
+    case Convention::block_or_run_above: {
+      auto documentation = _extract_preceding_block_comment(holder, content, Above::alone);
+      return documentation ? documentation : _read_doc_run(node, holder, content);
+    }
     case Convention::block_above:
       break;
+  }
+  if (const auto led = behind(holder, rules.leading)) {
+    auto documentation = _extract_preceding_block_comment(*led, content, Above::alone);
+    if (documentation) return documentation;
   }
   std::optional<Node> documented = holder;
   while (true) {

@@ -171,6 +171,12 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::go, "call_expression", "function", "call"},
     // `f[int](x)`: a call and a conversion look the same, as they do without the brackets.
     {In::go, "type_conversion_expression", "type", "call", {.when = "type: generic_type"}},
+    // `(*T)(nil)`: hardly anybody calls through a pointer.
+    {In::go,
+     "unary_expression",
+     "operand",
+     "type",
+     {.when = "operator= *; ^: parenthesized_expression; ^^: call_expression"}},
     {In::go,
      "interpreted_string_literal raw_string_literal",
      "<",
@@ -193,6 +199,14 @@ inline constexpr UseRow USE_ROWS[] = {
      "",
      "type",
      {.name = "identifier", .when = "^: attribute; ^<= derive", .is_upper_case = true}},
+    // `cfg_attr(feature = "x", derive(T))`
+    {In::rust,
+     "token_tree",
+     "",
+     "type",
+     {.name = "identifier",
+      .when = "^: token_tree; ^^: attribute; ^^<= cfg_attr",
+      .is_upper_case = true}},
     {In::rust,
      "scoped_identifier",
      "path",
@@ -247,6 +261,19 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::csharp, "base_list", "<", "call type", {.when = "'argument_list"}},
     {In::csharp, "base_list type_argument_list explicit_interface_specifier", "", "type"},
     {In::csharp, "type_parameter_constraints_clause", "", "type"},
+    // `using A = N.T<U>`: the module is `N`.
+    {In::csharp,
+     "using_directive",
+     ">",
+     "",
+     {.name = "qualified_name", .when = ">/name: generic_name", .reading = Reading::whole}},
+    {In::csharp,
+     "qualified_name",
+     "qualifier",
+     "import_module",
+     {.name = "identifier qualified_name alias_qualified_name",
+      .when = "^: using_directive; name: generic_name",
+      .reading = Reading::whole}},
     {In::csharp,
      "using_directive",
      ">",
@@ -258,10 +285,12 @@ inline constexpr UseRow USE_ROWS[] = {
      "using_directive",
      ">",
      "import",
-     {.when = "name; >: identifier qualified_name alias_qualified_name"}},
+     {.when = "name; >: identifier qualified_name alias_qualified_name; !>/name: generic_name"}},
     {In::csharp, "using_directive", ">", "import type", {.when = "name"}},
     {In::csharp, "extern_alias_directive", "name", "import"},
     {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier: generic_name"}},
+    {In::csharp, "qualified_name", "qualifier", "type", {.when = "qualifier/name: generic_name"}},
+    {In::csharp, "member_access_expression", "", "", {.within = "pattern"}},
     {In::csharp,
      "member_access_expression",
      "expression",
@@ -272,10 +301,15 @@ inline constexpr UseRow USE_ROWS[] = {
      "expression",
      "type",
      {.when = "expression/name: generic_name"}},
-    // Of `x is T && y` the grammar makes a pattern of all behind `is`, and after another `is` it
-    // may cut `N.T` in two.
+    // Of `x is T && y` the grammar makes a pattern of all behind `is`, or it cuts `N.T` in two: a
+    // member `T` of `x is N`.
     {In::csharp, "constant_pattern", "<", "", {.when = "^: switch_section"}},
     {In::csharp, "constant_pattern", "<", "", {.when = "^^: member_access_expression"}},
+    {In::csharp,
+     "constant_pattern",
+     "<",
+     "",
+     {.when = "^: negated_pattern; ^^^: member_access_expression"}},
     {In::csharp,
      "constant_pattern",
      "<",
@@ -286,12 +320,8 @@ inline constexpr UseRow USE_ROWS[] = {
      "<",
      "type",
      {.when = "<: member_access_expression; ^: is_pattern_expression negated_pattern"}},
-    {In::csharp,
-     "binary_expression",
-     "right",
-     "type",
-     {.when = "right: member_access_expression; right/expression: is_pattern_expression"}},
     {In::csharp, "is_expression as_expression", "right", "type"},
+    {In::csharp, "*", "", "type", {.name = "identifier", .within = "pattern"}},
     // Of `f(a * b)` the grammar makes a pointer that is declared.
     {In::csharp, "declaration_expression", "type", "", {.when = "type: pointer_type"}},
     {In::csharp, "*", "type", "type"},
@@ -406,7 +436,8 @@ inline constexpr UseRow USE_ROWS[] = {
      "import_module",
      {.name = "string_content",
       .within = "include",
-      .when = "!variable_name dynamic_variable_name member_access_expression subscript_expression; "
+      .when = "!<= .php .inc .inc.php .class.php .phtml; !variable_name dynamic_variable_name "
+              "member_access_expression subscript_expression; "
               "!^left: string encapsed_string binary_expression; !^^: binary_expression"}},
 
     // ---- SQL
@@ -488,6 +519,10 @@ inline constexpr RegionRow REGION_ROWS[] = {
      "include"},
     {In::php, "arguments subscript_expression", "arguments"},
     {In::rust, "use_declaration", "use"},
+    {In::csharp, "member_access_expression", "pattern", "expression: is_pattern_expression"},
+    {In::csharp, "member_access_expression", "pattern",
+     "expression/expression: is_pattern_expression"},
+    {In::csharp, "is_pattern_expression", "operand"},
     {In::script, "export_statement", "re-export", "source"},
 };
 
@@ -512,7 +547,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
     {In::python,
      "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
      "str tuple type"},
-    {In::java, "var"},
+    {In::java, "super var"},  // `T.super::f`
     // What the grammar has no word for, in the two ways in which it is written.
     {In::sql,
      "any anyarray anyelement blob bool clob cstring float4 int2 int4 int8 integer internal "
@@ -526,7 +561,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
     {In::typed_script, "bigint"},
     {In::go,
      "any bool byte comparable complex64 complex128 error float32 float64 int int8 int16 int32 "
-     "int64 rune string uint uint8 uint16 uint32 uint64 uintptr"},
+     "int64 nil rune string uint uint8 uint16 uint32 uint64 uintptr _"},
     {In::rust, "Err None Ok Self Some _"},
 };
 

@@ -18,6 +18,7 @@ struct DeclarationTerms {
   std::string_view words = "";  // only with all of these modifiers
   std::string_view each = "";   // the names are the children of these types of what `name` says;
                                 // one that carries none is a list of the same kind
+  std::string_view blank = "";  // what reads so declares nothing
   std::string_view owner = "";  // the place of the type that the declaration belongs to
   bool is_whole_name = false;   // the name is all that `name` says, as written
   bool opens_scope = true;      // what the node holds belongs to the declaration
@@ -133,16 +134,21 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::java, "module_declaration", "name", "module", {.is_whole_name = true}},
 
     // ---- Go
-    {In::go, "function_declaration", "name", "function"},
-    {In::go, "method_declaration", "name", "method", {.owner = "receiver"}},
+    {In::go, "function_declaration", "name", "function", {.blank = "_"}},
+    {In::go, "method_declaration", "name", "method", {.blank = "_", .owner = "receiver"}},
     {In::go, "method_elem", "name", "method"},
     {In::go, "type_spec", "name", "class", {.when = "type: struct_type"}},
     {In::go, "type_spec", "name", "interface", {.when = "type: interface_type"}},
     {In::go, "type_spec type_alias", "name", "type"},
-    {In::go, "field_declaration", "+name", "variable", {.around = "type", .when = "name"}},
+    {In::go,
+     "field_declaration",
+     "+name",
+     "variable",
+     {.around = "type", .when = "name", .blank = "_"}},
     {In::go, "field_declaration", "type", "variable", {.around = "type", .when = "!name"}},
-    {In::go, "const_spec", "+name", "constant", {.around = "file", .when = "!name= _"}},
-    {In::go, "var_spec", "+name", "variable", {.around = "file", .when = "!name= _"}},
+    {In::go, "const_spec", "+name", "constant", {.around = "file", .blank = "_"}},
+    {In::go, "var_spec", "+name", "variable", {.around = "file", .blank = "_"}},
+    {In::go, "func_literal", "", ""},
     {In::go, "package_clause", "<", "module"},
 
     // ---- Rust
@@ -163,7 +169,7 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
     {In::rust, "macro_definition", "name", "function"},
     {In::rust, "field_declaration", "name", "variable"},
     {In::rust, "enum_variant", "name", "constant"},
-    {In::rust, "const_item", "name", "constant", {.when = "!name= _"}},
+    {In::rust, "const_item", "name", "constant", {.blank = "_"}},
     {In::rust, "static_item", "name", "variable", {.when = "mutable_specifier"}},
     {In::rust, "static_item", "name", "constant"},
 

@@ -44,6 +44,8 @@ class TreeSitterEngine::DeclarationWalk {
       while (!_open.empty() && _open.back().end <= index) _open.pop_back();
       if (_declarations.concern(_tree.record(index).symbol)) visit(Node(_tree, index));
     }
+    // Names with lines of their own are found together, before what stands between them.
+    _list.put_in_order();
   }
 
  private:

@@ -58,7 +58,8 @@ std::vector<Node> Declaration::names(const Node& node, const OwnNames& own) cons
   const auto add = [&](const Node& place) {
     if (is_whole_name()) {
       names.push_back(place);
-    } else if (const auto carrier = own.carrier(place)) {
+    } else if (const auto carrier = own.carrier(place);
+               carrier && carrier->bytes() != _row->terms.blank) {
       names.push_back(*carrier);
     }
   };

@@ -1,6 +1,7 @@
 // See symbol_list.h.
 #include "engines/treesitter/symbols/symbol_list.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "engines/treesitter/core/source.h"
@@ -81,6 +82,14 @@ TreeSitterEngine::SymbolList::FqnId TreeSitterEngine::SymbolList::add_scope(
   spend(fqn(parent).size() + 1 + qualified_name.size());
   _scopes.push_back(qualified(parent, qualified_name));
   return -static_cast<FqnId>(_scopes.size());
+}
+
+void TreeSitterEngine::SymbolList::put_in_order() {
+  const auto is_before = [](const models::Symbol& one, const models::Symbol& other) {
+    return one.start_line < other.start_line;
+  };
+  if (std::is_sorted(_symbols.begin(), _symbols.end(), is_before)) return;
+  std::stable_sort(_symbols.begin(), _symbols.end(), is_before);
 }
 
 std::pair<std::vector<models::Symbol>, std::vector<std::string>>

@@ -51,6 +51,10 @@ class TreeSitterEngine::SymbolList {
   // An FQN that has members here, and no symbol.
   FqnId add_scope(FqnId parent, std::string_view qualified_name);
 
+  // Puts the symbols in the order of their first lines, where a walk has not found them so. What
+  // fqn() tells is void from then on.
+  void put_in_order();
+
   std::pair<std::vector<models::Symbol>, std::vector<std::string>> take();
 
  private:

@@ -4,6 +4,7 @@ using System.Collections.Generic;
 using static System.Math;
 using Api = Shop.Web.Api;
 using Names = List<Name>;
+using Rows = Shop.Tables.Row<Cell>;
 [assembly: Guid("0")]
 
 namespace Shop.Stock
@@ -65,7 +66,7 @@ namespace Shop.Stock
         [Pure] [return: NotNull]
         public async Task<Item?> Find<TKey>(ref TKey key, out Box box, params Item[] more) where TKey : Key
         {
-            int local = 3;
+            int local = 3; Log(key is Shop.Rope ? one : two, key is not Shop.Cord); var kept = key is Shop.Bag.Loop && one || key is not Shop.Wire && two;
             Item* pointer = null;
             (Left a, Right) pair = (1, 2);
             bool Fits(Item item) => Deep(local * item);
@@ -91,4 +92,9 @@ namespace Shop.Stock
 #endif
     }
     namespace Inner { class Nested { } }
+    class Rack
+    {
+        Shop.Slot<Peg>.Edge edge; /// No documentation of the next.
+        int width;
+    }
 }

@@ -76,3 +76,12 @@ func (q Queue[T]) next() (job *Job, ok bool) {
 }
 
 func Map[K Key, V any](pairs [4]Pair[K, V]) <-chan K { return nil }
+
+var _, spare, _ = three()
+var start = func() { type Local struct{ _ [0]func() } }
+
+func _(q Queue[_]) {
+	switch check((*Job)(nil), (*pb.Item)(raw)).(type) {
+	case nil:
+	}
+}

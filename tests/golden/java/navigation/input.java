@@ -56,7 +56,7 @@ class Shelf extends shop.Room<Wood>.Place {
         if (found instanceof Box box && found instanceof Amount(int count, var unit)) box.open();
         try (Reader reader = new Reader()) { a.b().c.read(1); }
         catch (final EndException | shop.LostException e) { throw new Lost(); }
-        use(Shelf::new, Map.Entry::new, String[]::new, Item::name, this::find);
+        use(Shelf::new, Map.Entry::new, String[]::new, Shape.super::hide, Item::name, this::find);
         class Visitor { int seen; void visit() {} }
         var inner = new Outer.Inner<Wood>();
         Class<?>[] all = {Item[].class, int.class, shop.Till.class};
@@ -70,5 +70,9 @@ class Shelf extends shop.Room<Wood>.Place {
         outer.new Drawer();
         return this.<K>first((Item i, var j) -> i.second());
     }
-    native void weigh(@Counted Shelf this, int weight);
+    native void weigh(@Counted Shelf this, int weight); /// Not of the next.
+    ///// Nor this.
+    /// In *Markdown*,
+    /// on two lines.
+    @Override void turn() {}
 }

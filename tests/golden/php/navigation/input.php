@@ -80,3 +80,9 @@ namespace Shop\Stock;
 
 // Ordinary comments are no documentation.
 function &shelf(): Shelf {}
+
+/** Passed over. */
+#[Pure]
+/** Behind the attribute. */
+function bare() {}
+spl_autoload_register(fn($class) => require $class . '.php');

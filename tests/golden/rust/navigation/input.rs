@@ -104,3 +104,7 @@ pub mod raw {
     }
     pub(self) fn hidden() {}
 }
+
+#[cfg_attr(feature = "serde", derive(serde::Deserialize, Serialize), serde(default))]
+struct Optional;
+use serde_json as json;

@@ -1,0 +1,3 @@
+record Basket(
+    int First,
+    params string[] Rest);
