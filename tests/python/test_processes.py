@@ -54,6 +54,7 @@ def in_child(work):
     return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
 
 
+@pytest.mark.skipif(bool(SANITIZERS), reason="their allocators may stay locked in the child")
 def test_forked_while_threads_parse(engine):
     expected = engine.parse_content(SOURCE, "python", "a.py")
     stop = threading.Event()
