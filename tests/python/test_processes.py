@@ -54,7 +54,11 @@ def in_child(work):
     return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
 
 
-@pytest.mark.skipif(bool(SANITIZERS), reason="their allocators may stay locked in the child")
+not_sanitized = pytest.mark.skipif(
+    bool(SANITIZERS), reason="a sanitizer's allocator may stay locked in a child of threads")
+
+
+@not_sanitized
 def test_forked_while_threads_parse(engine):
     expected = engine.parse_content(SOURCE, "python", "a.py")
     stop = threading.Event()
@@ -116,6 +120,7 @@ def test_want_of_memory_ends_no_process():
         assert done.returncode in (0, 1), done.stderr[-500:]  # 1: Python itself found none
 
 
+@not_sanitized
 def test_a_forked_child_ends_in_order():
     # Through the interpreter's end and not os._exit, with the parent's threads gone.
     assert run_python("""
