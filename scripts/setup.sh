@@ -11,7 +11,7 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 
 # One list for building and testing, since one build folder serves both.
 BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
-  libssl-dev libpcre2-dev libicu-dev libcli11-dev nlohmann-json3-dev
+  libssl-dev libpcre2-dev libicu-dev libcli11-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-dev python3-pytest mypy git)
 # What .ci/run needs beside them.

@@ -14,6 +14,7 @@
 
 #include "engines/languages/languages.h"
 #include "tool/escape.h"
+#include "tool/index_arguments.h"
 #include "tool/language_option.h"
 #include "tool/shield.h"
 #include "tool/suggestion.h"
@@ -261,6 +262,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
       "Print the versions of the tool, the tree-sitter core and the grammars");
   app.allow_extras();
   add_parse(app, parsed);
+  add_index(app, parsed);
   CLI::App* const languages =
       app.add_subcommand("languages", "List the languages and what detects them");
   app.add_subcommand("help", "Say how a command is used: help COMMAND");
@@ -285,6 +287,11 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   for (const CLI::App* const command : app.get_subcommands()) require_all_taken(*command);
   if (languages->parsed()) {
     parsed.command = Command::languages;
+    return parsed;
+  }
+  if (app.got_subcommand("index")) {
+    parsed.command = Command::index;
+    settle_index(parsed);
     return parsed;
   }
   std::for_each(parsed.paths.begin(), parsed.paths.end(), unshield);

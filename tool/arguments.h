@@ -20,7 +20,7 @@ inline constexpr unsigned MAX_JOBS = 1024;
 // What stands for standard input among paths and as a list's name.
 inline constexpr const char* STANDARD_INPUT = "-";
 
-enum class Command : std::uint8_t { parse, languages, help, version };
+enum class Command : std::uint8_t { parse, index, languages, help, version };
 
 enum class Format : std::uint8_t { json, text };
 
@@ -40,6 +40,11 @@ struct Arguments {
   std::uint64_t max_file_size = std::uint64_t{64} * 1024 * 1024;  // in bytes
   bool is_verbose = false;
   walk::WalkOptions walk;  // of the folders among the paths
+
+  // Of `index`, beside `jobs` and `is_verbose`:
+  std::string index_path = ".";
+  std::optional<std::string> database;
+  engines::treesitter::Rules index_rules = engines::treesitter::Rules::navigation;
 };
 
 // What the user has to change about the command line.

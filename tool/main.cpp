@@ -10,8 +10,11 @@
 #include <exception>
 #include <new>
 
+#include "index/index_error.h"
 #include "tool/arguments.h"
 #include "tool/descriptors.h"
+#include "tool/escape.h"
+#include "tool/index_command.h"
 #include "tool/interrupts.h"
 #include "tool/listing.h"
 #include "tool/messages.h"
@@ -23,6 +26,8 @@ int execute(const tool::Arguments& arguments) {
   switch (arguments.command) {
     case tool::Command::parse:
       return tool::run(arguments);
+    case tool::Command::index:
+      return tool::run_index(arguments);
     case tool::Command::languages:
       tool::write_output(tool::languages_text(), tool::EXIT_ALL_PARSED);
       break;
@@ -51,6 +56,8 @@ int main(int count, char** arguments) {
   } catch (const tool::UsageError& error) {
     tool::complain(error.what());
     tool::complain("see treesitter-engine --help");
+  } catch (const repository::IndexError& error) {
+    tool::complain(tool::escaped(error.what()));
   } catch (const std::bad_alloc&) {
     tool::complain("out of memory");
   } catch (const std::exception& error) {

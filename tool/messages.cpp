@@ -78,9 +78,11 @@ void complain(std::string_view text) {
   (void)!::writev(STDERR_FILENO, parts.data(), static_cast<int>(parts.size()));
 }
 
-Messages::Messages(bool is_verbose)
-    : _shows_progress(is_terminal(STDERR_FILENO) && !is_terminal(STDOUT_FILENO)),
-      _shows_reports(!is_terminal(STDERR_FILENO) || !is_terminal(STDOUT_FILENO)),
+Messages::Messages(bool is_verbose, Records records)
+    : _shows_progress(is_terminal(STDERR_FILENO) &&
+                      (records == Records::none || !is_terminal(STDOUT_FILENO))),
+      _shows_reports(records == Records::none || !is_terminal(STDERR_FILENO) ||
+                     !is_terminal(STDOUT_FILENO)),
       _shows_summary(is_verbose || is_terminal(STDERR_FILENO)),
       _start(steady_clock::now()),
       _next(_start + FIRST_PROGRESS) {}
@@ -91,6 +93,11 @@ void Messages::report(std::string_view path, std::string_view text) {
   if (!_shows_reports) return;
   wipe();
   complain(escaped(path) + ": " + escaped(text));
+}
+
+void Messages::note(std::string_view text) {
+  wipe();
+  complain(escaped(text));
 }
 
 void Messages::show_progress(const Counts& counts, std::optional<std::size_t> total,
@@ -110,12 +117,14 @@ void Messages::show_progress(const Counts& counts, std::optional<std::size_t> to
   _has_line = true;
 }
 
-void Messages::summarise(const Counts& counts, const walk::LeftOut& left_out) {
+void Messages::summarise(const Counts& counts, const walk::LeftOut& left_out,
+                         std::string_view rest) {
   if (!_shows_summary) return;
   wipe();
   std::string line = files(counts.files);
   if (counts.failed > 0) line += ", " + std::to_string(counts.failed) + " failed";
   if (counts.large > 0) line += " (" + std::to_string(counts.large) + " too large)";
+  if (!rest.empty()) line.append(", ").append(rest);
   complain(line + skipped(counts, left_out) + ", " + in_seconds(seconds_since(_start)));
 }
 

@@ -41,7 +41,11 @@ class Messages {
  public:
   using UnderWay = engines::treesitter::ParseMany::UnderWay;
 
-  explicit Messages(bool is_verbose);
+  // Where records go to standard output, which collide with progress on a terminal and tell errors
+  // themselves.
+  enum class Records : bool { none, written };
+
+  explicit Messages(bool is_verbose, Records records = Records::written);
   Messages(const Messages&) = delete;
   Messages& operator=(const Messages&) = delete;
   ~Messages();
@@ -49,6 +53,9 @@ class Messages {
   // Prints "treesitter-engine: PATH: TEXT", both escaped. Nothing when both outputs are terminals:
   // the record has just told it there.
   void report(std::string_view path, std::string_view text);
+
+  // Prints "treesitter-engine: TEXT", escaped.
+  void note(std::string_view text);
 
   bool shows_progress() const { return _shows_progress; }
 
@@ -58,7 +65,8 @@ class Messages {
                      const std::optional<UnderWay>& longest);
 
   // Prints what the run came to, when the user asked for it or watches. `left_out`: in folders.
-  void summarise(const Counts& counts, const walk::LeftOut& left_out);
+  // `rest`: what is to be said besides of the files.
+  void summarise(const Counts& counts, const walk::LeftOut& left_out, std::string_view rest = {});
 
  private:
   void wipe();

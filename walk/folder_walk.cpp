@@ -1,6 +1,9 @@
 // See folder_walk.h.
 #include "walk/folder_walk.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
@@ -199,6 +202,12 @@ int FolderWalk::open_last() {
     return -1;
   }
   return _levels.back().folder.open_file(_last_name);
+}
+
+int FolderWalk::stat_last(struct stat& status) {
+  if (const int error = _levels.empty() ? ESTALE : require_open(); error != 0) return error;
+  const int folder = _levels.back().folder.descriptor();
+  return ::fstatat(folder, _last_name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
 }  // namespace walk

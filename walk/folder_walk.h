@@ -10,6 +10,8 @@
 // Tested by tests/walk_test.cpp.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -39,6 +41,10 @@ class FolderWalk {
   // A descriptor of the file that next() gave last, which is the caller's, or -1 and errno. For
   // files whose path is too long to be opened.
   int open_last();
+
+  // What the file that next() gave last is, without following a link. Gives an errno, 0 when it is
+  // known.
+  int stat_last(struct stat& status);
 
   // Of what has been listed so far.
   const LeftOut& left_out() const { return _left_out; }

@@ -92,8 +92,9 @@ struct ParseManyOptions {
   std::size_t threads = 0;
   // Ends the run: items under way come out as cancelled, and no further ones are begun.
   std::stop_token stop = {};
-  // Called on the thread that parses an item, instead of parsing it: has to call `parse`, which
-  // fills in the outcome, and may do what belongs to the item before and after. What it throws
+  // Called on the thread that parses an item, instead of parsing it: calls `parse`, which fills in
+  // the outcome, and may do what belongs to the item before and after. Without `parse` the outcome
+  // is what it leaves there, NoLanguage by default. What it throws
   // becomes the outcome. Called by several threads at once.
   std::function<void(ParsedItem& parsed, const std::function<void()>& parse)> perform = {};
 };
@@ -238,6 +239,10 @@ class TreeSitterEngine {
   // All of these as one operation that throws nothing: what they would throw is in the outcome.
   Outcome parse(const ParseItem& item, const Cancellation& cancellation = {}) const noexcept;
 
+  // What the FQNs of a file's symbols begin with: its path dotted, without the suffix. Throws
+  // std::invalid_argument.
+  static std::string _path_to_fqn(const std::filesystem::path& file_path);
+
   // Many items at once, on several threads.
   ParseMany parse_many(ParseMany::Source source, ParseManyOptions options = {}) const {
     return ParseMany(*this, std::move(source), std::move(options));
@@ -270,7 +275,6 @@ class TreeSitterEngine {
   template <typename Attempt>
   static Outcome _in_turn(const ParseJob& job, std::uint64_t size, const Attempt& attempt);
   static ParseResult _failed_for_want_of_room(const ParseJob& job, const OverRoom& over);
-  static std::string _path_to_fqn(const std::filesystem::path& file_path);
 
   // -- symbols/: which nodes declare something, of which kind, under which name.
   // `file_path` gives the prefix of every FQN.

@@ -1,0 +1,111 @@
+// See changes.h.
+#include "index/changes.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <climits>
+#include <string_view>
+#include <utility>
+
+#include "engines/treesitter/treesitter.h"
+
+namespace repository {
+namespace {
+
+std::string with_slash(const std::string& folder) {
+  return folder.ends_with('/') ? folder : folder + '/';
+}
+
+// The folder that a file of ignore rules speaks of. Rules from elsewhere hold for all.
+std::string folder_of_rules(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string_view name = std::string_view(path).substr(slash + 1);
+  if (slash == std::string::npos || (name != ".gitignore" && name != ".ignore")) return "";
+  return path.substr(0, slash);
+}
+
+}  // namespace
+
+Changes::Changes(const std::string& root, FileRows rows, std::int64_t since)
+    : _prefix(with_slash(root)), _walk(root), _rows(std::move(rows)), _since(since) {}
+
+// Whether there is something that was found and not yet dealt with.
+bool Changes::advance() {
+  if (_found || _has_ended) return _found.has_value();
+  _found = _walk.next();
+  _has_ended = !_found;
+  if (_found && _found->error == 0) _found->path.erase(0, _prefix.size());
+  return _found.has_value();
+}
+
+std::optional<Change> Changes::next() {
+  for (;;) {
+    const bool has_found = advance();
+    if (has_found && _found->error != 0) return fault();
+    const FileRow* const row = _rows.peek();
+    if (row == nullptr && !has_found) return std::nullopt;
+    const bool is_gone = row != nullptr && (!has_found || row->path < _found->path);
+    if (auto change = is_gone ? removal() : seen()) return change;
+  }
+}
+
+Change Changes::fault() {
+  const walk::Found found = *std::exchange(_found, std::nullopt);
+  std::string inside = found.path.starts_with(_prefix) ? found.path.substr(_prefix.size()) : "";
+  _blind.insert(found.is_rules ? folder_of_rules(inside) : inside);
+  const std::string text =
+      std::string(found.is_rules ? "Failed to read ignore rules: " : "Failed to read folder: ") +
+      engines::treesitter::FileReadError(found.error, found.path).what();
+  const bool is_named = !inside.empty();
+  return {.kind = Change::Kind::fault,
+          .row = {.path = is_named ? std::move(inside) : found.path},
+          .fault = text};
+}
+
+bool Changes::is_blind(const std::string& path) const {
+  if (_blind.empty()) return false;
+  if (_blind.contains("") || _blind.contains(path)) return true;
+  for (std::size_t slash = path.find('/'); slash != std::string::npos;
+       slash = path.find('/', slash + 1)) {
+    if (_blind.contains(path.substr(0, slash))) return true;
+  }
+  return false;
+}
+
+// The row is of a file that the walk has not shown.
+std::optional<Change> Changes::removal() {
+  const FileRow row = *_rows.peek();
+  _rows.skip();
+  if (!is_blind(row.path)) return Change{.kind = Change::Kind::removed, .row = row};
+  count_unchanged(row);
+  return std::nullopt;
+}
+
+std::optional<Change> Changes::seen() {
+  FileRow row;
+  if (const FileRow* const known = _rows.peek(); known != nullptr && known->path == _found->path) {
+    row = *known;
+  }
+  struct stat status {};
+  const int error = _walk.stat_last(status);
+  if (error == ENOENT) {  // it went meanwhile, so that its row is next
+    _found.reset();
+    return std::nullopt;
+  }
+  FileState now = error == 0 ? FileState::of(status) : FileState();
+  if (row.id != 0) _rows.skip();
+  const std::string path = std::exchange(_found, std::nullopt)->path;
+  if (error == 0 && row.id != 0 && now == row.state) {
+    count_unchanged(row);
+    return std::nullopt;
+  }
+  // Trusted only if a later writing would show. What else is wrong with it, its reader will say.
+  if (!now.is_proof(_since)) now.mtime = FileState::UNTRUSTED;
+  if (row.id == 0) row.path = path;
+  const bool is_long = _prefix.size() + path.size() >= PATH_MAX;
+  return Change{
+      .kind = Change::Kind::written, .row = std::move(row), .now = now, .is_long = is_long};
+}
+
+}  // namespace repository

@@ -1,0 +1,68 @@
+// What is to be done to an index: the walk of the repository beside the rows of its files, both in
+// the order of their paths.
+//
+// Cost: for a file that is as it was one fstatat() and no question to the database.
+//
+// Only what a complete listing no longer shows is taken for removed. What lies below a folder that
+// could not be read, or whose ignore rules could not, stays as it is.
+//
+// Tested by tests/index_command_test.py.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_set>
+
+#include "index/file_rows.h"
+#include "index/file_state.h"
+#include "walk/folder_walk.h"
+
+namespace repository {
+
+struct Change {
+  enum class Kind : std::uint8_t { written, removed, fault };
+  Kind kind;
+  FileRow row;      // as the index has it; only `path` is of use for a fault, and for a new file
+  FileState now{};  // of a written one
+  std::string fault{};   // a text for people
+  bool is_long = false;  // the system takes no such path: the walk has to open the file
+};
+
+class Changes {
+ public:
+  // `since`: what is written from now on has at least this time.
+  Changes(const std::string& root, FileRows rows, std::int64_t since);
+
+  // None at the end. For one thread at a time.
+  std::optional<Change> next();
+
+  // A descriptor of the file of the change that was given last, which is the caller's, or -1.
+  int open_last() { return _walk.open_last(); }
+
+  // Files that are as they were, so far. For any thread.
+  std::size_t unchanged() const { return _unchanged; }
+
+  const walk::LeftOut& left_out() const { return _walk.left_out(); }
+
+ private:
+  std::optional<Change> removal();
+  std::optional<Change> seen();
+  Change fault();
+  bool is_blind(const std::string& path) const;
+  bool advance();
+  void count_unchanged(const FileRow& row) { _unchanged += row.is_binary ? 0 : 1; }
+
+  const std::string _prefix;  // of the walk's paths: the root, "/"
+  walk::FolderWalk _walk;
+  FileRows _rows;
+  const std::int64_t _since;
+  std::optional<walk::Found> _found;  // its path from the root
+  bool _has_ended = false;
+  std::unordered_set<std::string> _blind;  // folders of which not all is known
+  std::atomic<std::size_t> _unchanged = 0;
+};
+
+}  // namespace repository

@@ -1,0 +1,35 @@
+// An index opened for writing: SQLite's door together with the other files that include SQLiteCpp.
+//
+// A database that is not an index is never touched: the first bytes of the file tell, before SQLite
+// sees it. Readers never wait (a write-ahead log), and what was committed outlasts the process.
+//
+// Tested by tests/index_command_test.py.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <optional>
+#include <string>
+
+#include "engines/treesitter/treesitter.h"
+#include "index/place.h"
+
+namespace repository {
+
+struct OpenedDatabase {
+  SQLite::Database connection;
+  // Who made what lay there before, when that was another version or by other rules; it is empty
+  // now.
+  std::optional<std::string> made_by;
+};
+
+// Opens the database of that place, or makes it. Throws IndexError, SQLite::Exception.
+OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules);
+
+// A further connection, which sees what was committed. Throws SQLite::Exception.
+SQLite::Database open_to_read(const std::string& database);
+
+// A text for people about an error of SQLite's.
+std::string explanation(const SQLite::Exception& error, const std::string& database);
+
+}  // namespace repository

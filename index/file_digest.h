@@ -1,0 +1,14 @@
+// The SHA-256 of a file, for those that may be as they were although their times are not.
+//
+// Tested by tests/index_command_test.py.
+#pragma once
+
+#include <string>
+
+namespace repository {
+
+// Its 32 bytes; empty when the file cannot be read or is no regular one. Links are not followed.
+// Reads in pieces.
+std::string file_digest(const std::string& path);
+
+}  // namespace repository

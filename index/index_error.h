@@ -1,0 +1,14 @@
+// Why an index cannot be made or used.
+#pragma once
+
+#include <stdexcept>
+
+namespace repository {
+
+// The text is for people. Nothing was half done: what was committed before stays.
+class IndexError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+}  // namespace repository

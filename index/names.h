@@ -1,0 +1,81 @@
+// The names and scopes of an index: each text and each place in the tree of scopes once, with what
+// finds parts and words of names.
+//
+// Cost: a name that the cache holds costs one hash, another one a look-up in the database. The
+// cache is bounded.
+//
+// Tested by tests/index_test.cpp.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "engines/treesitter/core/hash.h"
+
+namespace repository {
+
+// "parseHTTPHeader_2" as "parse HTTP Header 2".
+std::string words_of(std::string_view name);
+
+// For the one connection that writes, within its transactions.
+class Names {
+ public:
+  explicit Names(SQLite::Database& database);
+
+  // The id of what is added where it is not yet known.
+  std::int64_t name(const std::string& text);
+  std::int64_t scope(std::int64_t parent, std::int64_t name);
+
+  // Something that used them is gone. For scopes 0 and negative ids: see schema.h.
+  void release_name(std::int64_t id) { _released_names.insert(id); }
+  void release_scope(std::int64_t id);
+  // Removes what nobody uses any more of all that was released.
+  void remove_unused();
+
+ private:
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const {
+      return engines::treesitter::hash_of(text);
+    }
+    std::size_t operator()(std::pair<std::int64_t, std::int64_t> pair) const {
+      return static_cast<std::size_t>(pair.first) * 0x9E3779B97F4A7C15U +
+             static_cast<std::size_t>(pair.second);
+    }
+  };
+
+  std::int64_t add_name(const std::string& text);
+  void remove_unused_scopes();
+  void remove_name(std::int64_t id);
+  void bound_cache();
+
+  SQLite::Statement _insert_name;
+  SQLite::Statement _find_name;
+  SQLite::Statement _name_text;
+  SQLite::Statement _is_name_used;
+  SQLite::Statement _delete_name;
+  SQLite::Statement _insert_trigram;
+  SQLite::Statement _delete_trigram;
+  SQLite::Statement _insert_words;
+  SQLite::Statement _delete_words;
+  SQLite::Statement _insert_scope;
+  SQLite::Statement _find_scope;
+  SQLite::Statement _scope_parts;
+  SQLite::Statement _is_scope_used;
+  SQLite::Statement _delete_scope;
+
+  std::unordered_map<std::string, std::int64_t, Hash, std::equal_to<>> _names;
+  std::size_t _name_bytes = 0;
+  std::unordered_map<std::pair<std::int64_t, std::int64_t>, std::int64_t, Hash> _scopes;
+  std::unordered_set<std::int64_t> _released_names;
+  std::unordered_set<std::int64_t> _released_scopes;
+};
+
+}  // namespace repository

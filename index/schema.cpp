@@ -1,0 +1,48 @@
+// See schema.h.
+#include "index/schema.h"
+
+#include "engines/languages/languages.h"
+#include "engines/languages/versions.h"
+
+namespace repository {
+
+// Columns that are read without the others stand in front, and file_use beside file, so that a run
+// without changes reads little. `reference` needs no second index: a caller is asked for by name.
+const char* const SCHEMA = R"(
+CREATE TABLE meta(key TEXT PRIMARY KEY, value) WITHOUT ROWID;
+CREATE TABLE file(id INTEGER PRIMARY KEY, path BLOB NOT NULL UNIQUE, size INTEGER, mtime INTEGER,
+  ctime INTEGER, inode INTEGER, language TEXT, hash BLOB);
+CREATE TABLE file_use(file INTEGER PRIMARY KEY, uses BLOB NOT NULL);
+CREATE TABLE error(file INTEGER NOT NULL, number INTEGER NOT NULL, text TEXT NOT NULL,
+  PRIMARY KEY(file, number)) WITHOUT ROWID;
+CREATE TABLE name(id INTEGER PRIMARY KEY, text TEXT NOT NULL UNIQUE);
+CREATE TABLE scope(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name INTEGER NOT NULL,
+  UNIQUE(parent, name));
+CREATE INDEX scope_name ON scope(name);
+CREATE TABLE symbol(id INTEGER PRIMARY KEY, name INTEGER NOT NULL, scope INTEGER NOT NULL,
+  kind INTEGER NOT NULL, first INTEGER NOT NULL, lines INTEGER NOT NULL, export INTEGER NOT NULL,
+  signature TEXT, doc TEXT);
+CREATE INDEX symbol_name ON symbol(name);
+CREATE INDEX symbol_scope ON symbol(scope) WHERE scope <> 0;
+CREATE TABLE reference(name INTEGER NOT NULL, kind INTEGER NOT NULL, file INTEGER NOT NULL,
+  lines BLOB NOT NULL, PRIMARY KEY(name, kind, file)) WITHOUT ROWID;
+CREATE VIRTUAL TABLE name_trigram USING fts5(text, content='name', content_rowid='id',
+  tokenize='trigram', detail=none, columnsize=0);
+CREATE VIRTUAL TABLE name_words USING fts5(words, content='', detail=none, columnsize=0);
+CREATE VIRTUAL TABLE symbol_words USING fts5(signature, doc, content='symbol', content_rowid='id',
+  detail=none);
+)";
+
+std::string maker(engines::treesitter::Rules rules) {
+  std::string text = "schema " + std::to_string(SCHEMA_VERSION);
+  text +=
+      rules == engines::treesitter::Rules::navigation ? ", navigation rules" : ", standard rules";
+  text.append(", engine ").append(engines::languages::ENGINE_VERSION);
+  text.append(", core ").append(engines::languages::CORE_VERSION);
+  for (const auto& grammar : engines::languages::GRAMMAR_VERSIONS) {
+    text.append(", ").append(grammar.grammar).append(" ").append(grammar.version);
+  }
+  return text;
+}
+
+}  // namespace repository

@@ -1,0 +1,61 @@
+// The tables of an index, and who made it.
+//
+//   meta       `made_by`: schema, rules, versions of engine, core and grammars: an index by others
+//   is
+//              made anew. `root`: the folder, absolute. `complete`: 1 when the last run came to its
+//              end.
+//   file       one row for each file that the walk shows. `path`: from the root, any bytes.
+//              `language`: none for a binary file, which is left out. `hash`: SHA-256, none where
+//              no bytes were read or where they have to be read again. `size`, `mtime`, `ctime` (in
+//              ns), `inode`: as they were before the file was read; `mtime` is -1 when they prove
+//              nothing, since the file may have been written since within the same tick.
+//   file_use   which references a file has: name << 2 | kind of each row of `reference`, rising, as
+//              varints of the differences. So they are found without an index by file.
+//   error      what is wrong with a file.
+//   name       each name once, of symbols, scopes and references; gone with its last use.
+//   scope      what stands between the file's prefix and a symbol's own name in its FQN, as a tree
+//              of components. So a name that encloses others is stored once, however deep they lie,
+//              and `name` holds no dotted texts.
+//   symbol     `id`: file << 24 | number in the file, in document order. `scope`: 0 for none;
+//              negative where the FQN does not end with the name: -scope is then all of the FQN
+//              behind the prefix. `lines`: the last line is first + lines.
+//   reference  `lines`: rising, as varints of the differences.
+//   name_trigram, name_words, symbol_words
+//              for searching: parts of names; words of names such as parseHTTPHeader_2; words of
+//              signatures and documentation.
+//
+// Kinds are numbers: of a symbol that of models::SymbolKind, of a reference its place in
+// REFERENCE_KINDS. The FQN of a symbol: TreeSitterEngine::_path_to_fqn of the file's path, then
+// each component and the name behind a full stop.
+//
+// Tested by tests/index_test.cpp and tests/index_command_test.py.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "engines/treesitter/treesitter.h"
+
+namespace repository {
+
+inline constexpr std::int32_t SCHEMA_VERSION = 1;
+
+// By which a file is known as an index of ours ("TSix").
+inline constexpr std::uint32_t APPLICATION_ID = 0x54536978;
+
+inline constexpr unsigned ORDINAL_BITS = 24;  // of a symbol's id
+
+inline constexpr std::array<std::string_view, 4> REFERENCE_KINDS = {"call", "import",
+                                                                    "import_module", "type"};
+
+inline constexpr unsigned KIND_BITS = 2;  // of a row of file_use
+
+// What makes an empty database an index.
+extern const char* const SCHEMA;
+
+// What tells whose index it is: schema, versions of the engine, the core and the grammars, rules.
+std::string maker(engines::treesitter::Rules rules);
+
+}  // namespace repository

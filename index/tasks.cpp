@@ -1,0 +1,90 @@
+// See tasks.h. An item's file_id is the number of its task.
+#include "index/tasks.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <utility>
+#include <variant>
+
+#include "index/file_digest.h"
+
+namespace repository {
+namespace {
+
+using engines::treesitter::FileReadError;
+using engines::treesitter::ParsedItem;
+using engines::treesitter::ParseItem;
+using engines::treesitter::ParseResult;
+
+// Of a file whose path the system does not take.
+void read_content(int file, ParseItem& item) {
+  std::string content;
+  std::array<char, 65536> buffer;
+  int error = file < 0 ? errno : 0;
+  while (error == 0 && content.size() <= MOST_FILE_SIZE) {
+    const ssize_t size = ::read(file, buffer.data(), buffer.size());
+    if (size == 0) break;
+    if (size > 0) {
+      content.append(buffer.data(), static_cast<std::size_t>(size));
+    } else if (errno != EINTR) {
+      error = errno;
+    }
+  }
+  if (file >= 0) ::close(file);
+  if (error == 0) {
+    item.content = std::move(content);
+  } else {
+    item.failure = std::string("Failed to read file: ") + FileReadError(error, item.path).what();
+  }
+}
+
+}  // namespace
+
+Tasks::Tasks(std::string root, Changes& changes, Journal& journal)
+    : _prefix(root.ends_with('/') ? std::move(root) : root + '/'),
+      _changes(changes),
+      _journal(journal) {}
+
+std::optional<ParseItem> Tasks::next() {
+  auto change = _changes.next();
+  if (!change) return std::nullopt;
+  ParseItem item{.path = _prefix + change->row.path};
+  item.max_size = MOST_FILE_SIZE;
+  item.declines_binary = true;
+  if (change->is_long) read_content(_changes.open_last(), item);
+  const std::scoped_lock lock(_mutex);
+  item.file_id = ++_last;
+  _under_way.emplace(_last, std::make_shared<Task>(*std::move(change)));
+  return item;
+}
+
+std::shared_ptr<Task> Tasks::find(std::int64_t number) {
+  const std::scoped_lock lock(_mutex);
+  return _under_way.at(number);
+}
+
+std::shared_ptr<Task> Tasks::take(const ParsedItem& parsed) {
+  const std::scoped_lock lock(_mutex);
+  return std::move(_under_way.extract(parsed.item.file_id).mapped());
+}
+
+void Tasks::perform(ParsedItem& parsed, const std::function<void()>& parse) {
+  const auto task = find(parsed.item.file_id);
+  const Change& change = task->change;
+  if (change.kind != Change::Kind::written) return;
+  const bool may_be_same = !change.row.hash.empty() && !change.is_long;
+  if (may_be_same && file_digest(parsed.item.path) == change.row.hash) {
+    task->is_same = true;
+    return;
+  }
+  const Journal::Entry entry(_journal, change.row.path);
+  parse();
+  if (auto* const result = std::get_if<ParseResult>(&parsed.outcome)) {
+    task->packed = pack(*result);
+    parsed.extra_bytes = task->packed.size();
+  }
+}
+
+}  // namespace repository
