@@ -119,7 +119,9 @@ void require_root(SQLite::Database& database, const Place& place) {
 OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules) {
   require_ours(place.database);
   OpenedDatabase opened{
-      SQLite::Database(place.database, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, BUSY_TIMEOUT),
+      SQLite::Database(place.database,
+                       SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX,
+                       BUSY_TIMEOUT),
       std::nullopt};
   SQLite::Database& database = opened.connection;
   if (sqlite3_db_readonly(database.getHandle(), "main") == 1) {
@@ -145,7 +147,7 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
 }
 
 SQLite::Database open_to_read(const std::string& database) {
-  return SQLite::Database(database, SQLite::OPEN_READONLY, BUSY_TIMEOUT);
+  return SQLite::Database(database, SQLite::OPEN_READONLY | SQLite::OPEN_NOMUTEX, BUSY_TIMEOUT);
 }
 
 std::string explanation(const SQLite::Exception& error, const std::string& database) {

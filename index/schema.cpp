@@ -30,7 +30,7 @@ CREATE VIRTUAL TABLE name_trigram USING fts5(text, content='name', content_rowid
   tokenize='trigram', detail=none, columnsize=0);
 CREATE VIRTUAL TABLE name_words USING fts5(words, content='', detail=none, columnsize=0);
 CREATE VIRTUAL TABLE symbol_words USING fts5(signature, doc, content='symbol', content_rowid='id',
-  detail=none);
+  detail=none, columnsize=0);
 )";
 
 std::string maker(engines::treesitter::Rules rules) {

@@ -1,0 +1,395 @@
+#!/usr/bin/env python3
+"""The index of a repository: whatever happens to the files or to the run, it ends up as a fresh one.
+
+    index_command_test.py BUILD/treesitter-engine [--rounds N] [--kills N] [options of unittest]
+"""
+import os
+import random
+import re
+import resource
+import shutil
+import signal
+import sqlite3
+import subprocess
+import sys
+import time
+import unittest
+
+
+def taken(option, default):
+    """The number behind an option of this script, which is taken out of the arguments."""
+    if option not in sys.argv:
+        return default
+    place = sys.argv.index(option)
+    value = int(sys.argv[place + 1])
+    del sys.argv[place:place + 2]
+    return value
+
+
+ROUNDS = taken("--rounds", 25)
+KILLS = taken("--kills", 24)
+
+from support.tool_case import TIMEOUT, TOOL, ToolTest  # noqa: E402  takes the first argument
+
+FOLDER = ".treesitter-engine"
+REFERENCE_KINDS = ["call", "import", "import_module", "type"]
+SYMBOL_KINDS = "class function method interface type enum variable module constant".split()
+
+
+def varints(blob):
+    number = shift = last = 0
+    for byte in blob:
+        number |= (byte & 127) << shift
+        shift += 7
+        if byte < 128:
+            last += number
+            yield last
+            number = shift = 0
+
+
+def prefix_of(path):
+    """As FQNs begin, for the plain names that this test gives to files."""
+    return os.path.splitext(path)[0].replace("/", ".")
+
+
+def dump(database):
+    """All that the index says, without ids: file by file, and what is found by searching."""
+    with sqlite3.connect(f"file:{database}?mode=ro", uri=True) as connection:
+        ask = connection.execute
+        assert ask("PRAGMA integrity_check").fetchall() == [("ok",)]
+        names = dict(ask("SELECT id, text FROM name"))
+        scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
+        paths = {id: os.fsdecode(path) for id, path in ask("SELECT id, path FROM file")}
+        used = set()
+
+        def scope_text(scope):
+            parts = []
+            while scope:
+                scope, name = scopes[scope]
+                used.add(name)
+                parts.append(names[name])
+            return ".".join(reversed(parts))
+
+        rows = [("file", os.fsdecode(path), *rest) for path, *rest in
+                ask("SELECT path, size, language, hash FROM file")]
+        rows += [("error", paths[file], number, text) for file, number, text in
+                 ask("SELECT * FROM error")]
+        used_scopes = set()
+        for id, name, scope, kind, *rest in ask("SELECT * FROM symbol"):
+            used.add(name)
+            used_scopes.add(abs(scope))
+            parts = [prefix_of(paths[id >> 24])]
+            parts += [scope_text(abs(scope))] if scope else []
+            parts += [names[name]] if scope >= 0 else []
+            rows.append(("symbol", paths[id >> 24], id & 0xFFFFFF, names[name], ".".join(parts),
+                         SYMBOL_KINDS[kind], *rest))
+        uses = {}
+        for name, kind, file, lines in ask("SELECT * FROM reference"):
+            used.add(name)
+            uses.setdefault(file, []).append(name << 2 | kind)
+            rows.append(("reference", paths[file], names[name], REFERENCE_KINDS[kind],
+                         *varints(lines)))
+        assert {file: sorted(of) for file, of in uses.items()} == {
+            file: list(varints(blob)) for file, blob in ask("SELECT * FROM file_use")}
+        assert used == set(names), "names that nobody uses, or that are missing"
+        for id in list(used_scopes):
+            while id:
+                used_scopes.add(id)
+                id = scopes[id][0]
+        assert used_scopes - {0} == set(scopes), "scopes that nobody uses"
+        for table, words in ("name_trigram", ["wor", "lue", "one"]), (
+                "name_words", ["word", "one", "2"]), ("symbol_words", ["def", "says", "value"]):
+            for word in words:
+                found = ask(f"SELECT rowid FROM {table} WHERE {table} MATCH ?", (f'"{word}"',))
+                rows += sorted((table, word, names[id] if table != "symbol_words" else
+                                (paths[id >> 24], id & 0xFFFFFF)) for (id,) in found)
+        return sorted(map(repr, rows))
+
+
+def source(random_):
+    """A module of Python with names that other modules have too."""
+    lines = [f"import word{random_.randrange(9)}"]
+    for _ in range(random_.randrange(6)):
+        name = random_.choice(["value", "oneWord", "two_words", "Word2", "größe"])
+        lines += [f"class C{random_.randrange(5)}:",
+                  f"    def {name}{random_.randrange(30)}(self):",
+                  f'        """Says {name} {random_.randrange(5)}."""',
+                  f"        return call{random_.randrange(40)}(self.{name}())"]
+    return "\n".join(lines + [""]).encode()
+
+
+class IndexTest(ToolTest):
+    def setUp(self):
+        super().setUp()
+        self.database = self.folder / FOLDER / "index.sqlite"
+        self.random = random.Random(self.id())
+
+    def index(self, *arguments, status=0, **options):
+        done = self.run_tool("index", "--verbose", *arguments, **options)
+        self.assertEqual(done.returncode, status, done.stderr)
+        self.assertEqual(done.stdout, b"")
+        return done.stderr.decode("utf-8", "replace")
+
+    def counts(self, *arguments, **options):
+        """(changed, unchanged, removed) of a run."""
+        text = self.index(*arguments, **options)
+        return tuple(map(int, re.search(r"(\d+) changed, (\d+) unchanged, (\d+) removed",
+                                        text).groups()))
+
+    def assert_fresh(self, status=0):
+        fresh = self.folder / "fresh.sqlite"
+        self.index("--database", fresh, status=status)
+        self.assertEqual(dump(self.database), dump(fresh))
+        for end in "", "-lock":
+            os.remove(f"{fresh}{end}")
+
+    def write_some(self, count):
+        for number in range(count):
+            self.write(f"d{number % 7}/f{number}.py", source(self.random))
+
+    def child(self, *arguments, **options):
+        return subprocess.Popen([TOOL, "index", *arguments], cwd=self.folder,
+                                stderr=subprocess.PIPE, **options)
+
+
+class Changes(IndexTest):
+    def change(self):
+        paths = sorted(self.folder.glob("d*/*.py"))
+        path = self.random.choice(paths)
+        match self.random.randrange(8):
+            case 0:
+                path.unlink()
+            case 1:
+                path.rename(path.with_name(f"moved{self.random.randrange(99)}.py"))
+            case 2:
+                shutil.rmtree(path.parent)
+            case 3:
+                path.parent.rename(self.folder / f"d{self.random.randrange(1000, 9999)}")
+            case 4:
+                os.utime(path)
+            case 5:
+                path.write_bytes(b"\0" * 9)
+            case _:
+                self.write(f"d{self.random.randrange(7)}/n{self.random.randrange(40)}.py",
+                           source(self.random))
+                path.write_bytes(source(self.random)) if path.exists() else None
+
+    def test_any_changes_end_in_what_a_fresh_index_is(self):
+        self.write_some(40)
+        for _ in range(ROUNDS):
+            for _ in range(self.random.randrange(1, 6)):
+                if len(list(self.folder.glob("d*/*.py"))) < 20:
+                    self.write_some(40)
+                self.change()
+            self.index()
+            self.assert_fresh()
+
+    def test_what_is_not_looked_at_again(self):
+        self.write_some(10)
+        time.sleep(0.05)
+        self.assertEqual(self.counts(), (10, 0, 0))
+        modified = self.database.stat().st_mtime_ns
+        self.assertEqual(self.counts(), (0, 10, 0))
+        self.assertEqual(self.database.stat().st_mtime_ns, modified)
+        path = self.folder / "d1/f1.py"
+        for change, expected in [
+                (lambda: os.utime(path), (0, 10, 0)),                       # the hash tells
+                (lambda: path.write_bytes(path.read_bytes() + b"#"), (1, 9, 0)),
+                (lambda: path.rename(self.folder / "d1/g.py"), (1, 9, 1)),
+                (lambda: (self.folder / "d2/f2.py").unlink(), (0, 9, 1))]:
+            change()
+            self.assertEqual(self.counts(), expected)
+        self.assert_fresh()
+
+    def test_writing_within_a_tick_of_the_clock(self):
+        path = self.folder / "a.py"
+        for number in range(40):
+            path.write_bytes(b"a%d = f()\n" % (number % 2))
+            self.index()
+            path.write_bytes(b"b%d = f()\n" % (number % 2))
+            before = path.stat()
+            os.utime(path, ns=(before.st_atime_ns, before.st_mtime_ns))
+            self.index()
+            with sqlite3.connect(self.database) as connection:
+                names = connection.execute("SELECT text FROM name WHERE text LIKE '_%'").fetchall()
+            self.assertIn((f"b{number % 2}",), names)
+
+    def test_paths_and_names_of_any_kind(self):
+        self.write(b"caf\xe9\n.py", b"def f(): pass\n")
+        self.write("b.md", "# A.b\n\n## c.\n\n## .d\n\n# e\n".encode())
+        self.write("c.json", b'{"a.b": {"": {".": {"x": 1}}}, "nul\\u0000": {"y": 2}}')
+        self.index()
+        records = {record["path"]: record for record in self.parse("--rules", "navigation", ".")}
+        with sqlite3.connect(self.database) as connection:
+            paths = [path for (path,) in connection.execute("SELECT path FROM file ORDER BY path")]
+        self.assertEqual(paths, [b"b.md", b"c.json", b"caf\xe9\n.py"])
+        fqns = [row.split(", ")[4] for row in dump(self.database) if row.startswith("('symbol', 'b")]
+        self.assertEqual(sorted(fqns), sorted(repr(symbol["fqn"]) for symbol in
+                                              records["./b.md"]["symbols"]))
+
+    def test_where_it_lies_and_whose_it_is(self):
+        self.write("top/.git/config", b"")
+        self.write("top/sub/deep/a.py")
+        self.write("other/b.py")
+        self.index("top/sub/deep")
+        self.assertEqual((self.folder / "top" / FOLDER / ".gitignore").read_text(), "*\n")
+        self.assertFalse((self.folder / "top/sub" / FOLDER).exists())
+        self.index("other")
+        self.write("other/x/c.py")
+        self.assertEqual(self.counts("other/x"), (1, 1, 0))
+        self.index("other", "--database", "o.sqlite")
+        text = self.index("top", "--database", "o.sqlite", status=2)
+        self.assertIn("is the index of", text)
+        self.assertIn("made anew", self.index("other", "--rules", "standard"))
+        self.assertEqual(self.counts("other", "--rules", "standard"), (0, 2, 0))
+
+
+class Killed(IndexTest):
+    def test_a_killed_run_is_continued(self):
+        self.write_some(1500)
+        start = time.monotonic()
+        self.index("--database", "whole.sqlite")
+        whole = time.monotonic() - start
+        for number in range(KILLS):
+            run = self.child()
+            time.sleep(self.random.uniform(0, whole * 1.1))
+            run.kill()
+            run.communicate()
+            for _ in range(self.random.randrange(3)):
+                self.write(f"d1/k{self.random.randrange(50)}.py", source(self.random))
+            if number % 6 == 5:
+                self.index()
+                self.assert_fresh()
+                shutil.rmtree(self.folder / FOLDER)
+
+    def test_a_file_that_kills_the_run_is_left_out(self):
+        self.write_some(3)
+        self.write("killer.json", b"[" * 30_000_000)
+        limit = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_CPU, (1, 1))}
+        run = self.child("--jobs", "1", **limit)
+        run.communicate(timeout=TIMEOUT)
+        if run.returncode >= 0:
+            self.skipTest("the file was parsed within a second")
+        self.assertLess(run.returncode, 0)
+        text = self.index("--jobs", "1", status=1, **limit)
+        self.assertIn("killer.json: Parse error: the process that parsed it was ended", text)
+        self.assertEqual(self.counts(status=1), (0, 4, 0))
+        self.write("killer.json", b"[1]")
+        self.assertEqual(self.counts(), (1, 3, 0))
+        self.assert_fresh()
+
+    def test_a_file_that_was_merely_under_way_is_parsed(self):
+        self.write_some(3)
+        os.mkdir(self.folder / FOLDER)
+        (self.folder / FOLDER / "index.sqlite-running").write_bytes(
+            b"d0/f0.py\0".ljust(8192, b"\0") + b"gone.py\0")
+        self.assertEqual(self.counts(), (3, 0, 0))
+        self.assertFalse((self.folder / FOLDER / "index.sqlite-running").exists())
+        self.assert_fresh()
+
+
+class Refused(IndexTest):
+    def test_what_cannot_be_read_removes_nothing(self):
+        self.write_some(14)
+        self.index()
+        before = dump(self.database)
+        self.assertIn("No such file", self.index("missing", status=2))
+        self.assertIn("is no folder", self.index("d1/f1.py", status=2))
+        self.assertEqual(dump(self.database), before)
+
+    @unittest.skipIf(os.geteuid() != 0, "becomes somebody else")
+    def test_folders_without_permission(self):
+        self.write_some(14)
+        program = self.folder / "tool"
+        shutil.copy(TOOL, program)
+        subprocess.run(["chown", "-R", "nobody", self.folder], check=True)
+
+        def become_nobody():
+            os.setgroups([])
+            os.setgid(65534)
+            os.setuid(65534)
+        options = {"preexec_fn": become_nobody, "executable": program}
+        self.index(**options)
+        before = dump(self.database)
+        os.chmod(self.folder / "d1", 0)
+        (self.folder / "d2/f2.py").unlink()
+        self.assertIn("d1: Failed to read folder: ", self.index(status=1, **options))
+        after = dump(self.database)
+        self.assertEqual([row for row in before if "d1/" in row and "'d1/f" in row],
+                         [row for row in after if "d1/" in row and "'d1/f" in row])
+        self.assertFalse([row for row in after if "d2/f2.py" in row])
+        os.chmod(self.folder / "d1", 0o755)
+        os.chmod(self.folder / "d3/f3.py", 0)
+        os.utime(self.folder / "d3/f3.py")
+        self.assertIn("d3/f3.py: Failed to read file: ", self.index(status=1, **options))
+        self.assertTrue([row for row in dump(self.database) if row.startswith("('symbol', 'd3/f3")
+                         or row.startswith("('reference', 'd3/f3")])
+        os.chmod(self.folder / "d3/f3.py", 0o644)
+        self.index(**options)
+        shutil.rmtree(self.folder / FOLDER)
+        os.chmod(self.folder, 0o555)
+        self.assertIn("cannot make", self.index(status=2, **options))
+
+    def test_what_is_no_index_is_left_as_it_is(self):
+        self.write_some(3)
+        with sqlite3.connect(self.folder / "other.sqlite") as connection:
+            connection.execute("CREATE TABLE t(x)")
+        self.write("text.sqlite", b"no database at all, but longer than a header " * 9)
+        self.write("short.sqlite", b"x")
+        for name, part in [("other.sqlite", "of something else"), ("text.sqlite", "no index"),
+                           ("short.sqlite", "no index"), ("d1", "no regular file")]:
+            path = self.folder / name
+            before = path.read_bytes() if path.is_file() else None
+            self.assertIn(part, self.index("--database", name, status=2))
+            self.assertEqual(path.read_bytes() if path.is_file() else None, before)
+
+    def test_a_damaged_index(self):
+        self.write_some(300)
+        self.index()
+        content = bytearray(self.database.read_bytes())
+        for start in range(4096, len(content), 8192):
+            content[start:start + 4096] = self.random.randbytes(4096)
+        self.database.write_bytes(content)
+        self.write_some(300)
+        self.assertIn("is damaged", self.index(status=2))
+
+    def test_a_full_disk(self):
+        self.write_some(300)
+        for size in 0, 1000, 50_000, 200_000:
+            limit = {"preexec_fn":
+                     lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))}
+            text = self.index(status=2, **limit)
+            self.assertTrue("cannot write" in text or "index" in text, text)
+        self.index()
+        self.assert_fresh()
+
+    def test_one_writer_at_a_time_and_readers_who_never_wait(self):
+        self.write_some(1500)
+        first = self.child()
+        lock = self.folder / FOLDER / "index.sqlite-lock"
+        while not (lock.exists() and lock.read_text()):
+            time.sleep(0.001)
+        self.assertIn(f"is being written by process {first.pid} on ", self.index(status=2))
+        first.communicate(timeout=TIMEOUT)
+        self.assertEqual(first.returncode, 0)
+        with sqlite3.connect(self.database) as connection:
+            connection.execute("BEGIN")
+            before = connection.execute("SELECT count(*) FROM symbol").fetchone()
+            shutil.rmtree(self.folder / "d1")
+            self.index()
+            self.assertEqual(connection.execute("SELECT count(*) FROM symbol").fetchone(), before)
+        self.assert_fresh()
+
+    def test_a_run_that_is_interrupted_ends_by_the_signal(self):
+        self.write_some(1500)
+        run = self.child()
+        time.sleep(0.1)
+        run.send_signal(signal.SIGINT)
+        run.communicate(timeout=TIMEOUT)
+        self.assertIn(run.returncode, (-signal.SIGINT, 0))
+        self.index()
+        self.assert_fresh()
+
+
+if __name__ == "__main__":
+    unittest.main()
