@@ -42,7 +42,8 @@ std::string words_of(std::string_view name) {
 }
 
 Names::Names(SQLite::Database& database)
-    : _insert_name(database, "INSERT OR IGNORE INTO name(text) VALUES(?) RETURNING id"),
+    : _database(database),
+      _insert_name(database, "INSERT OR IGNORE INTO name(text) VALUES(?)"),
       _find_name(database, "SELECT id FROM name WHERE text = ?"),
       _name_text(database, "SELECT text FROM name WHERE id = ?"),
       _is_name_used(database,
@@ -56,8 +57,7 @@ Names::Names(SQLite::Database& database)
       _insert_words(database, "INSERT INTO name_words(rowid, words) VALUES(?, ?)"),
       _delete_words(database,
                     "INSERT INTO name_words(name_words, rowid, words) VALUES('delete', ?, ?)"),
-      _insert_scope(database,
-                    "INSERT OR IGNORE INTO scope(parent, name) VALUES(?, ?) RETURNING id"),
+      _insert_scope(database, "INSERT OR IGNORE INTO scope(parent, name) VALUES(?, ?)"),
       _find_scope(database, "SELECT id FROM scope WHERE parent = ? AND name = ?"),
       _scope_parts(database, "SELECT parent, name FROM scope WHERE id = ?"),
       _is_scope_used(database,
@@ -75,9 +75,17 @@ std::int64_t Names::name(const std::string& text) {
   return id;
 }
 
+// RETURNING would do it too, but makes what finds words write out all that it has gathered, each
+// time.
+std::optional<std::int64_t> Names::added_by(SQLite::Statement& statement) {
+  const int changes = statement.exec();
+  statement.reset();
+  return changes == 0 ? std::nullopt : std::optional(_database.getLastInsertRowid());
+}
+
 std::int64_t Names::add_name(const std::string& text) {
   _insert_name.bindNoCopy(1, text);
-  const auto added = number_of(_insert_name);
+  const auto added = added_by(_insert_name);
   if (!added) {
     _find_name.bindNoCopy(1, text);
     return number_of(_find_name).value();
@@ -93,15 +101,15 @@ std::int64_t Names::add_name(const std::string& text) {
 std::int64_t Names::scope(std::int64_t parent, std::int64_t name) {
   const std::pair key(parent, name);
   if (const auto found = _scopes.find(key); found != _scopes.end()) return found->second;
-  std::optional<std::int64_t> id;
   for (SQLite::Statement* const statement : {&_insert_scope, &_find_scope}) {
     statement->bind(1, parent);
     statement->bind(2, name);
-    if ((id = number_of(*statement))) break;
   }
-  _scopes.emplace(key, id.value());
+  const auto added = added_by(_insert_scope);
+  const std::int64_t id = added ? *added : number_of(_find_scope).value();
+  _scopes.emplace(key, id);
   bound_cache();
-  return *id;
+  return id;
 }
 
 void Names::bound_cache() {

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -52,10 +53,12 @@ class Names {
   };
 
   std::int64_t add_name(const std::string& text);
+  std::optional<std::int64_t> added_by(SQLite::Statement& statement);
   void remove_unused_scopes();
   void remove_name(std::int64_t id);
   void bound_cache();
 
+  SQLite::Database& _database;
   SQLite::Statement _insert_name;
   SQLite::Statement _find_name;
   SQLite::Statement _name_text;

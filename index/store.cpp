@@ -26,10 +26,10 @@ Store::Store(SQLite::Database& database)
       _names(database),
       _insert_file(database,
                    "INSERT INTO file(path, size, mtime, ctime, inode, language, hash) "
-                   "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7) RETURNING id"),
+                   "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)"),
       _update_file(database,
                    "UPDATE file SET size = ?2, mtime = ?3, ctime = ?4, inode = ?5, language = ?6, "
-                   "hash = ?7 WHERE id = ?1 RETURNING id"),
+                   "hash = ?7 WHERE id = ?1"),
       _touch_file(database,
                   "UPDATE file SET size = ?2, mtime = ?3, ctime = ?4, inode = ?5 WHERE id = ?1"),
       _delete_file(database, "DELETE FROM file WHERE id = ?"),
@@ -132,7 +132,9 @@ std::int64_t Store::write_row(std::int64_t id, const StoredFile& file) {
   } else {
     bind_bytes(statement, 7, file.hash);
   }
-  id = number_of(statement).value();
+  statement.exec();
+  statement.reset();
+  if (id == 0) id = _database.getLastInsertRowid();
   for (std::size_t number = 0; number < file.errors.size(); ++number) {
     _insert_error.bindNoCopy(3, file.errors[number]);
     run(_insert_error, id, number);
