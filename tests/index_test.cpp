@@ -1,0 +1,154 @@
+// The parts of an index that no file on disk can be made to reach: how numbers, words and qualified
+// names are kept, when a file's times prove something, and what the journal keeps of a killed run.
+// What the whole does is in index_command_test.py.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "index/file_state.h"
+#include "index/index_error.h"
+#include "index/journal.h"
+#include "index/names.h"
+#include "index/packed_file.h"
+#include "index/varint.h"
+
+namespace repository {
+namespace {
+
+using engines::treesitter::ParseResult;
+
+TEST(IndexTest, NumbersAreKeptAsTheyAre) {
+  const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+  for (const std::vector<std::uint64_t>& numbers : std::vector<std::vector<std::uint64_t>>{
+           {}, {0}, {0, 0, 1}, {127, 128, 16383, 16384}, {1, most - 1, most}}) {
+    EXPECT_EQ(unpack_rising(pack_rising(numbers)), numbers);
+  }
+  for (const std::string damaged :
+       {"\x80", "\x01\xff", "\xff\xff\xff\xff\xff\xff\xff\xff\xff\xff"}) {
+    EXPECT_THROW(unpack_rising(damaged), IndexError);
+  }
+}
+
+TEST(IndexTest, WordsOfNames) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"", ""},
+      {"plain", "plain"},
+      {"parseHTTPHeader_2", "parse HTTP Header  2"},
+      {"HTTP", "HTTP"},
+      {"utf8Text", "utf 8 Text"},
+      {"__init__", "  init  "},
+      {"größeMax", "größe Max"},
+      {"a.b-c/D", "a b c D"},
+  };
+  for (const auto& [name, words] : rows) EXPECT_EQ(words_of(name), words);
+}
+
+// As a reader of the index puts it together again.
+std::string fqn_of(const PackedFile& packed, const PackedFile::Symbol& symbol) {
+  std::string text = symbol.scope_is_all ? "" : '.' + packed.names[symbol.name];
+  for (std::int64_t scope = symbol.scope; scope != PackedFile::NO_SCOPE;
+       scope = packed.scopes[static_cast<std::size_t>(scope)].parent) {
+    text.insert(0, '.' + packed.names[packed.scopes[static_cast<std::size_t>(scope)].name]);
+  }
+  return "src.a" + text;
+}
+
+TEST(IndexTest, QualifiedNamesAreRestoredExactly) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"C", "src.a.C"},     {"f", "src.a.C.f"},     {"f", "src.a.C.D.f"},   {"", "src.a."},
+      {"", "src.a.C."},     {".", "src.a.."},       {"x", "src.a..x"},      {"b.c", "src.a.C.b.c"},
+      {".d", "src.a.C..d"}, {"other", "src.a.C.f"}, {"f", "src.a.Cf"},      {"C.f", "src.a.f"},
+      {"a", "src.a.a"},     {"n\0l", "src.a.n\0l"}, {"f", "src.a.C.C.C.f"},
+  };
+  ParseResult result{.path = "./src//a.py"};
+  for (const auto& [name, fqn] : rows) {
+    result.symbols.emplace_back(engines::models::SymbolArguments{
+        std::nullopt, 0, name, "class", fqn, 3, 5, std::nullopt, true, "doc", std::nullopt});
+  }
+  const PackedFile packed = pack(result);
+  ASSERT_EQ(packed.symbols.size(), rows.size());
+  EXPECT_TRUE(result.symbols.empty());
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    EXPECT_EQ(packed.names[packed.symbols[i].name], rows[i].first);
+    EXPECT_EQ(fqn_of(packed, packed.symbols[i]), rows[i].second);
+  }
+  for (std::size_t i = 0; i < packed.scopes.size(); ++i) {
+    EXPECT_LT(packed.scopes[i].parent, static_cast<std::int64_t>(i));
+  }
+}
+
+TEST(IndexTest, ReferencesOfOneNameAndKindAreOne) {
+  ParseResult result{.path = "a.py"};
+  result.references = {
+      {"f", 9, "call"}, {"f", 3, "call"}, {"f", 3, "import"}, {"g", 1, "type"}, {"f", 300, "call"}};
+  const PackedFile packed = pack(result);
+  std::vector<std::string> uses;
+  for (const auto& reference : packed.references) {
+    std::string use = packed.names[reference.name] + std::to_string(reference.kind);
+    for (const auto line : unpack_rising(reference.lines)) use += ' ' + std::to_string(line);
+    uses.push_back(use);
+  }
+  EXPECT_THAT(uses, testing::UnorderedElementsAre("f0 3 9 300", "f1 3", "g3 1"));
+}
+
+TEST(IndexTest, WhenTimesProveThatAFileIsAsItWas) {
+  constexpr std::int64_t SECOND = 1'000'000'000;
+  struct Row {
+    std::int64_t mtime, ctime, since;
+    bool is_proof;
+  };
+  for (const Row& row :
+       {Row{10, 20, 21, true}, Row{10, 20, 20, false}, Row{30, 20, 25, false},
+        // Whole seconds may be all that the file system keeps.
+        Row{10, 5 * SECOND, 5 * SECOND + 1, false}, Row{10, 5 * SECOND, 7 * SECOND, false},
+        Row{10, 5 * SECOND, 7 * SECOND + 1, true},
+        // Somebody may set the time of writing, not that of the change.
+        Row{5 * SECOND, 5 * SECOND + 1, 5 * SECOND + 2, true}}) {
+    EXPECT_EQ((FileState{1, row.mtime, row.ctime, 1}.is_proof(row.since)), row.is_proof)
+        << row.mtime << ' ' << row.ctime << ' ' << row.since;
+  }
+}
+
+TEST(IndexTest, JournalKeepsWhatWasUnderWay) {
+  std::string folder = std::filesystem::temp_directory_path() / "index_test_XXXXXX";
+  ASSERT_NE(::mkdtemp(folder.data()), nullptr);
+  const std::string database = folder + "/x";
+  const std::string longest(8191, 'l');
+  const pid_t child = ::fork();
+  if (child == 0) {
+    Journal journal(database);
+    const Journal::Entry first(journal, "done.py");
+    {
+      const Journal::Entry second(journal, "a longer one.py");
+      const Journal::Entry third(journal, longest);
+      const Journal::Entry too_long(journal, longest + "l");
+      const Journal::Entry fourth(journal, "d.py");
+      if (journal.left().empty()) ::_exit(0);
+    }
+    ::_exit(1);
+  }
+  int status = -1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_EQ(status, 0);
+  {
+    Journal journal(database);
+    EXPECT_THAT(journal.left(),
+                testing::ElementsAre("done.py", "a longer one.py", longest, "d.py"));
+    journal.clear();
+    { const Journal::Entry entry(journal, "a longer one.py"); }
+    { const Journal::Entry entry(journal, "b.py"); }
+  }
+  EXPECT_THAT(Journal(database).left(), testing::IsEmpty());
+  std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace repository
