@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "engines/treesitter/treesitter.h"
+#include "index/place.h"
 
 namespace repository {
 namespace {
@@ -53,6 +54,11 @@ std::optional<Change> Changes::next() {
 Change Changes::fault() {
   const walk::Found found = *std::exchange(_found, std::nullopt);
   std::string inside = found.path.starts_with(_prefix) ? found.path.substr(_prefix.size()) : "";
+  // Nothing at all can be said then.
+  if (inside.empty() && !found.is_rules) {
+    errno = found.error;
+    throw_system_error("read", found.path);
+  }
   _blind.insert(found.is_rules ? folder_of_rules(inside) : inside);
   const std::string text =
       std::string(found.is_rules ? "Failed to read ignore rules: " : "Failed to read folder: ") +

@@ -36,7 +36,7 @@ class Changes {
   // `since`: what is written from now on has at least this time.
   Changes(const std::string& root, FileRows rows, std::int64_t since);
 
-  // None at the end. For one thread at a time.
+  // None at the end. For one thread at a time. Throws IndexError when the root cannot be read.
   std::optional<Change> next();
 
   // A descriptor of the file of the change that was given last, which is the caller's, or -1.

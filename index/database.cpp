@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -122,7 +123,7 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
       SQLite::Database(place.database,
                        SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX,
                        BUSY_TIMEOUT),
-      std::nullopt};
+      false};
   SQLite::Database& database = opened.connection;
   if (sqlite3_db_readonly(database.getHandle(), "main") == 1) {
     errno = EACCES;
@@ -134,7 +135,7 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
   const std::string us = maker(rules);
   const auto made_by = meta(database, "made_by");
   if (made_by != us) {
-    opened.made_by = made_by;
+    opened.is_made_anew = made_by.has_value();
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
     drop_all(database);
     database.exec(SCHEMA);

@@ -8,7 +8,6 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include <optional>
 #include <string>
 
 #include "engines/treesitter/treesitter.h"
@@ -18,9 +17,7 @@ namespace repository {
 
 struct OpenedDatabase {
   SQLite::Database connection;
-  // Who made what lay there before, when that was another version or by other rules; it is empty
-  // now.
-  std::optional<std::string> made_by;
+  bool is_made_anew;  // what lay there was made by another version or by other rules; it is empty
 };
 
 // Opens the database of that place, or makes it. Throws IndexError, SQLite::Exception.

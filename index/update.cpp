@@ -125,7 +125,9 @@ void Update::try_left_again(const Place& place, Store& store, Journal& journal,
 // chance.
 void Update::try_again(const std::string& path, const Place& place, Store& store,
                        const std::vector<int>& to_close) {
-  const engines::treesitter::ParseItem item{.path = place.root + '/' + path};
+  engines::treesitter::ParseItem item{.path = place.root + '/' + path};
+  item.max_size = MOST_FILE_SIZE;
+  item.declines_binary = true;
   struct stat status {};
   if (::lstat(item.path.c_str(), &status) != 0) return;
   std::string hash = file_digest(item.path);
@@ -208,10 +210,9 @@ UpdateCounts Update::operator()(const Place& place) {
   make_folder(place);
   const WriteLock lock(place.database);
   Journal journal(place.database);
-  auto [database, made_by] = open_to_write(place, _options.rules);
-  if (made_by) {
-    _listener.note("the index was made by another version or by other rules (" + *made_by +
-                   "), and is made anew");
+  auto [database, is_made_anew] = open_to_write(place, _options.rules);
+  if (is_made_anew) {
+    _listener.note("the index was made by another version or by other rules, and is made anew");
   }
   Store store(database);
   try_left_again(place, store, journal, lock);

@@ -172,7 +172,8 @@ class Changes(IndexTest):
             case _:
                 self.write(f"d{self.random.randrange(7)}/n{self.random.randrange(40)}.py",
                            source(self.random))
-                path.write_bytes(source(self.random)) if path.exists() else None
+                if path.exists():
+                    path.write_bytes(source(self.random))
 
     def test_any_changes_end_in_what_a_fresh_index_is(self):
         self.write_some(40)
@@ -326,6 +327,10 @@ class Refused(IndexTest):
                          or row.startswith("('reference', 'd3/f3")])
         os.chmod(self.folder / "d3/f3.py", 0o644)
         self.index(**options)
+        before = dump(self.database)
+        os.chmod(self.folder, 0o311)
+        self.assertIn("cannot read", self.index(status=2, **options))
+        self.assertEqual(dump(self.database), before)
         shutil.rmtree(self.folder / FOLDER)
         os.chmod(self.folder, 0o555)
         self.assertIn("cannot make", self.index(status=2, **options))

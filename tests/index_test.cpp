@@ -24,6 +24,7 @@ namespace repository {
 namespace {
 
 using engines::treesitter::ParseResult;
+using std::string_literals::operator""s;
 
 TEST(IndexTest, NumbersAreKeptAsTheyAre) {
   const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
@@ -63,12 +64,14 @@ std::string fqn_of(const PackedFile& packed, const PackedFile::Symbol& symbol) {
 
 TEST(IndexTest, QualifiedNamesAreRestoredExactly) {
   const std::vector<std::pair<std::string, std::string>> rows = {
-      {"C", "src.a.C"},     {"f", "src.a.C.f"},     {"f", "src.a.C.D.f"},   {"", "src.a."},
-      {"", "src.a.C."},     {".", "src.a.."},       {"x", "src.a..x"},      {"b.c", "src.a.C.b.c"},
-      {".d", "src.a.C..d"}, {"other", "src.a.C.f"}, {"f", "src.a.Cf"},      {"C.f", "src.a.f"},
-      {"a", "src.a.a"},     {"n\0l", "src.a.n\0l"}, {"f", "src.a.C.C.C.f"},
+      {"C", "src.a.C"},       {"f", "src.a.C.f"},       {"f", "src.a.C.D.f"},
+      {"", "src.a."},         {"", "src.a.C."},         {".", "src.a.."},
+      {"x", "src.a..x"},      {"b.c", "src.a.C.b.c"},   {".d", "src.a.C..d"},
+      {"other", "src.a.C.f"}, {"f", "src.a.Cf"},        {"C.f", "src.a.f"},
+      {"a", "src.a.a"},       {"n\0l"s, "src.a.n\0l"s}, {"f", "src.a.C.C.C.f"},
   };
-  ParseResult result{.path = "./src//a.py"};
+  ParseResult result{};
+  result.path = "./src//a.py";
   for (const auto& [name, fqn] : rows) {
     result.symbols.emplace_back(engines::models::SymbolArguments{
         std::nullopt, 0, name, "class", fqn, 3, 5, std::nullopt, true, "doc", std::nullopt});
@@ -86,7 +89,8 @@ TEST(IndexTest, QualifiedNamesAreRestoredExactly) {
 }
 
 TEST(IndexTest, ReferencesOfOneNameAndKindAreOne) {
-  ParseResult result{.path = "a.py"};
+  ParseResult result{};
+  result.path = "a.py";
   result.references = {
       {"f", 9, "call"}, {"f", 3, "call"}, {"f", 3, "import"}, {"g", 1, "type"}, {"f", 300, "call"}};
   const PackedFile packed = pack(result);
