@@ -202,18 +202,24 @@ class Changes(IndexTest):
             self.assertEqual(self.counts(), expected)
         self.assert_fresh()
 
-    def test_writing_within_a_tick_of_the_clock(self):
+    def test_times_that_prove_nothing_are_not_kept(self):
+        """A time that is not before the run is that of a file which may be written once more at it."""
+        self.write("a.py", b"a = f()\n")
         path = self.folder / "a.py"
-        for number in range(40):
-            path.write_bytes(b"a%d = f()\n" % (number % 2))
-            self.index()
-            path.write_bytes(b"b%d = f()\n" % (number % 2))
-            before = path.stat()
-            os.utime(path, ns=(before.st_atime_ns, before.st_mtime_ns))
+        time.sleep(0.05)
+        for after, is_kept in (3600, False), (-3600, True):
+            when = time.time_ns() + after * 10**9
+            os.utime(path, ns=(when, when))
+            time.sleep(0.05)
             self.index()
             with sqlite3.connect(self.database) as connection:
-                names = connection.execute("SELECT text FROM name WHERE text LIKE '_%'").fetchall()
-            self.assertIn((f"b{number % 2}",), names)
+                self.assertEqual(connection.execute("SELECT mtime FROM file").fetchone(),
+                                 (when if is_kept else -1,))
+        before = path.stat()
+        path.write_bytes(b"b = f()\n")
+        os.utime(path, ns=(before.st_atime_ns, before.st_mtime_ns))
+        self.assertEqual(self.counts(), (1, 0, 0))
+        self.assert_fresh()
 
     def test_paths_and_names_of_any_kind(self):
         self.write(b"caf\xe9\n.py", b"def f(): pass\n")
