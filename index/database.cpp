@@ -147,11 +147,32 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
   return opened;
 }
 
+SQLite::Database open_to_ask(const Place& place) {
+  const std::string how = "; `treesitter-engine index` makes one";
+  struct stat status {};
+  if (::stat(place.database.c_str(), &status) != 0 && errno == ENOENT) {
+    throw IndexError("there is no index of '" + place.root + "', as '" + place.database +
+                     "' would be" + how);
+  }
+  require_ours(place.database);
+  SQLite::Database database = open_to_read(place.database);
+  database.exec("PRAGMA trusted_schema = OFF");
+  const auto made_by = meta(database, "made_by");
+  if (!made_by) throw IndexError("the index '" + place.database + "' is empty" + how);
+  if (!made_by->starts_with(maker_of_schema())) {
+    throw IndexError("the index '" + place.database +
+                     "' was made by another version of the tool; `treesitter-engine index` makes "
+                     "it anew");
+  }
+  return database;
+}
+
 SQLite::Database open_to_read(const std::string& database) {
   return SQLite::Database(database, SQLite::OPEN_READONLY | SQLite::OPEN_NOMUTEX, BUSY_TIMEOUT);
 }
 
-std::string explanation(const SQLite::Exception& error, const std::string& database) {
+std::string explanation(const SQLite::Exception& error, const std::string& database,
+                        const std::string& what_for) {
   const std::string name = "'" + database + "'";
   const std::string words = std::string(" (") + error.what() + ")";
   switch (error.getErrorCode()) {
@@ -163,7 +184,7 @@ std::string explanation(const SQLite::Exception& error, const std::string& datab
     case SQLITE_READONLY:
     case SQLITE_CANTOPEN:
     case SQLITE_PERM:
-      return "the index " + name + " cannot be written" + words;
+      return "the index " + name + " cannot be " + what_for + words;
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
       return "the index " + name + " is in use by another program" + words;

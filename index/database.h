@@ -26,7 +26,12 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
 // A further connection, which sees what was committed. Throws SQLite::Exception.
 SQLite::Database open_to_read(const std::string& database);
 
-// A text for people about an error of SQLite's.
-std::string explanation(const SQLite::Exception& error, const std::string& database);
+// The index of that place for questions. Throws IndexError when there is none, or one with other
+// tables; SQLite::Exception.
+SQLite::Database open_to_ask(const Place& place);
+
+// A text for people about an error of SQLite's. `what_for`: what cannot be done.
+std::string explanation(const SQLite::Exception& error, const std::string& database,
+                        const std::string& what_for = "written");
 
 }  // namespace repository

@@ -11,11 +11,12 @@ namespace repository {
 const char* const SCHEMA = R"(
 CREATE TABLE meta(key TEXT PRIMARY KEY, value) WITHOUT ROWID;
 CREATE TABLE file(id INTEGER PRIMARY KEY, path BLOB NOT NULL UNIQUE, size INTEGER, mtime INTEGER,
-  ctime INTEGER, inode INTEGER, language TEXT, hash BLOB);
+  ctime INTEGER, inode INTEGER, language TEXT, symbols INTEGER NOT NULL, hash BLOB);
 CREATE TABLE file_use(file INTEGER PRIMARY KEY, uses BLOB NOT NULL);
 CREATE TABLE error(file INTEGER NOT NULL, number INTEGER NOT NULL, text TEXT NOT NULL,
   PRIMARY KEY(file, number)) WITHOUT ROWID;
 CREATE TABLE name(id INTEGER PRIMARY KEY, text TEXT NOT NULL UNIQUE);
+CREATE INDEX name_folded ON name(text COLLATE NOCASE);
 CREATE TABLE scope(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name INTEGER NOT NULL,
   UNIQUE(parent, name));
 CREATE INDEX scope_name ON scope(name);
@@ -33,10 +34,11 @@ CREATE VIRTUAL TABLE symbol_words USING fts5(signature, doc, content='symbol', c
   detail=none, columnsize=0);
 )";
 
+std::string maker_of_schema() { return "schema " + std::to_string(SCHEMA_VERSION) + ','; }
+
 std::string maker(engines::treesitter::Rules rules) {
-  std::string text = "schema " + std::to_string(SCHEMA_VERSION);
-  text +=
-      rules == engines::treesitter::Rules::navigation ? ", navigation rules" : ", standard rules";
+  std::string text = maker_of_schema();
+  text += rules == engines::treesitter::Rules::navigation ? " navigation rules" : " standard rules";
   text.append(", engine ").append(engines::languages::ENGINE_VERSION);
   text.append(", core ").append(engines::languages::CORE_VERSION);
   for (const auto& grammar : engines::languages::GRAMMAR_VERSIONS) {

@@ -8,11 +8,13 @@
 //              `language`: none for a binary file, which is left out. `hash`: SHA-256, none where
 //              no bytes were read or where they have to be read again. `size`, `mtime`, `ctime` (in
 //              ns), `inode`: as they were before the file was read; `mtime` is -1 when they prove
-//              nothing, since the file may have been written since within the same tick.
+//              nothing, since the file may have been written since within the same tick. `symbols`:
+//              how many it has.
 //   file_use   which references a file has: name << 2 | kind of each row of `reference`, rising, as
 //              varints of the differences. So they are found without an index by file.
 //   error      what is wrong with a file.
-//   name       each name once, of symbols, scopes and references; gone with its last use.
+//   name       each name once, of symbols, scopes and references; gone with its last use. The
+//              second index is for names in any case, and for their beginnings.
 //   scope      what stands between the file's prefix and a symbol's own name in its FQN, as a tree
 //              of components. So a name that encloses others is stored once, however deep they lie,
 //              and `name` holds no dotted texts.
@@ -40,7 +42,7 @@
 
 namespace repository {
 
-inline constexpr std::int32_t SCHEMA_VERSION = 1;
+inline constexpr std::int32_t SCHEMA_VERSION = 2;
 
 // By which a file is known as an index of ours ("TSix").
 inline constexpr std::uint32_t APPLICATION_ID = 0x54536978;
@@ -57,5 +59,8 @@ extern const char* const SCHEMA;
 
 // What tells whose index it is: schema, versions of the engine, the core and the grammars, rules.
 std::string maker(engines::treesitter::Rules rules);
+
+// What that begins with for every index that has these tables.
+std::string maker_of_schema();
 
 }  // namespace repository

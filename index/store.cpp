@@ -25,13 +25,14 @@ Store::Store(SQLite::Database& database)
     : _database(database),
       _names(database),
       _insert_file(database,
-                   "INSERT INTO file(path, size, mtime, ctime, inode, language, hash) "
-                   "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)"),
+                   "INSERT INTO file(path, size, mtime, ctime, inode, language, hash, symbols) "
+                   "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, 0)"),
       _update_file(database,
                    "UPDATE file SET size = ?2, mtime = ?3, ctime = ?4, inode = ?5, language = ?6, "
                    "hash = ?7 WHERE id = ?1"),
       _touch_file(database,
                   "UPDATE file SET size = ?2, mtime = ?3, ctime = ?4, inode = ?5 WHERE id = ?1"),
+      _count_symbols(database, "UPDATE file SET symbols = ?2 WHERE id = ?1"),
       _delete_file(database, "DELETE FROM file WHERE id = ?"),
       _find_file(
           database,
@@ -90,7 +91,8 @@ void Store::finish() {
 
 void Store::put(std::int64_t id, const StoredFile& file, const PackedFile& packed) {
   begin();
-  if (id != 0) clear(id);
+  const bool is_known = id != 0;
+  if (is_known) clear(id);
   id = write_row(id, file);
   std::vector<std::int64_t> names;
   names.reserve(packed.names.size());
@@ -102,6 +104,7 @@ void Store::put(std::int64_t id, const StoredFile& file, const PackedFile& packe
         scope.parent == PackedFile::NO_SCOPE ? 0 : scopes[static_cast<std::size_t>(scope.parent)];
     scopes.push_back(_names.scope(parent, names[scope.name]));
   }
+  if (is_known || !packed.symbols.empty()) run(_count_symbols, id, packed.symbols.size());
   std::int64_t symbol_id = id << ORDINAL_BITS;
   for (const PackedFile::Symbol& symbol : packed.symbols) {
     add_symbol(symbol_id++, symbol, names, scopes);

@@ -76,6 +76,7 @@ class Store {
   SQLite::Statement _insert_file;
   SQLite::Statement _update_file;
   SQLite::Statement _touch_file;
+  SQLite::Statement _count_symbols;
   SQLite::Statement _delete_file;
   SQLite::Statement _find_file;
   SQLite::Statement _insert_error;

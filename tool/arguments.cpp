@@ -16,6 +16,7 @@
 #include "tool/escape.h"
 #include "tool/index_arguments.h"
 #include "tool/language_option.h"
+#include "tool/question_arguments.h"
 #include "tool/shield.h"
 #include "tool/suggestion.h"
 
@@ -25,7 +26,9 @@ namespace {
 using engines::treesitter::Rules;
 
 constexpr const char* DESCRIPTION =
-    "Reads source files and prints what each declares and what it refers to.";
+    "Reads source files and prints what each declares and what it refers to; keeps that in an "
+    "index and\n"
+    "answers questions from it.";
 
 constexpr const char* PARSE_FOOTER = R"(
 Folders are walked in the order of their paths' bytes, to any depth. Hidden entries, symbolic links,
@@ -263,6 +266,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   app.allow_extras();
   add_parse(app, parsed);
   add_index(app, parsed);
+  add_questions(app, parsed);
   CLI::App* const languages =
       app.add_subcommand("languages", "List the languages and what detects them");
   app.add_subcommand("help", "Say how a command is used: help COMMAND");
@@ -294,6 +298,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
     settle_index(parsed);
     return parsed;
   }
+  if (settle_question(app, parsed)) return parsed;
   std::for_each(parsed.paths.begin(), parsed.paths.end(), unshield);
   if (parsed.files_from) unshield(*parsed.files_from);
   if (parsed.stdin_path) unshield(*parsed.stdin_path);

@@ -3,6 +3,7 @@
 // Tested by tests/tool_test.py.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "engines/treesitter/treesitter.h"
+#include "index/questions.h"
 #include "walk/walk_options.h"
 
 namespace tool {
@@ -20,9 +22,34 @@ inline constexpr unsigned MAX_JOBS = 1024;
 // What stands for standard input among paths and as a list's name.
 inline constexpr const char* STANDARD_INPUT = "-";
 
-enum class Command : std::uint8_t { parse, index, languages, help, version };
+enum class Command : std::uint8_t { parse, index, question, languages, help, version };
 
 enum class Format : std::uint8_t { json, text };
+
+enum class Question : std::uint8_t {
+  find,
+  callers,
+  callees,
+  references,
+  importers,
+  outline,
+  search,
+  changed,
+  stats
+};
+
+// Of the commands that ask an index.
+struct QuestionArguments {
+  Question question = Question::find;
+  std::vector<std::string> texts;  // as they were given
+  std::string text;                // what is asked for
+  repository::Match match = repository::Match::exact;
+  repository::Filter filter;
+  std::size_t limit = 100;  // 0 for none
+  std::string path = ".";
+  std::optional<std::string> database;
+  Format format = Format::text;
+};
 
 struct Arguments {
   Command command = Command::parse;
@@ -45,6 +72,8 @@ struct Arguments {
   std::string index_path = ".";
   std::optional<std::string> database;
   engines::treesitter::Rules index_rules = engines::treesitter::Rules::navigation;
+
+  QuestionArguments question;
 };
 
 // What the user has to change about the command line.

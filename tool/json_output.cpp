@@ -80,20 +80,6 @@ void write_list(OutputBuffer& out, const std::vector<Item>& items) {
   out.write(']');
 }
 
-void write_path(OutputBuffer& out, std::string_view path) {
-  out.write("\"path\":");
-  write_json_string(out, path);
-  if (engines::treesitter::find_ill_formed(path).size == 0) return;
-  constexpr std::string_view DIGITS = "0123456789abcdef";
-  out.write(",\"path_bytes\":\"");
-  for (const char character : path) {
-    const auto byte = static_cast<unsigned char>(character);
-    out.write(DIGITS[byte >> 4]);
-    out.write(DIGITS[byte & 0xF]);
-  }
-  out.write('"');
-}
-
 // What follows the path in each of the shapes.
 struct WriteOutcome {
   OutputBuffer& out;
@@ -134,10 +120,24 @@ struct WriteOutcome {
 
 }  // namespace
 
+void write_json_path(OutputBuffer& out, std::string_view path) {
+  out.write("\"path\":");
+  write_json_string(out, path);
+  if (engines::treesitter::find_ill_formed(path).size == 0) return;
+  constexpr std::string_view DIGITS = "0123456789abcdef";
+  out.write(",\"path_bytes\":\"");
+  for (const char character : path) {
+    const auto byte = static_cast<unsigned char>(character);
+    out.write(DIGITS[byte >> 4]);
+    out.write(DIGITS[byte & 0xF]);
+  }
+  out.write('"');
+}
+
 void write_json(ByteSink& sink, const ParsedItem& parsed) {
   OutputBuffer out(sink);
   out.write('{');
-  write_path(out, parsed.item.path);
+  write_json_path(out, parsed.item.path);
   std::visit(WriteOutcome{out, parsed}, parsed.outcome);
   out.write("}\n");
   out.flush();

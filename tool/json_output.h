@@ -14,12 +14,18 @@
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
 
+#include <string_view>
+
 #include "engines/treesitter/treesitter.h"
 #include "tool/byte_sink.h"
+#include "tool/output_buffer.h"
 
 namespace tool {
 
 // Writes the record's line, in pieces of bounded size: beside the record it takes 64 KiB of stack.
 void write_json(ByteSink& sink, const engines::treesitter::ParsedItem& parsed);
+
+// "path":"...", and "path_bytes" where it is needed.
+void write_json_path(OutputBuffer& out, std::string_view path);
 
 }  // namespace tool

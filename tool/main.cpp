@@ -3,6 +3,8 @@
 //   main -> arguments     what the user wants
 //        -> run           item_source finds files, the engine parses them on all threads,
 //                         json_output or text_output form the records
+//        -> index_command, question_command
+//                         an index is made, and asked
 //
 // Exit statuses and messages: messages.h.
 #include <csignal>
@@ -18,6 +20,7 @@
 #include "tool/interrupts.h"
 #include "tool/listing.h"
 #include "tool/messages.h"
+#include "tool/question_command.h"
 #include "tool/run.h"
 
 namespace {
@@ -28,6 +31,8 @@ int execute(const tool::Arguments& arguments) {
       return tool::run(arguments);
     case tool::Command::index:
       return tool::run_index(arguments);
+    case tool::Command::question:
+      return tool::run_question(arguments.question);
     case tool::Command::languages:
       tool::write_output(tool::languages_text(), tool::EXIT_ALL_PARSED);
       break;

@@ -35,11 +35,11 @@ class ToolTest(unittest.TestCase):
             file.write(content)
 
     def run_tool(self, *arguments, **options):
-        options = {"input": b"", "stdout": subprocess.PIPE, **options}
+        options = {"input": b"", "stdout": subprocess.PIPE, "cwd": self.folder, **options}
         if "stdin" in options:
             del options["input"]
-        return subprocess.run([TOOL, *arguments], stderr=subprocess.PIPE, cwd=self.folder,
-                              timeout=TIMEOUT, check=False, **options)
+        return subprocess.run([TOOL, *arguments], stderr=subprocess.PIPE, timeout=TIMEOUT,
+                              check=False, **options)
 
     def parse(self, *arguments, status=0, **options):
         """The records of a run that must end with this status; None for any."""

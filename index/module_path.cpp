@@ -1,0 +1,117 @@
+// See module_path.h.
+#include "index/module_path.h"
+
+#include <algorithm>
+#include <array>
+
+#include "engines/languages/languages.h"
+
+namespace repository {
+namespace {
+
+constexpr std::array<std::string_view, 5> FOLDERS_OWN = {"__init__", "index", "mod", "lib",
+                                                         "__main__"};
+// What names no folder in front of a module.
+constexpr std::array<std::string_view, 4> ROOTS = {"crate", "self", "super", "@"};
+
+void split(std::string_view text, std::string_view separators, Components& components) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of(separators), text.size());
+    if (end > 0) components.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+}
+
+std::string_view without_suffix(std::string_view path) {
+  const std::size_t slash = path.rfind('/');
+  const std::size_t stop = path.rfind('.');
+  const bool has_suffix = stop != std::string_view::npos && stop > 0 && path[stop - 1] != '/' &&
+                          path[stop - 1] != '.' &&
+                          (slash == std::string_view::npos || stop > slash) &&
+                          engines::languages::detect_language(std::string(path)).has_value();
+  return has_suffix ? path.substr(0, stop) : path;
+}
+
+void drop_folders_own(Components& components) {
+  if (components.size() < 2) return;
+  const auto found = std::find(FOLDERS_OWN.begin(), FOLDERS_OWN.end(), components.back());
+  if (found != FOLDERS_OWN.end()) components.pop_back();
+}
+
+Components folder_of(std::string_view path) {
+  Components components;
+  const std::size_t slash = path.rfind('/');
+  if (slash != std::string_view::npos) split(path.substr(0, slash), "/", components);
+  return components;
+}
+
+std::string_view unquoted(std::string_view text) {
+  constexpr std::string_view QUOTES = "\"'`<>;* ";
+  const std::size_t begin = text.find_first_not_of(QUOTES);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(QUOTES) - begin + 1);
+}
+
+// "./a/../b" from a folder.
+Components from_folder(std::string_view module, Components components) {
+  Components parts;
+  split(without_suffix(module), "/", parts);
+  for (std::string& part : parts) {
+    if (part == ".") continue;
+    if (part != "..") {
+      components.push_back(std::move(part));
+    } else if (!components.empty()) {
+      components.pop_back();
+    }
+  }
+  drop_folders_own(components);
+  return components;
+}
+
+// ".a" is beside the asking file, "..a" above it.
+Components from_package(std::string_view module, Components components) {
+  const std::size_t dots = std::min(module.find_first_not_of('.'), module.size());
+  components.resize(components.size() - std::min(components.size(), dots - 1));
+  split(module.substr(dots), ".", components);
+  return components;
+}
+
+}  // namespace
+
+Components file_components(std::string_view path) {
+  Components components;
+  split(without_suffix(path), "/", components);
+  drop_folders_own(components);
+  return components;
+}
+
+Components module_components(std::string_view module, std::string_view asking_path) {
+  module = unquoted(module);
+  const bool has_slash = module.find('/') != std::string_view::npos;
+  if (module == "." || module == ".." || module.starts_with("./") || module.starts_with("../")) {
+    return from_folder(module, folder_of(asking_path));
+  }
+  if (module.starts_with('.') && !has_slash) return from_package(module, folder_of(asking_path));
+  Components components;
+  split(has_slash ? without_suffix(module) : module, has_slash ? "/" : ".:\\", components);
+  while (components.size() > 1 &&
+         std::find(ROOTS.begin(), ROOTS.end(), components.front()) != ROOTS.end()) {
+    components.erase(components.begin());
+  }
+  drop_folders_own(components);
+  return components;
+}
+
+bool ends_with(const Components& all, const Components& end) {
+  return !end.empty() && end.size() <= all.size() &&
+         std::equal(end.rbegin(), end.rend(), all.rbegin());
+}
+
+bool may_be(const Components& module, const Components& file) {
+  if (ends_with(file, module)) return true;
+  if (file.size() < 2) return false;
+  const Components folder(file.begin(), file.end() - 1);
+  return ends_with(folder, module) || ends_with(module, folder);
+}
+
+}  // namespace repository

@@ -1,0 +1,31 @@
+// Modules as they are written, and files, as lists of components: which file a module may be is
+// told by comparing them from the end. No language's search path is known here, so that this is
+// evidence and not an answer.
+//
+// Cost: linear in the texts.
+//
+// Tested by tests/index_test.cpp.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace repository {
+
+using Components = std::vector<std::string>;
+
+// "src/pkg/mod.py" as src, pkg, mod. What stands for its folder (__init__, index, mod, lib) is left
+// out.
+Components file_components(std::string_view path);
+
+// "pkg.mod", "./mod.js", "crate::pkg", "App\\Pkg", "\"fmt\"" as components; a relative one starts
+// from the asking file's folder.
+Components module_components(std::string_view module, std::string_view asking_path);
+
+bool ends_with(const Components& all, const Components& end);
+
+// Whether the module may be the file, or the folder that it is in.
+bool may_be(const Components& module, const Components& file);
+
+}  // namespace repository

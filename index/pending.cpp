@@ -1,0 +1,65 @@
+// See pending.h.
+#include "index/pending.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "index/changes.h"
+#include "index/file_digest.h"
+
+namespace repository {
+namespace {
+
+// As parse items decline binary files.
+constexpr std::size_t BINARY_HEAD = 8192;
+
+bool is_binary(const std::string& path) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY);
+  if (file < 0) return false;
+  std::array<char, BINARY_HEAD> head;
+  const ssize_t size = ::pread(file, head.data(), head.size(), 0);
+  ::close(file);
+  const char* const begin = head.data();
+  const char* const end = begin + std::max<ssize_t>(0, size);
+  return std::find(begin, end, '\0') != end;
+}
+
+// None for a file whose bytes are as they were, or that an index leaves out.
+std::optional<PendingChange> pending(const std::string& prefix, const Change& change) {
+  const FileRow& row = change.row;
+  switch (change.kind) {
+    case Change::Kind::fault:
+      return PendingChange{Pending::unreadable, row.path, change.fault};
+    case Change::Kind::removed:
+      if (row.is_binary) return std::nullopt;
+      return PendingChange{Pending::removed, row.path};
+    case Change::Kind::written:
+      break;
+  }
+  const std::string path = prefix + row.path;
+  const bool is_known = row.id != 0 && !row.is_binary;
+  if (!is_known && is_binary(path)) return std::nullopt;
+  if (is_known && !row.hash.empty() && file_digest(path) == row.hash) return std::nullopt;
+  return PendingChange{is_known ? Pending::changed : Pending::added, row.path};
+}
+
+}  // namespace
+
+void for_each_pending(const std::string& root, SQLite::Database connection,
+                      const std::function<void(const PendingChange&)>& take) {
+  const std::string prefix = root.ends_with('/') ? root : root + '/';
+  // Nothing is written, so that no time is too young to be trusted.
+  Changes changes(root, FileRows(std::move(connection)), std::numeric_limits<std::int64_t>::max());
+  while (const auto change = changes.next()) {
+    if (const auto found = pending(prefix, *change)) take(*found);
+  }
+}
+
+}  // namespace repository

@@ -1,0 +1,39 @@
+// See test_path.h.
+#include "index/test_path.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "index/names.h"
+
+namespace repository {
+namespace {
+
+// Of a folder or of a file's name, a component of which they are: test_a.py, a.spec.ts, ATest.java.
+constexpr std::array<std::string_view, 8> WORDS = {"test",  "tests",   "testing",  "spec",
+                                                   "specs", "fixture", "fixtures", "mocks"};
+
+bool is_word(std::string_view word) {
+  std::string lower(word);
+  std::transform(lower.begin(), lower.end(), lower.begin(), [](char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  });
+  return std::find(WORDS.begin(), WORDS.end(), lower) != WORDS.end();
+}
+
+}  // namespace
+
+// A component's words are those of a name: "latest" is none, "__tests__" and "UserTest" are.
+bool is_test_path(std::string_view path) {
+  const std::string words = words_of(path);
+  std::string_view rest = words;
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find(' '), rest.size());
+    if (is_word(rest.substr(0, end))) return true;
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return false;
+}
+
+}  // namespace repository

@@ -1,0 +1,151 @@
+// See question_command.h.
+#include "tool/question_command.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <system_error>
+
+#include "index/questions.h"
+#include "tool/answer_json.h"
+#include "tool/answer_text.h"
+#include "tool/byte_sink.h"
+#include "tool/descriptors.h"
+#include "tool/escape.h"
+#include "tool/messages.h"
+#include "tool/output_buffer.h"
+#include "tool/terminal.h"
+
+namespace tool {
+namespace {
+
+using repository::Answer;
+using repository::Questions;
+
+class OutputSink final : public ByteSink {
+ public:
+  void write(std::string_view bytes) override { write_output(bytes, EXIT_ALL_PARSED); }
+};
+
+// A file that exists may be named from the current folder, one that is gone from the root.
+std::string path_from_root(const std::string& path, const std::string& root) {
+  std::error_code error;
+  const auto whole = std::filesystem::weakly_canonical(path, error);
+  if (error) return path;
+  const std::string found = whole.lexically_relative(root).native();
+  return std::filesystem::exists(whole, error) && !found.starts_with("..") ? found : path;
+}
+
+class Asking {
+ public:
+  explicit Asking(const QuestionArguments& asked)
+      : _asked(asked), _questions(asked.path, asked.database), _out(_sink) {
+    if (asked.format == Format::json) {
+      _form = std::make_unique<AnswerJson>(_out);
+    } else {
+      _form = std::make_unique<AnswerText>(_out, Terminal::of_output(), _questions.root());
+    }
+  }
+
+  int operator()();
+
+ private:
+  bool ask();
+  bool find();
+  bool outline();
+  bool callees();
+  bool changed();
+  template <typename Row>
+  bool write(const Answer<Row>& answer);
+
+  const QuestionArguments& _asked;
+  Questions _questions;
+  OutputSink _sink;
+  OutputBuffer _out;
+  std::unique_ptr<AnswerOutput> _form;
+};
+
+template <typename Row>
+bool Asking::write(const Answer<Row>& answer) {
+  _form->write(answer.rows);
+  if (answer.is_cut) {
+    _form->write_cut(answer.rows.size());
+    complain("there is more than these " + std::to_string(answer.rows.size()) +
+             "; --limit 0 shows all");
+  }
+  return !answer.rows.empty();
+}
+
+bool Asking::find() {
+  return write(
+      _questions.find({.text = _asked.text, .match = _asked.match, .filter = _asked.filter}));
+}
+
+bool Asking::outline() {
+  const std::string path = path_from_root(_asked.text, _questions.root());
+  const auto answer = _questions.outline(path);
+  if (!answer) {
+    complain("the index has no file '" + escaped(path) + "'");
+    return false;
+  }
+  _form->write_outline(answer->rows);
+  return !answer->rows.empty();
+}
+
+bool Asking::callees() {
+  const auto answer = _questions.callees(_asked.text, _asked.filter);
+  if (!answer) {
+    complain("the index has no symbol '" + escaped(_asked.text) + "'");
+    return false;
+  }
+  return write(*answer);
+}
+
+bool Asking::changed() {
+  bool has_any = false;
+  _questions.changed([&](const repository::PendingChange& change) {
+    has_any = true;
+    _form->write(change);
+  });
+  return has_any;
+}
+
+bool Asking::ask() {
+  switch (_asked.question) {
+    case Question::find:
+      return find();
+    case Question::callers:
+      return write(_questions.callers(_asked.text, _asked.filter));
+    case Question::callees:
+      return callees();
+    case Question::references:
+      return write(_questions.references(_asked.text, _asked.filter));
+    case Question::importers:
+      return write(_questions.importers(_asked.text, _asked.filter));
+    case Question::outline:
+      return outline();
+    case Question::search:
+      return write(_questions.search(_asked.text, _asked.filter));
+    case Question::changed:
+      return changed();
+    case Question::stats:
+      _form->write(_questions.statistics());
+      break;
+  }
+  return true;
+}
+
+int Asking::operator()() {
+  const bool is_found = ask();
+  _out.flush();
+  if (!_questions.is_complete()) {
+    complain("the index is being made, or a run over it was ended: files may be missing");
+  }
+  return is_found ? EXIT_ALL_PARSED : EXIT_NOTHING_FOUND;
+}
+
+}  // namespace
+
+int run_question(const QuestionArguments& asked) { return Asking(asked)(); }
+
+}  // namespace tool
