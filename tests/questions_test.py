@@ -246,13 +246,11 @@ class Text(QuestionsTest):
     def test_lines(self):
         self.index()
         self.assertEqual(self.text("find", "search", "--language", "python"), (
-            "src/books.py:4         method         search  in src.books.Catalogue  "
-            "def search(self, words):\n"
-            "tests/test_books.py:2  function       search  in tests.test_books  def search():\n"))
+            "src/books.py:4         method         Catalogue.search  def search(self, words):\n"
+            "tests/test_books.py:2  function       search            def search():\n"))
         self.assertEqual(self.text("callers", "put", "--in", "src"), (
-            "src/app.py:7  call           put  in src.app.main\n"
-            "    may be src/shelf/store.py:1  function src.shelf.store.put  "
-            "(its module is imported here)\n"))
+            "src/app.py:7  call           put  in main\n"
+            "    may be src/shelf/store.py:1  function put  (its module is imported here)\n"))
         self.assertEqual(self.text("find", "put", "--in", "other", cwd=self.folder / "src")
                          .split()[0], "../other/put.py:1")
         self.assertIn("books.py:11  function       load           def load(path):\n"

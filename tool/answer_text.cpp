@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "engines/treesitter/core/text.h"
+#include "engines/treesitter/treesitter.h"
 #include "tool/escape.h"
 
 namespace tool {
@@ -27,11 +28,10 @@ constexpr std::size_t MOST_NAME_WIDTH = 40;
 
 std::size_t columns(std::string_view text) { return engines::treesitter::length(text); }
 
-// The qualified name without the name behind it.
-std::string holder(const Definition& symbol) {
-  const std::string end = '.' + symbol.name;
-  return symbol.fqn.ends_with(end) ? symbol.fqn.substr(0, symbol.fqn.size() - end.size())
-                                   : symbol.fqn;
+// The qualified name without what the path, which stands in front, says as well.
+std::string local_name(const Definition& symbol) {
+  const std::string prefix = engines::treesitter::TreeSitterEngine::_path_to_fqn(symbol.path) + '.';
+  return escaped(symbol.fqn.starts_with(prefix) ? symbol.fqn.substr(prefix.size()) : symbol.fqn);
 }
 
 std::string first_line(const std::optional<std::string>& text) {
@@ -136,13 +136,10 @@ void AnswerText::write(std::span<const Definition> rows) {
   std::vector<Line> lines;
   lines.reserve(rows.size());
   for (const Definition& row : rows) {
-    std::string rest = "in " + escaped(holder(row));
-    const std::string text = row.signature ? first_line(row.signature) : first_line(row.doc);
-    if (!text.empty()) rest += "  " + text;
     lines.push_back({place(row.path, row.first),
                      std::string(row.kind),
-                     escaped(row.name),
-                     std::move(rest),
+                     local_name(row),
+                     row.signature ? first_line(row.signature) : first_line(row.doc),
                      {}});
   }
   write_lines(lines);
@@ -172,7 +169,7 @@ std::vector<std::string> AnswerText::meanings(const Meanings& found) const {
   for (const Candidate& candidate : found.candidates) {
     const Definition& symbol = candidate.definition;
     lines.push_back("    may be " + place(symbol.path, symbol.first) + "  " +
-                    std::string(symbol.kind) + ' ' + escaped(symbol.fqn) + "  (" +
+                    std::string(symbol.kind) + ' ' + local_name(symbol) + "  (" +
                     joined(candidate.evidence) + ')');
   }
   if (found.count > found.candidates.size()) {
@@ -187,7 +184,7 @@ void AnswerText::write(std::span<const Use> rows) {
   lines.reserve(rows.size());
   for (const Use& row : rows) {
     lines.push_back({place(row.path, row.line), std::string(row.kind), escaped(row.name),
-                     row.within ? "in " + escaped(row.within->fqn) : "", meanings(row.meanings)});
+                     row.within ? "in " + local_name(*row.within) : "", meanings(row.meanings)});
   }
   write_lines(lines);
 }

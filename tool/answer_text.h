@@ -1,9 +1,12 @@
 // An answer for people: a line per row, with the place in front as terminals and editors open it,
 // columns under each other.
 //
-//   src/books.py:12   method    search  in books.Catalogue        def search(self, *words):
-//   src/app.py:30     call      search  in app.main
-//       may be src/books.py:12  books.Catalogue.search  (its module is imported here)
+//   src/books.py:12  method         Catalogue.search  def search(self, words):
+//
+//   src/app.py:30  call           search  in main
+//       may be src/books.py:12  method Catalogue.search  (its module is imported here)
+//
+// Names are qualified up to the file, whose path stands in front.
 //
 // On a terminal no line is wider than it, with one exception: a place stays whole, since a part of
 // it opens nothing, and has a line of its own where nothing else fits beside it.
