@@ -9,8 +9,8 @@
 namespace repository {
 namespace {
 
-constexpr std::array<std::string_view, 5> FOLDERS_OWN = {"__init__", "index", "mod", "lib",
-                                                         "__main__"};
+// The file that stands for its folder, by its name without the suffix.
+constexpr std::array<std::string_view, 3> FOLDERS_OWN = {"__init__", "__main__", "index"};
 // What names no folder in front of a module.
 constexpr std::array<std::string_view, 4> ROOTS = {"crate", "self", "super", "@"};
 
@@ -81,6 +81,8 @@ Components from_package(std::string_view module, Components components) {
 Components file_components(std::string_view path) {
   Components components;
   split(without_suffix(path), "/", components);
+  const bool is_rusts = path.ends_with("/mod.rs") || path.ends_with("/lib.rs");
+  if (is_rusts && components.size() > 1) components.pop_back();
   drop_folders_own(components);
   return components;
 }
@@ -110,6 +112,7 @@ bool ends_with(const Components& all, const Components& end) {
 bool may_be(const Components& module, const Components& file) {
   if (ends_with(file, module)) return true;
   if (file.size() < 2) return false;
+  if (ends_with(module, file)) return true;
   const Components folder(file.begin(), file.end() - 1);
   return ends_with(folder, module) || ends_with(module, folder);
 }

@@ -15,8 +15,8 @@ namespace repository {
 
 using Components = std::vector<std::string>;
 
-// "src/pkg/mod.py" as src, pkg, mod. What stands for its folder (__init__, index, mod, lib) is left
-// out.
+// "src/pkg/mod.py" as src, pkg, mod. What stands for its folder (__init__.py, index.ts, mod.rs) is
+// left out.
 Components file_components(std::string_view path);
 
 // "pkg.mod", "./mod.js", "crate::pkg", "App\\Pkg", "\"fmt\"" as components; a relative one starts

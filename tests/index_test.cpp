@@ -1,11 +1,12 @@
 // The parts of an index that no file on disk can be made to reach: how numbers, words and qualified
-// names are kept, when a file's times prove something, and what the journal keeps of a killed run.
-// What the whole does is in index_command_test.py.
+// names are kept, when a file's times prove something, what the journal keeps of a killed run, and
+// what paths tell. What the whole does is in index_command_test.py.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -16,8 +17,11 @@
 #include "index/file_state.h"
 #include "index/index_error.h"
 #include "index/journal.h"
+#include "index/module_path.h"
 #include "index/names.h"
 #include "index/packed_file.h"
+#include "index/row_filter.h"
+#include "index/test_path.h"
 #include "index/varint.h"
 
 namespace repository {
@@ -152,6 +156,63 @@ TEST(IndexTest, JournalKeepsWhatWasUnderWay) {
   }
   EXPECT_THAT(Journal(database).left(), testing::IsEmpty());
   std::filesystem::remove_all(folder);
+}
+
+// Each file once that a module may be, beside those that it may not.
+TEST(IndexTest, WhichFilesAModuleMayBe) {
+  struct Row {
+    std::string module, asking, may_be, may_not_be;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"pkg.mod", "a.py", "src/pkg/mod.py", "pkg/other.py"},
+           {"pkg", "a.py", "src/pkg/__init__.py", "src/apkg/__init__.py"},
+           {".mod", "src/pkg/a.py", "src/pkg/mod.py", "src/mod.py"},
+           {"..mod", "src/pkg/a.py", "src/mod.py", "src/pkg/mod.py"},
+           {"....mod", "a.py", "mod.py", "b.py"},
+           {"./util", "web/a.ts", "web/util.ts", "util.ts"},
+           {"../util.js", "web/x/a.ts", "web/util.ts", "web/x/util.ts"},
+           {"./util", "a.ts", "util/index.ts", "web/x.ts"},
+           {"'./a.b'", "x/a.ts", "x/a.b.ts", "x/a.ts"},
+           {"@scope/kit/part", "a.ts", "kit/part.ts", "kit/parts.ts"},
+           {"com.foo.Bar", "A.java", "src/main/java/com/foo/Bar.java", "com/bar/Foo.java"},
+           {"github.com/x/y/shelf", "a.go", "shelf/b.go", "other/shelf.d/b.go"},
+           {"crate::a::b", "src/x.rs", "src/a/b/mod.rs", "src/b/a.rs"},
+           {"App\\Models\\User", "x.php", "src/App/Models/User.php", "App/User.php"},
+           {"<sys/stat>", "a.rb", "x/sys/stat.rb", "stat.rb"},
+       }) {
+    const Components module = module_components(row.module, row.asking);
+    EXPECT_TRUE(may_be(module, file_components(row.may_be))) << row.module;
+    EXPECT_FALSE(may_be(module, file_components(row.may_not_be))) << row.module;
+  }
+  for (const std::string nothing : {"", "'", "...", "::", "/", "./", "\"\""}) {
+    EXPECT_FALSE(may_be(module_components(nothing, "a.py"), file_components("x/y.py"))) << nothing;
+  }
+}
+
+TEST(IndexTest, WhichPathsAreTests) {
+  for (const std::string path : {"tests/a.py", "a_test.go", "src/UserTest.java", "x/__tests__/a.ts",
+                                 "web/a.spec.ts", "SPEC/a.rb", "a/test-data/b.json"}) {
+    EXPECT_TRUE(is_test_path(path)) << path;
+  }
+  for (const std::string path :
+       {"", "src/latest.py", "contest/a.py", "inspect.go", "attestation"}) {
+    EXPECT_FALSE(is_test_path(path)) << path;
+  }
+}
+
+TEST(IndexTest, WhichPathsAGlobNames) {
+  for (const auto& [glob, in, out] :
+       std::vector<std::array<std::string, 3>>{{"src", "src/a.py", "source/a.py"},
+                                               {"src/", "x/src/a.py", "x/asrc/a.py"},
+                                               {"*.py", "x/y/a.py", "x/a.pyc"},
+                                               {"/src", "src/x/a.py", "x/src/a.py"},
+                                               {"./src/*.py", "src/a.py", "src/x/a.py"},
+                                               {"src/**/a.py", "src/x/y/a.py", "x/src/a.py"},
+                                               {"s?c/x", "src/x/y/a.py", "src/y/x"},
+                                               {"[id]", "d", "id"}}) {
+    EXPECT_TRUE(is_in(in, glob)) << glob;
+    EXPECT_FALSE(is_in(out, glob)) << glob;
+  }
 }
 
 }  // namespace
