@@ -41,8 +41,8 @@ enum class Question : std::uint8_t {
 // Of the commands that ask an index.
 struct QuestionArguments {
   Question question = Question::find;
-  std::vector<std::string> texts;  // as they were given
   std::string text;                // what is asked for
+  std::vector<std::string> words;  // of a search
   repository::Match match = repository::Match::exact;
   repository::Filter filter;
   std::size_t limit = 100;  // 0 for none

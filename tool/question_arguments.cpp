@@ -6,7 +6,6 @@
 #include <array>
 #include <string>
 
-#include "tool/escape.h"
 #include "tool/language_option.h"
 #include "tool/shield.h"
 
@@ -108,14 +107,19 @@ void add_question(CLI::App& app, const Row& row, QuestionArguments& asked) {
           "text, which is the default, or json")
       ->type_name("json|text")
       ->check(CLI::IsMember({"json", "text"}).description(""));
-  if (*row.text != '\0') command->add_option(row.text, asked.texts, row.text_help)->type_name("");
+  if (row.question == Question::search) {
+    command->add_option(row.text, asked.words, row.text_help)->type_name("");
+  } else if (*row.text != '\0') {
+    command->add_option(row.text, asked.text, row.text_help)->type_name("");
+  }
   command->footer(FOOTER);
 }
 
 void settle(const Row& row, QuestionArguments& asked) {
   asked.question = row.question;
   const std::string command = row.command;
-  std::for_each(asked.texts.begin(), asked.texts.end(), unshield);
+  unshield(asked.text);
+  std::for_each(asked.words.begin(), asked.words.end(), unshield);
   unshield(asked.path);
   if (asked.database) unshield(*asked.database);
   if (asked.path.empty()) throw UsageError(command + ": the folder's path is empty");
@@ -126,14 +130,7 @@ void settle(const Row& row, QuestionArguments& asked) {
   }
   asked.filter.limit = asked.limit == 0 ? repository::NO_LIMIT : asked.limit;
   if (*row.text == '\0') return;
-  const bool takes_several = row.question == Question::search;
-  if (!takes_several && asked.texts.size() > 1) {
-    throw UsageError(command + ": unexpected argument '" + escaped(asked.texts[1]) + "'");
-  }
-  for (const std::string& text : asked.texts) {
-    if (!asked.text.empty()) asked.text += ' ';
-    asked.text += text;
-  }
+  for (const std::string& word : asked.words) asked.text.append(" ").append(word);
   if (asked.text.empty()) throw UsageError(command + ": no " + row.text + " is given");
 }
 
