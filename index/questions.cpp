@@ -10,6 +10,7 @@
 #include "index/pending.h"
 #include "index/place.h"
 #include "index/reader.h"
+#include "index/schema.h"
 #include "index/statements.h"
 #include "index/symbol_questions.h"
 #include "index/use_questions.h"
@@ -62,6 +63,12 @@ const std::string& Questions::root() const { return _state->place().root; }
 
 bool Questions::is_complete() const {
   return _state->ask([&] { return _state->reader().meta("complete") == "1"; });
+}
+
+bool Questions::is_outdated() const {
+  const auto made_by = _state->ask([&] { return _state->reader().meta("made_by"); });
+  return made_by != maker(engines::treesitter::Rules::navigation) &&
+         made_by != maker(engines::treesitter::Rules::standard);
 }
 
 Answer<Definition> Questions::find(const FindQuestion& question) {

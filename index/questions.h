@@ -58,6 +58,8 @@ class Questions {
   const std::string& root() const;
   // Whether the last run over the repository came to its end.
   bool is_complete() const;
+  // Whether another version of the tool or of a grammar made it: the next run makes it anew.
+  bool is_outdated() const;
 
   // By name; the exact case first, then what is no test, then what is exported.
   Answer<Definition> find(const FindQuestion& question);

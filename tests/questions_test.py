@@ -323,6 +323,13 @@ class Refused(QuestionsTest):
             connection.execute("UPDATE meta SET value = 'schema 1, ' || value "
                                "WHERE key = 'made_by'")
         self.refused("another version", "find", "load")
+        with sqlite3.connect(database) as connection:
+            connection.execute("UPDATE meta SET value = replace(substr(value, 11), 'engine ', "
+                               "'engine 9') WHERE key = 'made_by'")
+        self.assertEqual(self.places("find", "put"), ["other/put.py:1", "src/shelf/store.py:1"])
+        done = self.run_tool("changed")
+        self.assertEqual((done.returncode, done.stdout), (0, b""))
+        self.assert_messages(done, "would be made anew")
         content = bytearray((self.folder / "damaged.sqlite").read_bytes())
         content[4096:] = os.urandom(len(content) - 4096)
         (self.folder / "damaged.sqlite").write_bytes(content)

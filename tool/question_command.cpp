@@ -102,7 +102,9 @@ bool Asking::callees() {
 }
 
 bool Asking::changed() {
-  bool has_any = false;
+  const bool is_outdated = _questions.is_outdated();
+  if (is_outdated) complain("the index was made by another version, and would be made anew");
+  bool has_any = is_outdated;
   _questions.changed([&](const repository::PendingChange& change) {
     has_any = true;
     _form->write(change);
