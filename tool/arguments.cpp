@@ -48,6 +48,9 @@ What cannot be read (a missing file, a folder without permission) or is larger t
 has the first form with the reason in "errors". Bytes of a path that are no UTF-8 become U+FFFD; the
 exact bytes of such a path follow in "path_bytes", as hexadecimal digits.
 
+ctags prints a sorted tags file in the extended format when all is parsed: `--format ctags . > tags`.
+Its paths are as given, so make it where it is to lie. Lines of more than 64 KiB are left out and told.
+
 On standard error come the files that failed and, with --verbose or on a terminal, what was done
 and left out. Ctrl-C ends the run behind a whole record, a second one at once.
 
@@ -116,6 +119,11 @@ void settle_walk(walk::WalkOptions& walk) {
   }
 }
 
+Format format_of(std::string_view name) {
+  if (name == "ctags") return Format::ctags;
+  return name == "text" ? Format::text : Format::json;
+}
+
 void add_parse(CLI::App& app, Arguments& parsed) {
   CLI::App* const parse = app.add_subcommand("parse", "Parse files and folders");
   parse
@@ -131,13 +139,10 @@ void add_parse(CLI::App& app, Arguments& parsed) {
       ->check(CLI::Range(1U, MAX_JOBS).description(""));
   parse
       ->add_option_function<std::string>(
-          "-f,--format",
-          [&parsed](const std::string& name) {
-            parsed.format = name == "text" ? Format::text : Format::json;
-          },
-          "json, or text for people; by default text on a terminal only")
-      ->type_name("json|text")
-      ->check(CLI::IsMember({"json", "text"}).description(""));
+          "-f,--format", [&parsed](const std::string& name) { parsed.format = format_of(name); },
+          "json, text for people, ctags for editors; by default text on a terminal, else json")
+      ->type_name("json|text|ctags")
+      ->check(CLI::IsMember({"json", "text", "ctags"}).description(""));
   parse
       ->add_option_function<std::string>(
           "--rules",

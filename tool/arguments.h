@@ -22,7 +22,7 @@ inline constexpr const char* STANDARD_INPUT = "-";
 
 enum class Command : std::uint8_t { parse, languages, help, version };
 
-enum class Format : std::uint8_t { json, text };
+enum class Format : std::uint8_t { json, text, ctags };
 
 struct Arguments {
   Command command = Command::parse;

@@ -2,7 +2,7 @@
 //
 //   main -> arguments     what the user wants
 //        -> run           item_source finds files, the engine parses them on all threads,
-//                         json_output or text_output form the records
+//                         json_output, text_output or ctags_output form the records
 //
 // Exit statuses and messages: messages.h.
 #include <csignal>

@@ -78,9 +78,9 @@ void complain(std::string_view text) {
   (void)!::writev(STDERR_FILENO, parts.data(), static_cast<int>(parts.size()));
 }
 
-Messages::Messages(bool is_verbose)
+Messages::Messages(bool is_verbose, bool has_records)
     : _shows_progress(is_terminal(STDERR_FILENO) && !is_terminal(STDOUT_FILENO)),
-      _shows_reports(!is_terminal(STDERR_FILENO) || !is_terminal(STDOUT_FILENO)),
+      _shows_reports(!has_records || !is_terminal(STDERR_FILENO) || !is_terminal(STDOUT_FILENO)),
       _shows_summary(is_verbose || is_terminal(STDERR_FILENO)),
       _start(steady_clock::now()),
       _next(_start + FIRST_PROGRESS) {}

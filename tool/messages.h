@@ -41,13 +41,14 @@ class Messages {
  public:
   using UnderWay = engines::treesitter::ParseMany::UnderWay;
 
-  explicit Messages(bool is_verbose);
+  // `has_records`: whether standard output tells what failed, too.
+  Messages(bool is_verbose, bool has_records);
   Messages(const Messages&) = delete;
   Messages& operator=(const Messages&) = delete;
   ~Messages();
 
-  // Prints "treesitter-engine: PATH: TEXT", both escaped. Nothing when both outputs are terminals:
-  // the record has just told it there.
+  // Prints "treesitter-engine: PATH: TEXT", both escaped. Nothing when both outputs are terminals
+  // and the record has just told it there.
   void report(std::string_view path, std::string_view text);
 
   bool shows_progress() const { return _shows_progress; }

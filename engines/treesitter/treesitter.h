@@ -238,6 +238,12 @@ class TreeSitterEngine {
   // All of these as one operation that throws nothing: what they would throw is in the outcome.
   Outcome parse(const ParseItem& item, const Cancellation& cancellation = {}) const noexcept;
 
+  // What the FQNs of all symbols of a file begin with: "src.app" for "src/app.py". Throws
+  // std::invalid_argument.
+  static std::string fqn_prefix(const std::filesystem::path& file_path) {
+    return _path_to_fqn(file_path);
+  }
+
   // Many items at once, on several threads.
   ParseMany parse_many(ParseMany::Source source, ParseManyOptions options = {}) const {
     return ParseMany(*this, std::move(source), std::move(options));
