@@ -117,6 +117,12 @@ class Failures(ToolTest):
                 (["parse", "--files-from", "no\x1blist"], r"no\x1blist"),
                 (["parse", "--files-from", "."], "directory"),
                 (["languages", "a.py"], "a.py"),
+                (["check"], "one FILE"),
+                (["check", "a.py", "a.py"], "one FILE"),
+                (["check", "-"], "standard input"),
+                (["check", "."], ". is a folder"),
+                (["check", "--format", "ctags", "a.py"], "--format"),
+                (["check", "--jobs", "2", "a.py"], "--jobs"),
         ]:
             with self.subTest(arguments=arguments):
                 done = self.run_tool(*arguments)

@@ -3,6 +3,7 @@
 //   main -> arguments     what the user wants
 //        -> run           item_source finds files, the engine parses them on all threads,
 //                         json_output, text_output or ctags_output form the records
+//        -> check         what one file met and took, formed by check_text or check_json
 //
 // Exit statuses and messages: messages.h.
 #include <csignal>
@@ -11,6 +12,7 @@
 #include <new>
 
 #include "tool/arguments.h"
+#include "tool/check.h"
 #include "tool/descriptors.h"
 #include "tool/interrupts.h"
 #include "tool/listing.h"
@@ -23,6 +25,8 @@ int execute(const tool::Arguments& arguments) {
   switch (arguments.command) {
     case tool::Command::parse:
       return tool::run(arguments);
+    case tool::Command::check:
+      return tool::check(arguments);
     case tool::Command::languages:
       tool::write_output(tool::languages_text(), tool::EXIT_ALL_PARSED);
       break;
