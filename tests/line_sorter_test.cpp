@@ -41,7 +41,7 @@ std::vector<std::string> random_lines(std::mt19937& random, std::size_t bytes) {
 
 TEST(LineSorterTest, SortsWhateverItTakesInAndOutOfMemory) {
   std::mt19937 random(1);
-  for (const std::size_t bytes : {0, 50, 400'000, 3'000'000}) {
+  for (const std::size_t bytes : {0U, 50U, 400'000U, 3'000'000U}) {
     std::vector<std::string> lines = random_lines(random, bytes);
     lines.push_back(std::string(LineSorter::LONGEST_LINE - 1, 'l') + '\n');
     std::string input = joined(lines);
