@@ -56,7 +56,8 @@ install(TARGETS treesitter_engine_package EXPORT treesitter-engine
 
 # They are included by the paths that they have here, below a folder of their own.
 foreach(_header engines/languages/languages.h engines/treesitter/treesitter.h
-                engines/treesitter/records.h engines/treesitter/core/cancellation.h
+                engines/treesitter/records.h engines/treesitter/report.h
+                engines/treesitter/core/cancellation.h
                 engines/treesitter/core/log.h engines/treesitter/core/text.h models/symbol.h)
   cmake_path(GET _header PARENT_PATH _folder)
   install(FILES "${PROJECT_SOURCE_DIR}/${_header}"

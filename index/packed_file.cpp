@@ -153,7 +153,7 @@ PackedFile pack(ParseResult& result) {
                             std::to_string((1U << ORDINAL_BITS) - 1) + " of one file");
     return {};
   }
-  Packer packer(engines::treesitter::TreeSitterEngine::_path_to_fqn(result.path) + '.');
+  Packer packer(engines::treesitter::TreeSitterEngine::fqn_prefix(result.path) + '.');
   for (Symbol& symbol : symbols) packer.add(symbol);
   packer.add(references);
   return packer.take();

@@ -111,7 +111,7 @@ Reader::Mark Reader::mark(std::int64_t symbol) {
 std::string Reader::holder(std::int64_t symbol) {
   _symbol_scope.bind(1, symbol);
   const std::int64_t scope = number_of(_symbol_scope).value_or(0);
-  return engines::treesitter::TreeSitterEngine::_path_to_fqn(file(file_of(symbol)).path) +
+  return engines::treesitter::TreeSitterEngine::fqn_prefix(file(file_of(symbol)).path) +
          scope_text(scope < 0 ? -scope : scope);
 }
 
@@ -168,7 +168,7 @@ Definition Reader::definition(std::int64_t symbol) {
       .language = of.language,
       .kind = engines::models::kind_text(static_cast<engines::models::SymbolKind>(kind)),
       .name = name_text(number(0)),
-      .fqn = engines::treesitter::TreeSitterEngine::_path_to_fqn(of.path),
+      .fqn = engines::treesitter::TreeSitterEngine::fqn_prefix(of.path),
       .first = first,
       .last = first + static_cast<std::uint32_t>(number(4)),
       .is_export = number(5) != 0,

@@ -27,7 +27,7 @@
 //              signatures and documentation.
 //
 // Kinds are numbers: of a symbol that of models::SymbolKind, of a reference its place in
-// REFERENCE_KINDS. The FQN of a symbol: TreeSitterEngine::_path_to_fqn of the file's path, then
+// REFERENCE_KINDS. The FQN of a symbol: TreeSitterEngine::fqn_prefix of the file's path, then
 // each component and the name behind a full stop.
 //
 // Tested by tests/index_test.cpp and tests/index_command_test.py.

@@ -126,6 +126,8 @@ TEST(ParseArenaTest, BudgetEndsAllocationAndNotTheArena) {
   }
   ParseArena arena;
   arena.set_budget(1'000'000);
+  arena.deallocate(arena.allocate(900'000));
+  EXPECT_GE(arena.most_charged_bytes(), 900'000u);  // though it has been given back
   EXPECT_THROW(arena.allocate(1'000'001), ParseArena::OverBudget);
   EXPECT_THROW(arena.allocate(SIZE_MAX), std::bad_alloc);
   EXPECT_EQ(arena.charged_bytes(), 0u);

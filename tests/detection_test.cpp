@@ -161,14 +161,17 @@ TEST(DetectLanguage, LeavesAmbiguousNamesAlone) {
 TEST(DetectLanguage, EveryRowIsFoundAgain) {
   for (const LanguageInfo& info : language_infos()) {
     EXPECT_FALSE(info.suffixes.empty()) << info.name;
-    for (const std::string_view name : info.file_names)
+    for (const std::string_view name : info.file_names) {
       EXPECT_EQ(detect_language(name).value_or(""), info.name) << name;
+      EXPECT_TRUE(explain_detection(name)->is_by_file_name) << name;
+    }
     for (const std::string_view suffix : info.suffixes) {
       std::string path = "dir.x/stem" + std::string(suffix);
       EXPECT_EQ(detect_language(path).value_or(""), info.name) << path;
       std::transform(path.begin(), path.end(), path.begin(),
                      [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
       EXPECT_EQ(detect_language(path).value_or(""), info.name) << path;
+      EXPECT_EQ(explain_detection(path)->by, suffix) << path;
     }
   }
 }

@@ -117,6 +117,12 @@ class Failures(ToolTest):
                 (["parse", "--files-from", "no\x1blist"], r"no\x1blist"),
                 (["parse", "--files-from", "."], "directory"),
                 (["languages", "a.py"], "a.py"),
+                (["check"], "one FILE"),
+                (["check", "a.py", "a.py"], "one FILE"),
+                (["check", "-"], "standard input"),
+                (["check", "."], ". is a folder"),
+                (["check", "--format", "ctags", "a.py"], "--format"),
+                (["check", "--jobs", "2", "a.py"], "--jobs"),
         ]:
             with self.subTest(arguments=arguments):
                 done = self.run_tool(*arguments)
@@ -255,7 +261,7 @@ class Runs(ToolTest):
                 resource.setrlimit(resource.RLIMIT_AS, (size, size))
             if self.run_tool("--version", preexec_fn=limit).returncode != 0:
                 self.skipTest("a sanitizer's shadow has no room")
-            for output_format in ("json", "text"):
+            for output_format in ("json", "text", "ctags"):
                 done = self.run_tool("parse", "-j", "3", "-f", output_format, "top",
                                      preexec_fn=limit)
                 with self.subTest(kib=kib, format=output_format):
@@ -346,6 +352,8 @@ class Terminal(ToolTest):
 
     def test_an_error_is_told_once_on_a_terminal(self):
         _, shown = self.run_on_terminal(["parse", "no.py"], [1, 2])
+        self.assertEqual(shown.count("No such file"), 1)
+        _, shown = self.run_on_terminal(["parse", "--format", "ctags", "no.py"], [1, 2])
         self.assertEqual(shown.count("No such file"), 1)
         _, shown = self.run_on_terminal(["parse", "no.py"], [2])
         self.assertEqual(shown.count("No such file"), 1)

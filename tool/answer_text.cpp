@@ -30,7 +30,7 @@ std::size_t columns(std::string_view text) { return engines::treesitter::length(
 
 // The qualified name without what the path, which stands in front, says as well.
 std::string local_name(const Definition& symbol) {
-  const std::string prefix = engines::treesitter::TreeSitterEngine::_path_to_fqn(symbol.path) + '.';
+  const std::string prefix = engines::treesitter::TreeSitterEngine::fqn_prefix(symbol.path) + '.';
   return escaped(symbol.fqn.starts_with(prefix) ? symbol.fqn.substr(prefix.size()) : symbol.fqn);
 }
 

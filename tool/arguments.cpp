@@ -1,18 +1,17 @@
-// See arguments.h. CLI11's door.
+// See arguments.h. CLI11's door, with command_options.cpp.
 #include "tool/arguments.h"
 
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
-#include <functional>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "engines/languages/languages.h"
+#include "tool/command_options.h"
 #include "tool/escape.h"
 #include "tool/index_arguments.h"
 #include "tool/language_option.h"
@@ -23,40 +22,10 @@
 namespace tool {
 namespace {
 
-using engines::treesitter::Rules;
-
 constexpr const char* DESCRIPTION =
     "Reads source files and prints what each declares and what it refers to; keeps that in an "
     "index and\n"
     "answers questions from it.";
-
-constexpr const char* PARSE_FOOTER = R"(
-Folders are walked in the order of their paths' bytes, to any depth. Hidden entries, symbolic links,
-files of unknown language and binary ones (with a NUL among their first 8 KiB, as UTF-16 has) are
-left out in them, and what is ignored:
-  in a git repository by its .gitignore files, also those above the folder that is named, its
-  .git/info/exclude and the user's core.excludesFile; patterns alone decide, not what is tracked
-  everywhere by .ignore files, which are written alike and stronger than .gitignore beside them
-A GLOB of --exclude is such a pattern too, in the folder that is named, and stronger than all of
-them: '*.min.js', '/build/', '!kept.js'.
-
-What is named itself is taken whatever the rules say: a file is always answered, a folder entered, a
-link followed; but a link to a folder in the list of --files-from is left out. --language is for
-files: a folder beside it is an error.
-
-json prints one object per file and line, in the order of the paths, whatever --jobs is:
-  {"path","language","content_hash","symbols","references","errors"}
-  {"path","language":null}   the name tells no language, and no --language is given
-  {"path","raised"}          the parse ended with this error and has no result
-What cannot be read (a missing file, a folder without permission) or is larger than --max-filesize
-has the first form with the reason in "errors". Bytes of a path that are no UTF-8 become U+FFFD; the
-exact bytes of such a path follow in "path_bytes", as hexadecimal digits.
-
-On standard error come the files that failed and, with --verbose or on a terminal, what was done
-and left out. Ctrl-C ends the run behind a whole record, a second one at once.
-
-Exit status: 0 when every file gave a result without error texts, 1 when some file failed (its record
-is there all the same), 2 when the run could not be done.)";
 
 // CLI11's own words, which quote what the user gave.
 UsageError usage_error(const CLI::ParseError& error) {
@@ -65,117 +34,12 @@ UsageError usage_error(const CLI::ParseError& error) {
   return UsageError(escaped(text));
 }
 
-// "64M" as bytes; 0 for no limit.
-std::uint64_t size_meant(std::string_view text) {
-  constexpr std::string_view UNITS = "kmg";
-  const std::string shown = escaped(text);
-  unsigned shift = 0;
-  if (!text.empty()) {
-    const auto unit = UNITS.find(lower_case(text.substr(text.size() - 1)));
-    if (unit != std::string_view::npos) {
-      shift = 10 * (static_cast<unsigned>(unit) + 1);
-      text.remove_suffix(1);
-    }
-  }
-  std::uint64_t size = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), size);
-  if (error != std::errc() || end != text.data() + text.size() || size > UINT64_MAX >> shift) {
-    throw UsageError("--max-filesize: '" + shown +
-                     "' is no number of bytes such as 1000000 or 64M");
-  }
-  return size == 0 ? UINT64_MAX : size << shift;
-}
-
-// Hands the value of an option to whoever understands it.
-auto taking(std::function<void(const std::string&)> take) {
-  return [take = std::move(take)](std::string value) {
-    unshield(value);
-    take(value);
-  };
-}
-
-// What folders are walked for.
-void add_walk(CLI::App& parse, walk::WalkOptions& walk) {
-  parse.add_flag("--hidden", walk.hidden, "Take hidden entries of folders too, but never .git");
-  parse.add_flag("--no-ignore", walk.no_ignore, "Read no ignore file");
-  parse.add_option("--exclude", walk.exclude, "Leave out what matches in folders; several will do")
-      ->type_name("GLOB")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-  parse
-      .add_option("--type", walk.types,
-                  "Of folders take files of this language only; several will do, as for --language")
-      ->type_name("NAME")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-}
-
 void settle_walk(walk::WalkOptions& walk) {
   std::for_each(walk.exclude.begin(), walk.exclude.end(), unshield);
   for (std::string& type : walk.types) {
     unshield(type);
     type = language_meant(type);
   }
-}
-
-void add_parse(CLI::App& app, Arguments& parsed) {
-  CLI::App* const parse = app.add_subcommand("parse", "Parse files and folders");
-  parse
-      ->add_option_function<std::string>(
-          "-l,--language",
-          taking([&parsed](const std::string& text) { parsed.language = language_meant(text); }),
-          "Parse the named files as this language: js, .js, c# and the like will do")
-      ->type_name("NAME");
-  parse
-      ->add_option("-j,--jobs", parsed.jobs,
-                   "Threads, 1 to 1024; by default as many as processors may be used")
-      ->type_name("N")
-      ->check(CLI::Range(1U, MAX_JOBS).description(""));
-  parse
-      ->add_option_function<std::string>(
-          "-f,--format",
-          [&parsed](const std::string& name) {
-            parsed.format = name == "text" ? Format::text : Format::json;
-          },
-          "json, or text for people; by default text on a terminal only")
-      ->type_name("json|text")
-      ->check(CLI::IsMember({"json", "text"}).description(""));
-  parse
-      ->add_option_function<std::string>(
-          "--rules",
-          [&parsed](const std::string& name) {
-            parsed.rules = name == "navigation" ? Rules::navigation : Rules::standard;
-          },
-          "standard, or navigation for finding definitions and callers")
-      ->type_name("standard|navigation")
-      ->check(CLI::IsMember({"standard", "navigation"}).description(""));
-  parse
-      ->add_option_function<std::string>(
-          "--max-filesize",
-          taking([&parsed](const std::string& text) { parsed.max_file_size = size_meant(text); }),
-          "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none, "
-          "where "
-          "standard input is still refused beyond 4G and a quarter of what one file may take")
-      ->type_name("SIZE");
-  parse
-      ->add_option("--files-from", parsed.files_from,
-                   "Take paths from the lines of FILE too (-: standard input)")
-      ->type_name("FILE");
-  parse->add_flag("-0,--null", parsed.null_separated,
-                  "The paths of --files-from end with NUL characters");
-  parse
-      ->add_option("--stdin-path", parsed.stdin_path,
-                   "What standard input is the content of: names its symbols, tells its language")
-      ->type_name("PATH");
-  add_walk(*parse, parsed.walk);
-  parse->add_flag("-v,--verbose", parsed.is_verbose, "Say at the end what was done and left out");
-  parse
-      ->add_option("PATH", parsed.paths,
-                   "Files and folders; - is standard input, with --language or --stdin-path")
-      ->type_name("");
-  parse->footer(PARSE_FOOTER);
 }
 
 void require_usable_input(const Arguments& parsed) {
@@ -194,6 +58,16 @@ void require_usable_input(const Arguments& parsed) {
   if (!engines::languages::detect_language(*parsed.stdin_path)) {
     throw UsageError("parse: --stdin-path " + escaped(*parsed.stdin_path) +
                      " tells no language; give --language too");
+  }
+}
+
+void require_checkable(const Arguments& parsed) {
+  if (parsed.paths.size() != 1) throw UsageError("check: takes one FILE");
+  const std::string& path = parsed.paths.front();
+  if (path == STANDARD_INPUT) throw UsageError("check: standard input (-) is no file");
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) {
+    throw UsageError("check: " + escaped(path) + " is a folder");
   }
 }
 
@@ -267,6 +141,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   add_parse(app, parsed);
   add_index(app, parsed);
   add_questions(app, parsed);
+  add_check(app, parsed);
   CLI::App* const languages =
       app.add_subcommand("languages", "List the languages and what detects them");
   app.add_subcommand("help", "Say how a command is used: help COMMAND");
@@ -303,7 +178,12 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   if (parsed.files_from) unshield(*parsed.files_from);
   if (parsed.stdin_path) unshield(*parsed.stdin_path);
   settle_walk(parsed.walk);
-  require_usable(parsed);
+  if (app.got_subcommand("check")) {
+    parsed.command = Command::check;
+    require_checkable(parsed);
+  } else {
+    require_usable(parsed);
+  }
   return parsed;
 }
 

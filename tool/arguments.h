@@ -22,9 +22,9 @@ inline constexpr unsigned MAX_JOBS = 1024;
 // What stands for standard input among paths and as a list's name.
 inline constexpr const char* STANDARD_INPUT = "-";
 
-enum class Command : std::uint8_t { parse, index, question, languages, help, version };
+enum class Command : std::uint8_t { parse, check, index, question, languages, help, version };
 
-enum class Format : std::uint8_t { json, text };
+enum class Format : std::uint8_t { json, text, ctags };
 
 enum class Question : std::uint8_t {
   find,
@@ -55,7 +55,7 @@ struct Arguments {
   Command command = Command::parse;
   std::string help;  // the text, when the command is `help`
 
-  // Of `parse`:
+  // Of `parse`; `check` has the language, the format and the rules, and its file as the one path:
   std::optional<std::string> language;  // forced; one of the sixteen
   unsigned jobs = 0;                    // threads, at most MAX_JOBS; 0 for as many as processors
   Format format = Format::json;

@@ -2,7 +2,8 @@
 //
 //   main -> arguments     what the user wants
 //        -> run           item_source finds files, the engine parses them on all threads,
-//                         json_output or text_output form the records
+//                         json_output, text_output or ctags_output form the records
+//        -> check         what one file met and took, formed by check_text or check_json
 //        -> index_command, question_command
 //                         an index is made, and asked
 //
@@ -14,6 +15,7 @@
 
 #include "index/index_error.h"
 #include "tool/arguments.h"
+#include "tool/check.h"
 #include "tool/descriptors.h"
 #include "tool/escape.h"
 #include "tool/index_command.h"
@@ -33,6 +35,8 @@ int execute(const tool::Arguments& arguments) {
       return tool::run_index(arguments);
     case tool::Command::question:
       return tool::run_question(arguments.question);
+    case tool::Command::check:
+      return tool::check(arguments);
     case tool::Command::languages:
       tool::write_output(tool::languages_text(), tool::EXIT_ALL_PARSED);
       break;

@@ -45,13 +45,13 @@ class Messages {
   // themselves.
   enum class Records : bool { none, written };
 
-  explicit Messages(bool is_verbose, Records records = Records::written);
+  Messages(bool is_verbose, Records records);
   Messages(const Messages&) = delete;
   Messages& operator=(const Messages&) = delete;
   ~Messages();
 
-  // Prints "treesitter-engine: PATH: TEXT", both escaped. Nothing when both outputs are terminals:
-  // the record has just told it there.
+  // Prints "treesitter-engine: PATH: TEXT", both escaped. Nothing when both outputs are terminals
+  // and the record has just told it there.
   void report(std::string_view path, std::string_view text);
 
   // Prints "treesitter-engine: TEXT", escaped.

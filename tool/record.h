@@ -1,4 +1,4 @@
-// What both output formats ask about the outcome of an item.
+// What the output formats ask about the outcome of an item.
 //
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
@@ -19,8 +19,8 @@ std::vector<std::string> error_texts(const engines::treesitter::ParsedItem& pars
 // both alike.
 engines::treesitter::ParseResult without_entries(const engines::treesitter::ParsedItem& parsed);
 
-// How long the output is, roughly, in either format: within its real length and six times that,
-// since it does not look for what has to be escaped. Takes some nanoseconds for each entry.
+// How long the output is, roughly, in any format: at most six times that, since it does not look
+// for what has to be escaped. Takes some nanoseconds for each entry.
 std::size_t output_size_bound(const engines::treesitter::ParsedItem& parsed);
 
 }  // namespace tool

@@ -1,4 +1,5 @@
-// See run.h. The parsing threads form the records too; this one puts them out in order.
+// See run.h. The parsing threads form the records too; this one puts them out in order, or sorts
+// tags and puts them out at the end.
 #include "tool/run.h"
 
 #include <any>
@@ -9,13 +10,16 @@
 #include <string_view>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "engines/treesitter/treesitter.h"
 #include "tool/byte_sink.h"
+#include "tool/ctags_output.h"
 #include "tool/descriptors.h"
 #include "tool/interrupts.h"
 #include "tool/item_source.h"
 #include "tool/json_output.h"
+#include "tool/line_sorter.h"
 #include "tool/messages.h"
 #include "tool/record.h"
 #include "tool/text_output.h"
@@ -46,6 +50,16 @@ class OutputSink : public ByteSink {
   const int _status;
 };
 
+// The same, for what is whole records each time.
+class WholeRecordsSink final : public OutputSink {
+ public:
+  using OutputSink::OutputSink;
+  void write(std::string_view bytes) override {
+    const WholeRecord whole;
+    OutputSink::write(bytes);
+  }
+};
+
 bool is_declined(const ParsedItem& parsed, Declined::Reason reason) {
   const auto* const declined = std::get_if<Declined>(&parsed.outcome);
   return declined != nullptr && declined->reason == reason;
@@ -58,7 +72,9 @@ class Run {
   explicit Run(const Arguments& arguments)
       : _arguments(arguments),
         _engine(arguments.rules),
-        _messages(arguments.is_verbose),
+        _messages(arguments.is_verbose, arguments.format == Format::ctags
+                                            ? Messages::Records::none
+                                            : Messages::Records::written),
         _source(arguments) {}
 
   int operator()();
@@ -66,8 +82,11 @@ class Run {
  private:
   ParseManyOptions options();
   void put(ByteSink& sink, const ParsedItem& parsed) const;
+  void put_formed(ByteSink& sink, const ParsedItem& parsed) const;
   void form(ParsedItem& parsed, const std::function<void()>& parse) const;
   void write(const ParsedItem& parsed);
+  void keep_tags(const ParsedItem& parsed, std::vector<std::string>& errors);
+  void write_kept_tags();
   void count(const ParsedItem& parsed, bool has_failed);
 
   const Arguments& _arguments;
@@ -75,13 +94,25 @@ class Run {
   Messages _messages;
   ItemSource _source;
   Counts _counts;
+  LineSorter _tags;  // of all files, which takes nothing in other formats
 };
 
 void Run::put(ByteSink& sink, const ParsedItem& parsed) const {
-  if (_arguments.format == Format::json) {
-    write_json(sink, parsed);
+  switch (_arguments.format) {
+    case Format::json:
+      return write_json(sink, parsed);
+    case Format::text:
+      return write_text(sink, parsed);
+    case Format::ctags:
+      return write_ctags(sink, parsed);
+  }
+}
+
+void Run::put_formed(ByteSink& sink, const ParsedItem& parsed) const {
+  if (const auto* const text = std::any_cast<std::string>(&parsed.extra)) {
+    sink.write(*text);
   } else {
-    write_text(sink, parsed);
+    put(sink, parsed);
   }
 }
 
@@ -113,20 +144,33 @@ void Run::count(const ParsedItem& parsed, bool has_failed) {
   }
 }
 
+void Run::keep_tags(const ParsedItem& parsed, std::vector<std::string>& errors) {
+  const std::size_t before = _tags.left_out();
+  put_formed(_tags, parsed);
+  if (const std::size_t more = _tags.left_out() - before; more > 0) {
+    errors.push_back("Tags left out, since their lines are longer than 64 KiB: " +
+                     std::to_string(more));
+  }
+}
+
 void Run::write(const ParsedItem& parsed) {
-  const auto errors = error_texts(parsed);
+  auto errors = error_texts(parsed);
+  const bool keeps_tags = _arguments.format == Format::ctags;
+  if (keeps_tags) keep_tags(parsed, errors);
   count(parsed, !errors.empty());
   if (is_binary(parsed)) return;
-  {
+  if (!keeps_tags) {
     const WholeRecord whole;
     OutputSink output(_counts.status());
-    if (const auto* const text = std::any_cast<std::string>(&parsed.extra)) {
-      output.write(*text);
-    } else {
-      put(output, parsed);
-    }
+    put_formed(output, parsed);
   }
   for (const auto& error : errors) _messages.report(parsed.item.path, error);
+}
+
+void Run::write_kept_tags() {
+  WholeRecordsSink output(_counts.status());
+  write_ctags_head(output);
+  _tags.write_sorted(output);
 }
 
 ParseManyOptions Run::options() {
@@ -150,6 +194,7 @@ int Run::operator()() {
     write(*parsed);
     if (_messages.shows_progress()) show_progress();
   }
+  if (_arguments.format == Format::ctags) write_kept_tags();
   _messages.summarise(_counts, _source.left_out());
   return _counts.status();
 }

@@ -42,33 +42,39 @@ constexpr std::size_t LONGEST_SUFFIX = [] {
   return longest;
 }();
 
-// The language in whose list (`file_names` or `suffixes`) the text stands; empty when in none.
-std::string_view _find(std::span<const std::string_view> Detection::*list, std::string_view text) {
-  for (const Detection& row : DETECTION)
-    if (std::binary_search((row.*list).begin(), (row.*list).end(), text)) return row.language;
-  return {};
+// The language in whose list (`file_names` or `suffixes`) the text stands.
+std::optional<DetectedLanguage> _find(std::span<const std::string_view> Detection::*list,
+                                      std::string_view text) {
+  for (const Detection& row : DETECTION) {
+    const auto at = std::lower_bound((row.*list).begin(), (row.*list).end(), text);
+    if (at != (row.*list).end() && *at == text)
+      return DetectedLanguage{row.language, *at, list == &Detection::file_names};
+  }
+  return std::nullopt;
 }
 
-std::string_view _by_suffix(std::string_view name) {
+std::optional<DetectedLanguage> _by_suffix(std::string_view name) {
   if (name.size() > LONGEST_SUFFIX) name.remove_prefix(name.size() - LONGEST_SUFFIX);
   std::array<char, LONGEST_SUFFIX> lowered;
   std::transform(name.begin(), name.end(), lowered.begin(), _lower);
   const std::string_view end(lowered.data(), name.size());
   for (std::size_t dot = end.find('.'); dot != end.npos; dot = end.find('.', dot + 1))
-    if (const auto found = _find(&Detection::suffixes, end.substr(dot)); !found.empty())
-      return found;
-  return {};
+    if (const auto found = _find(&Detection::suffixes, end.substr(dot))) return found;
+  return std::nullopt;
 }
 
 }  // namespace
 
-std::optional<std::string_view> detect_language(const std::filesystem::path& path) {
+std::optional<DetectedLanguage> explain_detection(const std::filesystem::path& path) {
   std::string_view name = path.native();
   name.remove_prefix(name.rfind('/') + 1);  // npos + 1 is 0: a path without a separator
-  std::string_view language = _find(&Detection::file_names, name);
-  if (language.empty()) language = _by_suffix(name);
-  if (language.empty()) return std::nullopt;
-  return language;
+  const auto found = _find(&Detection::file_names, name);
+  return found ? found : _by_suffix(name);
+}
+
+std::optional<std::string_view> detect_language(const std::filesystem::path& path) {
+  const auto found = explain_detection(path);
+  return found ? std::optional(found->language) : std::nullopt;
 }
 
 }  // namespace engines::languages

@@ -40,6 +40,14 @@ std::span<const LanguageInfo> language_infos();
 // file system is never touched, and the bytes need not be valid UTF-8.
 std::optional<std::string_view> detect_language(const std::filesystem::path& path);
 
+// The same language, and what in the path told it.
+struct DetectedLanguage {
+  std::string_view language;
+  std::string_view by;  // the file name, or the suffix in lower case with its leading full stop
+  bool is_by_file_name;
+};
+std::optional<DetectedLanguage> explain_detection(const std::filesystem::path& path);
+
 // The language of that exact name with its grammar, or nullptr when there is none. Built on the
 // first request and never destroyed, so that parsers may outlive any other object.
 const Language* get_language(std::string_view name);

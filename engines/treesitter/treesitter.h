@@ -1,7 +1,8 @@
 // Tree-sitter parsing engine for symbol extraction: one source file, or a text and its language,
 // in; one ParseResult out, with the symbols that the file declares and the references that it
 // makes. This is the only header that a caller includes; what it stores and matches on stands in
-// engines/treesitter/records.h.
+// engines/treesitter/records.h, and what a parse that is to be explained tells in
+// engines/treesitter/report.h.
 //
 //   #include "engines/treesitter/treesitter.h"
 //
@@ -57,6 +58,7 @@
 #include "engines/treesitter/core/cancellation.h"
 #include "engines/treesitter/core/log.h"
 #include "engines/treesitter/records.h"
+#include "engines/treesitter/report.h"
 #include "models/symbol.h"
 
 namespace engines::treesitter {
@@ -239,9 +241,15 @@ class TreeSitterEngine {
   // All of these as one operation that throws nothing: what they would throw is in the outcome.
   Outcome parse(const ParseItem& item, const Cancellation& cancellation = {}) const noexcept;
 
-  // What the FQNs of a file's symbols begin with: its path dotted, without the suffix. Throws
+  // The same, and what it met and took. Costs a look at each node more.
+  Outcome explain(const ParseItem& item, ParseReport& report,
+                  const Cancellation& cancellation = {}) const noexcept;
+
+  // What the FQNs of all symbols of a file begin with: "src.app" for "src/app.py". Throws
   // std::invalid_argument.
-  static std::string _path_to_fqn(const std::filesystem::path& file_path);
+  static std::string fqn_prefix(const std::filesystem::path& file_path) {
+    return _path_to_fqn(file_path);
+  }
 
   // Many items at once, on several threads.
   ParseMany parse_many(ParseMany::Source source, ParseManyOptions options = {}) const {
@@ -268,6 +276,8 @@ class TreeSitterEngine {
   Parser* _get_parser(std::string_view language) const;
   ParseResult _parse(ParseJob& job) const;
   ParseResult _walk(const ParseJob& job, const SyntaxTree& tree) const;
+  Outcome _parse_or_raise(const ParseItem& item, const Cancellation& cancellation,
+                          ParseReport* report) const noexcept;
   Outcome _parse_item(const ParseItem& item, ParseJob& job) const;
   Outcome _parse_file(ParseJob& job, std::uint64_t max_size, bool declines_binary) const;
   Outcome _parse_read(ParseJob& job, const SourceFile& file, bool declines_binary) const;
@@ -275,6 +285,7 @@ class TreeSitterEngine {
   template <typename Attempt>
   static Outcome _in_turn(const ParseJob& job, std::uint64_t size, const Attempt& attempt);
   static ParseResult _failed_for_want_of_room(const ParseJob& job, const OverRoom& over);
+  static std::string _path_to_fqn(const std::filesystem::path& file_path);
 
   // -- symbols/: which nodes declare something, of which kind, under which name.
   // `file_path` gives the prefix of every FQN.

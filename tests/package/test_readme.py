@@ -35,12 +35,15 @@ def installed(prefix, site, tmp_path, monkeypatch):
 def test_tool(installed):
     (block,) = blocks("The tool")
     lines = block.splitlines()
-    text, index, content, found, languages = (run("bash", "-c", line) for line in lines)
+    text, index, content, found, tags, languages, checked = (run("bash", "-c", line) for line in lines)
     assert "examples.sources.catalogue." in text and index == ""
     assert len((installed / "index.jsonl").read_text(encoding="utf-8").splitlines()) == 16
     assert [symbol["name"] for symbol in json.loads(content)["symbols"]] == ["f"]
     assert json.loads(found)["path"] == "examples/sources/reservation.rb"
+    assert tags == "" and "\nCatalogue\texamples/sources/catalogue.py\t23;" in (
+        installed / "tags").read_text(encoding="utf-8")
     assert "markdown" in languages
+    assert json.loads(checked)["detected_text"] == ".py"
 
 
 @pytest.mark.usefixtures("installed")

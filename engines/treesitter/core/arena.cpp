@@ -79,6 +79,7 @@ ParseArena::~ParseArena() {
 void ParseArena::spend(std::size_t bytes) {
   if (bytes > _budget || _charged > _budget - bytes) throw OverBudget();
   _charged += bytes;
+  _most_charged = std::max(_most_charged, _charged);
 }
 
 void ParseArena::charge(std::size_t bytes) {
@@ -207,6 +208,7 @@ void ParseArena::reset() {
   _cut = _cut_end = nullptr;
   uncharge(_elsewhere);
   give_kept_room(std::exchange(_charged, 0));  // what is left is chunks
+  _most_charged = 0;
   while (kept_bytes() > (may_keep_room() ? KEPT_BYTES : 0)) close_last_chunk();
 }
 

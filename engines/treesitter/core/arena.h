@@ -50,8 +50,10 @@ class ParseArena {
   // is reset; throws as for a block.
   void charge(std::size_t bytes);
   void uncharge(std::size_t bytes);
-  // What all that takes now.
+  // What all that takes now, and the most that it took since the last reset.
   std::size_t charged_bytes() const { return _charged; }
+  std::size_t most_charged_bytes() const { return _most_charged; }
+  std::size_t budget() const { return _budget; }
   // The memory of the chunks, which outlives a reset in part.
   std::size_t kept_bytes() const;
 
@@ -81,6 +83,7 @@ class ParseArena {
   std::array<Header*, CLASS_COUNT> _free{};  // lists of blocks given back, by class
   LargeBlock* _large = nullptr;              // a doubly linked list
   std::size_t _charged = 0;
+  std::size_t _most_charged = 0;
   std::size_t _elsewhere = 0;  // of that, what lies in no block
   std::size_t _budget = SIZE_MAX;
 };

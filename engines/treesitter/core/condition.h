@@ -13,7 +13,7 @@
 //
 // A question costs the node's children up to the one that is looked for.
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
 
 #include <string_view>

@@ -2,7 +2,7 @@
 // `export default`, a decorated definition, or a statement with one declarator. Modifiers,
 // decorators and the comment above a declaration are the holder's.
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
 
 #include <string_view>

@@ -8,7 +8,7 @@
 // name in one child at most, so that the ways up from all names of a file together cost its nodes
 // once.
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
 
 #include <cstdint>

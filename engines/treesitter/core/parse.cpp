@@ -9,6 +9,7 @@
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/core/file.h"
+#include "engines/treesitter/core/measure.h"
 #include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/outcome.h"
 #include "engines/treesitter/core/parser.h"
@@ -69,6 +70,11 @@ struct TreeSitterEngine::ParseJob {
   KnownOfFile known;            // so far
   std::string_view bytes = {};  // once they are at hand
   std::uint64_t size = 0;       // more than `bytes` has when the file is too large to parse
+  ParseReport* report = nullptr;
+
+  void report_size(std::uint64_t found) const {
+    if (report != nullptr) report->bytes = found;
+  }
 
   ParseResult failed(std::string error) const {
     return {.path = std::string(path),
@@ -99,8 +105,11 @@ ParseResult TreeSitterEngine::_parse(ParseJob& job) const {
   std::optional<SyntaxTree> tree;
   try {
     if (is_too_large) refuse_size(job.size);
+    measure_bytes(source, job.report);
     const Fields fields = _navigates(job.known.language) ? Fields::all : Fields::on_demand;
-    tree.emplace(parser->parse(source, storage.arena, fields));
+    timed(job.report, &ParseReport::parse,
+          [&] { tree.emplace(parser->parse(source, storage.arena, fields, job.report)); });
+    measure_tree(*tree, job.report);
   } catch (const std::bad_alloc&) {
     // The process is short of memory, which is no fault of the file and no fact about it.
     throw;
@@ -114,15 +123,18 @@ ParseResult TreeSitterEngine::_parse(ParseJob& job) const {
 
 ParseResult TreeSitterEngine::_walk(const ParseJob& job, const SyntaxTree& tree) const {
   const Node root(tree, 0);
-  auto [symbols, errors] =
-      _extract_symbols(root, tree.source(), job.known.language, job.file_path, job.file_id);
+  auto [symbols, errors] = timed(job.report, &ParseReport::symbols, [&] {
+    return _extract_symbols(root, tree.source(), job.known.language, job.file_path, job.file_id);
+  });
+  auto references = timed(job.report, &ParseReport::references, [&] {
+    return _navigates(job.known.language) ? _find_references(root)
+                                          : _extract_references(root, job.known.language);
+  });
   return {.path = std::string(job.path),
           .language = job.known.language,
           .content_hash = job.known.content_hash,
           .symbols = std::move(symbols),
-          .references = _navigates(job.known.language)
-                            ? _find_references(root)
-                            : _extract_references(root, job.known.language),
+          .references = std::move(references),
           .errors = std::move(errors)};
 }
 
@@ -146,13 +158,17 @@ Outcome TreeSitterEngine::_parse_read(ParseJob& job, const SourceFile& file,
                                       bool declines_binary) const {
   ThreadStorage& storage = _get_thread_local_storage();
   RoomShare room;
-  FileContent content = file.read(storage.digest, room, job.stop);
+  FileContent content = timed(job.report, &ParseReport::read,
+                              [&] { return file.read(storage.digest, room, job.stop); });
+  job.report_size(content.size);
   if (declines_binary && is_binary(content.bytes)) {
     return Declined{Declined::Reason::binary, content.size};
   }
   const bool is_kept = content.content_hash.empty();
-  job.known.content_hash =
-      is_kept ? storage.digest.of(content.bytes, job.stop) : std::move(content.content_hash);
+  job.known.content_hash = is_kept
+                               ? timed(job.report, &ParseReport::hash,
+                                       [&] { return storage.digest.of(content.bytes, job.stop); })
+                               : std::move(content.content_hash);
   job.bytes = content.bytes;
   job.size = content.size;
   return _parse(job);
@@ -162,6 +178,7 @@ Outcome TreeSitterEngine::_parse_file(ParseJob& job, std::uint64_t max_size,
                                       bool declines_binary) const {
   try {
     const SourceFile file(job.file_path);
+    job.report_size(file.claimed_size());
     if (file.claimed_size() > max_size) {
       return Declined{Declined::Reason::too_large, file.claimed_size()};
     }
@@ -178,7 +195,9 @@ Outcome TreeSitterEngine::_parse_file(ParseJob& job, std::uint64_t max_size,
 
 Outcome TreeSitterEngine::_parse_bytes(ParseJob& job, std::string_view bytes, bool is_text) const {
   if (is_text && !is_utf8(bytes, job.stop)) require_utf8(bytes);
-  job.known.content_hash = _get_thread_local_storage().digest.of(bytes, job.stop);
+  job.known.content_hash = timed(job.report, &ParseReport::hash, [&] {
+    return _get_thread_local_storage().digest.of(bytes, job.stop);
+  });
   job.bytes = bytes;
   job.size = bytes.size();
   try {
@@ -245,6 +264,7 @@ Outcome TreeSitterEngine::_parse_item(const ParseItem& item, ParseJob& job) cons
   }
   if (item.content) {
     const std::size_t size = item.content->size();
+    job.report_size(size);
     if (size > item.max_size) return Declined{Declined::Reason::too_large, size};
     if (item.declines_binary && is_binary(*item.content)) {
       return Declined{Declined::Reason::binary, size};
@@ -254,14 +274,15 @@ Outcome TreeSitterEngine::_parse_item(const ParseItem& item, ParseJob& job) cons
   return _parse_file(job, item.max_size, item.declines_binary);
 }
 
-Outcome TreeSitterEngine::parse(const ParseItem& item,
-                                const Cancellation& cancellation) const noexcept {
+Outcome TreeSitterEngine::_parse_or_raise(const ParseItem& item, const Cancellation& cancellation,
+                                          ParseReport* report) const noexcept {
   KnownOfFile known;
   try {
     StopCheck stop(cancellation);
     const std::filesystem::path path(item.path);
     ParseJob job{item.path, path, item.file_id, item.is_text ? CONTENT_MESSAGES : FILE_MESSAGES,
                  stop,      {}};
+    job.report = report;
     try {
       return _parse_item(item, job);
     } catch (...) {
@@ -273,25 +294,15 @@ Outcome TreeSitterEngine::parse(const ParseItem& item,
   }
 }
 
-// The suffix goes first, from the last component that names something; then the rest is joined in
-// its normal form, and both kinds of separator become dots.
-std::string TreeSitterEngine::_path_to_fqn(const std::filesystem::path& file_path) {
-  std::vector<std::string_view> components = split(file_path.native(), '/');
-  std::erase_if(components,
-                [](std::string_view component) { return component.empty() || component == "."; });
-  if (components.empty()) {
-    throw std::invalid_argument("path has an empty last component: '" + file_path.native() + "'");
-  }
-  std::string_view& last = components.back();
-  const std::size_t dot = last.rfind('.');
-  if (dot != std::string_view::npos && dot > 0 && dot + 1 < last.size()) last = last.substr(0, dot);
-  if (last == ".") components.pop_back();
+Outcome TreeSitterEngine::parse(const ParseItem& item,
+                                const Cancellation& cancellation) const noexcept {
+  return _parse_or_raise(item, cancellation, nullptr);
+}
 
-  std::string fqn;
-  for (const std::string_view component : components) fqn.append(component).append(1, '.');
-  if (!fqn.empty()) fqn.pop_back();
-  std::replace(fqn.begin(), fqn.end(), '\\', '.');
-  return fqn.erase(0, fqn.find_first_not_of('.'));
+Outcome TreeSitterEngine::explain(const ParseItem& item, ParseReport& report,
+                                  const Cancellation& cancellation) const noexcept {
+  report = {};
+  return _parse_or_raise(item, cancellation, &report);
 }
 
 }  // namespace engines::treesitter

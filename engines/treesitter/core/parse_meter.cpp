@@ -17,6 +17,12 @@ constexpr std::uint64_t STEPS_PER_KIB = 256;
 constexpr double SECONDS_FLOOR = 4;
 constexpr double SECONDS_PER_MIB = 4;
 
+constexpr std::uint64_t OPERATIONS_PER_STEP = 100;
+
+ParseReport::Duration in_nanoseconds(double seconds) {
+  return std::chrono::duration_cast<ParseReport::Duration>(std::chrono::duration<double>(seconds));
+}
+
 double thread_seconds() {
   timespec time{};
   ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
@@ -27,7 +33,8 @@ double thread_seconds() {
 
 ParseMeter::ParseMeter(std::uint64_t size, StopCheck& stop)
     : _stop(stop),
-      _steps_left(STEPS_FLOOR + STEPS_PER_KIB * size / 1024),
+      _steps(STEPS_FLOOR + STEPS_PER_KIB * size / 1024),
+      _steps_left(_steps),
       _seconds(SECONDS_FLOOR + SECONDS_PER_MIB * static_cast<double>(size) / (1 << 20)),
       _start(Clock::now()),
       _thread_start(thread_seconds()) {}
@@ -43,6 +50,16 @@ void ParseMeter::check_time() const {
   _stop.check();
   if (std::chrono::duration<double>(Clock::now() - _start).count() < _seconds) return;
   if (thread_seconds() - _thread_start > _seconds) throw GuardSpoke{Guard::time};
+}
+
+// The step that found none left is counted on, past 0.
+ParseReport::Spent<std::uint64_t> ParseMeter::operations() const {
+  const std::uint64_t done = _steps_left > _steps ? _steps : _steps - _steps_left;
+  return {done * OPERATIONS_PER_STEP, _steps * OPERATIONS_PER_STEP};
+}
+
+ParseReport::Spent<ParseReport::Duration> ParseMeter::time() const {
+  return {in_nanoseconds(thread_seconds() - _thread_start), in_nanoseconds(_seconds)};
 }
 
 }  // namespace engines::treesitter

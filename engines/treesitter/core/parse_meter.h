@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "engines/treesitter/core/stop_check.h"
+#include "engines/treesitter/report.h"
 
 namespace engines::treesitter {
 
@@ -28,10 +29,15 @@ class ParseMeter {
   // To be called from within operations that may take long. Throws the same.
   void check_time() const;
 
+  // So far, for a parse that is to be explained.
+  ParseReport::Spent<std::uint64_t> operations() const;
+  ParseReport::Spent<ParseReport::Duration> time() const;
+
  private:
   using Clock = std::chrono::steady_clock;
 
   StopCheck& _stop;
+  const std::uint64_t _steps;
   std::uint64_t _steps_left;
   const double _seconds;
   const Clock::time_point _start;

@@ -13,8 +13,6 @@
 #include <string>
 #include <utility>
 
-#include "engines/treesitter/core/parse_meter.h"
-
 namespace engines::treesitter {
 namespace {
 
@@ -86,6 +84,20 @@ class MemoryScope {
   LibraryMemory* const _before;
 };
 
+// Tells what the guards counted, however the parse ends.
+struct CountsAtEnd {
+  ParseReport* report;
+  const ParseMeter& meter;
+  const ParseArena& arena;
+
+  ~CountsAtEnd() {
+    if (report == nullptr) return;
+    report->operations = meter.operations();
+    report->processor_time = meter.time();
+    report->memory = {arena.most_charged_bytes(), arena.budget()};
+  }
+};
+
 [[noreturn]] void refuse(const char* reason, std::uint64_t size) {
   throw ParseError(std::string(reason) + " (" + std::to_string(size) + " bytes)");
 }
@@ -138,13 +150,16 @@ Parser::Parser(const languages::Language& language)
   }
 }
 
-SyntaxTree Parser::parse(const Source& source, ParseArena& arena, Fields fields) {
+SyntaxTree Parser::parse(const Source& source, ParseArena& arena, Fields fields,
+                         ParseReport* report) {
   const std::uint64_t size = source.bytes().size();
   if (size > MAX_PARSED_BYTES) refuse_size(size);
   ArenaLease lease(&arena);
   arena.set_budget(MEMORY_FLOOR + MEMORY_PER_BYTE * size);
+  ParseMeter meter(size, source.stop());
+  const CountsAtEnd counts{report, meter, arena};
   try {
-    TSTree* const tree = parse_guarded(source, arena);
+    TSTree* const tree = parse_guarded(source, arena, meter);
     return SyntaxTree(std::move(lease), *tree, *_language, source, fields);
   } catch (const GuardSpoke& spoke) {
     refuse(text_of(spoke.guard), size);
@@ -153,9 +168,8 @@ SyntaxTree Parser::parse(const Source& source, ParseArena& arena, Fields fields)
   }
 }
 
-TSTree* Parser::parse_guarded(const Source& source, ParseArena& arena) {
+TSTree* Parser::parse_guarded(const Source& source, ParseArena& arena, ParseMeter& meter) {
   std::string_view bytes = source.bytes();
-  ParseMeter meter(bytes.size(), source.stop());
   const ScannerStates states(_grammar, arena, meter);
   LibraryMemory memory{arena, meter};
   const MemoryScope scope(memory);

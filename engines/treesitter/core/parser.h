@@ -17,6 +17,7 @@
 #include "engines/languages/language.h"
 #include "engines/treesitter/core/arena.h"
 #include "engines/treesitter/core/guarded_grammar.h"
+#include "engines/treesitter/core/parse_meter.h"
 #include "engines/treesitter/core/source.h"
 #include "engines/treesitter/core/syntax_tree.h"
 
@@ -39,11 +40,13 @@ class Parser {
   explicit Parser(const languages::Language& language);
 
   // The tree of the source, which must outlive it, as must this parser and the arena: the tree lies
-  // in there, and the arena is reset when the tree ends. Throws ParseError; std::bad_alloc.
-  SyntaxTree parse(const Source& source, ParseArena& arena, Fields fields = Fields::on_demand);
+  // in there, and the arena is reset when the tree ends. `report`, if any, gets what the guards
+  // counted, also when one of them spoke. Throws ParseError; std::bad_alloc.
+  SyntaxTree parse(const Source& source, ParseArena& arena, Fields fields = Fields::on_demand,
+                   ParseReport* report = nullptr);
 
  private:
-  TSTree* parse_guarded(const Source& source, ParseArena& arena);
+  TSTree* parse_guarded(const Source& source, ParseArena& arena, ParseMeter& meter);
 
   const languages::Language* _language;
   GuardedGrammar _grammar;

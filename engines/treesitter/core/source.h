@@ -49,6 +49,11 @@ class Source {
 
   std::string_view bytes() const { return _bytes; }
 
+  // Where the first byte stands that is no UTF-8, if there is one.
+  std::optional<std::size_t> first_ill_formed() const {
+    return _ill_formed.empty() ? std::nullopt : std::optional(_ill_formed.front().begin);
+  }
+
   // Whether the bytes from `begin` up to `end` are well-formed UTF-8. Costs two comparisons in a
   // well-formed file and a bisection in any other, however long the range is: rules ask for the
   // text of whole bodies, once per level of nesting.

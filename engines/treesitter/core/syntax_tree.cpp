@@ -46,6 +46,12 @@ std::uint32_t SyntaxTree::library_previous_sibling(std::uint32_t index) const {
   return find(sibling, 0, size());
 }
 
+Recovery SyntaxTree::recovery(std::uint32_t index) const {
+  const TSNode node = library_node(index);
+  if (ts_node_is_error(node)) return Recovery::error;
+  return ts_node_is_missing(node) ? Recovery::missing : Recovery::none;
+}
+
 std::optional<Node> Node::previous_sibling() const {
   // Of a node without width the library may name another sibling than the one before it.
   if (start_byte() == end_byte()) return node_at(_tree->library_previous_sibling(_index));

@@ -56,6 +56,9 @@ static_assert(sizeof(NodeRecord) == 40);
 // that ask for the field of every name want them in the records.
 enum class Fields : std::uint8_t { on_demand, all };
 
+// What a node tells of syntax errors: it is around what fits no rule, or was made up to go on.
+enum class Recovery : std::uint8_t { none, error, missing };
+
 // What it takes to ask the library about a node: the address of its subtree and its alias.
 struct NodeHandle {
   const void* subtree;
@@ -86,6 +89,7 @@ class SyntaxTree {
   // where there is no such node.
   std::uint32_t child_by_field(std::uint32_t index, std::uint16_t field) const;
   std::uint32_t library_previous_sibling(std::uint32_t index) const;
+  Recovery recovery(std::uint32_t index) const;
 
  private:
   template <Fields>

@@ -7,7 +7,6 @@
 //
 // Tested by the navigation cases in tests/golden.
 #include <algorithm>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -19,12 +19,12 @@ namespace {
 
 // Where a language's documentation stands, and how it is told from other comments.
 enum class Convention : std::uint8_t {
-  block_above,  // a block comment above the holder, or above what may stand in between
-  block_or_run_above,
-  run_above,    // comments that begin in a certain way (doc_runs.cpp)
-  xml_above,    // comments that hold markup
-  lines_above,  // comments directly above what begins with the holder
-  within,       // a text at the head of the body, or behind what has none
+  block_above,         // a block comment above the holder, or above what may stand in between
+  block_or_run_above,  // that one, or where there is none a run
+  run_above,           // comments that begin in a certain way (doc_runs.cpp)
+  xml_above,           // comments that hold markup
+  lines_above,         // comments directly above what begins with the holder
+  within,              // a text at the head of the body, or behind what has none
 };
 
 struct ConventionRow {
@@ -116,6 +116,7 @@ Node beginning_with(Node node) {
 
 // What follows, within the node, that which may stand in front of a comment, if it begins so.
 std::optional<Node> behind(const Node& node, const SymbolSet& leading) {
+  if (leading.empty()) return std::nullopt;
   bool is_led = false;
   for (const Node child : node.children()) {
     if (leading.contains(child.symbol())) {

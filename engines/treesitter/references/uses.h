@@ -3,7 +3,7 @@
 // The walk shows every node in document order. A node that is no name costs one load. A name costs
 // the way up to its whole, and no two names share a step of it.
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 //
 // Costs one load for a node that declares nothing.
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
 
 #include <cstdint>

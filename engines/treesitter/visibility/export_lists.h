@@ -2,7 +2,7 @@
 //
 // One loop over the file's nodes, at one load for each of them, and over what the lists hold.
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by the navigation cases in tests/golden.
 #pragma once
 
 #include <cstddef>

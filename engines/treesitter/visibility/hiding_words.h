@@ -4,7 +4,7 @@
 // One loop over the file's nodes, for languages that have such words. A question costs a few steps
 // up and searches by bisection.
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by the navigation cases in tests/golden.
 #pragma once
 
 #include <cstdint>

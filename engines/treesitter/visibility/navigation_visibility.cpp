@@ -3,7 +3,7 @@
 //
 // A question costs the first modifiers of the declaration's holder (core/holder.h).
 //
-// Tested by tests/navigation_test.cpp.
+// Tested by the navigation cases in tests/golden.
 #include <algorithm>
 #include <cstdint>
 #include <memory>
