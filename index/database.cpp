@@ -27,6 +27,11 @@ constexpr std::size_t HEADER = 100;
 
 constexpr int BUSY_TIMEOUT = 10'000;  // ms; for readers of other kinds than ours
 
+constexpr int STEPS_PER_POLL = 1000;  // of SQLite's machine, some 50 µs
+constexpr int BUSY_PAUSE = 10;        // ms
+
+constexpr const char* HOW_TO_MAKE_ONE = "; `treesitter-engine index` makes one";
+
 // Of the write-ahead log, in pages: as much is written twice at a time.
 constexpr const char* SETTINGS = R"(
 PRAGMA trusted_schema = OFF;
@@ -35,6 +40,14 @@ PRAGMA wal_autocheckpoint = 4000;
 PRAGMA cache_size = -65536;
 PRAGMA temp_store = MEMORY;
 )";
+
+int should_end(void* poll) { return (*static_cast<const Poll*>(poll))() ? 1 : 0; }
+
+int should_wait(void* poll, int times) {
+  if (times >= BUSY_TIMEOUT / BUSY_PAUSE || (*static_cast<const Poll*>(poll))()) return 0;
+  sqlite3_sleep(BUSY_PAUSE);
+  return 1;
+}
 
 // Throws when the file is there, is not empty, and no index.
 void require_ours(const std::string& path) {
@@ -147,28 +160,34 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
   return opened;
 }
 
-SQLite::Database open_to_ask(const Place& place) {
-  const std::string how = "; `treesitter-engine index` makes one";
+void require_schema(const std::optional<std::string>& made_by, const std::string& database) {
+  if (!made_by) throw IndexError("the index '" + database + "' is empty" + HOW_TO_MAKE_ONE);
+  if (made_by->starts_with(maker_of_schema())) return;
+  throw IndexError("the index '" + database +
+                   "' was made by another version of the tool; `treesitter-engine index` makes it "
+                   "anew");
+}
+
+SQLite::Database open_to_ask(const Place& place, const Poll& poll) {
   struct stat status {};
   if (::stat(place.database.c_str(), &status) != 0 && errno == ENOENT) {
     throw IndexError("there is no index of '" + place.root + "', as '" + place.database +
-                     "' would be" + how);
+                     "' would be" + HOW_TO_MAKE_ONE);
   }
   require_ours(place.database);
-  SQLite::Database database = open_to_read(place.database);
+  SQLite::Database database = open_to_read(place.database, &poll);
   database.exec("PRAGMA trusted_schema = OFF");
-  const auto made_by = meta(database, "made_by");
-  if (!made_by) throw IndexError("the index '" + place.database + "' is empty" + how);
-  if (!made_by->starts_with(maker_of_schema())) {
-    throw IndexError("the index '" + place.database +
-                     "' was made by another version of the tool; `treesitter-engine index` makes "
-                     "it anew");
-  }
+  require_schema(meta(database, "made_by"), place.database);
   return database;
 }
 
-SQLite::Database open_to_read(const std::string& database) {
-  return SQLite::Database(database, SQLite::OPEN_READONLY | SQLite::OPEN_NOMUTEX, BUSY_TIMEOUT);
+SQLite::Database open_to_read(const std::string& database, const Poll* poll) {
+  SQLite::Database opened(database, SQLite::OPEN_READONLY | SQLite::OPEN_NOMUTEX, BUSY_TIMEOUT);
+  if (poll == nullptr || !*poll) return opened;
+  void* const asked = const_cast<Poll*>(poll);
+  sqlite3_progress_handler(opened.getHandle(), STEPS_PER_POLL, should_end, asked);
+  sqlite3_busy_handler(opened.getHandle(), should_wait, asked);
+  return opened;
 }
 
 std::string explanation(const SQLite::Exception& error, const std::string& database,

@@ -8,10 +8,12 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <optional>
 #include <string>
 
 #include "engines/treesitter/treesitter.h"
 #include "index/place.h"
+#include "index/poll.h"
 
 namespace repository {
 
@@ -23,12 +25,16 @@ struct OpenedDatabase {
 // Opens the database of that place, or makes it. Throws IndexError, SQLite::Exception.
 OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules);
 
-// A further connection, which sees what was committed. Throws SQLite::Exception.
-SQLite::Database open_to_read(const std::string& database);
+// A further connection, which sees what was committed. A poll, which must outlast it, ends whatever
+// statement runs or waits. Throws SQLite::Exception.
+SQLite::Database open_to_read(const std::string& database, const Poll* poll = nullptr);
 
 // The index of that place for questions. Throws IndexError when there is none, or one with other
 // tables; SQLite::Exception.
-SQLite::Database open_to_ask(const Place& place);
+SQLite::Database open_to_ask(const Place& place, const Poll& poll);
+
+// Throws IndexError unless this is what `made_by` says of an index with the tables of this version.
+void require_schema(const std::optional<std::string>& made_by, const std::string& database);
 
 // A text for people about an error of SQLite's. `what_for`: what cannot be done.
 std::string explanation(const SQLite::Exception& error, const std::string& database,

@@ -17,13 +17,13 @@ namespace {
 
 constexpr std::size_t PIECE = std::size_t{64} << 10;
 
-std::string digest_of(int file) {
+std::string digest_of(int file, const Poll& poll) {
   struct stat status {};
   if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return "";
   engines::treesitter::Sha256 hash;
   hash.start();
   std::vector<char> buffer(PIECE);
-  for (;;) {
+  while (!poll || !poll()) {
     const ssize_t size = ::read(file, buffer.data(), buffer.size());
     if (size == 0) return digest_bytes(hash.finish());
     if (size > 0) {
@@ -32,15 +32,16 @@ std::string digest_of(int file) {
       return "";
     }
   }
+  return "";
 }
 
 }  // namespace
 
-std::string file_digest(const std::string& path) {
+std::string file_digest(const std::string& path, const Poll& poll) {
   constexpr int FLAGS = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
   const int file = ::open(path.c_str(), FLAGS);
   if (file < 0) return "";
-  std::string digest = digest_of(file);
+  std::string digest = digest_of(file, poll);
   ::close(file);
   return digest;
 }

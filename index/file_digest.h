@@ -5,10 +5,12 @@
 
 #include <string>
 
+#include "index/poll.h"
+
 namespace repository {
 
 // Its 32 bytes; empty when the file cannot be read or is no regular one. Links are not followed.
-// Reads in pieces.
-std::string file_digest(const std::string& path);
+// Reads in pieces, and gives up between two of them where the poll says so.
+std::string file_digest(const std::string& path, const Poll& poll = {});
 
 }  // namespace repository

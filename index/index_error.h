@@ -11,4 +11,10 @@ class IndexError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// What was asked makes no sense, whatever the index holds.
+class QuestionError : public IndexError {
+ public:
+  using IndexError::IndexError;
+};
+
 }  // namespace repository

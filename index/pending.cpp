@@ -13,6 +13,7 @@
 
 #include "index/changes.h"
 #include "index/file_digest.h"
+#include "index/index_error.h"
 
 namespace repository {
 namespace {
@@ -32,7 +33,8 @@ bool is_binary(const std::string& path) {
 }
 
 // None for a file whose bytes are as they were, or that an index leaves out.
-std::optional<PendingChange> pending(const std::string& prefix, const Change& change) {
+std::optional<PendingChange> pending(const std::string& prefix, const Change& change,
+                                     const Poll& poll) {
   const FileRow& row = change.row;
   switch (change.kind) {
     case Change::Kind::fault:
@@ -46,19 +48,21 @@ std::optional<PendingChange> pending(const std::string& prefix, const Change& ch
   const std::string path = prefix + row.path;
   const bool is_known = row.id != 0 && !row.is_binary;
   if (!is_known && is_binary(path)) return std::nullopt;
-  if (is_known && !row.hash.empty() && file_digest(path) == row.hash) return std::nullopt;
+  if (is_known && !row.hash.empty() && file_digest(path, poll) == row.hash) return std::nullopt;
   return PendingChange{is_known ? Pending::changed : Pending::added, row.path};
 }
 
 }  // namespace
 
-void for_each_pending(const std::string& root, SQLite::Database connection,
+void for_each_pending(const std::string& root, SQLite::Database connection, const Poll& poll,
                       const std::function<void(const PendingChange&)>& take) {
   const std::string prefix = root.ends_with('/') ? root : root + '/';
   // Nothing is written, so that no time is too young to be trusted.
   Changes changes(root, FileRows(std::move(connection)), std::numeric_limits<std::int64_t>::max());
   while (const auto change = changes.next()) {
-    if (const auto found = pending(prefix, *change)) take(*found);
+    const auto found = pending(prefix, *change, poll);
+    if (poll && poll()) throw IndexError("the question was ended before its answer was there");
+    if (found) take(*found);
   }
 }
 

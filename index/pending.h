@@ -12,10 +12,12 @@
 #include <string>
 
 #include "index/answers.h"
+#include "index/poll.h"
 
 namespace repository {
 
-void for_each_pending(const std::string& root, SQLite::Database connection,
+// The connection asks the poll too. Throws IndexError, SQLite::Exception.
+void for_each_pending(const std::string& root, SQLite::Database connection, const Poll& poll,
                       const std::function<void(const PendingChange&)>& take);
 
 }  // namespace repository

@@ -19,12 +19,19 @@ namespace repository {
 
 class Questions::State {
  public:
-  explicit State(Place place)
-      : _place(std::move(place)), _reader(open_to_ask(_place)), _symbols(_reader), _uses(_reader) {
+  State(Place place, Poll poll)
+      : _place(std::move(place)),
+        _poll(std::move(poll)),
+        _file(file_at(_place.database)),
+        _reader(open_to_ask(_place, _poll)),
+        _symbols(_reader),
+        _uses(_reader) {
     if (!_place.is_default) _place.root = _reader.meta("root").value_or(_place.root);
   }
 
   const Place& place() const { return _place; }
+  const Poll& poll() const { return _poll; }
+  bool is_current() const { return file_at(_place.database) == _file; }
   Reader& reader() { return _reader; }
   SymbolQuestions& symbols() { return _symbols; }
   UseQuestions& uses() { return _uses; }
@@ -34,6 +41,7 @@ class Questions::State {
     try {
       const SQLite::Transaction transaction(_reader.connection());
       _reader.forget();
+      require_schema(_reader.meta("made_by"), _place.database);
       return question();
     } catch (const SQLite::Exception& error) {
       throw IndexError(explanation(error, _place.database, "read"));
@@ -41,23 +49,36 @@ class Questions::State {
   }
 
  private:
+  // What tells a file from others.
+  static std::pair<dev_t, ino_t> file_at(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? std::pair(status.st_dev, status.st_ino)
+                                              : std::pair<dev_t, ino_t>();
+  }
+
   Place _place;
+  const Poll _poll;
+  const std::pair<dev_t, ino_t> _file;  // read first: at worst it is taken for gone when it is not
   Reader _reader;
   SymbolQuestions _symbols;
   UseQuestions _uses;
 };
 
-Questions::Questions(const std::string& path, const std::optional<std::string>& database) {
-  Place place = find_place(path, database);
+Questions::Questions(const std::string& path, const std::optional<std::string>& database)
+    : Questions(find_place(path, database)) {}
+
+Questions::Questions(Place place, Poll poll) {
   const std::string file = place.database;
   try {
-    _state = std::make_unique<State>(std::move(place));
+    _state = std::make_unique<State>(std::move(place), std::move(poll));
   } catch (const SQLite::Exception& error) {
     throw IndexError(explanation(error, file, "read"));
   }
 }
 
 Questions::~Questions() = default;
+
+bool Questions::is_current() const { return _state->is_current(); }
 
 const std::string& Questions::root() const { return _state->place().root; }
 
@@ -100,8 +121,10 @@ Answer<Use> Questions::importers(const std::string& module, const Filter& filter
 }
 
 void Questions::changed(const std::function<void(const PendingChange&)>& take) {
+  _state->ask([] {});  // whether it can be asked
   try {
-    for_each_pending(root(), open_to_read(_state->place().database), take);
+    const Poll& poll = _state->poll();
+    for_each_pending(root(), open_to_read(_state->place().database, &poll), poll, take);
   } catch (const SQLite::Exception& error) {
     throw IndexError(explanation(error, _state->place().database, "read"));
   }

@@ -8,6 +8,8 @@
 // looks at some thousand names or symbols and says when there are more; without one, at all that
 // match. What a use may mean is looked up once per asking file.
 //
+// For one thread at a time, whichever, and never in a process forked from the one that made it.
+//
 // Tested by tests/questions_test.py.
 #pragma once
 
@@ -19,6 +21,8 @@
 #include <string>
 
 #include "index/answers.h"
+#include "index/place.h"
+#include "index/poll.h"
 
 namespace repository {
 
@@ -48,11 +52,18 @@ struct FindQuestion {
 class Questions {
  public:
   // Of the repository around `path`, or of that database. Throws IndexError when there is none, or
-  // one of another version, as does every question to a damaged one.
+  // one of another version, as does every question to a damaged one, or to one that another version
+  // has meanwhile made anew.
   Questions(const std::string& path, const std::optional<std::string>& database);
+  // The same of a place that was found before. Questions end when the poll says so.
+  explicit Questions(Place place, Poll poll = {});
   ~Questions();
   Questions(const Questions&) = delete;
   Questions& operator=(const Questions&) = delete;
+
+  // Whether the file that was opened is still the one at its place. If not, somebody has removed it
+  // or put another one there, and answers are of what is gone.
+  bool is_current() const;
 
   // The folder that paths start from; absolute.
   const std::string& root() const;

@@ -25,7 +25,7 @@ bool is_in(std::string_view path, std::string_view glob) {
 RowFilter::RowFilter(Reader& reader, const Filter& filter) : _reader(reader), _filter(filter) {
   if (!filter.kind) return;
   const auto kind = engines::models::kind_from_text(*filter.kind);
-  if (!kind) throw IndexError("'" + *filter.kind + "' is no kind of symbols");
+  if (!kind) throw QuestionError("'" + *filter.kind + "' is no kind of symbols");
   _kind = static_cast<std::uint8_t>(*kind);
 }
 

@@ -21,7 +21,7 @@ bool is_in(std::string_view path, std::string_view glob);
 
 class RowFilter {
  public:
-  // Throws IndexError for a kind of symbols that there is not.
+  // Throws QuestionError for a kind of symbols that there is not.
   RowFilter(Reader& reader, const Filter& filter);
 
   bool takes_file(std::int64_t file);

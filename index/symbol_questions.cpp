@@ -61,7 +61,7 @@ Answer<Definition> SymbolQuestions::find(const FindQuestion& question) {
 Answer<Definition> SymbolQuestions::search(const std::string& words, const Filter& limits) {
   RowFilter filter(_reader, limits);
   const auto asked = words_in(words);
-  if (asked.empty()) throw IndexError("'" + words + "' has no word to search for");
+  if (asked.empty()) throw QuestionError("'" + words + "' has no word to search for");
   const std::string expression = all_of(asked);
   _with_words.bindNoCopy(1, expression);
   std::vector<Ranked> found;

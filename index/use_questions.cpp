@@ -62,19 +62,19 @@ bool UseQuestions::add(Groups& groups, std::int64_t name, std::size_t kind, RowF
 
 // The rows of one file, in the order of their lines.
 std::vector<Use> UseQuestions::in_file(std::span<const Group> groups) {
-  struct Place {
-    std::uint64_t line;
+  struct Line {
+    std::uint64_t number;
     const Group* group;
   };
-  std::vector<Place> places;
+  std::vector<Line> places;
   for (const Group& group : groups) {
     for (const std::uint64_t line : unpack_rising(group.lines)) places.push_back({line, &group});
   }
   std::stable_sort(places.begin(), places.end(),
-                   [](const Place& one, const Place& other) { return one.line < other.line; });
+                   [](const Line& one, const Line& other) { return one.number < other.number; });
   std::vector<std::uint64_t> lines;
   lines.reserve(places.size());
-  for (const Place& place : places) lines.push_back(place.line);
+  for (const Line& place : places) lines.push_back(place.number);
   const std::int64_t id = groups.front().file;
   const auto around = _reader.around(id, lines);
   const Reader::File& file = _reader.file(id);
@@ -82,7 +82,7 @@ std::vector<Use> UseQuestions::in_file(std::span<const Group> groups) {
   uses.reserve(places.size());
   for (std::size_t i = 0; i < places.size(); ++i) {
     uses.push_back({.path = file.path,
-                    .line = static_cast<std::uint32_t>(places[i].line),
+                    .line = static_cast<std::uint32_t>(places[i].number),
                     .kind = REFERENCE_KINDS[places[i].group->kind],
                     .name = _reader.name_text(places[i].group->name),
                     .is_test = file.is_test,
