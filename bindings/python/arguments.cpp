@@ -7,9 +7,11 @@ namespace engines::treesitter::python {
 namespace {
 
 bool take_positional(const Parameters& parameters, std::size_t count) {
-  if (count <= parameters.names.size()) return true;
-  PyErr_Format(PyExc_TypeError, "%s() takes at most %zu arguments (%zu given)", parameters.function,
-               parameters.names.size(), count);
+  const std::size_t most = std::min(parameters.positional, parameters.names.size());
+  if (count <= most) return true;
+  PyErr_Format(PyExc_TypeError, "%s() takes at most %zu %sarguments (%zu given)",
+               parameters.function, most, most < parameters.names.size() ? "positional " : "",
+               count);
   return false;
 }
 

@@ -1,13 +1,14 @@
 // Arguments of a call, sorted to the parameters that they are for.
 //
-// Every parameter may be given by position or by name, as in a plain Python function; what does not
-// fit is a TypeError in Python's own words. Python's parsers of format strings are not used, since
+// A parameter may be given by position or by name, as in a plain Python function; what does not fit
+// is a TypeError in Python's own words. Python's parsers of format strings are not used, since
 // none serves both ways in which C functions are called.
 #pragma once
 
 #include <Python.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace engines::treesitter::python {
@@ -15,7 +16,8 @@ namespace engines::treesitter::python {
 struct Parameters {
   const char* function;  // the name that error texts show
   std::span<const char* const> names;
-  std::size_t required;  // how many have no default; they come first
+  std::size_t required;               // how many have no default; they come first
+  std::size_t positional = SIZE_MAX;  // how many may be given without a name
 };
 
 // Fills `values`, one for each name: borrowed references, null where an argument is left out. False

@@ -22,9 +22,13 @@ PyObject* twin_of(PyObject* type) {
   const Owned name(dataclasses ? PyObject_GetAttrString(type, "__name__") : nullptr);
   const Owned annotations(name ? PyObject_GetAttrString(type, "__annotations__") : nullptr);
   const Owned fields(annotations ? PyDict_Items(annotations.get()) : nullptr);
-  return fields ? PyObject_CallMethod(dataclasses.get(), "make_dataclass", "OO", name.get(),
-                                      fields.get())
-                : nullptr;
+  const Owned make(fields ? PyObject_GetAttrString(dataclasses.get(), "make_dataclass") : nullptr);
+  const Owned arguments(make ? PyTuple_Pack(2, name.get(), fields.get()) : nullptr);
+  const bool is_frozen =
+      reinterpret_cast<PyTypeObject*>(type)->tp_hash != PyObject_HashNotImplemented;
+  const Owned options(arguments ? Py_BuildValue("{sO}", "frozen", is_frozen ? Py_True : Py_False)
+                                : nullptr);
+  return options ? PyObject_Call(make.get(), arguments.get(), options.get()) : nullptr;
 }
 
 PyObject* describe(PyObject* self, PyObject* /*instance*/, PyObject* type) {

@@ -10,6 +10,7 @@
 #include "engines/treesitter/core/file.h"
 #include "engines/treesitter/core/parser.h"
 #include "engines/treesitter/treesitter.h"
+#include "index/index_error.h"
 
 namespace engines::treesitter::python {
 namespace {
@@ -57,7 +58,11 @@ bool add_error_types(ModuleState& state, PyObject* module) {
   state.result_limit_error = new_error_type(module, "ResultLimitError",
                                             "The record of one file would be out of all proportion "
                                             "to it, as for a megabyte of nested keys.");
-  return state.parse_error != nullptr && state.result_limit_error != nullptr;
+  state.repository_index_error = new_error_type(module, "RepositoryIndexError",
+                                                "There is no index of a repository, or one that "
+                                                "cannot be asked. The text says how to make one.");
+  return state.parse_error != nullptr && state.result_limit_error != nullptr &&
+         state.repository_index_error != nullptr;
 }
 
 // Derived types stand before their bases.
@@ -72,6 +77,10 @@ PyObject* to_exception(const ModuleState& state, const std::exception_ptr& error
     return instance(state.parse_error, fault.what());
   } catch (const ResultLimitError& fault) {
     return instance(state.result_limit_error, fault.what());
+  } catch (const repository::QuestionError& fault) {
+    return instance(PyExc_ValueError, fault.what());
+  } catch (const repository::IndexError& fault) {
+    return instance(state.repository_index_error, fault.what());
   } catch (const std::invalid_argument& fault) {
     return instance(PyExc_ValueError, fault.what());
   } catch (const std::system_error& fault) {

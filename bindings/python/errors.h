@@ -9,7 +9,7 @@
 
 namespace engines::treesitter::python {
 
-// Makes ParseError and ResultLimitError and adds them to the module. False with an error set.
+// Makes the module's own exceptions and adds them to the module. False with an error set.
 bool add_error_types(ModuleState& state, PyObject* module);
 
 // A new instance of the Python exception that `error` is. Null with an error set.

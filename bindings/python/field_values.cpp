@@ -8,7 +8,19 @@
 namespace engines::treesitter::python {
 namespace {
 
-bool is_of(FieldType type, PyObject* value) {
+bool is_record(PyTypeObject* type, PyObject* value) { return Py_TYPE(value) == type; }
+
+// Nothing else than these, so that a record is part of no cycle.
+template <typename... Types>
+bool is_tuple_of(PyObject* value, Types*... types) {
+  if (!PyTuple_CheckExact(value)) return false;
+  for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(value); ++i) {
+    if (!(is_record(types, PyTuple_GET_ITEM(value, i)) || ...)) return false;
+  }
+  return true;
+}
+
+bool is_of(const ModuleState& state, FieldType type, PyObject* value) {
   switch (type) {
     case FieldType::text:
       return PyUnicode_Check(value);
@@ -28,6 +40,16 @@ bool is_of(FieldType type, PyObject* value) {
       return PyList_Check(value);
     case FieldType::tuple_of_texts:
       return PyTuple_Check(value);
+    case FieldType::definition:
+      return is_record(state.definition, value);
+    case FieldType::optional_definition:
+      return value == Py_None || is_record(state.definition, value);
+    case FieldType::tuple_of_candidates:
+      return is_tuple_of(value, state.candidate);
+    case FieldType::tuple_of_languages:
+      return is_tuple_of(value, state.language_count);
+    case FieldType::tuple_of_rows:
+      return is_tuple_of(value, state.definition, state.use);
   }
   return false;
 }
@@ -56,13 +78,23 @@ const char* annotation_of(FieldType type) {
       return "list[str]";
     case FieldType::tuple_of_texts:
       return "tuple[str, ...]";
+    case FieldType::definition:
+      return "Definition";
+    case FieldType::optional_definition:
+      return "Definition | None";
+    case FieldType::tuple_of_candidates:
+      return "tuple[Candidate, ...]";
+    case FieldType::tuple_of_languages:
+      return "tuple[LanguageCount, ...]";
+    case FieldType::tuple_of_rows:
+      return "tuple[Definition | Use, ...]";
   }
   return "";
 }
 
 PyObject* field_value(const ModuleState& state, const char* record, const Field& field,
                       PyObject* value) {
-  if (!is_of(field.type, value)) {
+  if (!is_of(state, field.type, value)) {
     PyErr_Format(PyExc_TypeError, "%s.%s must be %s, not %.200s", record, field.name,
                  annotation_of(field.type), Py_TYPE(value)->tp_name);
     return nullptr;

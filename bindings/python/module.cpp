@@ -6,8 +6,10 @@
 // Tested by tests/python/test_module.py.
 #include <Python.h>
 
+#include "bindings/python/answers.h"
 #include "bindings/python/engine.h"
 #include "bindings/python/errors.h"
+#include "bindings/python/index.h"
 #include "bindings/python/interpreter_end.h"
 #include "bindings/python/log_records.h"
 #include "bindings/python/module_functions.h"
@@ -24,7 +26,13 @@ namespace engines::treesitter::python {
 namespace {
 
 constexpr const char* PUBLIC_NAMES[] = {
+    "Answer",
+    "Candidate",
+    "Change",
+    "Definition",
     "IMPORT_MODULE_KIND",
+    "Index",
+    "LanguageCount",
     "LanguageInfo",
     "MAX_BODY_DIGEST_LENGTH",
     "MAX_DOCSTRING_LENGTH",
@@ -32,11 +40,14 @@ constexpr const char* PUBLIC_NAMES[] = {
     "ParseMany",
     "ParseResult",
     "ReferenceInfo",
+    "RepositoryIndexError",
     "ResultLimitError",
+    "Statistics",
     "Symbol",
     "SymbolKind",
     "TRUNCATION_SUFFIX",
     "TreeSitterEngine",
+    "Use",
     "core_version",
     "detect_language",
     "language_infos",
@@ -70,7 +81,8 @@ int execute(PyObject* module) {
   ModuleState& state = state_of_module(module);
   const bool added = add_error_types(state, module) && add_symbol_kind(state, module) &&
                      add_record_types(state, module) && add_engine_type(state, module) &&
-                     add_parse_many_type(state, module) && add_constants(module) &&
+                     add_parse_many_type(state, module) && add_answer_types(state, module) &&
+                     add_index_type(state, module) && add_constants(module) &&
                      add_public_names(module);
   if (!added) return -1;
   install_log_sink();
@@ -94,7 +106,9 @@ int for_each_member(ModuleState& state, Visit visit) {
   }
   return visit_all(state.symbol, state.reference_info, state.parse_result, state.language_info,
                    state.engine, state.parse_many, state.result_limit_error, state.parse_error,
-                   state.symbol_kind, state.logger, state.body_digest_re);
+                   state.symbol_kind, state.logger, state.body_digest_re, state.definition,
+                   state.candidate, state.use, state.answer, state.change, state.language_count,
+                   state.statistics, state.index, state.repository_index_error);
 }
 
 int traverse(PyObject* module, visitproc visit, void* arg) {

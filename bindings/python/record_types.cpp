@@ -2,18 +2,14 @@
 //
 // Tested by tests/python/test_records.py.
 #include <Python.h>
-#include <structmember.h>
 
-#include <array>
 #include <limits>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
-#include "bindings/python/dataclass_face.h"
-#include "bindings/python/errors.h"
-#include "bindings/python/owned.h"
+#include "bindings/python/record_type.h"
 #include "bindings/python/records.h"
 #include "bindings/python/symbol_kinds.h"
 #include "models/symbol.h"
@@ -152,87 +148,13 @@ constexpr RecordSpec LANGUAGE_INFO = {
     .accepts = nullptr,
 };
 
-// ---- Their types ----
-
-// The slots that need to know the fields' names.
-template <const RecordSpec& SPEC>
-struct Slots {
-  static PyObject* make(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
-    const auto& state = *static_cast<ModuleState*>(PyType_GetModuleState(type));
-    return translating(state, [&] { return make_record(SPEC, type, arguments, keywords); });
-  }
-
-  static PyObject* repr(PyObject* self) { return repr_of_record(SPEC, self); }
-
-  static PyObject* get(PyObject* self, void* field) {
-    return Py_NewRef(items_of(self)[static_cast<const Field*>(field) - SPEC.fields.data()]);
-  }
-
-  static int set(PyObject* self, PyObject* value, void* field) {
-    return set_field(SPEC, self, *static_cast<const Field*>(field), value);
-  }
-
-  // Python's tables are not const.
-  static inline constinit auto accessors = [] {
-    std::array<PyGetSetDef, SPEC.fields.size() + 1> rows{};
-    for (std::size_t i = 0; i < SPEC.fields.size(); ++i) {
-      const Field& field = SPEC.fields[i];
-      rows[i] = {field.name, get, set, field.doc, const_cast<Field*>(&field)};
-    }
-    return rows;
-  }();
-};
-
-PyMethodDef record_methods[] = {
-    {"__reduce__", reduce_record, METH_NOARGS, "Pickled as its type and its fields."},
-    {nullptr, nullptr, 0, nullptr},
-};
-
-template <const RecordSpec& SPEC>
-PyTypeObject* new_type(PyObject* module) {
-  constexpr std::size_t SIZE = record_size(SPEC.fields.size());
-  PyMemberDef members[] = {
-      {"__weaklistoffset__", T_PYSSIZET, SIZE - sizeof(PyObject*), READONLY, nullptr},
-      {nullptr, 0, 0, 0, nullptr},
-  };
-  PyType_Slot slots[] = {
-      {Py_tp_doc, const_cast<char*>(SPEC.doc)},
-      {Py_tp_new, reinterpret_cast<void*>(&Slots<SPEC>::make)},
-      {Py_tp_dealloc, reinterpret_cast<void*>(deallocate_record)},
-      {Py_tp_repr, reinterpret_cast<void*>(&Slots<SPEC>::repr)},
-      {Py_tp_richcompare, reinterpret_cast<void*>(compare_records)},
-      {Py_tp_hash, reinterpret_cast<void*>(PyObject_HashNotImplemented)},
-      {Py_tp_getset, Slots<SPEC>::accessors.data()},
-      {Py_tp_methods, record_methods},
-      {Py_tp_members, members},
-      {SPEC.is_collected ? Py_tp_traverse : 0, reinterpret_cast<void*>(traverse_record)},
-      {Py_tp_clear, reinterpret_cast<void*>(clear_record)},
-      {0, nullptr},
-  };
-  PyType_Spec spec = {
-      .name = SPEC.qualified_name,
-      .basicsize = static_cast<int>(SIZE),
-      .itemsize = 0,
-      .flags = Py_TPFLAGS_DEFAULT | (SPEC.is_collected ? Py_TPFLAGS_HAVE_GC : 0),
-      .slots = slots,
-  };
-  return reinterpret_cast<PyTypeObject*>(PyType_FromModuleAndSpec(module, &spec, nullptr));
-}
-
-template <const RecordSpec& SPEC>
-bool add_type(PyTypeObject*& type, PyObject* module) {
-  type = new_type<SPEC>(module);
-  return type != nullptr && add_dataclass_face(module, type, SPEC) &&
-         PyModule_AddType(module, type) == 0;
-}
-
 }  // namespace
 
 bool add_record_types(ModuleState& state, PyObject* module) {
-  return add_type<REFERENCE_INFO>(state.reference_info, module) &&
-         add_type<SYMBOL>(state.symbol, module) &&
-         add_type<PARSE_RESULT>(state.parse_result, module) &&
-         add_type<LANGUAGE_INFO>(state.language_info, module);
+  return add_record_type<REFERENCE_INFO>(state.reference_info, module) &&
+         add_record_type<SYMBOL>(state.symbol, module) &&
+         add_record_type<PARSE_RESULT>(state.parse_result, module) &&
+         add_record_type<LANGUAGE_INFO>(state.language_info, module);
 }
 
 }  // namespace engines::treesitter::python

@@ -43,6 +43,15 @@ PyObject* repr_of_fields(const RecordSpec& spec, PyObject* self) {
   return PyUnicode_Join(comma.get(), parts.get());
 }
 
+PyObject* tuple_of_items(PyObject* self) {
+  const std::span<PyObject*> items = all_items(self);
+  PyObject* const values = PyTuple_New(static_cast<Py_ssize_t>(items.size()));
+  for (std::size_t i = 0; values != nullptr && i < items.size(); ++i) {
+    PyTuple_SET_ITEM(values, static_cast<Py_ssize_t>(i), Py_NewRef(items[i]));
+  }
+  return values;
+}
+
 }  // namespace
 
 PyObject* make_record(const RecordSpec& spec, PyTypeObject* type, PyObject* arguments,
@@ -100,13 +109,21 @@ PyObject* compare_records(PyObject* self, PyObject* other, int operation) {
 }
 
 PyObject* reduce_record(PyObject* self, PyObject* /*none*/) {
-  const std::span<PyObject*> items = all_items(self);
-  Owned values(PyTuple_New(static_cast<Py_ssize_t>(items.size())));
-  if (!values) return nullptr;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    PyTuple_SET_ITEM(values.get(), static_cast<Py_ssize_t>(i), Py_NewRef(items[i]));
-  }
-  return PyTuple_Pack(2, Py_TYPE(self), values.get());
+  const Owned values(tuple_of_items(self));
+  return values ? PyTuple_Pack(2, Py_TYPE(self), values.get()) : nullptr;
+}
+
+Py_hash_t hash_record(PyObject* self) {
+  const Owned values(tuple_of_items(self));
+  return values ? PyObject_Hash(values.get()) : -1;
+}
+
+PyObject* iterate_rows(PyObject* self) { return PyObject_GetIter(items_of(self)[0]); }
+
+Py_ssize_t count_rows(PyObject* self) { return PyTuple_GET_SIZE(items_of(self)[0]); }
+
+PyObject* row_at(PyObject* self, PyObject* index) {
+  return PyObject_GetItem(items_of(self)[0], index);
 }
 
 void deallocate_record(PyObject* self) {

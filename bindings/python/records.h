@@ -1,5 +1,5 @@
-// Records as Python sees them: plain mutable values with typed fields, which dataclasses, match,
-// pickle and repr treat as dataclasses.
+// Records as Python sees them: plain values with typed fields, which dataclasses, match, pickle and
+// repr treat as dataclasses. Those of a parse are mutable, those of an index are not.
 //
 // They are types of C and not dataclasses of Python, since a result may hold a hundred thousand of
 // them: one takes 48 to 112 bytes and is made in the time of its texts, and importing dataclasses
@@ -28,6 +28,11 @@ enum class FieldType : std::uint8_t {
   list_of_references,
   list_of_texts,
   tuple_of_texts,
+  definition,
+  optional_definition,
+  tuple_of_candidates,
+  tuple_of_languages,  // LanguageCount
+  tuple_of_rows,       // Definition or Use
 };
 
 struct Field {
@@ -45,6 +50,8 @@ struct RecordSpec {
   // What is rejected beyond types, when a record is made and when a field is set: false with an
   // error set. Reads items and changes nothing. May be null.
   bool (*accepts)(PyObject* const* items);
+  bool is_frozen = false;  // fields cannot be set, and there is a hash
+  bool has_rows = false;   // it is a sequence of what its first field holds, a tuple
 };
 
 inline constexpr std::size_t MOST_FIELDS = 11;
@@ -78,6 +85,10 @@ int set_field(const RecordSpec& spec, PyObject* self, const Field& field, PyObje
 PyObject* repr_of_record(const RecordSpec& spec, PyObject* self);
 PyObject* compare_records(PyObject* self, PyObject* other, int operation);
 PyObject* reduce_record(PyObject* self, PyObject* none);
+Py_hash_t hash_record(PyObject* self);
+PyObject* iterate_rows(PyObject* self);
+Py_ssize_t count_rows(PyObject* self);
+PyObject* row_at(PyObject* self, PyObject* index);
 void deallocate_record(PyObject* self);
 int traverse_record(PyObject* self, visitproc visit, void* arg);
 int clear_record(PyObject* self);

@@ -21,8 +21,17 @@ struct ModuleState {
   PyTypeObject* language_info;
   PyTypeObject* engine;
   PyTypeObject* parse_many;
+  PyTypeObject* definition;
+  PyTypeObject* candidate;
+  PyTypeObject* use;
+  PyTypeObject* answer;
+  PyTypeObject* change;
+  PyTypeObject* language_count;
+  PyTypeObject* statistics;
+  PyTypeObject* index;
   PyObject* result_limit_error;
   PyObject* parse_error;
+  PyObject* repository_index_error;
   PyObject* symbol_kind;
   std::array<PyObject*, KIND_COUNT>
       kinds;  // the enumeration's members, in the order of the model's

@@ -57,6 +57,10 @@ bool any_text_from(PyObject* object, const char* name, std::string& text) {
   return encoded_from(object, name, "surrogatepass", text);
 }
 
+bool index_text_from(PyObject* object, const char* name, std::string& text) {
+  return encoded_from(object, name, "surrogateescape", text);
+}
+
 bool integer_from(PyObject* object, std::int64_t& value) {
   if (object == nullptr) return true;
   value = PyLong_AsLongLong(object);

@@ -49,6 +49,9 @@ bool text_from(PyObject* object, const char* name, std::string& text);
 // The same of any str, its surrogates encoded.
 bool any_text_from(PyObject* object, const char* name, std::string& text);
 
+// The same of a text that an index gave or may hold, its surrogates bytes that are no UTF-8.
+bool index_text_from(PyObject* object, const char* name, std::string& text);
+
 // An integer of 64 bits; `value` stays as it is when `object` is null. False with an error set:
 // TypeError, OverflowError.
 bool integer_from(PyObject* object, std::int64_t& value);

@@ -7,11 +7,12 @@ import os
 import re
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
-from typing import Final, Literal, Protocol, TypeAlias, final, overload
+from typing import Final, Generic, Literal, Protocol, SupportsIndex, TypeAlias, TypeVar, final, overload
 
 _Path: TypeAlias = str | bytes | os.PathLike[str] | os.PathLike[bytes]
 _Bytes: TypeAlias = bytes | bytearray | memoryview
 _Rules: TypeAlias = Literal["standard", "navigation"]
+_Match: TypeAlias = Literal["exact", "prefix", "substring", "fuzzy"]
 # A path, (path, file_id), (content, language, path) or (content, language, path, file_id).
 _Item: TypeAlias = (
     _Path
@@ -25,7 +26,13 @@ class _Node(Protocol):
     def text(self) -> bytes | None: ...
 
 __all__ = [
+    "Answer",
+    "Candidate",
+    "Change",
+    "Definition",
     "IMPORT_MODULE_KIND",
+    "Index",
+    "LanguageCount",
     "LanguageInfo",
     "MAX_BODY_DIGEST_LENGTH",
     "MAX_DOCSTRING_LENGTH",
@@ -33,11 +40,14 @@ __all__ = [
     "ParseMany",
     "ParseResult",
     "ReferenceInfo",
+    "RepositoryIndexError",
     "ResultLimitError",
+    "Statistics",
     "Symbol",
     "SymbolKind",
     "TRUNCATION_SUFFIX",
     "TreeSitterEngine",
+    "Use",
     "core_version",
     "detect_language",
     "language_infos",
@@ -121,6 +131,7 @@ class LanguageInfo:
 
 class ParseError(RuntimeError): ...
 class ResultLimitError(RuntimeError): ...
+class RepositoryIndexError(RuntimeError): ...
 
 @final
 class ParseMany(Iterator[ParseResult | None]):
@@ -151,6 +162,149 @@ class TreeSitterEngine:
     def parse_many(self, items: Iterable[_Item], threads: int | None = None) -> ParseMany: ...
     def __copy__(self) -> TreeSitterEngine: ...
     def __deepcopy__(self, __memo: object) -> TreeSitterEngine: ...
+
+# The records of an index's answers; doc/schema/answer.json describes their fields.
+
+@final
+@dataclass(frozen=True)
+class Definition:
+    path: str
+    line: int
+    last_line: int
+    kind: SymbolKind
+    name: str
+    fqn: str
+    language: str
+    is_export: bool
+    is_test: bool
+    signature: str | None
+    docstring: str | None
+
+@final
+@dataclass(frozen=True)
+class Candidate:
+    definition: Definition
+    evidence: tuple[str, ...]
+
+@final
+@dataclass(frozen=True)
+class Use:
+    path: str
+    line: int
+    kind: str
+    name: str
+    is_test: bool
+    within: Definition | None
+    candidates: tuple[Candidate, ...]
+    candidate_count: int
+    definition_count: int
+    definitions_cut: bool
+
+_Row = TypeVar("_Row", Definition, Use)
+
+@final
+@dataclass(frozen=True)
+class Answer(Generic[_Row]):
+    rows: tuple[_Row, ...]
+    is_cut: bool
+    def __iter__(self) -> Iterator[_Row]: ...
+    def __len__(self) -> int: ...
+    @overload
+    def __getitem__(self, __index: SupportsIndex) -> _Row: ...
+    @overload
+    def __getitem__(self, __index: slice) -> tuple[_Row, ...]: ...
+
+@final
+@dataclass(frozen=True)
+class Change:
+    path: str
+    change: str
+    error: str | None
+
+@final
+@dataclass(frozen=True)
+class LanguageCount:
+    language: str
+    files: int
+    symbols: int
+
+@final
+@dataclass(frozen=True)
+class Statistics:
+    root: str
+    database: str
+    made_by: str
+    is_complete: bool
+    bytes: int
+    failed: int
+    languages: tuple[LanguageCount, ...]
+
+@final
+class Index:
+    def __init__(self, path: _Path = ".", *, database: _Path | None = None) -> None: ...
+    @property
+    def root(self) -> str: ...
+    @property
+    def database(self) -> str: ...
+    def find(
+        self,
+        name: str,
+        *,
+        match: _Match = "exact",
+        kind: SymbolKind | str | None = None,
+        language: str | None = None,
+        within: _Path | None = None,
+        limit: int | None = 100,
+    ) -> Answer[Definition]: ...
+    def callers(
+        self,
+        name: str,
+        *,
+        language: str | None = None,
+        within: _Path | None = None,
+        limit: int | None = 100,
+    ) -> Answer[Use]: ...
+    def callees(
+        self,
+        fqn: str,
+        *,
+        language: str | None = None,
+        within: _Path | None = None,
+        limit: int | None = 100,
+    ) -> Answer[Use] | None: ...
+    def references(
+        self,
+        name: str,
+        *,
+        language: str | None = None,
+        within: _Path | None = None,
+        limit: int | None = 100,
+    ) -> Answer[Use]: ...
+    def importers(
+        self,
+        module: str,
+        *,
+        language: str | None = None,
+        within: _Path | None = None,
+        limit: int | None = 100,
+    ) -> Answer[Use]: ...
+    def outline(self, path: _Path) -> Answer[Definition] | None: ...
+    def search(
+        self,
+        words: str,
+        *,
+        kind: SymbolKind | str | None = None,
+        language: str | None = None,
+        within: _Path | None = None,
+        limit: int | None = 100,
+    ) -> Answer[Definition]: ...
+    def changed(self) -> tuple[Change, ...]: ...
+    def stats(self) -> Statistics: ...
+    def is_complete(self) -> bool: ...
+    def is_outdated(self) -> bool: ...
+    def close(self) -> None: ...
+    def __enter__(self) -> Index: ...
+    def __exit__(self, *exception: object) -> None: ...
 
 def parse_many(items: Iterable[_Item], threads: int | None = None) -> ParseMany: ...
 def detect_language(file_path: _Path) -> str | None: ...
