@@ -1,7 +1,6 @@
 // See database.h.
 #include "index/database.h"
 
-#include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,25 +48,33 @@ int should_wait(void* poll, int times) {
   return 1;
 }
 
-// Throws when the file is there, is not empty, and no index.
-void require_ours(const std::string& path) {
-  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (file < 0 && errno == ENOENT) return;
-  if (file < 0) throw_system_error("open", path);
+// Its size, 0 where there is none. Throws when what is there is no file that can be read.
+off_t size_of_file(const std::string& path) {
   struct stat status {};
-  std::array<char, HEADER> bytes{};
-  const bool is_file = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-  const ssize_t size = is_file ? ::pread(file, bytes.data(), bytes.size(), 0) : 0;
-  const int error = errno;
-  ::close(file);
-  if (!is_file) throw IndexError("'" + path + "' is no regular file");
-  if (size < 0) {
-    errno = error;
-    throw_system_error("read", path);
+  if (::stat(path.c_str(), &status) != 0) {
+    if (errno == ENOENT) return 0;
+    throw_system_error("open", path);
   }
+  if (!S_ISREG(status.st_mode)) throw IndexError("'" + path + "' is no regular file");
+  if (::access(path.c_str(), R_OK) != 0) throw_system_error("open", path);
+  return status.st_size;
+}
+
+// Throws when the file is not empty, and no index. Reads by SQLite's own descriptor: closing one of
+// ours would take the locks of all connections of the process to that file with it, and another
+// process would then remove the log that they read. SQLite itself takes one byte for none.
+void require_ours(const SQLite::Database& database, off_t size) {
   if (size == 0) return;
+  const std::string& path = database.getFilename();
+  sqlite3_file* file = nullptr;
+  std::array<char, HEADER> bytes{};
+  int status = sqlite3_file_control(database.getHandle(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
+  if (status == SQLITE_OK && size >= static_cast<off_t>(HEADER)) {
+    status = file->pMethods->xRead(file, bytes.data(), static_cast<int>(bytes.size()), 0);
+  }
+  if (status != SQLITE_OK) throw SQLite::Exception("the file cannot be read", status);
   const std::string_view header(bytes.data(), bytes.size());
-  if (static_cast<std::size_t>(size) < HEADER || !header.starts_with(MAGIC)) {
+  if (!header.starts_with(MAGIC)) {
     throw IndexError("'" + path + "' is no index, and is left as it is");
   }
   std::uint32_t id = 0;
@@ -131,13 +138,14 @@ void require_root(SQLite::Database& database, const Place& place) {
 }  // namespace
 
 OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules) {
-  require_ours(place.database);
+  const off_t size = size_of_file(place.database);
   OpenedDatabase opened{
       SQLite::Database(place.database,
                        SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX,
                        BUSY_TIMEOUT),
       false};
   SQLite::Database& database = opened.connection;
+  require_ours(database, size);
   if (sqlite3_db_readonly(database.getHandle(), "main") == 1) {
     errno = EACCES;
     throw_system_error("write", place.database);
@@ -174,8 +182,9 @@ SQLite::Database open_to_ask(const Place& place, const Poll& poll) {
     throw IndexError("there is no index of '" + place.root + "', as '" + place.database +
                      "' would be" + HOW_TO_MAKE_ONE);
   }
-  require_ours(place.database);
+  const off_t size = size_of_file(place.database);
   SQLite::Database database = open_to_read(place.database, &poll);
+  require_ours(database, size);
   database.exec("PRAGMA trusted_schema = OFF");
   require_schema(meta(database, "made_by"), place.database);
   return database;

@@ -1,7 +1,8 @@
 // An index opened for writing: SQLite's door together with the other files that include SQLiteCpp.
 //
-// A database that is not an index is never touched: the first bytes of the file tell, before SQLite
-// sees it. Readers never wait (a write-ahead log), and what was committed outlasts the process.
+// A database that is not an index is never touched: the first bytes of the file tell, before any
+// statement runs. Readers never wait (a write-ahead log), and what was committed outlasts the
+// process.
 //
 // Tested by tests/index_command_test.py.
 #pragma once

@@ -5,6 +5,7 @@
 import enum
 import os
 import re
+import types
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
 from typing import Final, Generic, Literal, Protocol, SupportsIndex, TypeAlias, TypeVar, final, overload
@@ -213,6 +214,7 @@ class Answer(Generic[_Row]):
     def __getitem__(self, __index: SupportsIndex) -> _Row: ...
     @overload
     def __getitem__(self, __index: slice) -> tuple[_Row, ...]: ...
+    def __class_getitem__(cls, __row: object) -> types.GenericAlias: ...
 
 @final
 @dataclass(frozen=True)
