@@ -23,7 +23,7 @@ def field(deb, name):
 
 def test_dependencies(deb):
     depends = {entry.split()[0] for entry in field(deb, "Depends").split(", ")}
-    assert {"python3", "libc6", "libstdc++6", "libssl3", "libpcre2-8-0"} <= depends
+    assert {"python3", "libc6", "libstdc++6", "libssl3", "libpcre2-8-0", "libsqlite3-0"} <= depends
     assert any(name.startswith("libicu") for name in depends)
     # Building against the library is not what everybody installs this for.
     assert not [name for name in depends if name.endswith("-dev")]
