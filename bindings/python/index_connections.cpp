@@ -116,11 +116,11 @@ void ForkGate::wait_for_others() {
   _changed.wait(lock, [&] { return !_is_closed; });  // another thread forks
   _is_closed = true;
   _changed.wait_for(lock, MOST_WAIT, [&] { return _under_way == questions_of_thread; });
-  lock.release();
 }
 
-// A question on the main thread may wait for the interpreter's lock, to look for signals. The
-// gate's lock is held until the fork is over.
+// A question on the main thread may wait for the interpreter's lock, to look for signals. A thread
+// that has this may wait for the gate's: so the gate's is taken behind it, and held until the fork
+// is over.
 void ForkGate::before_fork() {
   if (has_interpreter_lock()) {
     PyThreadState* const state = PyEval_SaveThread();
@@ -129,6 +129,7 @@ void ForkGate::before_fork() {
   } else {
     wait_for_others();
   }
+  _mutex.lock();
   for (IndexConnections* const connections : _all) connections->_idle.clear();
 }
 

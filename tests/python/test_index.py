@@ -375,6 +375,8 @@ def test_forked_while_threads_ask(repository, slow):
         def ask():
             while not stop.is_set():
                 ask_much(index, 1)
+                for opened in [treesitter.Index(repository) for _ in range(10)]:
+                    opened.close()
         threads, failures = in_threads(3, ask)
         long, long_failures = in_threads(1, lambda: slow_question(other) == expected or 1 / 0)
         try:
