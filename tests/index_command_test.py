@@ -61,7 +61,9 @@ class Changes(IndexTest):
             case 2:
                 shutil.rmtree(path.parent)
             case 3:
-                path.parent.rename(self.folder / f"d{self.random.randrange(1000, 9999)}")
+                name = f"d{self.random.randrange(1000, 9999)}"
+                if not (self.folder / name).exists():
+                    path.parent.rename(self.folder / name)
             case 4:
                 os.utime(path)
             case 5:
