@@ -36,6 +36,15 @@ PRAGMA cache_size = -65536;
 PRAGMA temp_store = MEMORY;
 )";
 
+// How large a log may stay, in bytes and as a part of the database.
+constexpr off_t MOST_LOG = off_t{1} << 20;
+constexpr off_t LEAST_DATABASE = 2;  // in logs
+
+off_t size_of(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? status.st_size : 0;
+}
+
 // Throws when the file is there, is not empty, and no index.
 void require_ours(const std::string& path) {
   const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
@@ -145,6 +154,14 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
   }
   if (meta(database, "root") != place.root) set_meta(database, "root", place.root);
   return opened;
+}
+
+void keep_small_log(SQLite::Database& database) {
+  const std::string& path = database.getFilename();
+  const off_t log = size_of(path + "-wal");
+  const bool is_small = log <= MOST_LOG && log <= size_of(path) / LEAST_DATABASE;
+  sqlite3_db_config(database.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, is_small ? 1 : 0,
+                    nullptr);
 }
 
 SQLite::Database open_to_ask(const Place& place) {

@@ -62,6 +62,14 @@ class Faults(IndexTest):
         (self.folder / "d3/f3.py").write_bytes(source(self.random))
         self.write("new/f9.py", source(self.random))
         self.states["again"] = self.saved("again")
+        for number in range(250):
+            self.write(f"d1/f{number}.py", source(self.random))
+        self.index()
+        (self.folder / "d1/f2.py").unlink()
+        self.index()
+        (self.folder / "d1/f1.py").write_bytes(source(self.random))
+        self.assertTrue(self.database.with_name("index.sqlite-wal").exists())
+        self.states["with a log"] = self.saved("with a log")
         self.expected = {}
 
     def saved(self, name):

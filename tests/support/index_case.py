@@ -122,8 +122,8 @@ class IndexTest(ToolTest):
         fresh = self.folder / "fresh.sqlite"
         self.index("--database", fresh, status=status)
         self.assertEqual(dump(self.database), dump(fresh))
-        for end in "", "-lock":
-            os.remove(f"{fresh}{end}")
+        for path in self.folder.glob("fresh.sqlite*"):
+            path.unlink()
 
     def write_some(self, count):
         for number in range(count):
