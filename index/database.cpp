@@ -37,7 +37,7 @@ PRAGMA temp_store = MEMORY;
 )";
 
 // How large a log may stay, in bytes and as a part of the database.
-constexpr off_t MOST_LOG = off_t{1} << 20;
+constexpr off_t MOST_LOG = off_t{2} << 20;
 constexpr off_t LEAST_DATABASE = 2;  // in logs
 
 off_t size_of(const std::string& path) {

@@ -25,7 +25,7 @@ constexpr std::array<std::size_t, 4> ALL_KINDS = {0, 1, 2, 3};
 
 // Definitions that a name's uses are compared with, at most.
 constexpr std::size_t MOST_DEFINITIONS = 1000;
-constexpr std::size_t MOST_DEFINITIONS_OF_CALLEE = 60;
+constexpr std::size_t MOST_DEFINITIONS_OF_CALLEE = 50;
 
 // Names whose definitions are kept while one question is answered.
 constexpr std::size_t MOST_KNOWN = 500;
