@@ -40,6 +40,10 @@ PRAGMA cache_size = -65536;
 PRAGMA temp_store = MEMORY;
 )";
 
+// How large a log may stay, in bytes and as a part of the database.
+constexpr off_t MOST_LOG = off_t{2} << 20;
+constexpr off_t LEAST_DATABASE = 2;  // in logs
+
 int should_end(void* poll) { return (*static_cast<const Poll*>(poll))() ? 1 : 0; }
 
 int should_wait(void* poll, int times) {
@@ -166,6 +170,14 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
   }
   if (meta(database, "root") != place.root) set_meta(database, "root", place.root);
   return opened;
+}
+
+void keep_small_log(SQLite::Database& database) {
+  const std::string& path = database.getFilename();
+  const off_t log = size_of_file(path + "-wal");
+  const bool is_small = log <= MOST_LOG && log <= size_of_file(path) / LEAST_DATABASE;
+  sqlite3_db_config(database.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, is_small ? 1 : 0,
+                    nullptr);
 }
 
 void require_schema(const std::optional<std::string>& made_by, const std::string& database) {

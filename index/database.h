@@ -26,6 +26,11 @@ struct OpenedDatabase {
 // Opens the database of that place, or makes it. Throws IndexError, SQLite::Exception.
 OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules);
 
+// To be called at the end of a run: what it has written stays in the write-ahead log while that is
+// small beside the database, so that a run over few changes waits for no disk. Whoever opens the
+// index next reads the log, which takes a millisecond for each MiB.
+void keep_small_log(SQLite::Database& database);
+
 // A further connection, which sees what was committed. A poll, which must outlast it, ends whatever
 // statement runs or waits. Throws SQLite::Exception.
 SQLite::Database open_to_read(const std::string& database, const Poll* poll = nullptr);

@@ -10,6 +10,7 @@
 
 #include "index/index_error.h"
 #include "index/place.h"
+#include "index/retried.h"
 
 namespace repository {
 namespace {
@@ -39,7 +40,7 @@ void Journal::read_left() {
 }
 
 void Journal::clear() {
-  if (::ftruncate(_file, 0) != 0) throw_system_error("write", _path);
+  if (retried([&] { return ::ftruncate(_file, 0); }) != 0) throw_system_error("write", _path);
   _left.clear();
 }
 
@@ -47,7 +48,7 @@ void Journal::remove() { ::unlink(_path.c_str()); }
 
 std::int64_t Journal::now() {
   struct stat status {};
-  if (::pwrite(_file, "", 1, 0) != 1 || ::fstat(_file, &status) != 0) {
+  if (retried([&] { return ::pwrite(_file, "", 1, 0); }) != 1 || ::fstat(_file, &status) != 0) {
     throw_system_error("write", _path);
   }
   return std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
@@ -64,7 +65,7 @@ std::size_t Journal::take_slot() {
 // What cannot be written is not noted: a full disk is met by the writer of the index too, which
 // says so.
 void Journal::write(std::size_t slot, const std::string& text) {
-  (void)!::pwrite(_file, text.data(), text.size(), begin_of(slot));
+  (void)retried([&] { return ::pwrite(_file, text.data(), text.size(), begin_of(slot)); });
 }
 
 Journal::Entry::Entry(Journal& journal, const std::string& path)

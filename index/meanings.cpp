@@ -52,9 +52,9 @@ Imports imports_of(Reader& reader, std::int64_t file) {
 Definitions::Definitions(Reader& reader, std::int64_t name, std::size_t at_most)
     : _reader(reader), _name(name) {
   std::vector<std::int64_t> ids;
-  _reader.for_each_symbol(name, [&](std::int64_t id) {
+  _reader.for_each_symbol(name, std::nullopt, [&](const Reader::Ranked& symbol) {
     _is_partial = ids.size() == at_most;
-    if (!_is_partial) ids.push_back(id);
+    if (!_is_partial) ids.push_back(symbol.id);
     return !_is_partial;
   });
   // Those in tests are listed last.
@@ -67,9 +67,7 @@ void Definitions::add(std::int64_t id) {
   const std::size_t place = _ids.size();
   _ids.push_back(id);
   const Reader::File& file = _reader.file(file_of(id));
-  const auto [found, is_new] = _components.try_emplace(file_of(id));
-  if (is_new) found->second = file_components(file.path);
-  const Components& components = found->second;
+  const Components& components = _reader.components(file_of(id));
   if (!components.empty()) _by_end[components.back()].push_back(place);
   if (components.size() > 1) _by_end[components[components.size() - 2]].push_back(place);
   _by_folder[folder_of(file.path)].push_back(place);
@@ -82,9 +80,10 @@ Definitions::Places Definitions::imported(const Imports& imports) const {
     if (module.empty()) continue;
     const auto found = _by_end.find(module.back());
     if (found == _by_end.end()) continue;
-    std::copy_if(
-        found->second.begin(), found->second.end(), std::back_inserter(places),
-        [&](std::size_t place) { return may_be(module, _components.at(file_of(_ids[place]))); });
+    std::copy_if(found->second.begin(), found->second.end(), std::back_inserter(places),
+                 [&](std::size_t place) {
+                   return may_be(module, _reader.components(file_of(_ids[place])));
+                 });
   }
   sort_out(places);
   return places;
@@ -112,8 +111,8 @@ Meanings Definitions::listed(const std::vector<Backed>& found) {
 Meanings Definitions::in(std::int64_t file, const Imports& imports) {
   const Places places = imported(imports);
   std::vector<Backed> own;
-  for (const std::int64_t id : _reader.symbols_named(_name, file)) {
-    own.push_back({id, {"declared in this file"}});
+  for (const Reader::Ranked& symbol : _reader.symbols_named(_name, file)) {
+    own.push_back({symbol.id, {"declared in this file"}});
   }
   if (imports.names.contains(_name)) {
     for (const Backed& found : backed(places, {"imported here"})) {

@@ -55,7 +55,6 @@ class Definitions {
   Reader& _reader;
   const std::int64_t _name;
   std::vector<std::int64_t> _ids;
-  std::unordered_map<std::int64_t, Components> _components;  // of files
   std::unordered_map<std::string, Places> _by_end;  // by the last component of file or folder
   std::unordered_map<std::string, Places> _by_folder;
   std::unordered_map<std::string_view, Places> _by_family;  // of languages

@@ -8,9 +8,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <system_error>
 
 #include "index/index_error.h"
+#include "index/retried.h"
 #include "walk/repository.h"
 
 namespace repository {
@@ -91,10 +93,15 @@ void make_folder(const Place& place) {
   const int file = ::open(ignore.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (file < 0 && errno == EEXIST) return;
   if (file < 0) throw_system_error("write", ignore);
-  const bool is_written = ::write(file, "*\n", 2) == 2;
+  std::string_view rest = "*\n";
+  while (!rest.empty()) {
+    const ssize_t size = retried([&] { return ::write(file, rest.data(), rest.size()); });
+    if (size < 0) break;
+    rest.remove_prefix(static_cast<std::size_t>(size));
+  }
   const int error = errno;
   ::close(file);
-  if (is_written) return;
+  if (rest.empty()) return;
   ::unlink(ignore.c_str());
   errno = error;
   throw_system_error("write", ignore);

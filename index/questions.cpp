@@ -1,8 +1,6 @@
 // See questions.h. Every question is one transaction, so that all that it reads is of one state.
 #include "index/questions.h"
 
-#include <sys/stat.h>
-
 #include <utility>
 
 #include "index/database.h"
@@ -140,9 +138,9 @@ Statistics Questions::statistics() {
                      .bytes = 0,
                      .failed = 0,
                      .languages = {}};
-    struct stat status {};
-    if (::stat(found.database.c_str(), &status) == 0) found.bytes = status.st_size;
     SQLite::Database& database = reader.connection();
+    found.bytes = database.execAndGet("PRAGMA page_count").getInt64() *
+                  database.execAndGet("PRAGMA page_size").getInt64();
     found.failed = database.execAndGet("SELECT count(DISTINCT file) FROM error").getInt64();
     SQLite::Statement languages(database,
                                 "SELECT language, count(*), sum(symbols) FROM file "

@@ -16,6 +16,12 @@ constexpr std::uint8_t MOST_KIND = static_cast<std::uint8_t>(engines::models::Sy
 constexpr const char* IN_FILE = "id >= ?1 << 24 AND id < (?1 + 1) << 24";
 static_assert(ORDINAL_BITS == 24);
 
+Reader::Ranked ranked_row(const SQLite::Statement& statement) {
+  return {statement.getColumn(0).getInt64(),
+          static_cast<std::uint8_t>(statement.getColumn(1).getInt()),
+          statement.getColumn(2).getInt() != 0};
+}
+
 std::optional<std::string> text_or_none(const SQLite::Column& column) {
   return column.isNull() ? std::nullopt : std::optional(bytes_of(column));
 }
@@ -33,10 +39,15 @@ Reader::Reader(SQLite::Database connection)
       _name_text(_connection, "SELECT text FROM name WHERE id = ?"),
       _file(_connection, "SELECT path, language FROM file WHERE id = ?"),
       _file_id(_connection, "SELECT id FROM file WHERE path = ?"),
-      _symbols_named(_connection, "SELECT id FROM symbol WHERE name = ? ORDER BY id"),
+      _symbols_named(_connection, "SELECT id, kind, export FROM symbol WHERE name = ? ORDER BY id"),
+      _symbols_named_of_kind(_connection,
+                             "SELECT id, kind, export FROM symbol INDEXED BY symbol_name "
+                             "WHERE name = ? AND kind = ? ORDER BY id"),
       _symbols_named_in(_connection,
-                        std::string("SELECT id FROM symbol WHERE name = ?2 AND ") + IN_FILE),
-      _mark(_connection, "SELECT kind, export FROM symbol WHERE id = ?"),
+                        std::string("SELECT id, kind, export FROM symbol INDEXED BY symbol_name "
+                                    "WHERE name = ?2 AND ") +
+                            IN_FILE),
+      _ranked(_connection, "SELECT id, kind, export FROM symbol WHERE id = ?"),
       _symbol_scope(_connection, "SELECT scope FROM symbol WHERE id = ?"),
       _symbol(_connection,
               "SELECT name, scope, kind, first, lines, export, signature, doc FROM symbol "
@@ -84,6 +95,12 @@ const Reader::File& Reader::file(std::int64_t id) {
   return _files.emplace(id, std::move(file)).first->second;
 }
 
+const Components& Reader::components(std::int64_t id) {
+  const auto [found, is_new] = _components.try_emplace(id);
+  if (is_new) found->second = file_components(file(id).path);
+  return found->second;
+}
+
 std::optional<std::int64_t> Reader::file_id(const std::string& path) {
   bind_bytes(_file_id, 1, path);
   return number_of(_file_id);
@@ -91,20 +108,22 @@ std::optional<std::int64_t> Reader::file_id(const std::string& path) {
 
 // ---- Symbols ----
 
-void Reader::for_each_symbol(std::int64_t name, const std::function<bool(std::int64_t)>& take) {
-  _symbols_named.bind(1, name);
-  while (_symbols_named.executeStep()) {
-    if (!take(_symbols_named.getColumn(0).getInt64())) break;
+void Reader::for_each_symbol(std::int64_t name, std::optional<std::uint8_t> kind,
+                             const std::function<bool(const Ranked&)>& take) {
+  SQLite::Statement& statement = kind ? _symbols_named_of_kind : _symbols_named;
+  statement.bind(1, name);
+  if (kind) statement.bind(2, *kind);
+  while (statement.executeStep()) {
+    if (!take(ranked_row(statement))) break;
   }
-  _symbols_named.reset();
+  statement.reset();
 }
 
-Reader::Mark Reader::mark(std::int64_t symbol) {
-  _mark.bind(1, symbol);
-  if (!_mark.executeStep()) complain_of_damage("a symbol is missing");
-  const Mark found{static_cast<std::uint8_t>(_mark.getColumn(0).getInt()),
-                   _mark.getColumn(1).getInt() != 0};
-  _mark.reset();
+Reader::Ranked Reader::ranked(std::int64_t symbol) {
+  _ranked.bind(1, symbol);
+  if (!_ranked.executeStep()) complain_of_damage("a symbol is missing");
+  const Ranked found = ranked_row(_ranked);
+  _ranked.reset();
   return found;
 }
 
@@ -115,15 +134,13 @@ std::string Reader::holder(std::int64_t symbol) {
          scope_text(scope < 0 ? -scope : scope);
 }
 
-std::vector<std::int64_t> Reader::symbols_named(std::int64_t name, std::int64_t file) {
+std::vector<Reader::Ranked> Reader::symbols_named(std::int64_t name, std::int64_t file) {
   _symbols_named_in.bind(1, file);
   _symbols_named_in.bind(2, name);
-  std::vector<std::int64_t> ids;
-  while (_symbols_named_in.executeStep()) {
-    ids.push_back(_symbols_named_in.getColumn(0).getInt64());
-  }
+  std::vector<Ranked> found;
+  while (_symbols_named_in.executeStep()) found.push_back(ranked_row(_symbols_named_in));
   _symbols_named_in.reset();
-  return ids;
+  return found;
 }
 
 std::vector<std::int64_t> Reader::symbols_of(std::int64_t file) {

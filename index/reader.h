@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "index/answers.h"
+#include "index/module_path.h"
 #include "index/schema.h"
 
 namespace repository {
@@ -34,8 +35,9 @@ class Reader {
     std::int64_t file;
     std::string lines;  // packed
   };
-  // What of a symbol ranks it.
-  struct Mark {
+  // A symbol and what ranks it.
+  struct Ranked {
+    std::int64_t id;
     std::uint8_t kind;
     bool is_export;
   };
@@ -49,18 +51,22 @@ class Reader {
   std::string name_text(std::int64_t id);
   // Known until the question ends (forget()).
   const File& file(std::int64_t id);
+  // Of its path, for comparing it with modules. Known as long.
+  const Components& components(std::int64_t file);
   std::optional<std::int64_t> file_id(const std::string& path);
   void forget() {
     _files.clear();
+    _components.clear();
     _scopes.clear();
   }
 
-  // Gives symbols of that name until `take` says no. Reads an index alone.
-  void for_each_symbol(std::int64_t name, const std::function<bool(std::int64_t)>& take);
-  Mark mark(std::int64_t symbol);
+  // Gives symbols of that name, and of that kind, until `take` says no. Reads an index alone.
+  void for_each_symbol(std::int64_t name, std::optional<std::uint8_t> kind,
+                       const std::function<bool(const Ranked&)>& take);
+  Ranked ranked(std::int64_t symbol);
   // What stands in front of the symbol's name in its FQN.
   std::string holder(std::int64_t symbol);
-  std::vector<std::int64_t> symbols_named(std::int64_t name, std::int64_t file);
+  std::vector<Ranked> symbols_named(std::int64_t name, std::int64_t file);
   Definition definition(std::int64_t symbol);
   std::vector<std::int64_t> symbols_of(std::int64_t file);
 
@@ -84,8 +90,9 @@ class Reader {
   SQLite::Statement _file;
   SQLite::Statement _file_id;
   SQLite::Statement _symbols_named;
+  SQLite::Statement _symbols_named_of_kind;
   SQLite::Statement _symbols_named_in;
-  SQLite::Statement _mark;
+  SQLite::Statement _ranked;
   SQLite::Statement _symbol_scope;
   SQLite::Statement _symbol;
   SQLite::Statement _symbols_of;
@@ -95,6 +102,7 @@ class Reader {
   SQLite::Statement _lines;
   SQLite::Statement _uses;
   std::unordered_map<std::int64_t, File> _files;
+  std::unordered_map<std::int64_t, Components> _components;
   std::unordered_map<std::int64_t, std::string> _scopes;
 };
 

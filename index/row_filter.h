@@ -9,11 +9,15 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "index/questions.h"
 #include "index/reader.h"
 
 namespace repository {
+
+// Rows of one name that are looked at before it counts as one that everybody uses.
+inline constexpr std::size_t MANY_ROWS = 512;
 
 // Whether a glob names the path or a folder above it: with a slash from the root, else at any
 // depth.
@@ -26,6 +30,11 @@ class RowFilter {
 
   bool takes_file(std::int64_t file);
   bool takes_kind(std::uint8_t kind) const { return !_kind || *_kind == kind; }
+  std::optional<std::uint8_t> kind() const { return _kind; }
+
+  // The files that are wanted, when these are few: what everybody uses is then asked for file by
+  // file. Reads the paths that may match, once, and so is for whoever has looked at many in vain.
+  const std::optional<std::vector<std::int64_t>>& few_files();
 
   // Whether a question that has looked at so many, of which so many are wanted, may end: what was
   // looked at is enough to choose the best from, and there is something to show.
@@ -41,6 +50,8 @@ class RowFilter {
   const Filter& _filter;
   std::optional<std::uint8_t> _kind;
   std::unordered_map<std::int64_t, bool> _files;
+  bool _is_few_known = false;
+  std::optional<std::vector<std::int64_t>> _few;
 };
 
 }  // namespace repository

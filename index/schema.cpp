@@ -23,7 +23,7 @@ CREATE INDEX scope_name ON scope(name);
 CREATE TABLE symbol(id INTEGER PRIMARY KEY, name INTEGER NOT NULL, scope INTEGER NOT NULL,
   kind INTEGER NOT NULL, first INTEGER NOT NULL, lines INTEGER NOT NULL, export INTEGER NOT NULL,
   signature TEXT, doc TEXT);
-CREATE INDEX symbol_name ON symbol(name);
+CREATE INDEX symbol_name ON symbol(name, id, kind, export);
 CREATE INDEX symbol_scope ON symbol(scope) WHERE scope <> 0;
 CREATE TABLE reference(name INTEGER NOT NULL, kind INTEGER NOT NULL, file INTEGER NOT NULL,
   lines BLOB NOT NULL, PRIMARY KEY(name, kind, file)) WITHOUT ROWID;

@@ -20,7 +20,8 @@
 //              and `name` holds no dotted texts.
 //   symbol     `id`: file << 24 | number in the file, in document order. `scope`: 0 for none;
 //              negative where the FQN does not end with the name: -scope is then all of the FQN
-//              behind the prefix. `lines`: the last line is first + lines.
+//              behind the prefix. `lines`: the last line is first + lines. The index by name holds
+//              what ranks the symbols of a name that thousands have, and tells one kind of them.
 //   reference  `lines`: rising, as varints of the differences.
 //   name_trigram, name_words, symbol_words
 //              for searching: parts of names; words of names such as parseHTTPHeader_2; words of
@@ -42,7 +43,7 @@
 
 namespace repository {
 
-inline constexpr std::int32_t SCHEMA_VERSION = 2;
+inline constexpr std::int32_t SCHEMA_VERSION = 3;
 
 // By which a file is known as an index of ours ("TSix").
 inline constexpr std::uint32_t APPLICATION_ID = 0x54536978;

@@ -26,15 +26,22 @@ class SymbolQuestions {
   std::optional<Answer<Definition>> outline(const std::string& path);
 
  private:
-  struct Ranked {
+  struct Row {
     unsigned quality;
     bool is_test;
     bool is_export;
     std::int64_t id;
   };
+  struct Rows {
+    std::vector<Row> rows;
+    std::size_t looked_at = 0;
+    bool is_cut = false;
+  };
 
-  void add(std::int64_t symbol, unsigned quality, RowFilter& filter, std::vector<Ranked>& found);
-  Answer<Definition> best(std::vector<Ranked> found, std::size_t limit, bool is_cut);
+  void add(const Reader::Ranked& symbol, unsigned quality, RowFilter& filter, Rows& found);
+  void add_named(std::int64_t name, unsigned quality, RowFilter& filter, Rows& found);
+  void add_in_files(std::int64_t name, unsigned quality, RowFilter& filter, Rows& found);
+  Answer<Definition> best(Rows found, std::size_t limit);
 
   Reader& _reader;
   NameSearch _names;

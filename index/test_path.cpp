@@ -22,10 +22,21 @@ bool is_word(std::string_view word) {
   return std::find(WORDS.begin(), WORDS.end(), lower) != WORDS.end();
 }
 
+// Whether it may have one of the words, in any case: most paths have none.
+bool may_have_word(std::string_view path) {
+  constexpr std::array<std::string_view, 4> BEGINNINGS = {"test", "spec", "fixture", "mock"};
+  const auto is_same = [](char one, char other) { return (one | 0x20) == other; };
+  return std::any_of(BEGINNINGS.begin(), BEGINNINGS.end(), [&](std::string_view beginning) {
+    return std::search(path.begin(), path.end(), beginning.begin(), beginning.end(), is_same) !=
+           path.end();
+  });
+}
+
 }  // namespace
 
 // A component's words are those of a name: "latest" is none, "__tests__" and "UserTest" are.
 bool is_test_path(std::string_view path) {
+  if (!may_have_word(path)) return false;
   const std::string words = words_of(path);
   std::string_view rest = words;
   while (!rest.empty()) {

@@ -220,6 +220,7 @@ UpdateCounts Update::operator()(const Place& place) {
   Tasks tasks(place.root, changes, journal);
   run(store, changes, tasks);
   store.finish();
+  keep_small_log(database);
   _counts.failed = _faults + store.for_each_error(_listener.error);
   journal.remove();
   return _counts;

@@ -25,7 +25,10 @@ constexpr std::array<std::size_t, 4> ALL_KINDS = {0, 1, 2, 3};
 
 // Definitions that a name's uses are compared with, at most.
 constexpr std::size_t MOST_DEFINITIONS = 1000;
-constexpr std::size_t MOST_DEFINITIONS_OF_CALLEE = 200;
+constexpr std::size_t MOST_DEFINITIONS_OF_CALLEE = 50;
+
+// Names whose definitions are kept while one question is answered.
+constexpr std::size_t MOST_KNOWN = 500;
 
 // A qualified name may end with a name that has full stops itself; nobody asks for more of them.
 constexpr std::size_t MOST_COMPONENTS = 16;
@@ -46,9 +49,10 @@ UseQuestions::UseQuestions(Reader& reader)
 
 // ---- Uses of a name ----
 
+// A name that everybody uses is asked for in each file that is wanted, when these are few.
 bool UseQuestions::add(Groups& groups, std::int64_t name, std::size_t kind, RowFilter& filter,
                        const std::function<bool(std::int64_t file)>& is_meant) {
-  _reader.for_each_reference(name, kind, [&](const Reader::Reference& reference) {
+  const auto add_row = [&](const Reader::Reference& reference) {
     groups.is_cut = filter.is_enough(++groups.looked_at, groups.lines);
     if (groups.is_cut) return false;
     if (filter.takes_file(reference.file) && is_meant(reference.file)) {
@@ -56,7 +60,22 @@ bool UseQuestions::add(Groups& groups, std::int64_t name, std::size_t kind, RowF
       groups.rows.push_back({reference.file, name, kind, reference.lines});
     }
     return true;
+  };
+  const std::size_t rows_before = groups.rows.size();
+  const std::size_t lines_before = groups.lines;
+  std::size_t count = 0;
+  bool is_file_by_file = false;
+  _reader.for_each_reference(name, kind, [&](const Reader::Reference& reference) {
+    is_file_by_file = ++count == MANY_ROWS && filter.few_files();
+    return !is_file_by_file && add_row(reference);
   });
+  if (!is_file_by_file) return !groups.is_cut;
+  groups.rows.resize(rows_before);
+  groups.lines = lines_before;
+  for (const std::int64_t file : *filter.few_files()) {
+    const auto lines = _reader.lines_of(name, kind, file);
+    if (lines && !add_row({file, *lines})) break;
+  }
   return !groups.is_cut;
 }
 
@@ -160,7 +179,8 @@ std::vector<std::int64_t> UseQuestions::symbols_meant(const std::string& fqn, Ro
     const auto name = _reader.name_id(fqn.substr(start));
     if (!name) continue;
     const std::string before = fqn.substr(0, start - std::min<std::size_t>(start, 1));
-    _reader.for_each_symbol(*name, [&](std::int64_t symbol) {
+    _reader.for_each_symbol(*name, std::nullopt, [&](const Reader::Ranked& row) {
+      const std::int64_t symbol = row.id;
       if (!filter.takes_file(file_of(symbol))) return true;
       if (before.empty()) {
         alike.push_back(symbol);
@@ -177,7 +197,8 @@ std::vector<std::int64_t> UseQuestions::symbols_meant(const std::string& fqn, Ro
   return std::move(found);
 }
 
-void UseQuestions::add_callees(std::int64_t symbol, std::size_t limit, Answer<Use>& answer) {
+void UseQuestions::add_callees(std::int64_t symbol, std::size_t limit, Known& known,
+                               Answer<Use>& answer) {
   const Definition caller = _reader.definition(symbol);
   const std::int64_t file = file_of(symbol);
   const std::size_t first_row = answer.rows.size();
@@ -200,7 +221,9 @@ void UseQuestions::add_callees(std::int64_t symbol, std::size_t limit, Answer<Us
     }
     const auto [found, is_new] = meanings.try_emplace(name);
     if (is_new) {
-      found->second = Definitions(_reader, name, MOST_DEFINITIONS_OF_CALLEE).in(file, imports);
+      if (known.size() > MOST_KNOWN) known.clear();
+      found->second = known.try_emplace(name, _reader, name, MOST_DEFINITIONS_OF_CALLEE)
+                          .first->second.in(file, imports);
     }
     answer.rows.push_back({.path = caller.path,
                            .line = static_cast<std::uint32_t>(line),
@@ -223,8 +246,9 @@ std::optional<Answer<Use>> UseQuestions::callees(const std::string& fqn, const F
   if (symbols.empty()) return std::nullopt;
   Answer<Use> answer;
   answer.is_cut = symbols.size() > filter.limit();
+  Known known;
   for (const std::int64_t symbol : symbols) {
-    add_callees(symbol, filter.limit(), answer);
+    add_callees(symbol, filter.limit(), known, answer);
     if (answer.rows.size() < filter.limit()) continue;
     answer.is_cut = answer.is_cut || symbol != symbols.back();
     break;

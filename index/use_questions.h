@@ -15,6 +15,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "index/meanings.h"
@@ -57,7 +58,9 @@ class UseQuestions {
   Answer<Use> shown(Groups groups, std::size_t limit);
   std::vector<Use> in_file(std::span<const Group> groups);
   std::vector<std::int64_t> symbols_meant(const std::string& fqn, RowFilter& filter);
-  void add_callees(std::int64_t symbol, std::size_t limit, Answer<Use>& answer);
+  // By name.
+  using Known = std::unordered_map<std::int64_t, Definitions>;
+  void add_callees(std::int64_t symbol, std::size_t limit, Known& known, Answer<Use>& answer);
   std::function<bool(std::int64_t)> importing(const std::string& module, const std::string& written,
                                               const Components& wanted, bool is_file);
 

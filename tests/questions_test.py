@@ -372,7 +372,7 @@ class Plans(QuestionsTest):
         for path in folder.glob("*.cpp"):
             if path.stem in ("reader", "name_search", "symbol_questions", "use_questions"):
                 text = re.sub(r'"\s*"', "", path.read_text())
-                text = text.replace('") + IN_FILE', 'id >= ?1 << 24 AND id < (?1 + 1) << 24"')
+                text = re.sub(r'"\)\s*\+\s*IN_FILE', 'id >= ?1 << 24 AND id < (?1 + 1) << 24"', text)
                 asked += re.findall(r'"(SELECT [^"]*)"', text)
         self.assertGreater(len(asked), 18, asked)
         with sqlite3.connect(self.folder / ".treesitter-engine/index.sqlite") as connection:

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <span>
 
 #include "engines/languages/detection_table.h"
 #include "engines/languages/languages.h"
@@ -42,15 +43,37 @@ constexpr std::size_t LONGEST_SUFFIX = [] {
   return longest;
 }();
 
-// The language in whose list (`file_names` or `suffixes`) the text stands.
-std::optional<DetectedLanguage> _find(std::span<const std::string_view> Detection::*list,
-                                      std::string_view text) {
-  for (const Detection& row : DETECTION) {
-    const auto at = std::lower_bound((row.*list).begin(), (row.*list).end(), text);
-    if (at != (row.*list).end() && *at == text)
-      return DetectedLanguage{row.language, *at, list == &Detection::file_names};
-  }
-  return std::nullopt;
+// All lists of one sort as one, so that a look-up is one bisection and not one for each language.
+struct Known {
+  std::string_view text;
+  std::string_view language;
+};
+
+template <std::span<const std::string_view> Detection::*LIST>
+constexpr auto ALL_OF = [] {
+  constexpr std::size_t SIZE = [] {
+    std::size_t size = 0;
+    for (const Detection& row : DETECTION) size += (row.*LIST).size();
+    return size;
+  }();
+  std::array<Known, SIZE> all;
+  std::size_t size = 0;
+  for (const Detection& row : DETECTION)
+    for (const std::string_view text : row.*LIST) all[size++] = {text, row.language};
+  std::sort(all.begin(), all.end(),
+            [](const Known& one, const Known& other) { return one.text < other.text; });
+  return all;
+}();
+
+// The language in whose list the text stands.
+template <std::span<const std::string_view> Detection::*LIST>
+std::optional<DetectedLanguage> _find(std::string_view text) {
+  const auto& all = ALL_OF<LIST>;
+  const auto* const at = std::lower_bound(
+      all.begin(), all.end(), text,
+      [](const Known& known, std::string_view wanted) { return known.text < wanted; });
+  if (at == all.end() || at->text != text) return std::nullopt;
+  return DetectedLanguage{at->language, at->text, LIST == &Detection::file_names};
 }
 
 std::optional<DetectedLanguage> _by_suffix(std::string_view name) {
@@ -59,7 +82,7 @@ std::optional<DetectedLanguage> _by_suffix(std::string_view name) {
   std::transform(name.begin(), name.end(), lowered.begin(), _lower);
   const std::string_view end(lowered.data(), name.size());
   for (std::size_t dot = end.find('.'); dot != end.npos; dot = end.find('.', dot + 1))
-    if (const auto found = _find(&Detection::suffixes, end.substr(dot))) return found;
+    if (const auto found = _find<&Detection::suffixes>(end.substr(dot))) return found;
   return std::nullopt;
 }
 
@@ -68,7 +91,7 @@ std::optional<DetectedLanguage> _by_suffix(std::string_view name) {
 std::optional<DetectedLanguage> explain_detection(const std::filesystem::path& path) {
   std::string_view name = path.native();
   name.remove_prefix(name.rfind('/') + 1);  // npos + 1 is 0: a path without a separator
-  const auto found = _find(&Detection::file_names, name);
+  const auto found = _find<&Detection::file_names>(name);
   return found ? found : _by_suffix(name);
 }
 
