@@ -9,6 +9,8 @@
 // Tested by tests/index_command_test.py.
 #pragma once
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -31,10 +33,19 @@ struct Change {
   bool is_long = false;  // the system takes no such path: the walk has to open the file
 };
 
+// What of a repository is looked at, and who is told of its folders (see FolderWalk). `root`:
+// absolute.
+struct Look {
+  std::string root;
+  walk::WalkOptions options{};
+  walk::Selection selection{};
+  walk::FolderWalk::Entering entering{};
+};
+
 class Changes {
  public:
   // `since`: what is written from now on has at least this time.
-  Changes(const std::string& root, FileRows rows, std::int64_t since);
+  Changes(Look look, SQLite::Database connection, std::int64_t since);
 
   // None at the end. For one thread at a time. Throws IndexError when the root cannot be read.
   std::optional<Change> next();
@@ -56,8 +67,8 @@ class Changes {
   void count_unchanged(const FileRow& row) { _unchanged += row.is_binary ? 0 : 1; }
 
   const std::string _prefix;  // of the walk's paths: the root, "/"
-  walk::FolderWalk _walk;
   FileRows _rows;
+  walk::FolderWalk _walk;
   const std::int64_t _since;
   std::optional<walk::Found> _found;  // its path from the root
   bool _has_ended = false;

@@ -11,4 +11,10 @@ class IndexError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Another process is writing the index.
+class LockedError : public IndexError {
+ public:
+  using IndexError::IndexError;
+};
+
 }  // namespace repository

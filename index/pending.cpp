@@ -13,6 +13,7 @@
 
 #include "index/changes.h"
 #include "index/file_digest.h"
+#include "index/file_rules.h"
 
 namespace repository {
 namespace {
@@ -56,7 +57,9 @@ void for_each_pending(const std::string& root, SQLite::Database connection,
                       const std::function<void(const PendingChange&)>& take) {
   const std::string prefix = root.ends_with('/') ? root : root + '/';
   // Nothing is written, so that no time is too young to be trusted.
-  Changes changes(root, FileRows(std::move(connection)), std::numeric_limits<std::int64_t>::max());
+  const FileRules rules = read_file_rules(connection);
+  Changes changes({.root = root, .options = rules.walk}, std::move(connection),
+                  std::numeric_limits<std::int64_t>::max());
   while (const auto change = changes.next()) {
     if (const auto found = pending(prefix, *change)) take(*found);
   }
