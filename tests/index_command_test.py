@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """The index of a repository: whatever happens to the files or to the run, it ends up as a fresh one.
 
-    index_command_test.py BUILD/treesitter-engine [--rounds N] [--kills N] [options of unittest]
+    index_command_test.py BUILD/treesitter-engine [--rounds N] [--kills N] [--readers N]
+        [--seed N] [options of unittest]
 """
+import concurrent.futures
 import os
-import random
-import re
 import resource
 import shutil
 import signal
@@ -28,135 +28,32 @@ def taken(option, default):
 
 ROUNDS = taken("--rounds", 25)
 KILLS = taken("--kills", 24)
+READERS = taken("--readers", 8)
+SEED = taken("--seed", 0)
 
-from support.tool_case import TIMEOUT, TOOL, ToolTest  # noqa: E402  takes the first argument
+from support.tool_case import TIMEOUT, TOOL  # noqa: E402  takes the first argument
+from support.index_case import FOLDER, IndexTest, dump, source  # noqa: E402
 
-FOLDER = ".treesitter-engine"
-REFERENCE_KINDS = ["call", "import", "import_module", "type"]
-SYMBOL_KINDS = "class function method interface type enum variable module constant".split()
-
-
-def varints(blob):
-    number = shift = last = 0
-    for byte in blob:
-        number |= (byte & 127) << shift
-        shift += 7
-        if byte < 128:
-            last += number
-            yield last
-            number = shift = 0
-
-
-def prefix_of(path):
-    """As FQNs begin, for the plain names that this test gives to files."""
-    return os.path.splitext(path)[0].replace("/", ".")
-
-
-def dump(database):
-    """All that the index says, without ids: file by file, and what is found by searching."""
-    with sqlite3.connect(f"file:{database}?mode=ro", uri=True) as connection:
-        ask = connection.execute
-        assert ask("PRAGMA integrity_check").fetchall() == [("ok",)]
-        names = dict(ask("SELECT id, text FROM name"))
-        scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
-        paths = {id: os.fsdecode(path) for id, path in ask("SELECT id, path FROM file")}
-        used = set()
-
-        def scope_text(scope):
-            parts = []
-            while scope:
-                scope, name = scopes[scope]
-                used.add(name)
-                parts.append(names[name])
-            return ".".join(reversed(parts))
-
-        rows = [("file", os.fsdecode(path), *rest) for path, *rest in
-                ask("SELECT path, size, language, hash FROM file")]
-        rows += [("error", paths[file], number, text) for file, number, text in
-                 ask("SELECT * FROM error")]
-        used_scopes = set()
-        for id, name, scope, kind, *rest in ask("SELECT * FROM symbol"):
-            used.add(name)
-            used_scopes.add(abs(scope))
-            parts = [prefix_of(paths[id >> 24])]
-            parts += [scope_text(abs(scope))] if scope else []
-            parts += [names[name]] if scope >= 0 else []
-            rows.append(("symbol", paths[id >> 24], id & 0xFFFFFF, names[name], ".".join(parts),
-                         SYMBOL_KINDS[kind], *rest))
-        uses = {}
-        for name, kind, file, lines in ask("SELECT * FROM reference"):
-            used.add(name)
-            uses.setdefault(file, []).append(name << 2 | kind)
-            rows.append(("reference", paths[file], names[name], REFERENCE_KINDS[kind],
-                         *varints(lines)))
-        assert {file: sorted(of) for file, of in uses.items()} == {
-            file: list(varints(blob)) for file, blob in ask("SELECT * FROM file_use")}
-        assert used == set(names), "names that nobody uses, or that are missing"
-        for id in list(used_scopes):
-            while id:
-                used_scopes.add(id)
-                id = scopes[id][0]
-        assert used_scopes - {0} == set(scopes), "scopes that nobody uses"
-        for table, words in ("name_trigram", ["wor", "lue", "one"]), (
-                "name_words", ["word", "one", "2"]), ("symbol_words", ["def", "says", "value"]):
-            for word in words:
-                found = ask(f"SELECT rowid FROM {table} WHERE {table} MATCH ?", (f'"{word}"',))
-                rows += sorted((table, word, names[id] if table != "symbol_words" else
-                                (paths[id >> 24], id & 0xFFFFFF)) for (id,) in found)
-        return sorted(map(repr, rows))
-
-
-def source(random_):
-    """A module of Python with names that other modules have too."""
-    lines = [f"import word{random_.randrange(9)}"]
-    for _ in range(random_.randrange(6)):
-        name = random_.choice(["value", "oneWord", "two_words", "Word2", "größe"])
-        lines += [f"class C{random_.randrange(5)}:",
-                  f"    def {name}{random_.randrange(30)}(self):",
-                  f'        """Says {name} {random_.randrange(5)}."""',
-                  f"        return call{random_.randrange(40)}(self.{name}())"]
-    return "\n".join(lines + [""]).encode()
-
-
-class IndexTest(ToolTest):
-    def setUp(self):
-        super().setUp()
-        self.database = self.folder / FOLDER / "index.sqlite"
-        self.random = random.Random(self.id())
-
-    def index(self, *arguments, status=0, **options):
-        done = self.run_tool("index", "--verbose", *arguments, **options)
-        self.assertEqual(done.returncode, status, done.stderr)
-        self.assertEqual(done.stdout, b"")
-        return done.stderr.decode("utf-8", "replace")
-
-    def counts(self, *arguments, **options):
-        """(changed, unchanged, removed) of a run."""
-        text = self.index(*arguments, **options)
-        return tuple(map(int, re.search(r"(\d+) changed, (\d+) unchanged, (\d+) removed",
-                                        text).groups()))
-
-    def assert_fresh(self, status=0):
-        fresh = self.folder / "fresh.sqlite"
-        self.index("--database", fresh, status=status)
-        self.assertEqual(dump(self.database), dump(fresh))
-        for end in "", "-lock":
-            os.remove(f"{fresh}{end}")
-
-    def write_some(self, count):
-        for number in range(count):
-            self.write(f"d{number % 7}/f{number}.py", source(self.random))
-
-    def child(self, *arguments, **options):
-        return subprocess.Popen([TOOL, "index", *arguments], cwd=self.folder,
-                                stderr=subprocess.PIPE, **options)
+IndexTest.seed = SEED
 
 
 class Changes(IndexTest):
+    def git(self, *arguments):
+        return subprocess.run(["git", "-c", "user.name=a", "-c", "user.email=a@b", *arguments],
+                              cwd=self.folder, check=False, capture_output=True).returncode
+
+    def switch(self):
+        """Keeps what there is on the branch at hand, and goes to another one."""
+        branch = f"branch{self.random.randrange(4)}"
+        self.git("add", "--all")
+        self.git("commit", "--quiet", "--message", "x")
+        if self.git("checkout", "--quiet", branch) != 0:
+            self.assertEqual(self.git("checkout", "--quiet", "-b", branch), 0)
+
     def change(self):
         paths = sorted(self.folder.glob("d*/*.py"))
         path = self.random.choice(paths)
-        match self.random.randrange(8):
+        match self.random.randrange(9):
             case 0:
                 path.unlink()
             case 1:
@@ -169,6 +66,8 @@ class Changes(IndexTest):
                 os.utime(path)
             case 5:
                 path.write_bytes(b"\0" * 9)
+            case 6:
+                self.switch()
             case _:
                 self.write(f"d{self.random.randrange(7)}/n{self.random.randrange(40)}.py",
                            source(self.random))
@@ -177,6 +76,7 @@ class Changes(IndexTest):
 
     def test_any_changes_end_in_what_a_fresh_index_is(self):
         self.write_some(40)
+        self.assertEqual(self.git("init", "--quiet"), 0)
         for _ in range(ROUNDS):
             for _ in range(self.random.randrange(1, 6)):
                 if len(list(self.folder.glob("d*/*.py"))) < 20:
@@ -389,6 +289,43 @@ class Refused(IndexTest):
             shutil.rmtree(self.folder / "d1")
             self.index()
             self.assertEqual(connection.execute("SELECT count(*) FROM symbol").fetchone(), before)
+        self.assert_fresh()
+
+    def test_readers_see_whole_files(self):
+        """Each file calls what it declares, all of one version; so does each answer."""
+        def write(version):
+            for number in range(files):
+                self.write(f"m{number}.py", b"".join(
+                    b"def v%d_%d():\n    hub()\n" % (version, i) for i in range(5 + version)))
+
+        def ask():
+            while run.poll() is None:
+                for question in ["outline", "m77.py"], ["callers", "hub", "--limit", "0"]:
+                    done = self.run_tool(*question, "--format", "json")
+                    self.assertEqual(done.returncode, 0, done.stderr)
+                    found = {}
+                    for row in self.records(done.stdout):
+                        symbol = row.get("within", row)
+                        found.setdefault(row["path"], []).append(symbol["name"])
+                    for path, names in found.items():
+                        version = names[0][1:].partition("_")[0]
+                        self.assertEqual(names, [f"v{version}_{i}" for i in
+                                                 range(5 + int(version))], path)
+                    answers.append(len(found))
+
+        files = 100 + 15 * READERS
+        answers = []
+        write(0)
+        self.index()
+        for version in 1, 2:
+            write(version)
+            run = self.child()
+            with concurrent.futures.ThreadPoolExecutor(READERS) as pool:
+                for future in [pool.submit(ask) for _ in range(READERS)]:
+                    future.result()
+            run.communicate(timeout=TIMEOUT)
+            self.assertEqual(run.returncode, 0)
+        self.assertEqual(set(answers), {1, files})
         self.assert_fresh()
 
     def test_a_run_that_is_interrupted_ends_by_the_signal(self):

@@ -1,0 +1,134 @@
+"""What the tests of the index share: a repository with an index, and all that an index says.
+
+Whatever happens to the files, to the run or to the disk, an index ends up as a fresh one: row by row,
+by `dump`.
+"""
+import os
+import random
+import re
+import sqlite3
+import subprocess
+
+from support.tool_case import TOOL, ToolTest
+
+FOLDER = ".treesitter-engine"
+REFERENCE_KINDS = ["call", "import", "import_module", "type"]
+SYMBOL_KINDS = "class function method interface type enum variable module constant".split()
+
+
+def varints(blob):
+    number = shift = last = 0
+    for byte in blob:
+        number |= (byte & 127) << shift
+        shift += 7
+        if byte < 128:
+            last += number
+            yield last
+            number = shift = 0
+
+
+def prefix_of(path):
+    """As FQNs begin, for the plain names that this test gives to files."""
+    return os.path.splitext(path)[0].replace("/", ".")
+
+
+def dump(database):
+    """All that the index says, without ids: file by file, and what is found by searching."""
+    with sqlite3.connect(f"file:{database}?mode=ro", uri=True) as connection:
+        ask = connection.execute
+        assert ask("PRAGMA integrity_check").fetchall() == [("ok",)]
+        names = dict(ask("SELECT id, text FROM name"))
+        scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
+        paths = {id: os.fsdecode(path) for id, path in ask("SELECT id, path FROM file")}
+        used = set()
+
+        def scope_text(scope):
+            parts = []
+            while scope:
+                scope, name = scopes[scope]
+                used.add(name)
+                parts.append(names[name])
+            return ".".join(reversed(parts))
+
+        rows = [("file", os.fsdecode(path), *rest) for path, *rest in
+                ask("SELECT path, size, language, hash FROM file")]
+        rows += [("error", paths[file], number, text) for file, number, text in
+                 ask("SELECT * FROM error")]
+        used_scopes = set()
+        for id, name, scope, kind, *rest in ask("SELECT * FROM symbol"):
+            used.add(name)
+            used_scopes.add(abs(scope))
+            parts = [prefix_of(paths[id >> 24])]
+            parts += [scope_text(abs(scope))] if scope else []
+            parts += [names[name]] if scope >= 0 else []
+            rows.append(("symbol", paths[id >> 24], id & 0xFFFFFF, names[name], ".".join(parts),
+                         SYMBOL_KINDS[kind], *rest))
+        uses = {}
+        for name, kind, file, lines in ask("SELECT * FROM reference"):
+            used.add(name)
+            uses.setdefault(file, []).append(name << 2 | kind)
+            rows.append(("reference", paths[file], names[name], REFERENCE_KINDS[kind],
+                         *varints(lines)))
+        assert {file: sorted(of) for file, of in uses.items()} == {
+            file: list(varints(blob)) for file, blob in ask("SELECT * FROM file_use")}
+        assert used == set(names), "names that nobody uses, or that are missing"
+        for id in list(used_scopes):
+            while id:
+                used_scopes.add(id)
+                id = scopes[id][0]
+        assert used_scopes - {0} == set(scopes), "scopes that nobody uses"
+        for table in "name_trigram", "name_words", "symbol_words":
+            ask(f"CREATE VIRTUAL TABLE temp.{table}_terms "
+                f"USING fts5vocab(main, {table}, instance)")
+            found = ask(f"SELECT term, doc FROM temp.{table}_terms")
+            rows += [(table, term, names[id] if table != "symbol_words" else
+                      (paths[id >> 24], id & 0xFFFFFF)) for term, id in found]
+        return sorted(map(repr, rows))
+
+
+def source(random_):
+    """A module of Python with names that other modules have too."""
+    lines = [f"import word{random_.randrange(9)}"]
+    for _ in range(random_.randrange(6)):
+        name = random_.choice(["value", "oneWord", "two_words", "Word2", "größe"])
+        lines += [f"class C{random_.randrange(5)}:",
+                  f"    def {name}{random_.randrange(30)}(self):",
+                  f'        """Says {name} {random_.randrange(5)}."""',
+                  f"        return call{random_.randrange(40)}(self.{name}())"]
+    return "\n".join(lines + [""]).encode()
+
+
+class IndexTest(ToolTest):
+    seed = 0
+
+    def setUp(self):
+        super().setUp()
+        self.database = self.folder / FOLDER / "index.sqlite"
+        self.random = random.Random(f"{self.id()} {self.seed}")
+
+    def index(self, *arguments, status=0, **options):
+        done = self.run_tool("index", "--verbose", *arguments, **options)
+        self.assertEqual(done.returncode, status, done.stderr)
+        self.assertEqual(done.stdout, b"")
+        return done.stderr.decode("utf-8", "replace")
+
+    def counts(self, *arguments, **options):
+        """(changed, unchanged, removed) of a run."""
+        text = self.index(*arguments, **options)
+        return tuple(map(int, re.search(r"(\d+) changed, (\d+) unchanged, (\d+) removed",
+                                        text).groups()))
+
+    def assert_fresh(self, status=0):
+        fresh = self.folder / "fresh.sqlite"
+        self.index("--database", fresh, status=status)
+        self.assertEqual(dump(self.database), dump(fresh))
+        for end in "", "-lock":
+            os.remove(f"{fresh}{end}")
+
+    def write_some(self, count):
+        for number in range(count):
+            self.write(f"d{number % 7}/f{number}.py", source(self.random))
+
+    def child(self, *arguments, **options):
+        return subprocess.Popen([TOOL, "index", *arguments], cwd=self.folder,
+                                stderr=subprocess.PIPE, **options)
