@@ -55,6 +55,7 @@ class Changes {
 
   // Files that are as they were, so far. For any thread.
   std::size_t unchanged() const { return _unchanged; }
+  std::size_t unchanged_binary() const { return _unchanged_binary; }
 
   const walk::LeftOut& left_out() const { return _walk.left_out(); }
 
@@ -64,7 +65,9 @@ class Changes {
   Change fault();
   bool is_blind(const std::string& path) const;
   bool advance();
-  void count_unchanged(const FileRow& row) { _unchanged += row.is_binary ? 0 : 1; }
+  void count_unchanged(const FileRow& row) {
+    ++(row.is_binary ? _unchanged_binary : _unchanged);
+  }
 
   const std::string _prefix;  // of the walk's paths: the root, "/"
   FileRows _rows;
@@ -74,6 +77,7 @@ class Changes {
   bool _has_ended = false;
   std::unordered_set<std::string> _blind;  // folders of which not all is known
   std::atomic<std::size_t> _unchanged = 0;
+  std::atomic<std::size_t> _unchanged_binary = 0;
 };
 
 }  // namespace repository

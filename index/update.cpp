@@ -214,6 +214,7 @@ void Update::run(Store& store, Changes& changes, Tasks& tasks) {
     look();
   }
   _counts.unchanged += changes.unchanged();
+  _counts.binary += changes.unchanged_binary();
   _counts.left_out = changes.left_out();
 }
 

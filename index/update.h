@@ -36,7 +36,7 @@ struct UpdateCounts {
   std::size_t changed = 0;  // or new
   std::size_t unchanged = 0;
   std::size_t removed = 0;
-  std::size_t binary = 0;  // left out, of those that were looked at
+  std::size_t binary = 0;  // left out
   std::size_t failed = 0;  // at the end: files and folders with an error
   std::size_t large = 0;   // of the failed: larger than the rules allow
   walk::LeftOut left_out;  // at the end

@@ -81,8 +81,9 @@ int run_watch(const Arguments& arguments) {
           },
       .batch =
           [&](const UpdateCounts& counts, std::chrono::milliseconds took) {
-            if (counts.changed + counts.removed > 0) write_tags(arguments, messages);
+            if (counts.changed + counts.removed + counts.failed == 0) return;
             messages.tell(summary(counts) + ", " + std::to_string(took.count()) + " ms");
+            write_tags(arguments, messages);
           }};
   repository::watch(options_of(arguments), listener_of(messages), listener, stop.number());
   return EXIT_ALL_PARSED;
