@@ -65,9 +65,7 @@ class Changes {
   Change fault();
   bool is_blind(const std::string& path) const;
   bool advance();
-  void count_unchanged(const FileRow& row) {
-    ++(row.is_binary ? _unchanged_binary : _unchanged);
-  }
+  void count_unchanged(const FileRow& row) { ++(row.is_binary ? _unchanged_binary : _unchanged); }
 
   const std::string _prefix;  // of the walk's paths: the root, "/"
   FileRows _rows;

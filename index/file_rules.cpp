@@ -1,5 +1,5 @@
-// See file_rules.h. A row of `meta` for each rule that is not as by default; lists have a NUL behind
-// each of their texts.
+// See file_rules.h. A row of `meta` for each rule that is not as by default; lists have a NUL
+// behind each of their texts.
 #include "index/file_rules.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>

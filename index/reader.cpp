@@ -165,19 +165,19 @@ Definition Reader::definition(std::int64_t symbol) {
   const std::int64_t kind = number(2);
   const auto first = static_cast<std::uint32_t>(number(3));
   const File& of = file(file_of(symbol));
-  Definition found{
-      .id = symbol,
-      .path = of.path,
-      .language = of.language,
-      .kind = engines::models::kind_text(static_cast<engines::models::SymbolKind>(checked_kind(kind))),
-      .name = name_text(number(0)),
-      .fqn = engines::treesitter::TreeSitterEngine::fqn_prefix(of.path),
-      .first = first,
-      .last = first + static_cast<std::uint32_t>(number(4)),
-      .is_export = number(5) != 0,
-      .is_test = of.is_test,
-      .signature = text_or_none(_symbol.getColumn(6)),
-      .doc = text_or_none(_symbol.getColumn(7))};
+  Definition found{.id = symbol,
+                   .path = of.path,
+                   .language = of.language,
+                   .kind = engines::models::kind_text(
+                       static_cast<engines::models::SymbolKind>(checked_kind(kind))),
+                   .name = name_text(number(0)),
+                   .fqn = engines::treesitter::TreeSitterEngine::fqn_prefix(of.path),
+                   .first = first,
+                   .last = first + static_cast<std::uint32_t>(number(4)),
+                   .is_export = number(5) != 0,
+                   .is_test = of.is_test,
+                   .signature = text_or_none(_symbol.getColumn(6)),
+                   .doc = text_or_none(_symbol.getColumn(7))};
   _symbol.reset();
   found.fqn += scope_text(scope < 0 ? -scope : scope);
   if (scope >= 0) found.fqn.append(".").append(found.name);

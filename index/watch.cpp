@@ -122,8 +122,8 @@ void Watching::run_batch() {
     try {
       const UpdateCounts counts = run();
       if (_stopping.stop_requested()) return;
-      _listener.batch(
-          counts, std::chrono::duration_cast<milliseconds>(steady_clock::now() - start));
+      _listener.batch(counts,
+                      std::chrono::duration_cast<milliseconds>(steady_clock::now() - start));
       return;
     } catch (const LockedError&) {
       const Event event = wait(LOCKED);

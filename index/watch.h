@@ -3,11 +3,11 @@
 //   inotify (watcher.h) ─> paths, gathered for some milliseconds ─> a run over these (update.h)
 //
 // Each batch opens the index anew and holds its lock until it is committed. So others may write it
-// between two batches, also by other rules for files, and nothing that is kept here can be outdated.
-// While another process writes, batches wait for it.
+// between two batches, also by other rules for files, and nothing that is kept here can be
+// outdated. While another process writes, batches wait for it.
 //
-// Cost: while nothing changes none; a batch some milliseconds and what its files take. A folder that
-// is new, or whose ignore rules have changed, is walked.
+// Cost: while nothing changes none; a batch some milliseconds and what its files take. A folder
+// that is new, or whose ignore rules have changed, is walked.
 //
 // Not noticed: the user's own ignore file, settings of git outside of the repository, and what is
 // written to a file that stays open, until it is closed.

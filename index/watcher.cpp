@@ -96,8 +96,8 @@ void Watcher::enter(const std::string& path, int folder) {
     throw_system_error("watch", path);
   }
   struct stat status {};
-  const bool is_repository = !_rules.no_ignore &&
-                             ::fstatat(folder, walk::GIT_FOLDER, &status, AT_SYMLINK_NOFOLLOW) == 0;
+  const bool is_repository =
+      !_rules.no_ignore && ::fstatat(folder, walk::GIT_FOLDER, &status, AT_SYMLINK_NOFOLLOW) == 0;
   if (is_repository) watch_rules_of_repository(way, folder);
 }
 
@@ -194,8 +194,7 @@ void Watcher::take_event(const inotify_event& event, std::string_view name) {
   }
   if ((event.mask & IN_IGNORED) != 0) return forget(found);
   if (kind == Kind::folder) return take_event_in_folder(way, event, name);
-  const bool is_rules =
-      kind == Kind::git ? name == "config" || name == "info" : name == "exclude";
+  const bool is_rules = kind == Kind::git ? name == "config" || name == "info" : name == "exclude";
   if (is_rules) select(path_of(way));
 }
 

@@ -22,7 +22,16 @@ inline constexpr unsigned MAX_JOBS = 1024;
 // What stands for standard input among paths and as a list's name.
 inline constexpr const char* STANDARD_INPUT = "-";
 
-enum class Command : std::uint8_t { parse, check, index, watch, question, languages, help, version };
+enum class Command : std::uint8_t {
+  parse,
+  check,
+  index,
+  watch,
+  question,
+  languages,
+  help,
+  version
+};
 
 enum class Format : std::uint8_t { json, text, ctags };
 

@@ -159,8 +159,8 @@ void write_ctags(ByteSink& sink, const ParsedItem& parsed) {
   const auto* const result = std::get_if<ParseResult>(&parsed.outcome);
   if (result == nullptr || result->symbols.empty()) return;
   const std::string& path = parsed.item.path;
-  write_ctags(sink, path, engines::treesitter::TreeSitterEngine::fqn_prefix(path),
-              result->language, result->symbols);
+  write_ctags(sink, path, engines::treesitter::TreeSitterEngine::fqn_prefix(path), result->language,
+              result->symbols);
 }
 
 void write_ctags(ByteSink& sink, std::string_view path, std::string_view prefix,

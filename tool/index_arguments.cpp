@@ -77,8 +77,8 @@ void add(CLI::App& command, Arguments& parsed) {
       ->check(CLI::Range(1U, MAX_JOBS).description(""));
   add_files(command, parsed,
             "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none");
-  command.add_flag(DEFAULT_FILES)->description(
-      "Take files as by default, whatever an earlier run was told");
+  command.add_flag(DEFAULT_FILES)
+      ->description("Take files as by default, whatever an earlier run was told");
   command.add_option("--tags", parsed.tags, "Write a tags file for editors, too")
       ->type_name("FILE");
   command.add_flag("-v,--verbose", parsed.is_verbose, "Say at the end what was done and left out");

@@ -1,5 +1,5 @@
-// The commands `index` and `watch`: make the index of a repository, or bring it up to date; once, or
-// whenever files change.
+// The commands `index` and `watch`: make the index of a repository, or bring it up to date; once,
+// or whenever files change.
 //
 // Tested by tests/index_command_test.py and tests/watch_test.py.
 #pragma once

@@ -86,7 +86,7 @@ class FolderWalk {
   const Selection _selection;
   const Entering _entering;
   RuleStack _rules;
-  std::string _path;  // of the current folder, with "/" at the end
+  std::string _path;             // of the current folder, with "/" at the end
   std::size_t _prefix_size = 0;  // of the first folder's
   std::vector<Level> _levels;
   std::string _last_name;
