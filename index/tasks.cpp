@@ -59,7 +59,7 @@ std::optional<ParseItem> Tasks::next() {
   if (change->is_long) read_content(_changes.open_last(), item);
   const std::scoped_lock lock(_mutex);
   item.file_id = ++_last;
-  _under_way.emplace(_last, std::make_shared<Task>(*std::move(change)));
+  _under_way.emplace(_last, std::make_shared<Task>(Task{.change = *std::move(change)}));
   return item;
 }
 

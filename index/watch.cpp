@@ -22,7 +22,7 @@ using std::chrono::steady_clock;
 
 // Changes are gathered until nothing has come for a while; but not for long.
 constexpr milliseconds QUIET{15};
-constexpr milliseconds LONGEST{150};
+constexpr milliseconds LONGEST{100};
 // Between two looks whether another process still writes.
 constexpr milliseconds LOCKED{100};
 
@@ -73,25 +73,22 @@ Watching::Event Watching::wait(milliseconds at_most) const {
   return asked[0].revents != 0 ? Event::end : Event::change;
 }
 
-// Waits for changes and takes them; gives no at the end.
+// Waits for changes, and until no further ones come; gives no at the end. Events that are no
+// change, such as of files without a language, prolong nothing.
 bool Watching::gather() {
-  while (!_watcher.has_changes()) {
-    switch (wait(milliseconds(-1))) {
-      case Event::end:
-        return false;
-      case Event::change:
-        _watcher.read();
-        break;
-      case Event::none:
-        break;
-    }
-  }
-  const auto last = steady_clock::now() + LONGEST;
-  while (steady_clock::now() < last) {
-    const Event event = wait(QUIET);
+  auto now = steady_clock::now();
+  auto last = now;
+  auto quiet = now;
+  for (std::size_t known = 0; known == 0 || now < std::min(quiet, last);
+       now = steady_clock::now()) {
+    const auto left = std::chrono::ceil<milliseconds>(std::min(quiet, last) - now);
+    const Event event = _watcher.changes() == 0 ? wait(milliseconds(-1)) : wait(left);
     if (event == Event::end) return false;
-    if (event == Event::none) break;
-    _watcher.read();
+    if (event == Event::change) _watcher.read();
+    if (_watcher.changes() == known) continue;
+    quiet = steady_clock::now() + QUIET;
+    if (known == 0) last = steady_clock::now() + LONGEST;
+    known = _watcher.changes();
   }
   return true;
 }

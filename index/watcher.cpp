@@ -89,7 +89,8 @@ void Watcher::put(int number, Watch watch) {
 // Reached by the descriptor, so that no path is too long and none leads elsewhere meanwhile.
 void Watcher::enter(const std::string& path, int folder) {
   std::string way = path.substr(std::min(_root.size(), path.size()));
-  const int number = add("/proc/self/fd/" + std::to_string(folder), IN_FOLDERS);
+  int number = add("/proc/self/fd/" + std::to_string(folder), IN_FOLDERS);
+  if (number < 0 && errno == ENOENT) number = add(path, IN_FOLDERS);  // no such file system
   if (number >= 0) {
     put(number, {way, Kind::folder, _walk});
   } else if (errno != ENOSPC && errno != ENOENT) {  // of a folder that is gone there is nothing
@@ -150,6 +151,7 @@ walk::Selection Watcher::take(const walk::WalkOptions& rules, bool is_complete) 
 
 void Watcher::end_walk() {
   for (const std::string& way : _taken.ways()) give_up_below(way, _walk);
+  _taken = {};
   if (_refused == 0) return;
   const std::size_t needed = _by_way.size() + _refused;
   throw IndexError("cannot watch '" + path_of(_root) + "': it takes " + std::to_string(needed) +

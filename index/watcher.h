@@ -43,7 +43,8 @@ class Watcher {
   // Takes the events that there are. Throws IndexError when the root has gone.
   void read();
 
-  bool has_changes() const { return _is_all || !_changed.empty(); }
+  // How many paths have changed; the most when everything may have.
+  std::size_t changes() const { return _is_all ? SIZE_MAX : _changed.size(); }
 
   // What has changed, for a walk by these rules, which follows. From now on changes are new ones.
   walk::Selection take(const walk::WalkOptions& rules, bool is_complete);
