@@ -69,6 +69,30 @@ TEST(ParseManyTest, GivesOutcomesInTheOrderOfTheItems) {
   EXPECT_FALSE(engine.parse_many(std::vector<std::string>{}).next());
 }
 
+TEST(ParseManyTest, NextParsesItselfWhenToldTo) {
+  const TreeSitterEngine engine;
+  const std::vector<ParseItem> items = mixed_items();
+  std::size_t given = 0;
+  const auto here = std::this_thread::get_id();
+  ParseMany run = engine.parse_many(
+      [&]() -> std::optional<ParseItem> {
+        EXPECT_EQ(std::this_thread::get_id(), here);
+        if (given == items.size()) return std::nullopt;
+        return items[given++];
+      },
+      {.in_caller = true, .perform = [&](ParsedItem&, const auto& parse) {
+         EXPECT_EQ(std::this_thread::get_id(), here);
+         parse();
+       }});
+  for (std::size_t taken = 0; taken < items.size();) {
+    EXPECT_TRUE(run.wait_for(std::chrono::hours(1)));
+    EXPECT_EQ(given, taken);
+    EXPECT_EQ(text_of(run.next()->outcome), text_of(engine.parse(items[taken])));
+    ++taken;
+  }
+  EXPECT_FALSE(run.next());
+}
+
 TEST(ParseManyTest, TakesItemsAsOutcomesAreTaken) {
   const TreeSitterEngine engine;
   for (const std::size_t threads : {1U, 3U}) {

@@ -175,6 +175,7 @@ void Run::write_kept_tags() {
 ParseManyOptions Run::options() {
   ParseManyOptions options;
   options.threads = _arguments.jobs;
+  options.in_caller = _arguments.jobs == 1 && !_messages.shows_progress();
   options.perform = [this](ParsedItem& parsed, const std::function<void()>& parse) {
     form(parsed, parse);
   };

@@ -92,6 +92,10 @@ struct ParseManyOptions {
   // The most threads that parse; 0 for as many as processors may be used. They are started as there
   // is work for them; a system that gives none leaves the work to the thread that calls next().
   std::size_t threads = 0;
+  // Starts no thread: next() parses its item itself, and nothing is done ahead of it. The cheapest
+  // way to one thread's work, since no outcome is handed from one to another, which takes a tenth
+  // of the time of files of 2 KB.
+  bool in_caller = false;
   // Ends the run: items under way come out as cancelled, and no further ones are begun.
   std::stop_token stop = {};
   // Called on the thread that parses an item, instead of parsing it: calls `parse`, which fills in
@@ -126,7 +130,8 @@ class ParseMany {
   // Waits for the next outcome; none at the end. Throws what the source threw, std::bad_alloc.
   std::optional<ParsedItem> next();
 
-  // Waits until next() would not wait, for at most so long; whether it would not.
+  // Waits until next() would not wait for another thread, for at most so long; whether it would
+  // not.
   bool wait_for(std::chrono::milliseconds at_most);
 
   // The item that has been under way longest of those being parsed.

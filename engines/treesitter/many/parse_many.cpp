@@ -49,6 +49,13 @@ class BlockedSignals {
   sigset_t _before;
 };
 
+// 0 where the thread that takes the outcomes makes them.
+std::size_t most_threads(const ParseManyOptions& options) {
+  if (options.in_caller) return 0;
+  return std::min(options.threads > 0 ? options.threads : usable_processors(),
+                  affordable_threads());
+}
+
 }  // namespace
 
 class ParseMany::Run {
@@ -56,8 +63,7 @@ class ParseMany::Run {
   Run(const TreeSitterEngine& engine, Source source, ParseManyOptions options)
       : _engine(engine),
         _options(std::move(options)),
-        _most_threads(std::min(_options.threads > 0 ? _options.threads : usable_processors(),
-                               affordable_threads())),
+        _most_threads(most_threads(_options)),
         _source(std::move(source)) {
     _cancellation.stop = _stop.get_token();
   }
@@ -98,7 +104,10 @@ class ParseMany::Run {
   Source _source;
 
   mutable std::mutex _mutex;  // of all below
-  std::condition_variable _has_moved;
+  // Each is told only of what it waits for: a needless waking costs a small file's parse a tenth.
+  std::condition_variable _next_is_ready;  // for the thread that takes the outcomes
+  std::condition_variable _may_claim;      // for the one thread that waits to call the source
+  bool _awaits_claim = false;
   std::deque<Place> _places;  // the next to be taken in front; a thread works on its place without
                               // the lock, so places stay where they are
   std::size_t _waiting_bytes = 0;
@@ -155,7 +164,7 @@ bool ParseMany::Run::work_once() noexcept {
 }
 
 bool ParseMany::Run::has_room() const {
-  return _places.size() < _most_threads * AHEAD_PER_THREAD &&
+  return _places.size() < std::max<std::size_t>(_most_threads, 1) * AHEAD_PER_THREAD &&
          _waiting_bytes <= memory_room() / WAITING_SHARE;
 }
 
@@ -163,7 +172,9 @@ ParseMany::Run::Place* ParseMany::Run::claim() {
   const std::scoped_lock claiming(_claiming);
   {
     std::unique_lock lock(_mutex);
-    _has_moved.wait(lock, [this] { return _has_ended || has_room(); });
+    _awaits_claim = true;
+    _may_claim.wait(lock, [this] { return _has_ended || has_room(); });
+    _awaits_claim = false;
     if (_has_ended) return nullptr;
   }
   std::optional<ParseItem> item = _source();
@@ -200,13 +211,15 @@ void ParseMany::Run::perform(ParsedItem& parsed) const {
 void ParseMany::Run::finish(Place& place) {
   const std::size_t bytes = size_of(place.parsed.outcome) + place.parsed.extra_bytes;
   count_room(bytes);
+  bool is_next = false;
   {
     const std::scoped_lock lock(_mutex);
     place.bytes = bytes;
     place.is_done = true;
     _waiting_bytes += bytes;
+    is_next = &place == &_places.front();
   }
-  _has_moved.notify_all();
+  if (is_next) _next_is_ready.notify_one();
 }
 
 void ParseMany::Run::end_source(std::exception_ptr failure) noexcept {
@@ -215,7 +228,8 @@ void ParseMany::Run::end_source(std::exception_ptr failure) noexcept {
     _has_ended = true;
     if (!_failure) _failure = std::move(failure);
   }
-  _has_moved.notify_all();
+  _next_is_ready.notify_one();
+  _may_claim.notify_one();
 }
 
 // ---- The thread that takes the outcomes ----
@@ -232,7 +246,7 @@ std::optional<ParsedItem> ParseMany::Run::next() {
     work_once();
     lock.lock();
   }
-  _has_moved.wait(lock, [this] { return is_next_ready(); });
+  _next_is_ready.wait(lock, [this] { return is_next_ready(); });
   if (_places.empty()) {
     if (_failure) std::rethrow_exception(std::exchange(_failure, nullptr));
     return std::nullopt;
@@ -242,15 +256,17 @@ std::optional<ParsedItem> ParseMany::Run::next() {
   _places.pop_front();
   _waiting_bytes -= bytes;
   uncount_room(bytes);
+  const bool may_claim = _awaits_claim && has_room();
   lock.unlock();
-  _has_moved.notify_all();
+  if (may_claim) _may_claim.notify_one();
   return parsed;
 }
 
 bool ParseMany::Run::wait_for(std::chrono::milliseconds at_most) {
   begin();
   std::unique_lock lock(_mutex);
-  return _has_moved.wait_for(lock, at_most, [this] { return is_next_ready() || _threads.empty(); });
+  return _next_is_ready.wait_for(lock, at_most,
+                                 [this] { return is_next_ready() || _threads.empty(); });
 }
 
 std::optional<ParseMany::UnderWay> ParseMany::Run::longest_under_way() const {

@@ -1,0 +1,121 @@
+#!/usr/bin/env python3
+"""The scripts of a checkout that was moved, copied or reached by a link, and the benchmark's names
+of programs.
+
+    scripts_test.py [options of unittest]
+
+The scripts meet a cmake that notes its arguments and "builds" a tool that prints its own path, in a
+copy of what they need of the project.
+"""
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROJECT = pathlib.Path(__file__).resolve().parent.parent
+NEEDED = ["scripts", "run", "CMakePresets.json", "package-lock.json", "examples/sources"]
+
+PROGRAMS = {
+    "cmake": r"""
+echo "$*" >>"$NOTES"
+if [[ $1 == --build ]]; then
+  printf '#!/bin/sh\necho %s/treesitter-engine\n' "$2" >"$2/treesitter-engine"
+  chmod +x "$2/treesitter-engine"
+else
+  folder=$PWD/build/$3
+  mkdir -p "$folder"
+  touch "$folder/build.ninja"
+  printf 'CMAKE_HOME_DIRECTORY:INTERNAL=%s\nCMAKE_CACHEFILE_DIR:INTERNAL=%s\n' \
+    "$PWD" "$folder" >"$folder/CMakeCache.txt"
+fi
+""",
+    "dpkg-query": "printf installed",
+    "npm": "exit 1",
+    "ccache": "exit 1",
+}
+
+
+class Checkout(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name).resolve()
+        self.notes = self.folder / "notes"
+        self.environment = dict(os.environ, NOTES=str(self.notes),
+                                PATH=f"{self.folder / 'bin'}:{os.environ['PATH']}")
+        for name, text in PROGRAMS.items():
+            self.write(f"bin/{name}", f"#!/usr/bin/env bash\n{text}").chmod(0o755)
+        for name in NEEDED:
+            copy = shutil.copytree if (PROJECT / name).is_dir() else shutil.copy2
+            (self.folder / "first" / name).parent.mkdir(parents=True, exist_ok=True)
+            copy(PROJECT / name, self.folder / "first" / name)
+        lock = (PROJECT / "package-lock.json").read_text()
+        self.write("first/node_modules/.installed-lock.json", lock)
+
+    def write(self, name, text):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text)
+        return path
+
+    def run_script(self, name):
+        """What the script printed, and what it asked of cmake."""
+        self.notes.write_text("")
+        done = subprocess.run([str(self.folder / name)], env=self.environment, cwd=self.folder,
+                              capture_output=True, text=True, check=False)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        return done.stdout, self.notes.read_text().splitlines()
+
+    def asserts_run(self, name, place, configures):
+        build = self.folder / place / "build/release"
+        configured = ["--fresh --preset release"] if configures else []
+        self.assertEqual(self.run_script(f"{name}/run"),
+                         (f"{build}/treesitter-engine\n",
+                          [*configured, f"--build {build} -- --quiet -k 0"]))
+
+    def test_a_build_belongs_to_its_place(self):
+        self.asserts_run("first", "first", configures=True)
+        self.asserts_run("first", "first", configures=False)
+        (self.folder / "link").symlink_to("first")
+        self.asserts_run("link", "first", configures=False)
+        (self.folder / "first").rename(self.folder / "moved")
+        self.asserts_run("moved", "moved", configures=True)
+        shutil.copytree(self.folder / "moved", self.folder / "copied", symlinks=True)
+        self.asserts_run("copied", "copied", configures=True)
+        self.asserts_run("moved", "moved", configures=False)
+
+    def test_a_profile_is_made_and_used_under_one_name(self):
+        """Compilers find the profile of an object by the name that its folder had."""
+        (self.folder / "first/tests/golden").mkdir(parents=True)
+        (self.folder / "link").symlink_to("first")
+        # The two tools print their paths where real ones print equal records.
+        self.write("bin/cmp", "#!/bin/sh\nexit 0\n").chmod(0o755)
+        _, asked = self.run_script("link/scripts/build_pgo")
+        build = self.folder / "first/build"
+        self.assertEqual([line for line in asked if "--build" in line],
+                         [f"--build {build / preset} -- --quiet -k 0"
+                          for preset in ("pgo-train", "pgo")])
+
+
+class Benchmark(unittest.TestCase):
+    def test_programs_may_be_named_from_here(self):
+        """They are run in the corpus' folder."""
+        with tempfile.TemporaryDirectory() as folder:
+            program = pathlib.Path(folder).resolve() / "build/pgo/engine_parse"
+            program.parent.mkdir(parents=True)
+            program.touch()
+            code = ("from harness import compare\n"
+                    "print(compare.arguments().engine)\n")
+            done = subprocess.run(
+                [sys.executable, "-c", code, "corpus", "--stock", program, "--counts", "counts",
+                 "--engine", "pgo=build/pgo/engine_parse"],
+                cwd=folder, env=dict(os.environ, PYTHONPATH=str(PROJECT / "bench")),
+                capture_output=True, text=True, check=False)
+            self.assertEqual((done.stdout, done.stderr), (f"[('pgo', '{program}')]\n", ""))
+
+
+if __name__ == "__main__":
+    unittest.main()
