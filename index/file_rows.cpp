@@ -28,7 +28,8 @@ FileRows::FileRows(SQLite::Database connection, const walk::Selection& selection
     _ranges.push_back({path, path + '\0'});
     _ranges.push_back({way, path + static_cast<char>('/' + 1)});
   }
-  std::sort(_ranges.begin(), _ranges.end());
+  std::sort(_ranges.begin(), _ranges.end(),
+            [](const Range& one, const Range& other) { return one.begin < other.begin; });
 }
 
 void FileRows::read_more_of(Range& range) {

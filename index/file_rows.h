@@ -42,7 +42,6 @@ class FileRows {
   struct Range {
     std::string begin;
     std::string end;
-    auto operator<=>(const Range&) const = default;
   };
 
   void read_more();
