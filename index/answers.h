@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "models/symbol.h"
+
 namespace repository {
 
 // Rows in the order in which they are of use. What a limit has left out is said.
@@ -31,6 +33,14 @@ struct Definition {
   bool is_test;  // its path says so
   std::optional<std::string> signature;
   std::optional<std::string> doc;
+};
+
+// All symbols of a file, in document order; without signatures, documentation and bodies.
+struct FileSymbols {
+  std::string path;  // from the root, any bytes
+  std::string language;
+  std::string prefix;  // of each FQN
+  std::vector<engines::models::Symbol> symbols;
 };
 
 // A definition that a use may mean, and what speaks for it.

@@ -28,8 +28,12 @@ std::string folder_of_rules(const std::string& path) {
 
 }  // namespace
 
-Changes::Changes(const std::string& root, FileRows rows, std::int64_t since)
-    : _prefix(with_slash(root)), _walk(root), _rows(std::move(rows)), _since(since) {}
+Changes::Changes(Look look, SQLite::Database connection, std::int64_t since)
+    : _prefix(with_slash(look.root)),
+      _rows(std::move(connection), look.selection),
+      _walk(look.root, std::move(look.options), std::move(look.selection),
+            std::move(look.entering)),
+      _since(since) {}
 
 // Whether there is something that was found and not yet dealt with.
 bool Changes::advance() {

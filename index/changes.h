@@ -9,6 +9,8 @@
 // Tested by tests/index_command_test.py.
 #pragma once
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -31,10 +33,19 @@ struct Change {
   bool is_long = false;  // the system takes no such path: the walk has to open the file
 };
 
+// What of a repository is looked at, and who is told of its folders (see FolderWalk). `root`:
+// absolute.
+struct Look {
+  std::string root;
+  walk::WalkOptions options{};
+  walk::Selection selection{};
+  walk::FolderWalk::Entering entering{};
+};
+
 class Changes {
  public:
   // `since`: what is written from now on has at least this time.
-  Changes(const std::string& root, FileRows rows, std::int64_t since);
+  Changes(Look look, SQLite::Database connection, std::int64_t since);
 
   // None at the end. For one thread at a time. Throws IndexError when the root cannot be read.
   std::optional<Change> next();
@@ -44,6 +55,7 @@ class Changes {
 
   // Files that are as they were, so far. For any thread.
   std::size_t unchanged() const { return _unchanged; }
+  std::size_t unchanged_binary() const { return _unchanged_binary; }
 
   const walk::LeftOut& left_out() const { return _walk.left_out(); }
 
@@ -53,16 +65,17 @@ class Changes {
   Change fault();
   bool is_blind(const std::string& path) const;
   bool advance();
-  void count_unchanged(const FileRow& row) { _unchanged += row.is_binary ? 0 : 1; }
+  void count_unchanged(const FileRow& row) { ++(row.is_binary ? _unchanged_binary : _unchanged); }
 
   const std::string _prefix;  // of the walk's paths: the root, "/"
-  walk::FolderWalk _walk;
   FileRows _rows;
+  walk::FolderWalk _walk;
   const std::int64_t _since;
   std::optional<walk::Found> _found;  // its path from the root
   bool _has_ended = false;
   std::unordered_set<std::string> _blind;  // folders of which not all is known
   std::atomic<std::size_t> _unchanged = 0;
+  std::atomic<std::size_t> _unchanged_binary = 0;
 };
 
 }  // namespace repository

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "index/file_rules.h"
 #include "index/index_error.h"
 #include "index/schema.h"
 #include "index/statements.h"
@@ -162,8 +163,10 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
   if (made_by != us) {
     opened.is_made_anew = made_by.has_value();
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+    const FileRules files = read_file_rules(database);
     drop_all(database);
     database.exec(SCHEMA);
+    write_file_rules(database, files);
     set_meta(database, "made_by", us);
     set_meta(database, "complete", "0");
     transaction.commit();

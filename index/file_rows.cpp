@@ -1,6 +1,7 @@
 // See file_rows.h.
 #include "index/file_rows.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "index/statements.h"
@@ -8,22 +9,32 @@
 namespace repository {
 namespace {
 
-constexpr int ROWS_AT_A_TIME = 4096;
+constexpr std::size_t ROWS_AT_A_TIME = 4096;
 
 }  // namespace
 
-FileRows::FileRows(SQLite::Database connection)
+FileRows::FileRows(SQLite::Database connection, const walk::Selection& selection)
     : _connection(std::move(connection)),
-      _statement(_connection,
-                 "SELECT id, path, size, mtime, ctime, inode, hash, language IS NULL FROM file "
-                 "WHERE path > ? ORDER BY path LIMIT " +
-                     std::to_string(ROWS_AT_A_TIME)) {}
+      _statement(_connection, std::string("SELECT id, path, size, mtime, ctime, inode, hash, "
+                                          "language IS NULL FROM file WHERE path >= ?1") +
+                                  (selection.is_all() ? "" : " AND path < ?2") +
+                                  " ORDER BY path LIMIT " + std::to_string(ROWS_AT_A_TIME)),
+      _is_all(selection.is_all()) {
+  if (_is_all) _ranges.push_back({});
+  if (_is_all) return;
+  // A folder's files do not always follow on a file of its name: `a`, `a.c`, `a/b`.
+  for (const std::string& way : selection.ways()) {
+    const std::string path = way.substr(0, way.size() - 1);
+    _ranges.push_back({path, path + '\0'});
+    _ranges.push_back({way, path + static_cast<char>('/' + 1)});
+  }
+  std::sort(_ranges.begin(), _ranges.end(),
+            [](const Range& one, const Range& other) { return one.begin < other.begin; });
+}
 
-void FileRows::read_more() {
-  _rows.clear();
-  _next = 0;
-  // No path is empty, and NULL would compare with none.
-  bind_bytes(_statement, 1, _last_path);
+void FileRows::read_more_of(Range& range) {
+  bind_bytes(_statement, 1, range.begin);
+  if (!_is_all) bind_bytes(_statement, 2, range.end);
   while (_statement.executeStep()) {
     const auto number = [&](int column) { return _statement.getColumn(column).getInt64(); };
     _rows.push_back({number(0), bytes_of(_statement.getColumn(1)),
@@ -31,12 +42,24 @@ void FileRows::read_more() {
                      bytes_of(_statement.getColumn(6)), number(7) != 0});
   }
   _statement.reset();
-  _has_ended = _rows.size() < ROWS_AT_A_TIME;
-  if (!_rows.empty()) _last_path = _rows.back().path;
+}
+
+void FileRows::read_more() {
+  _rows.clear();
+  _next = 0;
+  while (_rows.empty() && _range < _ranges.size()) {
+    Range& range = _ranges[_range];
+    read_more_of(range);
+    if (_rows.size() < ROWS_AT_A_TIME) {
+      ++_range;
+    } else {
+      range.begin = _rows.back().path + '\0';  // the least path behind it
+    }
+  }
 }
 
 const FileRow* FileRows::peek() {
-  if (_next == _rows.size() && !_has_ended) read_more();
+  if (_next == _rows.size()) read_more();
   return _next < _rows.size() ? &_rows[_next] : nullptr;
 }
 

@@ -17,4 +17,10 @@ class QuestionError : public IndexError {
   using IndexError::IndexError;
 };
 
+// Another process is writing the index.
+class LockedError : public IndexError {
+ public:
+  using IndexError::IndexError;
+};
+
 }  // namespace repository

@@ -13,6 +13,7 @@
 
 #include "index/changes.h"
 #include "index/file_digest.h"
+#include "index/file_rules.h"
 #include "index/index_error.h"
 
 namespace repository {
@@ -58,7 +59,9 @@ void for_each_pending(const std::string& root, SQLite::Database connection, cons
                       const std::function<void(const PendingChange&)>& take) {
   const std::string prefix = root.ends_with('/') ? root : root + '/';
   // Nothing is written, so that no time is too young to be trusted.
-  Changes changes(root, FileRows(std::move(connection)), std::numeric_limits<std::int64_t>::max());
+  const FileRules rules = read_file_rules(connection);
+  Changes changes({.root = root, .options = rules.walk}, std::move(connection),
+                  std::numeric_limits<std::int64_t>::max());
   while (const auto change = changes.next()) {
     const auto found = pending(prefix, *change, poll);
     if (poll && poll()) throw IndexError("the question was ended before its answer was there");

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "index/all_symbols.h"
 #include "index/database.h"
 #include "index/index_error.h"
 #include "index/pending.h"
@@ -116,6 +117,10 @@ std::optional<Answer<Use>> Questions::callees(const std::string& fqn, const Filt
 
 Answer<Use> Questions::importers(const std::string& module, const Filter& filter) {
   return _state->ask([&] { return _state->uses().importers(module, filter); });
+}
+
+void Questions::for_each_file(const std::function<void(const FileSymbols&)>& take) {
+  _state->ask([&] { repository::for_each_file(_state->reader(), take); });
 }
 
 void Questions::changed(const std::function<void(const PendingChange&)>& take) {

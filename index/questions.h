@@ -92,6 +92,8 @@ class Questions {
   // What the next run would do, in the order of paths; reads no more of the files than it would.
   void changed(const std::function<void(const PendingChange&)>& take);
   Statistics statistics();
+  // Every symbol of the index, file by file, in any order of the files.
+  void for_each_file(const std::function<void(const FileSymbols&)>& take);
 
  private:
   class State;

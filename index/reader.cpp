@@ -151,7 +151,6 @@ std::vector<std::int64_t> Reader::symbols_of(std::int64_t file) {
   return ids;
 }
 
-// ".a.b" for b in a.
 const std::string& Reader::scope_text(std::int64_t scope) {
   const auto [known, is_new] = _scopes.try_emplace(scope);
   if (!is_new) return known->second;
@@ -170,6 +169,11 @@ const std::string& Reader::scope_text(std::int64_t scope) {
   return text;
 }
 
+std::uint8_t Reader::checked_kind(std::int64_t kind) {
+  if (kind < 0 || kind > MOST_KIND) complain_of_damage("a symbol has no kind");
+  return static_cast<std::uint8_t>(kind);
+}
+
 Definition Reader::definition(std::int64_t symbol) {
   _symbol.bind(1, symbol);
   if (!_symbol.executeStep()) complain_of_damage("a symbol is missing");
@@ -177,21 +181,20 @@ Definition Reader::definition(std::int64_t symbol) {
   const std::int64_t scope = number(1);
   const std::int64_t kind = number(2);
   const auto first = static_cast<std::uint32_t>(number(3));
-  if (kind < 0 || kind > MOST_KIND) complain_of_damage("a symbol has no kind");
   const File& of = file(file_of(symbol));
-  Definition found{
-      .id = symbol,
-      .path = of.path,
-      .language = of.language,
-      .kind = engines::models::kind_text(static_cast<engines::models::SymbolKind>(kind)),
-      .name = name_text(number(0)),
-      .fqn = engines::treesitter::TreeSitterEngine::fqn_prefix(of.path),
-      .first = first,
-      .last = first + static_cast<std::uint32_t>(number(4)),
-      .is_export = number(5) != 0,
-      .is_test = of.is_test,
-      .signature = text_or_none(_symbol.getColumn(6)),
-      .doc = text_or_none(_symbol.getColumn(7))};
+  Definition found{.id = symbol,
+                   .path = of.path,
+                   .language = of.language,
+                   .kind = engines::models::kind_text(
+                       static_cast<engines::models::SymbolKind>(checked_kind(kind))),
+                   .name = name_text(number(0)),
+                   .fqn = engines::treesitter::TreeSitterEngine::fqn_prefix(of.path),
+                   .first = first,
+                   .last = first + static_cast<std::uint32_t>(number(4)),
+                   .is_export = number(5) != 0,
+                   .is_test = of.is_test,
+                   .signature = text_or_none(_symbol.getColumn(6)),
+                   .doc = text_or_none(_symbol.getColumn(7))};
   _symbol.reset();
   found.fqn += scope_text(scope < 0 ? -scope : scope);
   if (scope >= 0) found.fqn.append(".").append(found.name);

@@ -68,6 +68,10 @@ class Reader {
   std::string holder(std::int64_t symbol);
   std::vector<Ranked> symbols_named(std::int64_t name, std::int64_t file);
   Definition definition(std::int64_t symbol);
+  // ".a.b" for b in a. Known until the question ends.
+  const std::string& scope_text(std::int64_t scope);
+  // Throws IndexError for what is no kind of a symbol.
+  static std::uint8_t checked_kind(std::int64_t kind);
   std::vector<std::int64_t> symbols_of(std::int64_t file);
 
   // For each of the rising lines the innermost symbol around it. 0 for none. Linear in the file's
@@ -81,8 +85,6 @@ class Reader {
   std::vector<std::uint64_t> uses_of(std::int64_t file);
 
  private:
-  const std::string& scope_text(std::int64_t scope);
-
   SQLite::Database _connection;
   SQLite::Statement _meta;
   SQLite::Statement _name_id;

@@ -3,7 +3,7 @@
 //   meta       `made_by`: schema, rules, versions of engine, core and grammars: an index by others
 //   is
 //              made anew. `root`: the folder, absolute. `complete`: 1 when the last run came to its
-//              end.
+//              end. Rows of file_rules.h, where they are not as by default.
 //   file       one row for each file that the walk shows. `path`: from the root, any bytes.
 //              `language`: none for a binary file, which is left out. `hash`: SHA-256, none where
 //              no bytes were read or where they have to be read again. `size`, `mtime`, `ctime` (in

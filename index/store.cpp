@@ -81,10 +81,14 @@ void Store::commit_if_due() {
   }
 }
 
+// Within the last batch, so that a run of one batch is never seen as incomplete.
 void Store::finish() {
+  if (!is_complete()) _database.exec("UPDATE meta SET value = 1 WHERE key = 'complete'");
   commit();
-  if (_database.execAndGet("SELECT value FROM meta WHERE key = 'complete'").getInt() == 1) return;
-  _database.exec("UPDATE meta SET value = 1 WHERE key = 'complete'");
+}
+
+bool Store::is_complete() {
+  return _database.execAndGet("SELECT value FROM meta WHERE key = 'complete'").getInt() == 1;
 }
 
 // ---- Files ----
@@ -254,16 +258,20 @@ void Store::clear_references(std::int64_t id) {
 // ---- Errors ----
 
 std::size_t Store::for_each_error(
-    const std::function<void(const std::string& path, const std::string& text)>& take) {
+    const std::function<void(const std::string& path, const std::string& text)>& take,
+    std::uint64_t max_size, std::size_t& large) {
   SQLite::Statement statement(_database,
-                              "SELECT path, text, error.file FROM error JOIN file ON "
+                              "SELECT path, text, error.file, size FROM error JOIN file ON "
                               "file.id = error.file ORDER BY path, number");
   std::size_t files = 0;
   std::int64_t last = 0;
   while (statement.executeStep()) {
     const std::int64_t file = statement.getColumn(2).getInt64();
-    files += file == last ? 0 : 1;
-    last = file;
+    const auto size = static_cast<std::uint64_t>(statement.getColumn(3).getInt64());
+    if (std::exchange(last, file) != file) {
+      ++files;
+      large += size > max_size ? 1 : 0;
+    }
     take(bytes_of(statement.getColumn(0)), bytes_of(statement.getColumn(1)));
   }
   return files;

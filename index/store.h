@@ -55,10 +55,14 @@ class Store {
   void commit_if_due();
   // Ends the run: all is committed, and the index complete.
   void finish();
+  // Whether the last run was ended so, and this one has not written.
+  bool is_complete();
 
-  // Each error text of the index, in the order of the paths; gives how many files have any.
+  // Each error text of the index, in the order of the paths; gives how many files have any. Those
+  // larger than `max_size` are counted in `large`.
   std::size_t for_each_error(
-      const std::function<void(const std::string& path, const std::string& text)>& take);
+      const std::function<void(const std::string& path, const std::string& text)>& take,
+      std::uint64_t max_size, std::size_t& large);
 
  private:
   void begin();

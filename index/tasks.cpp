@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -20,10 +21,11 @@ using engines::treesitter::ParseResult;
 
 // Of a file whose path the system does not take.
 void read_content(int file, ParseItem& item) {
+  item.max_size = std::min(item.max_size, engines::treesitter::file_room() / 4);
   std::string content;
   std::array<char, 65536> buffer;
   int error = file < 0 ? errno : 0;
-  while (error == 0 && content.size() <= MOST_FILE_SIZE) {
+  while (error == 0 && content.size() <= item.max_size) {
     const ssize_t size = ::read(file, buffer.data(), buffer.size());
     if (size == 0) break;
     if (size > 0) {
@@ -42,16 +44,17 @@ void read_content(int file, ParseItem& item) {
 
 }  // namespace
 
-Tasks::Tasks(std::string root, Changes& changes, Journal& journal)
+Tasks::Tasks(std::string root, Changes& changes, Journal& journal, std::uint64_t max_size)
     : _prefix(root.ends_with('/') ? std::move(root) : root + '/'),
       _changes(changes),
-      _journal(journal) {}
+      _journal(journal),
+      _max_size(max_size) {}
 
 std::optional<ParseItem> Tasks::next() {
   auto change = _changes.next();
   if (!change) return std::nullopt;
   ParseItem item{.path = _prefix + change->row.path};
-  item.max_size = MOST_FILE_SIZE;
+  item.max_size = _max_size;
   item.declines_binary = true;
   if (change->is_long) read_content(_changes.open_last(), item);
   const std::scoped_lock lock(_mutex);
@@ -74,7 +77,8 @@ void Tasks::perform(ParsedItem& parsed, const std::function<void()>& parse) {
   const auto task = find(parsed.item.file_id);
   const Change& change = task->change;
   if (change.kind != Change::Kind::written) return;
-  const bool may_be_same = !change.row.hash.empty() && !change.is_long;
+  const bool may_be_same = !change.row.hash.empty() && !change.is_long &&
+                           static_cast<std::uint64_t>(change.now.size) <= _max_size;
   if (may_be_same && file_digest(parsed.item.path) == change.row.hash) {
     task->is_same = true;
     return;

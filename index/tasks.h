@@ -19,9 +19,6 @@
 
 namespace repository {
 
-// Larger files are refused unread, as by the tool's other commands.
-inline constexpr std::uint64_t MOST_FILE_SIZE = std::uint64_t{64} << 20;
-
 struct Task {
   Change change;
   bool is_same = false;  // a written file holds what it held
@@ -30,7 +27,8 @@ struct Task {
 
 class Tasks {
  public:
-  Tasks(std::string root, Changes& changes, Journal& journal);
+  // `max_size`: of a file, in bytes; larger ones are refused unread.
+  Tasks(std::string root, Changes& changes, Journal& journal, std::uint64_t max_size);
 
   // Called by the threads of the run: the source of its items, and what is done to each.
   std::optional<engines::treesitter::ParseItem> next();
@@ -47,6 +45,7 @@ class Tasks {
   const std::string _prefix;  // of paths that are opened: the root, "/"
   Changes& _changes;
   Journal& _journal;
+  const std::uint64_t _max_size;
   std::mutex _mutex;
   std::int64_t _last = 0;
   std::unordered_map<std::int64_t, std::shared_ptr<Task>> _under_way;

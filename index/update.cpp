@@ -51,6 +51,7 @@ struct Ending {
 
 struct EndingOf {
   StoredFile file;
+  std::uint64_t max_size;
 
   Ending operator()(ParseResult& result) {
     file.hash = digest_bytes(result.content_hash);
@@ -65,8 +66,7 @@ struct EndingOf {
     if (declined.reason == Declined::Reason::binary) {
       file.language.reset();
     } else {
-      file.errors = {"Failed to read file: it has " + std::to_string(declined.size) +
-                     " bytes, and an index takes " + std::to_string(MOST_FILE_SIZE)};
+      file.errors = {too_large_text(declined.size, max_size)};
     }
     return settled(true);
   }
@@ -91,12 +91,14 @@ struct EndingOf {
 
 class Update {
  public:
-  Update(const UpdateOptions& options, const UpdateListener& listener)
-      : _options(options), _listener(listener), _engine(options.rules) {}
+  Update(const UpdateOptions& options, const UpdateListener& listener,
+         const TreeSitterEngine& engine, const UpdateScope& scope)
+      : _options(options), _listener(listener), _engine(engine), _scope(scope) {}
 
   UpdateCounts operator()(const Place& place);
 
  private:
+  void settle_rules(SQLite::Database& database);
   void try_left_again(const Place& place, Store& store, Journal& journal, const WriteLock& lock);
   void try_again(const std::string& path, const Place& place, Store& store,
                  const std::vector<int>& to_close);
@@ -106,7 +108,10 @@ class Update {
 
   const UpdateOptions& _options;
   const UpdateListener& _listener;
-  const TreeSitterEngine _engine;
+  const TreeSitterEngine& _engine;
+  const UpdateScope& _scope;
+  FileRules _rules;
+  bool _is_all = true;
   UpdateCounts _counts;
   std::size_t _faults = 0;
 };
@@ -126,7 +131,7 @@ void Update::try_left_again(const Place& place, Store& store, Journal& journal,
 void Update::try_again(const std::string& path, const Place& place, Store& store,
                        const std::vector<int>& to_close) {
   engines::treesitter::ParseItem item{.path = place.root + '/' + path};
-  item.max_size = MOST_FILE_SIZE;
+  item.max_size = _rules.max_size;
   item.declines_binary = true;
   struct stat status {};
   if (::lstat(item.path.c_str(), &status) != 0) return;
@@ -147,8 +152,13 @@ void Update::try_again(const std::string& path, const Place& place, Store& store
 void Update::store_file(Store& store, ParsedItem& parsed, Task& task) {
   const std::string& path = task.change.row.path;
   const auto language = engines::languages::detect_language(path);
-  EndingOf ending_of{{path, task.change.now, std::string(language.value_or("")), {}, {}}};
+  EndingOf ending_of{{path, task.change.now, std::string(language.value_or("")), {}, {}},
+                     _rules.max_size};
   const Ending ending = std::visit(ending_of, parsed.outcome);
+  if (!_is_all) {
+    for (const std::string& text : ending.file.errors) _listener.error(path, text);
+    _counts.failed += ending.file.errors.empty() ? 0 : 1;
+  }
   const bool is_binary = !ending.file.language;
   (is_binary ? _counts.binary : _counts.changed) += 1;
   if (ending.is_read || task.change.row.id == 0) {
@@ -183,12 +193,13 @@ void Update::take(Store& store, ParsedItem& parsed, Task& task) {
 void Update::run(Store& store, Changes& changes, Tasks& tasks) {
   ParseManyOptions options;
   options.threads = _options.threads;
+  options.stop = _scope.stop;
   options.perform = [&tasks](ParsedItem& parsed, const std::function<void()>& parse) {
     tasks.perform(parsed, parse);
   };
   auto items = _engine.parse_many([&tasks] { return tasks.next(); }, options);
   const auto look = [&] {
-    store.commit_if_due();
+    if (_is_all) store.commit_if_due();
     auto longest = items.longest_under_way();
     if (longest) longest->path.erase(0, tasks.prefix().size());
     UpdateCounts counts = _counts;
@@ -198,12 +209,24 @@ void Update::run(Store& store, Changes& changes, Tasks& tasks) {
   for (;;) {
     while (!items.wait_for(TICK)) look();
     auto parsed = items.next();
-    if (!parsed) break;
+    if (!parsed || _scope.stop.stop_requested()) break;
     take(store, *parsed, *tasks.take(*parsed));
     look();
   }
   _counts.unchanged += changes.unchanged();
+  _counts.binary += changes.unchanged_binary();
   _counts.left_out = changes.left_out();
+}
+
+// What a run is told holds from now on, whatever becomes of it.
+void Update::settle_rules(SQLite::Database& database) {
+  _rules = read_file_rules(database);
+  if (!_options.files || *_options.files == _rules) return;
+  _rules = *_options.files;
+  SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+  write_file_rules(database, _rules);
+  database.exec("UPDATE meta SET value = 0 WHERE key = 'complete'");
+  transaction.commit();
 }
 
 UpdateCounts Update::operator()(const Place& place) {
@@ -214,27 +237,50 @@ UpdateCounts Update::operator()(const Place& place) {
   if (is_made_anew) {
     _listener.note("the index was made by another version or by other rules, and is made anew");
   }
+  settle_rules(database);
   Store store(database);
+  walk::Selection selection;
+  if (_scope.select) selection = _scope.select(_rules, store.is_complete());
+  _is_all = selection.is_all();
   try_left_again(place, store, journal, lock);
-  Changes changes(place.root, FileRows(open_to_read(place.database)), now(journal));
-  Tasks tasks(place.root, changes, journal);
+  Changes changes({place.root, _rules.walk, std::move(selection), _scope.entering},
+                  open_to_read(place.database), now(journal));
+  Tasks tasks(place.root, changes, journal, _rules.max_size);
   run(store, changes, tasks);
+  _counts.failed += _faults;
+  if (_scope.stop.stop_requested()) {
+    if (_is_all) store.commit();
+    return _counts;
+  }
   store.finish();
   keep_small_log(database);
-  _counts.failed = _faults + store.for_each_error(_listener.error);
+  if (_is_all) {
+    _counts.failed += store.for_each_error(_listener.error, _rules.max_size, _counts.large);
+  }
   journal.remove();
   return _counts;
 }
 
 }  // namespace
 
-UpdateCounts update(const UpdateOptions& options, const UpdateListener& listener) {
-  const Place place = find_place(options.path, options.database);
+Updater::Updater(UpdateOptions options, UpdateListener listener)
+    : _options(std::move(options)),
+      _listener(std::move(listener)),
+      _place(find_place(_options.path, _options.database)),
+      _engine(_options.rules) {}
+
+UpdateCounts Updater::operator()(const UpdateScope& scope) {
   try {
-    return Update(options, listener)(place);
+    const UpdateCounts counts = Update(_options, _listener, _engine, scope)(_place);
+    _options.files.reset();  // the index keeps them, until another run is told otherwise
+    return counts;
   } catch (const SQLite::Exception& error) {
-    throw IndexError(explanation(error, place.database));
+    throw IndexError(explanation(error, _place.database));
   }
+}
+
+UpdateCounts update(const UpdateOptions& options, const UpdateListener& listener) {
+  return Updater(options, listener)();
 }
 
 }  // namespace repository

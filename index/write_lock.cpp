@@ -42,7 +42,7 @@ WriteLock::WriteLock(const std::string& database) {
     const int error = errno;
     const std::string who = holder(_file);
     ::close(_file);
-    if (error == EWOULDBLOCK) throw IndexError("the index is being written by " + who);
+    if (error == EWOULDBLOCK) throw LockedError("the index is being written by " + who);
     errno = error;
     throw_system_error("lock", path);
   }

@@ -10,7 +10,7 @@ namespace repository {
 
 class WriteLock {
  public:
-  // Does not wait. Throws IndexError, which names the process that holds the lock.
+  // Does not wait. Throws LockedError, which names the process that holds the lock.
   explicit WriteLock(const std::string& database);
   ~WriteLock();
   WriteLock(const WriteLock&) = delete;

@@ -8,6 +8,7 @@ readtags is universal-ctags' own reader. What needs it, or vim, is skipped where
 import os
 import shutil
 import subprocess
+import tempfile
 import unittest
 
 from support.tool_case import SOURCE, TIMEOUT, ToolTest
@@ -116,8 +117,38 @@ class Tags(ToolTest):
         self.assert_messages(done, "temporary file: No such file")
         self.assertEqual(sorted(os.listdir(self.folder)), ["n" * 200, "tags"])
 
-    def readtags(self, *arguments):
-        done = subprocess.run(["readtags", "-en", "-t", "tags", *arguments], check=True,
+    def test_the_tags_of_an_index_are_those_of_a_parse(self):
+        self.write_table()
+        self.write("long.json", b'{"' + b"k" * 70000 + b'": {"scope_too": 1}, "b": 2}')
+        self.write(b"deep/er/\xff.py")
+        self.write(".git/config", b"")
+        other = tempfile.mkdtemp(prefix="tags_test_")
+        self.addCleanup(shutil.rmtree, other)
+        for rules in "navigation", "standard":
+            for place, way in [(".", "."), ("deep/er", "../.."), (".git", ".."),
+                               (other, str(self.folder))]:
+                with self.subTest((rules, place)):
+                    file = os.path.join(self.folder, place, "tags")
+                    done = self.run_tool("index", "--rules", rules, "--tags", f"{place}/tags",
+                                         "--exclude", "a.ts")
+                    self.assertEqual(done.returncode, 1)
+                    self.assertIn(b"long.json: Tags left out, since their lines", done.stderr)
+                    parsed = self.run_tool("parse", "--rules", rules, "--format", "ctags",
+                                           "--exclude", "a.ts", way,
+                                           cwd=os.path.join(self.folder, place))
+                    with open(file, "rb") as tags:
+                        self.assertEqual(tags.read(), parsed.stdout)
+                    self.assertEqual([name for name in os.listdir(os.path.dirname(file))
+                                      if "tags" in name], ["tags"])
+                    self.assertEqual(os.stat(file).st_mode & 0o777, 0o644 & ~os.umask(0o22))
+        for file, part in [("none/tags", "No such file"), ("deep", "Is a directory")]:
+            done = self.run_tool("index", "--tags", file)
+            self.assertEqual(done.returncode, 2)
+            self.assertIn(part, done.stderr.decode())
+        self.assertEqual(os.listdir(self.folder / "deep"), ["er"])
+
+    def readtags(self, *arguments, file="tags"):
+        done = subprocess.run(["readtags", "-en", "-t", file, *arguments], check=True,
                               cwd=self.folder, stdout=subprocess.PIPE, timeout=TIMEOUT)
         return done.stdout.decode().splitlines()
 
@@ -125,6 +156,11 @@ class Tags(ToolTest):
         self.need("readtags")
         self.write_table()
         lines = self.tags("--rules", "navigation", *TABLE)
+        done = self.run_tool("index", "--tags", "tags.of_index")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(self.readtags("-", "run", file="tags.of_index"), [
+            'run\t./pkg/job.py\t4;"\tkind:method\tline:4\tlanguage:python\tclass:Job'
+            '\taccess:public\tend:5'])
         self.assertEqual(self.readtags("-", "run"), [
             'run\tpkg/job.py\t4;"\tkind:method\tline:4\tlanguage:python\tclass:Job'
             '\taccess:public\tend:5'])
@@ -140,9 +176,10 @@ class Tags(ToolTest):
         for name in "abc":
             self.write(f"src/{name} {name}.py", SOURCE.replace(b"run", b"run_" + name.encode()))
         self.tags("src")
-        for name in ("run_b", "run_c"):
+        self.run_tool("index", "--tags", "src/tags")
+        for name, tags in [("run_b", "tags"), ("run_c", "tags"), ("run_a", "src/tags")]:
             subprocess.run(
-                ["vim", "-es", "-u", "NONE", "-i", "NONE", "-c", "set tags=tags", "-c",
+                ["vim", "-Nes", "-u", "NONE", "-i", "NONE", "-c", "set tags=" + tags, "-c",
                  "tag " + name, "-c", "call writefile([expand('%'), line('.')], 'place')",
                  "-c", "qall!"], cwd=self.folder, timeout=TIMEOUT, check=False,
                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)

@@ -32,60 +32,67 @@ READERS = taken("--readers", 8)
 SEED = taken("--seed", 0)
 
 from support.tool_case import TIMEOUT, TOOL  # noqa: E402  takes the first argument
-from support.index_case import FOLDER, IndexTest, dump, source  # noqa: E402
+from support.index_case import FOLDER, ChangingTest, IndexTest, dump, source  # noqa: E402
 
 IndexTest.seed = SEED
 
 
-class Changes(IndexTest):
-    def git(self, *arguments):
-        return subprocess.run(["git", "-c", "user.name=a", "-c", "user.email=a@b", *arguments],
-                              cwd=self.folder, check=False, capture_output=True).returncode
-
-    def switch(self):
-        """Keeps what there is on the branch at hand, and goes to another one."""
-        branch = f"branch{self.random.randrange(4)}"
-        self.git("add", "--all")
-        self.git("commit", "--quiet", "--message", "x")
-        if self.git("checkout", "--quiet", branch) != 0:
-            self.assertEqual(self.git("checkout", "--quiet", "-b", branch), 0)
-
-    def change(self):
-        paths = sorted(self.folder.glob("d*/*.py"))
-        path = self.random.choice(paths)
-        match self.random.randrange(9):
-            case 0:
-                path.unlink()
-            case 1:
-                path.rename(path.with_name(f"moved{self.random.randrange(99)}.py"))
-            case 2:
-                shutil.rmtree(path.parent)
-            case 3:
-                name = f"d{self.random.randrange(1000, 9999)}"
-                if not (self.folder / name).exists():
-                    path.parent.rename(self.folder / name)
-            case 4:
-                os.utime(path)
-            case 5:
-                path.write_bytes(b"\0" * 9)
-            case 6:
-                self.switch()
-            case _:
-                self.write(f"d{self.random.randrange(7)}/n{self.random.randrange(40)}.py",
-                           source(self.random))
-                if path.exists():
-                    path.write_bytes(source(self.random))
-
+class Changes(ChangingTest):
     def test_any_changes_end_in_what_a_fresh_index_is(self):
         self.write_some(40)
         self.assertEqual(self.git("init", "--quiet"), 0)
         for _ in range(ROUNDS):
             for _ in range(self.random.randrange(1, 6)):
-                if len(list(self.folder.glob("d*/*.py"))) < 20:
-                    self.write_some(40)
                 self.change()
             self.index()
             self.assert_fresh()
+
+    def test_which_files_an_index_takes(self):
+        """What a run is told holds until another one is told something; each ends as a fresh one."""
+        for path in ("a.py", "b.js", "sub/c.py", ".h/d.py", "ignored/e.py", "sub/f.min.js"):
+            self.write(path, source(self.random))
+        self.write(".ignore", b"ignored\n")
+        self.write("large.json", b"[" + b"1," * 600 + b"1]")
+        self.write("binary.py", b"\0" * 1500)
+        usual = ["a.py", "b.js", "large.json", "sub/c.py", "sub/f.min.js"]
+        self.index()
+        for options, expected, skipped, status in [
+                ((), usual, ["3 hidden", "1 ignored, 1 binary"], 0),
+                (("--exclude", "*.min.js", "--exclude", "/a*"), ["b.js", "large.json", "sub/c.py"],
+                 ["2 excluded, 1 ignored"], 0),
+                (("--type", ".py", "--no-ignore"), ["a.py", "ignored/e.py", "sub/c.py"],
+                 ["3 of another type"], 0),
+                (("--max-filesize", "1K"), usual + ["binary.py"], ["3 hidden", "1 ignored)"], 1),
+                (("--max-filesize", "1300"), usual + ["binary.py"], ["3 hidden", "1 ignored)"], 1),
+                (("--hidden",), [".h/d.py", *usual], ["1 ignored, 1 binary"], 0),
+                (("--default-files",), usual, ["3 hidden", "1 ignored, 1 binary"], 0)]:
+            with self.subTest(options):
+                if options:
+                    self.assertEqual(self.run_tool("changed").returncode, 1)
+                self.index(*options, status=status)
+                self.assert_fresh(*options, status=status)
+                text = self.index(status=status)
+                self.assertIn("0 changed", text)
+                for part in skipped:
+                    self.assertIn(part, text)
+                self.assertEqual(self.run_tool("changed").stdout, b"")
+                with sqlite3.connect(self.database) as connection:
+                    taken = connection.execute(
+                        "SELECT path FROM file WHERE language IS NOT NULL ORDER BY path")
+                    self.assertEqual([os.fsdecode(path) for (path,) in taken], sorted(expected))
+                    of_parse = [option for option in options if option != "--default-files"]
+                    errors = [text for (text,) in connection.execute("SELECT text FROM error")]
+                self.assertEqual(errors, [record["errors"][0] for record in
+                                          self.parse(*of_parse, ".", status=None)
+                                          if record["errors"]])
+        self.index("--exclude", "a.py")
+        self.assertIn("made anew", self.index("--rules", "standard"))
+        self.assertEqual(self.counts("--rules", "standard"), (0, 4, 0))
+        for arguments, part in [(("--type", "cobol"), "cobol"), (("--max-filesize", "x"), "'x'"),
+                                (("--hidden", "--default-files"), "stands alone")]:
+            done = self.run_tool("index", *arguments)
+            self.assertEqual(done.returncode, 2)
+            self.assertIn(part, done.stderr.decode())
 
     def test_what_is_not_looked_at_again(self):
         self.write_some(10)

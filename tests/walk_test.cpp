@@ -276,6 +276,41 @@ TEST_F(FolderWalkTest, FollowsTheRulesThatHoldInAFolder) {
   }
 }
 
+TEST_F(FolderWalkTest, LooksAtWhatIsSelectedByTheRulesThatHoldThere) {
+  for (const char* path : {"a.py", "a/b/c.py", "a/b/d.py", "a/b.py", "a.b/e.py", "a/i/f.py",
+                           "r/g.py", "r/sub/h.py", "z.py"}) {
+    write(path);
+  }
+  write(".ignore", "/a/b/d.py\nsub");
+  write("a/.ignore", "i");
+  fs::create_directories(top() + "/r/.git");
+  fs::create_directory_symlink("a", top() + "/link");
+  const struct {
+    std::vector<std::string> selected;
+    std::string expected;
+    std::string entered;
+  } rows[] = {
+      {{""}, "a.b/e.py a.py a/b.py a/b/c.py r/g.py r/sub/h.py z.py", "/ a.b/ a/ a/b/ r/ r/sub/"},
+      {{}, "", "/"},
+      {{"a/b/c.py", "a/b/d.py", "none.py", "none/x.py"}, "a/b/c.py", "/ a/ a/b/"},
+      {{"a", "a/b/c.py", "a.b", "a.py", "a"}, "a.b/e.py a.py a/b.py a/b/c.py", "/ a.b/ a/ a/b/"},
+      {{"a/i/f.py", "a/i", "link/b.py", "r/sub/h.py"}, "r/sub/h.py", "/ a/ r/ r/sub/"},
+      {{"a", "", "z.py"},
+       "a.b/e.py a.py a/b.py a/b/c.py r/g.py r/sub/h.py z.py",
+       "/ a.b/ a/ a/b/ r/ r/sub/"},
+  };
+  for (const auto& row : rows) {
+    std::string entered;
+    FolderWalk walk(top(), {}, Selection(row.selected), [&](const std::string& path, int folder) {
+      EXPECT_GE(folder, 0);
+      const std::string way = path.substr(top().size() + 1);
+      entered += (entered.empty() ? "" : " ") + (way.empty() ? "/" : way);
+    });
+    EXPECT_EQ(rest(walk), words(row.expected));
+    EXPECT_EQ(entered, row.entered);
+  }
+}
+
 TEST_F(FolderWalkTest, SaysWhichRulesItCannotReadAndGoesOn) {
   for (const char* path : {"r/.git/HEAD", "r/a/a.py", "r/b/a.py", "r/c/a.py", "r/z.py"})
     write(path);

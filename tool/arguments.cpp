@@ -14,7 +14,6 @@
 #include "tool/command_options.h"
 #include "tool/escape.h"
 #include "tool/index_arguments.h"
-#include "tool/language_option.h"
 #include "tool/question_arguments.h"
 #include "tool/shield.h"
 #include "tool/suggestion.h"
@@ -32,14 +31,6 @@ UsageError usage_error(const CLI::ParseError& error) {
   std::string text = error.what();
   std::erase(text, SHIELD);
   return UsageError(escaped(text));
-}
-
-void settle_walk(walk::WalkOptions& walk) {
-  std::for_each(walk.exclude.begin(), walk.exclude.end(), unshield);
-  for (std::string& type : walk.types) {
-    unshield(type);
-    type = language_meant(type);
-  }
 }
 
 void require_usable_input(const Arguments& parsed) {
@@ -168,16 +159,12 @@ Arguments parse_arguments(int count, const char* const* arguments) {
     parsed.command = Command::languages;
     return parsed;
   }
-  if (app.got_subcommand("index")) {
-    parsed.command = Command::index;
-    settle_index(parsed);
-    return parsed;
-  }
+  if (settle_index(app, parsed)) return parsed;
   if (settle_question(app, parsed)) return parsed;
   std::for_each(parsed.paths.begin(), parsed.paths.end(), unshield);
   if (parsed.files_from) unshield(*parsed.files_from);
   if (parsed.stdin_path) unshield(*parsed.stdin_path);
-  settle_walk(parsed.walk);
+  settle_files(parsed);
   if (app.got_subcommand("check")) {
     parsed.command = Command::check;
     require_checkable(parsed);

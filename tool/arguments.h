@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "engines/treesitter/treesitter.h"
+#include "index/file_rules.h"
 #include "index/questions.h"
-#include "walk/walk_options.h"
 
 namespace tool {
 
@@ -22,7 +22,16 @@ inline constexpr unsigned MAX_JOBS = 1024;
 // What stands for standard input among paths and as a list's name.
 inline constexpr const char* STANDARD_INPUT = "-";
 
-enum class Command : std::uint8_t { parse, check, index, question, languages, help, version };
+enum class Command : std::uint8_t {
+  parse,
+  check,
+  index,
+  watch,
+  question,
+  languages,
+  help,
+  version
+};
 
 enum class Format : std::uint8_t { json, text, ctags };
 
@@ -64,11 +73,12 @@ struct Arguments {
   bool null_separated = false;            // how that list is separated
   std::vector<std::string> paths;         // any bytes; no folder where a language is forced
   std::optional<std::string> stdin_path;  // of what standard input holds
-  std::uint64_t max_file_size = std::uint64_t{64} * 1024 * 1024;  // in bytes
+  repository::FileRules files;            // those of folders, and the size of any
   bool is_verbose = false;
-  walk::WalkOptions walk;  // of the folders among the paths
 
-  // Of `index`, beside `jobs` and `is_verbose`:
+  // Of `index` and `watch`, beside `jobs`, `files` and `is_verbose`:
+  bool has_files = false;  // `files` is to hold from now on
+  std::optional<std::string> tags;
   std::string index_path = ".";
   std::optional<std::string> database;
   engines::treesitter::Rules index_rules = engines::treesitter::Rules::navigation;

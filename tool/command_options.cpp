@@ -2,6 +2,7 @@
 #include "tool/command_options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <functional>
 #include <initializer_list>
@@ -123,25 +124,39 @@ void add_format(CLI::App& command, Arguments& parsed, const std::string& descrip
       ->check(CLI::IsMember(names).description(""));
 }
 
-// What folders are walked for.
-void add_walk(CLI::App& parse, walk::WalkOptions& walk) {
-  parse.add_flag("--hidden", walk.hidden, "Take hidden entries of folders too, but never .git");
-  parse.add_flag("--no-ignore", walk.no_ignore, "Read no ignore file");
-  parse.add_option("--exclude", walk.exclude, "Leave out what matches in folders; several will do")
-      ->type_name("GLOB")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-  parse
-      .add_option("--type", walk.types,
-                  "Of folders take files of this language only; several will do, as for --language")
-      ->type_name("NAME")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}  // namespace
+
+void add_files(CLI::App& command, Arguments& parsed, const char* size_help) {
+  walk::WalkOptions& walk = parsed.files.walk;
+  command
+      .add_option_function<std::string>(
+          "--max-filesize",
+          taking([&parsed](const std::string& text) { parsed.files.max_size = size_meant(text); }),
+          size_help)
+      ->type_name("SIZE");
+  command.add_flag("--hidden", walk.hidden, "Take hidden entries of folders too, but never .git");
+  command.add_flag("--no-ignore", walk.no_ignore, "Read no ignore file");
+  const auto several = [](CLI::Option* option, const char* shown) {
+    option->type_name(shown)->expected(1)->allow_extra_args(false)->multi_option_policy(
+        CLI::MultiOptionPolicy::TakeAll);
+  };
+  several(command.add_option("--exclude", walk.exclude,
+                             "Leave out what matches in folders; several will do"),
+          "GLOB");
+  several(command.add_option("--type", walk.types,
+                             "Of folders take files of this language only; several will do, such "
+                             "as js, .js, c#"),
+          "NAME");
 }
 
-}  // namespace
+void settle_files(Arguments& parsed) {
+  walk::WalkOptions& walk = parsed.files.walk;
+  std::for_each(walk.exclude.begin(), walk.exclude.end(), unshield);
+  for (std::string& type : walk.types) {
+    unshield(type);
+    type = language_meant(type);
+  }
+}
 
 void add_parse(CLI::App& app, Arguments& parsed) {
   CLI::App* const parse = app.add_subcommand("parse", "Parse files and folders");
@@ -156,14 +171,6 @@ void add_parse(CLI::App& app, Arguments& parsed) {
       ->type_name("N")
       ->check(CLI::Range(1U, MAX_JOBS).description(""));
   parse
-      ->add_option_function<std::string>(
-          "--max-filesize",
-          taking([&parsed](const std::string& text) { parsed.max_file_size = size_meant(text); }),
-          "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none, "
-          "where "
-          "standard input is still refused beyond 4G and a quarter of what one file may take")
-      ->type_name("SIZE");
-  parse
       ->add_option("--files-from", parsed.files_from,
                    "Take paths from the lines of FILE too (-: standard input)")
       ->type_name("FILE");
@@ -173,7 +180,10 @@ void add_parse(CLI::App& app, Arguments& parsed) {
       ->add_option("--stdin-path", parsed.stdin_path,
                    "What standard input is the content of: names its symbols, tells its language")
       ->type_name("PATH");
-  add_walk(*parse, parsed.walk);
+  add_files(*parse, parsed,
+            "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none, "
+            "where standard input is still refused beyond 4G and a quarter of what one file may "
+            "take");
   parse->add_flag("-v,--verbose", parsed.is_verbose, "Say at the end what was done and left out");
   parse
       ->add_option("PATH", parsed.paths,

@@ -13,4 +13,9 @@ namespace tool {
 void add_parse(CLI::App& app, Arguments& parsed);
 void add_check(CLI::App& app, Arguments& parsed);
 
+// The options about which files of folders are taken, of whatever command takes folders.
+void add_files(CLI::App& command, Arguments& parsed, const char* size_help);
+// What of them may have been hidden from CLI11 (shield.h). Throws UsageError.
+void settle_files(Arguments& parsed);
+
 }  // namespace tool

@@ -64,10 +64,8 @@ void write_name(OutputBuffer& out, std::string_view name) {
 // hashed: a file may be made so that its names all fall into one bucket.
 class Scopes {
  public:
-  Scopes(std::string_view path, const std::vector<Symbol>& symbols)
-      : _symbols(symbols),
-        _by_fqn(symbols.size()),
-        _prefix(engines::treesitter::TreeSitterEngine::fqn_prefix(path)) {
+  Scopes(std::size_t prefix_size, const std::vector<Symbol>& symbols)
+      : _symbols(symbols), _by_fqn(symbols.size()), _prefix_size(prefix_size) {
     std::iota(_by_fqn.begin(), _by_fqn.end(), 0);
     std::sort(_by_fqn.begin(), _by_fqn.end(), [this](std::uint32_t one, std::uint32_t other) {
       return std::tie(_symbols[one].fqn, one) < std::tie(_symbols[other].fqn, other);
@@ -80,12 +78,12 @@ class Scopes {
     std::string_view above = _symbols[index].fqn;
     if (!above.ends_with(name)) return;  // a name that is a path reads otherwise in an FQN
     above.remove_suffix(name.size());
-    if (above.size() <= _prefix.size() + 2 || !above.ends_with('.')) return;
+    if (above.size() <= _prefix_size + 2 || !above.ends_with('.')) return;
     above.remove_suffix(1);
     out.write('\t');
     out.write(kind_of(above, index));
     out.write(':');
-    write_value(out, above.substr(_prefix.size() + 1));
+    write_value(out, above.substr(_prefix_size + 1));
   }
 
  private:
@@ -106,7 +104,7 @@ class Scopes {
 
   const std::vector<Symbol>& _symbols;
   std::vector<std::uint32_t> _by_fqn;
-  const std::string _prefix;
+  const std::size_t _prefix_size;
 };
 
 void write_number_field(OutputBuffer& out, std::string_view label, std::uint32_t number) {
@@ -114,11 +112,10 @@ void write_number_field(OutputBuffer& out, std::string_view label, std::uint32_t
   out.write_number(number);
 }
 
-void write_tags(OutputBuffer& out, std::string_view path, const ParseResult& result) {
-  if (result.symbols.empty()) return;
-  const Scopes scopes(path, result.symbols);
-  for (std::uint32_t index = 0; index < result.symbols.size(); ++index) {
-    const Symbol& symbol = result.symbols[index];
+void write_tags(OutputBuffer& out, std::string_view path, std::string_view language,
+                const std::vector<Symbol>& symbols, const Scopes& scopes) {
+  for (std::uint32_t index = 0; index < symbols.size(); ++index) {
+    const Symbol& symbol = symbols[index];
     if (symbol.name.empty()) continue;
     write_name(out, symbol.name);
     out.write('\t');
@@ -128,7 +125,7 @@ void write_tags(OutputBuffer& out, std::string_view path, const ParseResult& res
     out.write(engines::models::kind_text(symbol.kind));
     write_number_field(out, "\tline:", symbol.start_line);
     out.write("\tlanguage:");
-    out.write(result.language);
+    out.write(language);
     scopes.write(out, index);
     if (symbol.is_export) out.write("\taccess:public");
     write_number_field(out, "\tend:", symbol.end_line);
@@ -137,6 +134,10 @@ void write_tags(OutputBuffer& out, std::string_view path, const ParseResult& res
 }
 
 }  // namespace
+
+std::string tags_left_out_text(std::size_t count) {
+  return "Tags left out, since their lines are longer than 64 KiB: " + std::to_string(count);
+}
 
 void write_ctags_head(ByteSink& sink) {
   OutputBuffer out(sink);
@@ -156,9 +157,16 @@ void write_ctags_head(ByteSink& sink) {
 
 void write_ctags(ByteSink& sink, const ParsedItem& parsed) {
   const auto* const result = std::get_if<ParseResult>(&parsed.outcome);
-  if (result == nullptr) return;
+  if (result == nullptr || result->symbols.empty()) return;
+  const std::string& path = parsed.item.path;
+  write_ctags(sink, path, engines::treesitter::TreeSitterEngine::fqn_prefix(path), result->language,
+              result->symbols);
+}
+
+void write_ctags(ByteSink& sink, std::string_view path, std::string_view prefix,
+                 std::string_view language, const std::vector<Symbol>& symbols) {
   OutputBuffer out(sink);
-  write_tags(out, parsed.item.path, *result);
+  write_tags(out, path, language, symbols, Scopes(prefix.size(), symbols));
   out.flush();
 }
 

@@ -18,10 +18,19 @@
 // Tested by tests/ctags_test.py.
 #pragma once
 
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "engines/treesitter/treesitter.h"
+#include "models/symbol.h"
 #include "tool/byte_sink.h"
 
 namespace tool {
+
+// What a file's record has no room for in a tags file, as an error text.
+std::string tags_left_out_text(std::size_t count);
 
 // The lines in front of all tags, for tags in the order of their bytes.
 void write_ctags_head(ByteSink& sink);
@@ -29,5 +38,10 @@ void write_ctags_head(ByteSink& sink);
 // The lines of the record's symbols, in its order. Beside the record it takes 64 KiB of stack, and
 // 4 bytes for each symbol.
 void write_ctags(ByteSink& sink, const engines::treesitter::ParsedItem& parsed);
+
+// The same of symbols that an index has kept. `path`: as the tags are to say it. `prefix`: what
+// their FQNs begin with.
+void write_ctags(ByteSink& sink, std::string_view path, std::string_view prefix,
+                 std::string_view language, const std::vector<engines::models::Symbol>& symbols);
 
 }  // namespace tool

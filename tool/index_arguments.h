@@ -1,6 +1,6 @@
-// The options of the command `index`. CLI11's door, beside arguments.cpp.
+// The options of the commands `index` and `watch`. CLI11's door, beside arguments.cpp.
 //
-// Tested by tests/index_command_test.py.
+// Tested by tests/index_command_test.py and tests/watch_test.py.
 #pragma once
 
 #include "tool/arguments.h"
@@ -13,7 +13,7 @@ namespace tool {
 
 void add_index(CLI::App& app, Arguments& parsed);
 
-// What of them may have been hidden from CLI11 (shield.h).
-void settle_index(Arguments& parsed);
+// Whether one of the commands was given. Throws UsageError for what CLI11 cannot judge.
+bool settle_index(const CLI::App& app, Arguments& parsed);
 
 }  // namespace tool

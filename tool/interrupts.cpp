@@ -2,6 +2,8 @@
 // signals; so what they read is that thread's own and needs no lock.
 #include "tool/interrupts.h"
 
+#include <pthread.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <array>
@@ -9,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <system_error>
 
 namespace tool {
 namespace {
@@ -47,6 +50,21 @@ void catch_interrupts() {
     ::sigaction(number, nullptr, &before);
     if (before.sa_handler != SIG_IGN) ::sigaction(number, &action, nullptr);
   }
+}
+
+int interrupts_as_descriptor() {
+  sigset_t signals;
+  ::sigemptyset(&signals);
+  for (const int number : SIGNALS) {
+    struct sigaction action {};
+    ::sigaction(number, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) ::sigaddset(&signals, number);
+  }
+  const int descriptor = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+  if (descriptor < 0 || ::pthread_sigmask(SIG_BLOCK, &signals, nullptr) != 0) {
+    throw std::system_error(errno, std::generic_category(), "signals");
+  }
+  return descriptor;
 }
 
 WholeRecord::WholeRecord() { is_writing = 1; }

@@ -13,6 +13,10 @@ namespace tool {
 // For SIGINT, SIGTERM and SIGHUP, where whoever started the tool has not told it to ignore them.
 void catch_interrupts();
 
+// For what goes on until it is ended: from now on these signals do nothing but make the descriptor
+// readable, which is given. To be called before there are other threads. Throws std::system_error.
+int interrupts_as_descriptor();
+
 // Lives while a record is being written.
 class WholeRecord {
  public:

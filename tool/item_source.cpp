@@ -139,7 +139,7 @@ std::optional<ParseItem> ItemSource::find() {
       continue;
     }
     if (is_folder(*path) && !_arguments.language) {
-      _walk.emplace(*path, _arguments.walk);
+      _walk.emplace(*path, _arguments.files.walk);
       continue;
     }
     ParseItem item = item_at(*std::move(path));
@@ -185,7 +185,7 @@ ParseItem ItemSource::standard_input() const {
 
 ParseItem ItemSource::item_at(std::string path) const {
   ParseItem item{.path = std::move(path)};
-  item.max_size = _arguments.max_file_size;
+  item.max_size = _arguments.files.max_size;
   return item;
 }
 

@@ -5,7 +5,7 @@
 //                         json_output, text_output or ctags_output form the records
 //        -> check         what one file met and took, formed by check_text or check_json
 //        -> index_command, question_command
-//                         an index is made, and asked
+//                         an index is made or kept up to date (watch), and asked
 //
 // Exit statuses and messages: messages.h.
 #include <csignal>
@@ -33,6 +33,8 @@ int execute(const tool::Arguments& arguments) {
       return tool::run(arguments);
     case tool::Command::index:
       return tool::run_index(arguments);
+    case tool::Command::watch:
+      return tool::run_watch(arguments);
     case tool::Command::question:
       return tool::run_question(arguments.question);
     case tool::Command::check:

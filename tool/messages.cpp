@@ -100,6 +100,10 @@ void Messages::note(std::string_view text) {
   complain(escaped(text));
 }
 
+void Messages::tell(std::string_view text) {
+  if (_shows_summary) note(text);
+}
+
 void Messages::show_progress(const Counts& counts, std::optional<std::size_t> total,
                              const std::optional<UnderWay>& longest) {
   if (!_shows_progress) return;

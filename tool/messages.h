@@ -57,6 +57,9 @@ class Messages {
   // Prints "treesitter-engine: TEXT", escaped.
   void note(std::string_view text);
 
+  // The same, when the user asked for it or watches.
+  void tell(std::string_view text);
+
   bool shows_progress() const { return _shows_progress; }
 
   // `total`: of items, once it is known. `longest`: the file that keeps the run waiting, if any.

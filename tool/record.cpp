@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "engines/languages/languages.h"
+#include "index/file_rules.h"
 
 namespace tool {
 namespace {
@@ -20,11 +21,6 @@ constexpr std::size_t SYMBOL_FRAME = 200;
 constexpr std::size_t REFERENCE_FRAME = 48;
 constexpr std::size_t RECORD_FRAME = 200;
 
-std::string too_large_text(std::uint64_t size, std::uint64_t limit) {
-  return "Failed to read file: it has " + std::to_string(size) +
-         " bytes, and --max-filesize allows " + std::to_string(limit);
-}
-
 struct ErrorTexts {
   const ParsedItem& parsed;
 
@@ -36,7 +32,7 @@ struct ErrorTexts {
   std::vector<std::string> operator()(const Declined& outcome) const {
     // A binary file is left out on purpose, and nothing is missing without it.
     if (outcome.reason == Declined::Reason::binary) return {};
-    return {too_large_text(outcome.size, parsed.item.max_size)};
+    return {repository::too_large_text(outcome.size, parsed.item.max_size)};
   }
   std::vector<std::string> operator()(const Raised& outcome) const { return {outcome.text}; }
 };

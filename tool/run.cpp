@@ -148,8 +148,7 @@ void Run::keep_tags(const ParsedItem& parsed, std::vector<std::string>& errors) 
   const std::size_t before = _tags.left_out();
   put_formed(_tags, parsed);
   if (const std::size_t more = _tags.left_out() - before; more > 0) {
-    errors.push_back("Tags left out, since their lines are longer than 64 KiB: " +
-                     std::to_string(more));
+    errors.push_back(tags_left_out_text(more));
   }
 }
 

@@ -30,14 +30,19 @@ LeftOut& LeftOut::operator+=(const LeftOut& other) {
   return *this;
 }
 
-FolderWalk::FolderWalk(const std::string& folder, WalkOptions options)
-    : _options(std::move(options)), _rules(_options) {
+FolderWalk::FolderWalk(const std::string& folder, WalkOptions options, Selection selection,
+                       Entering entering)
+    : _options(std::move(options)),
+      _selection(std::move(selection)),
+      _entering(std::move(entering)),
+      _rules(_options) {
   OpenFolder opened = OpenFolder::at_path(folder);
   if (!opened.is_open()) {
     _faults.push_back({folder, errno});
     return;
   }
   _path = folder.ends_with('/') ? folder : folder + '/';
+  _prefix_size = _path.size();
   push(std::move(opened), "");
 }
 
@@ -65,20 +70,57 @@ bool FolderWalk::keeps_file(const char* name) {
   return false;
 }
 
+void FolderWalk::add(Level& level, const char* name, OpenFolder::Kind kind, int error) {
+  if (error == ENOENT || !keeps(name, kind)) return;  // gone since it was listed
+  Entry entry{name, error};
+  if (kind == OpenFolder::Kind::folder) entry.name += '/';
+  // Whoever opens it will see whether it is a file.
+  if (engines::languages::detect_language(name)) entry.error = 0;
+  level.entries.push_back(std::move(entry));
+}
+
+// Gives an errno, 0 when all is known.
+int FolderWalk::list(Level& level, RuleStack::Seen& seen) {
+  return level.folder.for_each([&](const char* name, OpenFolder::Kind kind, int error) {
+    seen.note(name);
+    add(level, name, kind, error);
+  });
+}
+
+void FolderWalk::look_at_selected(Level& level, RuleStack::Seen& seen) {
+  for (const char* const name : RuleStack::NAMES) {
+    int error = 0;
+    (void)level.folder.kind(name, error);
+    if (error != ENOENT) seen.note(name);
+  }
+  const std::size_t size = _path.size() - _prefix_size;
+  std::string_view last;
+  for (const std::string& way : _selection.at(std::string_view(_path).substr(_prefix_size))) {
+    const std::string_view name = std::string_view(way).substr(size, way.find('/', size) - size);
+    if (name == last) continue;
+    last = name;
+    const std::string text(name);
+    int error = 0;
+    const OpenFolder::Kind kind = level.folder.kind(text.c_str(), error);
+    add(level, text.c_str(), kind, error);
+  }
+}
+
 // Lists the folder that _path names.
 void FolderWalk::push(OpenFolder folder, const std::string& name) {
-  Level level{_path.size(), std::move(folder), {}};
+  if (_entering) _entering(_path, folder.descriptor());
+  const std::string_view way = std::string_view(_path).substr(_prefix_size);
+  const auto selected = _selection.at(way);
+  const bool is_whole = (!_levels.empty() && _levels.back().is_whole) ||
+                        (!selected.empty() && selected.front() == way);
+  Level level{_path.size(), std::move(folder), is_whole, {}};
   RuleStack::Seen seen;
-  const int error =
-      level.folder.for_each([&](const char* entry_name, OpenFolder::Kind kind, int entry_error) {
-        seen.note(entry_name);
-        if (entry_error == ENOENT || !keeps(entry_name, kind)) return;  // gone since it was listed
-        Entry entry{entry_name, entry_error};
-        if (kind == OpenFolder::Kind::folder) entry.name += '/';
-        // Whoever opens it will see whether it is a file.
-        if (engines::languages::detect_language(entry_name)) entry.error = 0;
-        level.entries.push_back(std::move(entry));
-      });
+  int error = 0;
+  if (is_whole) {
+    error = list(level, seen);
+  } else {
+    look_at_selected(level, seen);
+  }
   if (error != 0)
     _faults.push_back({_path.substr(0, std::max<std::size_t>(1, _path.size() - 1)), error});
   _levels.push_back(std::move(level));

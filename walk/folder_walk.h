@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@
 #include "walk/found.h"
 #include "walk/open_folder.h"
 #include "walk/rule_stack.h"
+#include "walk/selection.h"
 #include "walk/walk_options.h"
 
 namespace walk {
@@ -30,9 +32,15 @@ class FolderWalk {
  public:
   static constexpr std::size_t OPEN_FOLDERS = 3;
 
+  // Told of each folder before it is listed, so that whoever watches it from then on misses
+  // nothing. `path`: as the walk calls it, with "/" at the end.
+  using Entering = std::function<void(const std::string& path, int descriptor)>;
+
   // A symbolic link to a folder is followed here, since somebody named it, and it is entered
-  // whatever the rules above it say.
-  explicit FolderWalk(const std::string& folder, WalkOptions options = {});
+  // whatever the rules above it say. A folder that is only on the way to what is selected is not
+  // listed; its rules hold all the same.
+  explicit FolderWalk(const std::string& folder, WalkOptions options = {}, Selection selection = {},
+                      Entering entering = {});
 
   // None at the end. Each folder that cannot be entered, and each ignore file that cannot be read,
   // is met with its error, and the walk goes on without it.
@@ -57,10 +65,14 @@ class FolderWalk {
   struct Level {
     std::size_t path_size;       // of the path that its entries follow, in _path
     OpenFolder folder;           // closed while far from the current one, or when it was lost
+    bool is_whole;               // otherwise only what is selected counts in it
     std::vector<Entry> entries;  // the next one is last
   };
 
   void push(OpenFolder folder, const std::string& name);
+  int list(Level& level, RuleStack::Seen& seen);
+  void look_at_selected(Level& level, RuleStack::Seen& seen);
+  void add(Level& level, const char* name, OpenFolder::Kind kind, int error);
   void follow_rules(const std::string& name, RuleStack::Seen seen);
   bool is_left_out(const Entry& entry);
   void pop();
@@ -71,8 +83,11 @@ class FolderWalk {
   void close_all_but_last();
 
   const WalkOptions _options;
+  const Selection _selection;
+  const Entering _entering;
   RuleStack _rules;
-  std::string _path;  // of the current folder, with "/" at the end
+  std::string _path;             // of the current folder, with "/" at the end
+  std::size_t _prefix_size = 0;  // of the first folder's
   std::vector<Level> _levels;
   std::string _last_name;
   std::vector<Found> _faults;  // of the folder entered last

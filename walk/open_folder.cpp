@@ -13,6 +13,16 @@ namespace {
 
 constexpr int FOLDER_FLAGS = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
+OpenFolder::Kind asked_kind(int folder, const char* name, int& error) {
+  struct stat status {};
+  if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    error = errno;
+    return OpenFolder::Kind::unknown;
+  }
+  if (S_ISDIR(status.st_mode)) return OpenFolder::Kind::folder;
+  return S_ISLNK(status.st_mode) ? OpenFolder::Kind::link : OpenFolder::Kind::file;
+}
+
 // File systems may leave it open what an entry is; then it is asked for, which a folder that may be
 // listed and not entered does not allow.
 OpenFolder::Kind kind_of(int folder, const dirent& entry, int& error) {
@@ -22,17 +32,10 @@ OpenFolder::Kind kind_of(int folder, const dirent& entry, int& error) {
     case DT_LNK:
       return OpenFolder::Kind::link;
     case DT_UNKNOWN:
-      break;
+      return asked_kind(folder, entry.d_name, error);
     default:
       return OpenFolder::Kind::file;
   }
-  struct stat status {};
-  if (::fstatat(folder, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    error = errno;
-    return OpenFolder::Kind::unknown;
-  }
-  if (S_ISDIR(status.st_mode)) return OpenFolder::Kind::folder;
-  return S_ISLNK(status.st_mode) ? OpenFolder::Kind::link : OpenFolder::Kind::file;
 }
 
 }  // namespace
@@ -72,6 +75,10 @@ int OpenFolder::for_each(
     const Kind kind = kind_of(descriptor(), *entry, error);
     take(entry->d_name, kind, error);
   }
+}
+
+OpenFolder::Kind OpenFolder::kind(const char* name, int& error) const {
+  return asked_kind(descriptor(), name, error);
 }
 
 int OpenFolder::open_file(const std::string& name) const {

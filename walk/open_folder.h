@@ -41,6 +41,9 @@ class OpenFolder {
   // an errno, 0 when all were read.
   int for_each(const std::function<void(const char* name, Kind kind, int error)>& take) const;
 
+  // What an entry of that name is; `error` tells why that is unknown, ENOENT when there is none.
+  Kind kind(const char* name, int& error) const;
+
   // A descriptor of the file of that name, which is the caller's, or -1 and errno. No link is
   // followed, and a FIFO not waited for.
   int open_file(const std::string& name) const;

@@ -26,21 +26,6 @@ std::string relative_to(const std::string& folder, const std::string& path) {
   return path.starts_with('/') ? path : folder + path;
 }
 
-// Where the repository keeps what all its working trees share, with "/" at the end. Submodules and
-// further working trees have a file in the place of the folder, which leads there.
-std::string common_folder(int folder, const std::string& top) {
-  std::string path = top + GIT_FOLDER;
-  std::string text;
-  if (read_text(folder, path, Links::followed, text) == 0 && text.starts_with(REDIRECTION)) {
-    path = relative_to(top, first_line(text, REDIRECTION.size()));
-  }
-  path += '/';
-  if (read_text(folder, path + "commondir", Links::followed, text) == 0) {
-    path = relative_to(path, first_line(text, 0)) + '/';
-  }
-  return path;
-}
-
 IgnoreRules read_rules(const GitFile& file, Links links, int tolerated, bool folds_case,
                        std::vector<Found>& faults) {
   std::string text;
@@ -72,6 +57,20 @@ std::optional<std::string> repository_above(const std::string& folder) {
     if (::stat(path.c_str(), &status) != 0 || status.st_dev != device) return std::nullopt;
     if (::stat((path + GIT_FOLDER).c_str(), &status) == 0) return path;
   }
+}
+
+// Submodules and further working trees have a file in the place of the folder, which leads there.
+std::string common_folder(int folder, const std::string& top) {
+  std::string path = top + GIT_FOLDER;
+  std::string text;
+  if (read_text(folder, path, Links::followed, text) == 0 && text.starts_with(REDIRECTION)) {
+    path = relative_to(top, first_line(text, REDIRECTION.size()));
+  }
+  path += '/';
+  if (read_text(folder, path + "commondir", Links::followed, text) == 0) {
+    path = relative_to(path, first_line(text, 0)) + '/';
+  }
+  return path;
 }
 
 RepositoryRules read_repository(int folder, const std::string& top, const std::string& shown,

@@ -20,6 +20,10 @@ inline constexpr const char* GIT_FOLDER = ".git";
 // where the file system does.
 std::optional<std::string> repository_above(const std::string& folder);
 
+// Where the repository keeps what all its working trees share, as a path with "/" at the end.
+// `top`: relative to the open folder, with "/" at the end, or empty.
+std::string common_folder(int folder, const std::string& top);
+
 struct RepositoryRules {
   bool folds_case = false;
   IgnoreRules of_user;        // the weakest: core.excludesFile

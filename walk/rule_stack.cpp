@@ -8,14 +8,13 @@
 #include <memory>
 #include <utility>
 
-#include "walk/repository.h"
 #include "walk/wildmatch.h"
 
 namespace walk {
 namespace {
 
-constexpr const char* GITIGNORE = ".gitignore";
-constexpr const char* IGNORE = ".ignore";
+constexpr const char* GITIGNORE = RuleStack::NAMES[1];
+constexpr const char* IGNORE = RuleStack::NAMES[2];
 
 std::string real_path(const std::string& path) {
   const std::unique_ptr<char, void (*)(void*)> real(::realpath(path.c_str(), nullptr), std::free);

@@ -11,6 +11,7 @@
 // Tested by tests/walk_test.cpp, and by tests/ignore_parity_test.py against git itself.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -19,6 +20,7 @@
 
 #include "walk/found.h"
 #include "walk/ignore_rules.h"
+#include "walk/repository.h"
 #include "walk/walk_options.h"
 
 namespace walk {
@@ -28,6 +30,9 @@ class RuleStack {
   enum class Verdict : std::uint8_t { kept, ignored, excluded };
 
   explicit RuleStack(const WalkOptions& options);
+
+  // What entries of a folder are called on which its rules depend.
+  static constexpr std::array<const char*, 3> NAMES = {GIT_FOLDER, ".gitignore", ".ignore"};
 
   // What a folder's list of entries tells of its rules.
   struct Seen {

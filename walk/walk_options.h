@@ -13,6 +13,8 @@ struct WalkOptions {
   // are: neither `#` nor spaces at the end mean anything else in an argument.
   std::vector<std::string> exclude{};
   std::vector<std::string> types{};  // files of these languages only, by canonical names; none: all
+
+  bool operator==(const WalkOptions&) const = default;
 };
 
 }  // namespace walk

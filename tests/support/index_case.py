@@ -6,6 +6,7 @@ by `dump`.
 import os
 import random
 import re
+import shutil
 import sqlite3
 import subprocess
 
@@ -36,6 +37,7 @@ def dump(database):
     """All that the index says, without ids: file by file, and what is found by searching."""
     with sqlite3.connect(f"file:{database}?mode=ro", uri=True) as connection:
         ask = connection.execute
+        ask("BEGIN")  # of one state, also while it is written
         assert ask("PRAGMA integrity_check").fetchall() == [("ok",)]
         names = dict(ask("SELECT id, text FROM name"))
         scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
@@ -118,12 +120,16 @@ class IndexTest(ToolTest):
         return tuple(map(int, re.search(r"(\d+) changed, (\d+) unchanged, (\d+) removed",
                                         text).groups()))
 
-    def assert_fresh(self, status=0):
+    def fresh_dump(self, *arguments, status=0):
         fresh = self.folder / "fresh.sqlite"
-        self.index("--database", fresh, status=status)
-        self.assertEqual(dump(self.database), dump(fresh))
+        self.index("--database", fresh, *arguments, status=status)
+        rows = dump(fresh)
         for path in self.folder.glob("fresh.sqlite*"):
             path.unlink()
+        return rows
+
+    def assert_fresh(self, *arguments, status=0):
+        self.assertEqual(dump(self.database), self.fresh_dump(*arguments, status=status))
 
     def write_some(self, count):
         for number in range(count):
@@ -132,3 +138,44 @@ class IndexTest(ToolTest):
     def child(self, *arguments, **options):
         return subprocess.Popen([TOOL, "index", *arguments], cwd=self.folder,
                                 stderr=subprocess.PIPE, **options)
+
+
+class ChangingTest(IndexTest):
+    def git(self, *arguments):
+        return subprocess.run(["git", "-c", "user.name=a", "-c", "user.email=a@b", *arguments],
+                              cwd=self.folder, check=False, capture_output=True).returncode
+
+    def switch(self):
+        """Keeps what there is on the branch at hand, and goes to another one."""
+        branch = f"branch{self.random.randrange(4)}"
+        self.git("add", "--all")
+        self.git("commit", "--quiet", "--message", "x")
+        if self.git("checkout", "--quiet", branch) != 0:
+            self.assertEqual(self.git("checkout", "--quiet", "-b", branch), 0)
+
+    def change(self):
+        """Something that may happen to the files of `write_some`."""
+        if len(list(self.folder.glob("d*/*.py"))) < 20:
+            self.write_some(40)
+        paths = sorted(self.folder.glob("d*/*.py"))
+        path = self.random.choice(paths)
+        match self.random.randrange(9):
+            case 0:
+                path.unlink()
+            case 1:
+                path.rename(path.with_name(f"moved{self.random.randrange(99)}.py"))
+            case 2:
+                shutil.rmtree(path.parent)
+            case 3:
+                path.parent.rename(self.folder / f"d{self.random.randrange(1000, 9999)}")
+            case 4:
+                os.utime(path)
+            case 5:
+                path.write_bytes(b"\0" * 9)
+            case 6:
+                self.switch()
+            case _:
+                self.write(f"d{self.random.randrange(7)}/n{self.random.randrange(40)}.py",
+                           source(self.random))
+                if path.exists():
+                    path.write_bytes(source(self.random))
