@@ -1,6 +1,8 @@
 // See questions.h. Every question is one transaction, so that all that it reads is of one state.
 #include "index/questions.h"
 
+#include <sys/stat.h>
+
 #include <utility>
 
 #include "index/all_symbols.h"
