@@ -26,11 +26,12 @@ enum class Encoding : std::uint8_t {
 struct ParseReport {
   using Duration = std::chrono::nanoseconds;
 
-  // What a guard counted, and at which number it would have spoken.
+  // What a guard counted, and at which number it would have spoken. Without initialisers, since
+  // clang 14 ends on those of a template within a class.
   template <typename Number>
   struct Spent {
-    Number used{};
-    Number allowed{};
+    Number used;
+    Number allowed;
   };
 
   std::uint64_t bytes = 0;           // of the file; of one that was declined, what it claims
