@@ -1,0 +1,55 @@
+// What stands in a self-contained module for the parts of ICU that it never uses.
+//
+// We ask ICU for properties of characters alone, and their tables are in its code. The same objects
+// can read ICU's data, though, of 30 MB: here it is a table of contents without an entry, as ICU
+// itself takes it for "there is none".
+//
+// Distributions compile ICU's static library for programs, where it reaches the C library's variable
+// __timezone in a way that no shared object may. The linker puts the variable below in its place
+// (--wrap); what would read it, ICU's time zones, is called by nobody.
+//
+// Tested by tests/package/test_wheel.py.
+#include <unicode/udata.h>
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+struct Contents {
+  std::uint16_t header_size;
+  std::uint8_t magic[2];
+  UDataInfo info;
+  alignas(16) std::uint32_t entry_count;
+  std::uint32_t unused[3];
+};
+
+}  // namespace
+
+extern "C" {
+
+extern const Contents U_ICUDATA_ENTRY_POINT;
+const Contents U_ICUDATA_ENTRY_POINT = {
+    .header_size = 32,
+    .magic = {0xDA, 0x27},
+    .info = {.size = sizeof(UDataInfo),
+             .reservedWord = 0,
+             .isBigEndian = std::endian::native == std::endian::big,
+             .charsetFamily = U_CHARSET_FAMILY,
+             .sizeofUChar = U_SIZEOF_UCHAR,
+             .reservedByte = 0,
+             .dataFormat = {'T', 'o', 'C', 'P'},
+             .formatVersion = {1, 0, 0, 0},
+             .dataVersion = {0, 0, 0, 0}},
+    .entry_count = 0,
+    .unused = {},
+};
+static_assert(offsetof(Contents, entry_count) == 32);
+
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern long __wrap___timezone;
+long __wrap___timezone = 0;
+extern char* __wrap_tzname[2];
+char* __wrap_tzname[2] = {};
+}
