@@ -4,7 +4,8 @@
 // can read ICU's data, though, of 30 MB: here it is a table of contents without an entry, as ICU
 // itself takes it for "there is none".
 //
-// Distributions compile ICU's static library for programs, where it reaches the C library's variable
+// Distributions compile ICU's static library for programs, where it reaches the C library's
+// variable
 // __timezone in a way that no shared object may. The linker puts the variable below in its place
 // (--wrap); what would read it, ICU's time zones, is called by nobody.
 //

@@ -4,6 +4,7 @@
 #include <Python.h>
 
 #include "bindings/python/interpreter_end.h"
+#include "bindings/python/owned.h"
 
 namespace engines::treesitter::python {
 
@@ -20,10 +21,10 @@ namespace engines::treesitter::python {
 // that got it in passing would look for its state, which is freed by then.
 template <typename Work>
 void without_gil(Work&& work) {
-  if (_Py_IsFinalizing() != 0) return work();
+  if (is_finalizing()) return work();
   PyThreadState* const state = PyEval_SaveThread();
   work();
-  if (_Py_IsFinalizing() != 0) wait_for_process_end();
+  if (is_finalizing()) wait_for_process_end();
   PyEval_RestoreThread(state);
 }
 

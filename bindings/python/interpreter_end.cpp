@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <mutex>
 #include <new>
 
 namespace engines::treesitter::python {
@@ -15,7 +16,12 @@ namespace {
 std::atomic<int> calls_under_way = 0;
 std::atomic<bool> has_ended = false;
 std::atomic<bool> is_arranged = false;
-std::stop_source process_end(std::nostopstate);  // read and replaced with the interpreter's lock
+
+// The source is replaced by the import that begins anew, before anybody can read it: the first of
+// all, or the first behind an end. Interpreters with locks of their own may import at once, hence
+// the lock, which a fork takes first so that no child finds it taken.
+std::mutex beginning;
+std::stop_source process_end(std::nostopstate);
 
 thread_local constinit int calls_of_thread = 0;
 
@@ -37,18 +43,23 @@ void forget_calls() {
   } catch (const std::bad_alloc&) {
     process_end = std::stop_source(std::nostopstate);  // the end waits longer
   }
+  beginning.unlock();
 }
+
+[[gnu::used]] const int at_fork =
+    ::pthread_atfork([] { beginning.lock(); }, [] { beginning.unlock(); }, forget_calls);
 
 }  // namespace
 
 // A host may end one interpreter and begin another, whose import opens the way again.
 void wait_for_calls_at_end() {
-  static const int at_fork = ::pthread_atfork(nullptr, nullptr, forget_calls);
-  (void)at_fork;
-  if (!process_end.stop_possible() || process_end.stop_requested()) {
-    process_end = std::stop_source();
+  {
+    const std::lock_guard lock(beginning);
+    if (!process_end.stop_possible() || process_end.stop_requested()) {
+      process_end = std::stop_source();
+    }
+    has_ended = false;
   }
-  has_ended = false;
   // It fails when 32 others have come first; then there is no wait.
   if (!is_arranged.exchange(true)) Py_AtExit(end);
 }

@@ -14,7 +14,8 @@ namespace engines::treesitter::python {
 // Arranges for the wait. To be called by every import of the module.
 void wait_for_calls_at_end();
 
-// Stopped when the interpreter ends. To be called with the interpreter's lock held.
+// Stopped when the interpreter ends. To be called with the interpreter's lock held, or that of
+// another interpreter of the process.
 std::stop_token end_of_interpreter();
 
 // A call of the engine, on whatever thread.

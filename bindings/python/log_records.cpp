@@ -109,7 +109,7 @@ std::size_t size_of(const std::vector<StoredRecord>& records) {
 
 bool emit_records(ModuleState& state, const std::vector<StoredRecord>& records,
                   Surrogates surrogates) {
-  if (_Py_IsFinalizing() != 0) return true;
+  if (is_finalizing()) return true;
   for (const StoredRecord& record : records) {
     if (!emit(state, record, surrogates)) return false;
   }

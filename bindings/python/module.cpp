@@ -129,6 +129,10 @@ void free(void* module) { clear(static_cast<PyObject*>(module)); }
 
 PyModuleDef_Slot slots[] = {
     {Py_mod_exec, reinterpret_cast<void*>(execute)},
+#if PY_VERSION_HEX >= 0x030C0000
+    // What is global is shared by any threads anyway; a lock of Python's guards none of it.
+    {Py_mod_multiple_interpreters, Py_MOD_PER_INTERPRETER_GIL_SUPPORTED},
+#endif
     {0, nullptr},
 };
 

@@ -11,6 +11,15 @@
 
 namespace engines::treesitter::python {
 
+// Whether the interpreter's end has begun. Asked without its lock too.
+inline bool is_finalizing() {
+#if PY_VERSION_HEX >= 0x030D0000
+  return Py_IsFinalizing() != 0;
+#else
+  return _Py_IsFinalizing() != 0;
+#endif
+}
+
 class Owned {
  public:
   Owned() = default;
@@ -24,7 +33,7 @@ class Owned {
   Owned(const Owned&) = delete;
   Owned& operator=(const Owned&) = delete;
   ~Owned() {
-    if (_Py_IsFinalizing() != 0 && PyGILState_Check() == 0) return;
+    if (is_finalizing() && PyGILState_Check() == 0) return;
     Py_XDECREF(_object);
   }
 

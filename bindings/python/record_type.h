@@ -45,14 +45,23 @@ struct Slots {
   }();
 };
 
+inline constexpr PyMethodDef REDUCE = {"__reduce__", reduce_record, METH_NOARGS,
+                                       "Pickled as its type and its fields."};
+inline const PyMethodDef REPLACE = {
+    "__replace__", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(replace_record)),
+    METH_VARARGS | METH_KEYWORDS,
+    "__replace__($self, /, **changes)\n--\n\nA new one with these fields changed."};
+
 inline PyMethodDef record_methods[] = {
-    {"__reduce__", reduce_record, METH_NOARGS, "Pickled as its type and its fields."},
+    REDUCE,
+    REPLACE,
     {nullptr, nullptr, 0, nullptr},
 };
 
 // Of a record that is a sequence too. It is generic: Answer[Use].
 inline PyMethodDef row_methods[] = {
-    {"__reduce__", reduce_record, METH_NOARGS, "Pickled as its type and its fields."},
+    REDUCE,
+    REPLACE,
     {"__class_getitem__", Py_GenericAlias, METH_O | METH_CLASS,
      "__class_getitem__($type, row, /)\n--\n\nThe type of those with such rows."},
     {nullptr, nullptr, 0, nullptr},

@@ -126,6 +126,23 @@ PyObject* row_at(PyObject* self, PyObject* index) {
   return PyObject_GetItem(items_of(self)[0], index);
 }
 
+// copy.replace calls it, from Python 3.13 on.
+PyObject* replace_record(PyObject* self, PyObject* none, PyObject* changes) {
+  if (PyTuple_GET_SIZE(none) > 0) {
+    PyErr_SetString(PyExc_TypeError, "__replace__() takes no positional arguments");
+    return nullptr;
+  }
+  PyObject* const type = reinterpret_cast<PyObject*>(Py_TYPE(self));
+  const Owned names(PyObject_GetAttrString(type, "__match_args__"));
+  const Owned values(names ? PyDict_New() : nullptr);
+  for (std::size_t i = 0; values && i < all_items(self).size(); ++i) {
+    PyObject* const name = PyTuple_GET_ITEM(names.get(), static_cast<Py_ssize_t>(i));
+    if (PyDict_SetItem(values.get(), name, items_of(self)[i]) != 0) return nullptr;
+  }
+  if (!values || (changes != nullptr && PyDict_Update(values.get(), changes) != 0)) return nullptr;
+  return PyObject_Call(type, none, values.get());
+}
+
 void deallocate_record(PyObject* self) {
   PyTypeObject* const type = Py_TYPE(self);
   if (PyType_IS_GC(type)) PyObject_GC_UnTrack(self);

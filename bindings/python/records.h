@@ -85,6 +85,7 @@ int set_field(const RecordSpec& spec, PyObject* self, const Field& field, PyObje
 PyObject* repr_of_record(const RecordSpec& spec, PyObject* self);
 PyObject* compare_records(PyObject* self, PyObject* other, int operation);
 PyObject* reduce_record(PyObject* self, PyObject* none);
+PyObject* replace_record(PyObject* self, PyObject* none, PyObject* changes);
 Py_hash_t hash_record(PyObject* self);
 PyObject* iterate_rows(PyObject* self);
 Py_ssize_t count_rows(PyObject* self);

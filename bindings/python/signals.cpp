@@ -1,6 +1,8 @@
 // Tested by tests/python/test_signals.py.
 #include "bindings/python/signals.h"
 
+#include "bindings/python/owned.h"
+
 namespace engines::treesitter::python {
 namespace {
 
@@ -12,7 +14,7 @@ using Clock = std::chrono::steady_clock;
 }  // namespace
 
 SignalPoll::SignalPoll()
-    : _thread(_PyOS_IsMainThread() != 0 && _Py_IsFinalizing() == 0 ? PyThreadState_Get() : nullptr),
+    : _thread(_PyOS_IsMainThread() != 0 && !is_finalizing() ? PyThreadState_Get() : nullptr),
       _next(Clock::now() + INTERVAL) {}
 
 std::function<bool()> SignalPoll::function() {

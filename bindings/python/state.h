@@ -1,7 +1,7 @@
 // What one import of the module owns, and what its functions find each other's types by.
 //
 // Nothing of it is a global, so that every interpreter of the process has a module of its own. Read
-// and written with the interpreter's lock held.
+// and written with that interpreter's lock held.
 #pragma once
 
 #include <Python.h>
