@@ -27,7 +27,11 @@ import sys
 from setuptools import Extension, setup
 from setuptools.command.build_ext import build_ext
 from setuptools.command.sdist import sdist
-from wheel.bdist_wheel import bdist_wheel
+
+try:
+    from setuptools.command.bdist_wheel import bdist_wheel  # from 70.1 on
+except ImportError:
+    from wheel.bdist_wheel import bdist_wheel
 
 SOURCE = pathlib.Path(__file__).resolve().parent
 BUILD = SOURCE / "build" / "wheel"

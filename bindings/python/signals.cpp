@@ -3,6 +3,12 @@
 
 #include "bindings/python/owned.h"
 
+#if PY_VERSION_HEX >= 0x030D0000
+// From here on Python exports it still, but declares it for itself alone.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern "C" int _PyOS_IsMainThread(void);
+#endif
+
 namespace engines::treesitter::python {
 namespace {
 
