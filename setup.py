@@ -3,7 +3,8 @@
     pip install .                          # or: pip wheel ., python3 -m build
     CMAKE_ARGS="-D..." pip install .       # with options for CMake
 
-The module is self-contained: whatever it uses besides the C library is linked into it. Where a
+The module is self-contained: whatever it uses besides the C library, and the unwinder that this has
+for itself, is linked into it. Where a
 library has no static form, CMAKE_ARGS=-DTREESITTER_ENGINE_STATIC_LIBRARIES=OFF takes the system's
 shared ones; the wheel is then for this machine alone, and its tag says so.
 
@@ -36,7 +37,7 @@ except ImportError:
 SOURCE = pathlib.Path(__file__).resolve().parent
 BUILD = SOURCE / "build" / "wheel"
 # What a module may need at run time and still run on any Linux of some age.
-C_LIBRARY = re.compile(r"lib(c|m|dl|rt|pthread)\.so\.\d+|ld-linux.*\.so\.\d+")
+C_LIBRARY = re.compile(r"lib(c|m|dl|rt|pthread|gcc_s)\.so\.\d+|ld-linux.*\.so\.\d+")
 
 
 def run(*command):
