@@ -10,6 +10,7 @@ import treesitter
 
 SOURCE = "class A:\n    '''Doc.'''\n    def f(self):\n        return g(self)\n"
 SANITIZERS = os.environ.get("SANITIZERS", "")  # of the module's build
+FORKS = "ignore:This process:DeprecationWarning"  # Python's word on forks beside threads
 SLOW = '"' * 4_000_000  # as TypeScript: its parse takes 20 seconds, then its time limit ends it
 NESTED_KEYS = '{"key":' * 9_000 + "1" + "}" * 9_000  # whose qualified names are out of proportion
 
@@ -30,6 +31,6 @@ def run_python(code, *arguments, expected=0, **environment):
     """The output of an interpreter of its own, which must end in order and say nothing else."""
     done = subprocess.run([sys.executable, "-c", textwrap.dedent(code), *map(os.fspath, arguments)],
                           capture_output=True, text=True, timeout=120, check=False,
-                          env={**os.environ, **environment})
+                          env={**os.environ, "PYTHONWARNINGS": FORKS, **environment})
     assert (done.returncode, done.stderr) == (expected, "")
     return done.stdout

@@ -3,6 +3,7 @@ import inspect
 import json
 import pathlib
 import re
+import sys
 import types
 
 import pytest
@@ -27,21 +28,50 @@ def test_import_is_light():
 
 def test_imported_twice_and_in_another_interpreter():
     assert run_python("""
-        import sys, _xxsubinterpreters
+        import sys
+        try:
+            import _interpreters
+        except ImportError:
+            import _xxsubinterpreters as _interpreters
         import treesitter as first
         del sys.modules["treesitter"]
         import treesitter as second
         made = first.TreeSitterEngine().parse_content("def f(): pass", "python", "a.py")
         print(isinstance(made, first.ParseResult), first is not second)
-        other = _xxsubinterpreters.create()
-        _xxsubinterpreters.run_string(other, '''if True:
+        other = _interpreters.create()
+        _interpreters.run_string(other, '''if True:
             import treesitter
             made = treesitter.TreeSitterEngine().parse_content("def f(): pass", "python", "a.py")
             print(made.symbols[0].name, flush=True)''')
-        _xxsubinterpreters.destroy(other)
+        _interpreters.destroy(other)
         made = second.TreeSitterEngine().parse_content("def x(): pass", "python", "a.py")
         print(made.symbols[0].name)
     """) == "True True\nf\nx\n"
+
+
+@pytest.mark.skipif(sys.version_info < (3, 12), reason="all interpreters share one lock")
+def test_interpreters_with_locks_of_their_own():
+    assert run_python("""
+        import threading
+        try:
+            import _interpreters
+        except ImportError:
+            import _xxsubinterpreters as _interpreters
+        code = '''if True:
+            import os, treesitter
+            items = [(f"def f{i}(): pass", "python", "a.py") for i in range(300)]
+            names = [made.symbols[0].name for made in treesitter.parse_many(items, threads=2)]
+            os.write(1, b"well " if names == [f"f{i}" for i in range(300)] else b"ill ")'''
+        def work():
+            one = _interpreters.create()
+            _interpreters.run_string(one, code)
+            _interpreters.destroy(one)
+        threads = [threading.Thread(target=work) for _ in range(4)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+    """) == "well " * 4
 
 
 def test_constants():

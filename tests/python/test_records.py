@@ -83,6 +83,9 @@ def test_as_a_dataclass(record, values):
     for name, value in values.items():
         other = other_value(name, value)
         assert dataclasses.replace(whole, **{name: other}) == record(**{**values, name: other})
+        assert whole.__replace__(**{name: other}) == record(**{**values, name: other})
+    with pytest.raises(TypeError):
+        whole.__replace__(nothing=1)
 
 
 @RECORDS
