@@ -2,9 +2,9 @@
 # files stay as they were published; what the engine needs otherwise is said here by compiler
 # options.
 #
-#   tree_sitter_core            the library, public header <tree_sitter/api.h>
-#   tree_sitter_core_internals  adds the core's private headers (<lib/src/subtree.h>)
-#   grammars                    every grammar, behind one interface target
+#   treesitter_engine_core            the library, public header <tree_sitter/api.h>
+#   treesitter_engine_core_internals  adds the core's private headers (<lib/src/subtree.h>)
+#   treesitter_engine_grammars        every grammar, behind one interface target
 if(NOT EXISTS "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/package.json")
   message(FATAL_ERROR
     "The tree-sitter sources are not installed (no ${TREESITTER_ENGINE_NODE_MODULES}): "
@@ -61,27 +61,27 @@ _replace_in_core(stack.c core_stack.h "static void stack_node_release"
 _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
   "static void ts_lexer__mark_end")
 
-add_library(tree_sitter_core STATIC "${_core_copy}/lib.c")
-_third_party_target(tree_sitter_core)
-target_include_directories(tree_sitter_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
-target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
+add_library(treesitter_engine_core STATIC "${_core_copy}/lib.c")
+_third_party_target(treesitter_engine_core)
+target_include_directories(treesitter_engine_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
+target_compile_definitions(treesitter_engine_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
 # The core copies many small structures whose fields it has just written. Copied field by field they
 # come from registers; by wider loads, which these optimisations make of them, the processor waits for
 # the stores: 3 % of a parse.
-target_compile_options(tree_sitter_core PRIVATE
+target_compile_options(treesitter_engine_core PRIVATE
   $<$<C_COMPILER_ID:GNU>:-fno-tree-vectorize -fno-store-merging>
   -include "${PROJECT_SOURCE_DIR}/cmake/allocator.h")
 # Core and scanners call back into the engine, so the linker looks there once more behind them.
-target_link_libraries(tree_sitter_core PRIVATE $<LINK_ONLY:treesitter_engine>)
+target_link_libraries(treesitter_engine_core PRIVATE $<LINK_ONLY:treesitter_engine>)
 
 # The private headers are named from above their folder (<lib/src/subtree.h>), since beside them lie
 # copies of some ICU headers that would shadow the installed ones.
-add_library(tree_sitter_core_internals INTERFACE)
-target_link_libraries(tree_sitter_core_internals INTERFACE tree_sitter_core)
-target_include_directories(tree_sitter_core_internals SYSTEM INTERFACE "${_core}/..")
+add_library(treesitter_engine_core_internals INTERFACE)
+target_link_libraries(treesitter_engine_core_internals INTERFACE treesitter_engine_core)
+target_include_directories(treesitter_engine_core_internals SYSTEM INTERFACE "${_core}/..")
 
-add_library(grammars INTERFACE)
-target_link_libraries(grammars INTERFACE tree_sitter_core)
+add_library(treesitter_engine_grammars INTERFACE)
+target_link_libraries(treesitter_engine_grammars INTERFACE treesitter_engine_core)
 set(_grammar_versions "")
 
 # _package_version(PACKAGE VARIABLE): the version in an installed package's package.json.
@@ -97,7 +97,7 @@ endfunction()
 # tree_sitter_NAME().
 function(_grammar name package)
   cmake_path(APPEND source "${TREESITTER_ENGINE_NODE_MODULES}" "${package}" ${ARGN} src)
-  set(target grammar_${name})
+  set(target treesitter_engine_grammar_${name})
   add_library(${target} STATIC "${source}/parser.c")
   _third_party_target(${target})
   target_include_directories(${target} SYSTEM PRIVATE "${source}")
@@ -111,8 +111,8 @@ function(_grammar name package)
     set_source_files_properties("${source}/scanner.c" PROPERTIES
       COMPILE_OPTIONS "-include;${forced}" OBJECT_DEPENDS "${forced}")
   endif()
-  target_link_libraries(${target} PRIVATE tree_sitter_core)
-  target_link_libraries(grammars INTERFACE ${target})
+  target_link_libraries(${target} PRIVATE treesitter_engine_core)
+  target_link_libraries(treesitter_engine_grammars INTERFACE ${target})
   _package_version(${package} version)
   string(APPEND _grammar_versions "    {\"${name}\", \"${version}\"},\n")
   set(_grammar_versions "${_grammar_versions}" PARENT_SCOPE)
@@ -134,11 +134,11 @@ _grammar(tsx tree-sitter-typescript tsx)
 _grammar(typescript tree-sitter-typescript typescript)
 _grammar(xml @tree-sitter-grammars/tree-sitter-xml xml)
 _grammar(yaml @tree-sitter-grammars/tree-sitter-yaml)
-target_compile_definitions(grammar_yaml PRIVATE TREESITTER_ENGINE_WIDE_ROWS)
+target_compile_definitions(treesitter_engine_grammar_yaml PRIVATE TREESITTER_ENGINE_WIDE_ROWS)
 
 # Which versions were compiled in, for --version and for hosts: a header, since only half of the
 # grammars carry their version in their own data.
 _package_version(tree-sitter _core_version)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"
                "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h" @ONLY)
-target_include_directories(grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")
+target_include_directories(treesitter_engine_grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")

@@ -18,8 +18,8 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "source-code parsing engine for code index
 
 # The engine, the core and the grammars as one object, in which all names of C are local: a host may
 # link another tree-sitter beside it. An archive of several objects could not hide them.
-set(_parts treesitter_engine languages models tree_sitter_core)
-get_target_property(_grammars grammars INTERFACE_LINK_LIBRARIES)
+set(_parts treesitter_engine treesitter_engine_languages treesitter_engine_models treesitter_engine_core)
+get_target_property(_grammars treesitter_engine_grammars INTERFACE_LINK_LIBRARIES)
 list(APPEND _parts ${_grammars})
 list(REMOVE_DUPLICATES _parts)
 list(TRANSFORM _parts REPLACE "(.+)" "$<TARGET_FILE:\\1>" OUTPUT_VARIABLE _archives)
@@ -92,8 +92,8 @@ install(FILES "${PROJECT_BINARY_DIR}/package/treesitter-engine.pc"
 
 # ---- The tool, the licences ----
 
-if(TARGET treesitter-engine)
-  install(TARGETS treesitter-engine RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+if(TARGET treesitter_engine_command)
+  install(TARGETS treesitter_engine_command RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
 file(GLOB _licences RELATIVE "${TREESITTER_ENGINE_NODE_MODULES}"
   "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter*/LICENSE"
@@ -121,7 +121,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Who builds against the archive needs these; who runs the tool or the module does not.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "g++, pkg-config, libicu-dev, libpcre2-dev, libssl-dev")
-if(TARGET treesitter_python)
+if(TARGET treesitter_engine_python)
   # The module is of this version of Python and no other.
   math(EXPR _next "${Python3_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PACKAGE_DEPENDS
