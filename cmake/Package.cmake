@@ -6,7 +6,7 @@
 #   pkg-config treesitter-engine
 #   the tool                         bin/treesitter-engine
 #   the Python module                see bindings/python/CMakeLists.txt
-#   the licences of what is compiled in
+#   LICENSE, and the notices of what is compiled in: see Licences.cmake
 #
 # Tested by tests/package.
 include(CMakePackageConfigHelpers)
@@ -47,7 +47,7 @@ target_compile_features(treesitter_engine_package INTERFACE cxx_std_20)
 target_include_directories(treesitter_engine_package INTERFACE
   "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/treesitter-engine>")
 target_link_libraries(treesitter_engine_package INTERFACE
-  ICU::uc OpenSSL::Crypto PkgConfig::PCRE2 Threads::Threads)
+  ICU::uc OpenSSL::Crypto PkgConfig::TREESITTER_ENGINE_PCRE2 Threads::Threads)
 
 install(TARGETS treesitter_engine_package EXPORT treesitter-engine
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
@@ -57,6 +57,7 @@ install(TARGETS treesitter_engine_package EXPORT treesitter-engine
 # They are included by the paths that they have here, below a folder of their own.
 foreach(_header engines/languages/languages.h engines/treesitter/treesitter.h
                 engines/treesitter/records.h engines/treesitter/report.h
+                engines/treesitter/build_info.h
                 engines/treesitter/core/cancellation.h
                 engines/treesitter/core/log.h engines/treesitter/core/text.h models/symbol.h)
   cmake_path(GET _header PARENT_PATH _folder)
@@ -95,15 +96,7 @@ install(FILES "${PROJECT_BINARY_DIR}/package/treesitter-engine.pc"
 if(TARGET treesitter_engine_command)
   install(TARGETS treesitter_engine_command RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
-file(GLOB _licences RELATIVE "${TREESITTER_ENGINE_NODE_MODULES}"
-  "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter*/LICENSE"
-  "${TREESITTER_ENGINE_NODE_MODULES}/@*/tree-sitter*/LICENSE")
-foreach(_licence ${_licences})
-  cmake_path(GET _licence PARENT_PATH _package)
-  cmake_path(GET _package FILENAME _package)
-  install(FILES "${TREESITTER_ENGINE_NODE_MODULES}/${_licence}"
-    DESTINATION "${CMAKE_INSTALL_DOCDIR}/licences" RENAME "${_package}")
-endforeach()
+include("${CMAKE_CURRENT_LIST_DIR}/Licences.cmake")
 
 # ---- The Debian package ----
 
@@ -127,4 +120,7 @@ if(TARGET treesitter_engine_python)
   set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "python3 (>= 3.${Python3_VERSION_MINOR}), python3 (<< 3.${_next})")
 endif()
-include(CPack)
+# A host makes packages of its own.
+if(PROJECT_IS_TOP_LEVEL)
+  include(CPack)
+endif()
