@@ -16,3 +16,4 @@ endif()
 
 # Linked into every executable of ours by treesitter_engine_target.
 add_library(treesitter_engine_sanitizer_defaults OBJECT cmake/sanitizer_defaults.cpp)
+set_target_properties(treesitter_engine_sanitizer_defaults PROPERTIES POSITION_INDEPENDENT_CODE ON)

@@ -21,7 +21,10 @@ function(treesitter_engine_target target)
     CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
-    POSITION_INDEPENDENT_CODE ON)
+    # A Python module is linked from the same objects.
+    POSITION_INDEPENDENT_CODE ON
+    # A host may want it for its own sources; ours repeat names in each file.
+    UNITY_BUILD OFF)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_include_directories(${target} PUBLIC "${PROJECT_SOURCE_DIR}")
   # -ftls-model=initial-exec  our few bytes of each thread lie in the memory that the thread starts
