@@ -12,6 +12,9 @@ endfunction()
 # treesitter_engine_, since a host that adds this folder has targets of its own; a program's file does
 # without.
 function(treesitter_engine_target target)
+  if(NOT target MATCHES "^treesitter_engine(_|$)")
+    message(FATAL_ERROR "The target '${target}' may be a host's; call it treesitter_engine_${target}")
+  endif()
   get_target_property(type ${target} TYPE)
   if(type STREQUAL "EXECUTABLE")
     string(REGEX REPLACE "^treesitter_engine_" "" file_name ${target})
