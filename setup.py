@@ -103,7 +103,7 @@ class Build(build_ext):
             "-DTREESITTER_ENGINE_STATIC_LIBRARIES=ON", "-DTREESITTER_ENGINE_WERROR=OFF",
             "-DTREESITTER_ENGINE_BUILD_TOOL=OFF", "-DTREESITTER_ENGINE_BUILD_TESTS=OFF",
             *shlex.split(os.environ.get("CMAKE_ARGS", "")))
-        run("cmake", "--build", BUILD, "--target", "treesitter_python")
+        run("cmake", "--build", BUILD, "--target", "treesitter_engine_python")
         target = pathlib.Path(self.build_lib).resolve()
         shutil.rmtree(target, ignore_errors=True)
         run("cmake", "--install", BUILD, "--prefix", target, "--component", "python", "--strip")

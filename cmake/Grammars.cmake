@@ -2,9 +2,9 @@
 # files stay as they were published; what the engine needs otherwise is said here by compiler
 # options.
 #
-#   tree_sitter_core            the library, public header <tree_sitter/api.h>
-#   tree_sitter_core_internals  adds the core's private headers (<lib/src/subtree.h>)
-#   grammars                    every grammar, behind one interface target
+#   treesitter_engine_core            the library, public header <tree_sitter/api.h>
+#   treesitter_engine_core_internals  adds the core's private headers (<lib/src/subtree.h>)
+#   treesitter_engine_grammars        every grammar, behind one interface target
 if(NOT EXISTS "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/package.json")
   message(FATAL_ERROR
     "The tree-sitter sources are not installed (no ${TREESITTER_ENGINE_NODE_MODULES}): "
@@ -17,6 +17,7 @@ function(_third_party_target target)
     C_STANDARD 11
     C_EXTENSIONS ON  # endian.h and fdopen are declared under gnu11 and not under c11
     C_VISIBILITY_PRESET hidden
+    UNITY_BUILD OFF
     POSITION_INDEPENDENT_CODE ON)
   # These follow the flags of the build type, so they win in every configuration:
   # -O2               a parser at -O0 makes every test run wait;
@@ -28,6 +29,8 @@ function(_third_party_target target)
   # A failed assertion ends the parse and not the process: core/parser.cpp defines this function.
   target_compile_definitions(${target} PRIVATE __assert_fail=treesitter_engine_assert_fail)
 endfunction()
+
+include("${CMAKE_CURRENT_LIST_DIR}/SourceDigest.cmake")
 
 set(_core "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/vendor/tree-sitter/lib")
 set(_core_copy "${PROJECT_BINARY_DIR}/generated/core")
@@ -61,28 +64,30 @@ _replace_in_core(stack.c core_stack.h "static void stack_node_release"
 _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
   "static void ts_lexer__mark_end")
 
-add_library(tree_sitter_core STATIC "${_core_copy}/lib.c")
-_third_party_target(tree_sitter_core)
-target_include_directories(tree_sitter_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
-target_compile_definitions(tree_sitter_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
+add_library(treesitter_engine_core STATIC "${_core_copy}/lib.c")
+_third_party_target(treesitter_engine_core)
+target_include_directories(treesitter_engine_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
+target_compile_definitions(treesitter_engine_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
 # The core copies many small structures whose fields it has just written. Copied field by field they
 # come from registers; by wider loads, which these optimisations make of them, the processor waits for
 # the stores: 3 % of a parse.
-target_compile_options(tree_sitter_core PRIVATE
+target_compile_options(treesitter_engine_core PRIVATE
   $<$<C_COMPILER_ID:GNU>:-fno-tree-vectorize -fno-store-merging>
   -include "${PROJECT_SOURCE_DIR}/cmake/allocator.h")
 # Core and scanners call back into the engine, so the linker looks there once more behind them.
-target_link_libraries(tree_sitter_core PRIVATE $<LINK_ONLY:treesitter_engine>)
+target_link_libraries(treesitter_engine_core PRIVATE $<LINK_ONLY:treesitter_engine>)
 
 # The private headers are named from above their folder (<lib/src/subtree.h>), since beside them lie
 # copies of some ICU headers that would shadow the installed ones.
-add_library(tree_sitter_core_internals INTERFACE)
-target_link_libraries(tree_sitter_core_internals INTERFACE tree_sitter_core)
-target_include_directories(tree_sitter_core_internals SYSTEM INTERFACE "${_core}/..")
+add_library(treesitter_engine_core_internals INTERFACE)
+target_link_libraries(treesitter_engine_core_internals INTERFACE treesitter_engine_core)
+target_include_directories(treesitter_engine_core_internals SYSTEM INTERFACE "${_core}/..")
 
-add_library(grammars INTERFACE)
-target_link_libraries(grammars INTERFACE tree_sitter_core)
+add_library(treesitter_engine_grammars INTERFACE)
+target_link_libraries(treesitter_engine_grammars INTERFACE treesitter_engine_core)
 set(_grammar_versions "")
+set(TREESITTER_ENGINE_GRAMMAR_PACKAGES "")  # as npm names them
+file(WRITE "${PROJECT_BINARY_DIR}/generated/digested_files" "")
 
 # _package_version(PACKAGE VARIABLE): the version in an installed package's package.json.
 function(_package_version package variable)
@@ -93,11 +98,32 @@ function(_package_version package variable)
   set(${variable} "${version}" PARENT_SCOPE)
 endfunction()
 
-# _grammar(NAME PACKAGE [FOLDER]): one static library from PACKAGE/[FOLDER/]src; it defines
-# tree_sitter_NAME().
+# _digest(VARIABLE PACKAGE FILE... [FOLDERS FOLDER...] [ALSO FILE...] [WITH FILE...]): of what is
+# compiled of a package, as treesitter_engine_compiled_files finds it, and of what of ours decides how:
+# the FILEs beside this one, and this one. The package's are listed in generated/digested_files.
+function(_digest variable package)
+  cmake_parse_arguments(PARSE_ARGV 2 "" "" "" "FOLDERS;ALSO;WITH")
+  set(root "${TREESITTER_ENGINE_NODE_MODULES}/${package}")
+  treesitter_engine_compiled_files(files ${_UNPARSED_ARGUMENTS} FOLDERS ${_FOLDERS} ALSO ${_ALSO})
+  list(JOIN files "\n" listed)
+  file(APPEND "${PROJECT_BINARY_DIR}/generated/digested_files" "${listed}\n")
+  treesitter_engine_digest(theirs "${root}" ${files})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
+  list(TRANSFORM _WITH PREPEND "${PROJECT_SOURCE_DIR}/cmake/" OUTPUT_VARIABLE files)
+  list(APPEND files "${PROJECT_SOURCE_DIR}/cmake/Grammars.cmake")
+  treesitter_engine_digest(ours "${PROJECT_SOURCE_DIR}" ${files})
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
+  string(SHA256 digest "${theirs} ${ours}")
+  set(${variable} ${digest} PARENT_SCOPE)
+endfunction()
+
+# _grammar(NAME PACKAGE [FOLDER] [ALSO FILE]): one static library from PACKAGE/[FOLDER/]src; it defines
+# tree_sitter_NAME(). Its scanner includes the FILE there by a macro.
 function(_grammar name package)
-  cmake_path(APPEND source "${TREESITTER_ENGINE_NODE_MODULES}" "${package}" ${ARGN} src)
-  set(target grammar_${name})
+  cmake_parse_arguments(PARSE_ARGV 2 "" "" "ALSO" "")
+  cmake_path(APPEND source "${TREESITTER_ENGINE_NODE_MODULES}" "${package}" ${_UNPARSED_ARGUMENTS} src)
+  list(TRANSFORM _ALSO PREPEND "${source}/")
+  set(target treesitter_engine_grammar_${name})
   add_library(${target} STATIC "${source}/parser.c")
   _third_party_target(${target})
   target_include_directories(${target} SYSTEM PRIVATE "${source}")
@@ -111,11 +137,18 @@ function(_grammar name package)
     set_source_files_properties("${source}/scanner.c" PROPERTIES
       COMPILE_OPTIONS "-include;${forced}" OBJECT_DEPENDS "${forced}")
   endif()
-  target_link_libraries(${target} PRIVATE tree_sitter_core)
-  target_link_libraries(grammars INTERFACE ${target})
+  target_link_libraries(${target} PRIVATE treesitter_engine_core)
+  target_link_libraries(treesitter_engine_grammars INTERFACE ${target})
   _package_version(${package} version)
-  string(APPEND _grammar_versions "    {\"${name}\", \"${version}\"},\n")
+  get_target_property(sources ${target} SOURCES)
+  _digest(digest ${package} ${sources} FOLDERS "${source}" ALSO ${_ALSO}
+    WITH allocator.h parser_prelude.h scanner_prelude.h)
+  string(APPEND _grammar_versions
+    "    {\"${name}\", \"${version}\",\n     \"${digest}\"},\n")
   set(_grammar_versions "${_grammar_versions}" PARENT_SCOPE)
+  list(APPEND TREESITTER_ENGINE_GRAMMAR_PACKAGES ${package})
+  list(REMOVE_DUPLICATES TREESITTER_ENGINE_GRAMMAR_PACKAGES)
+  set(TREESITTER_ENGINE_GRAMMAR_PACKAGES ${TREESITTER_ENGINE_GRAMMAR_PACKAGES} PARENT_SCOPE)
 endfunction()
 
 _grammar(c_sharp tree-sitter-c-sharp)
@@ -133,12 +166,14 @@ _grammar(toml @tree-sitter-grammars/tree-sitter-toml)
 _grammar(tsx tree-sitter-typescript tsx)
 _grammar(typescript tree-sitter-typescript typescript)
 _grammar(xml @tree-sitter-grammars/tree-sitter-xml xml)
-_grammar(yaml @tree-sitter-grammars/tree-sitter-yaml)
-target_compile_definitions(grammar_yaml PRIVATE TREESITTER_ENGINE_WIDE_ROWS)
+_grammar(yaml @tree-sitter-grammars/tree-sitter-yaml ALSO schema.core.c)
+target_compile_definitions(treesitter_engine_grammar_yaml PRIVATE TREESITTER_ENGINE_WIDE_ROWS)
 
-# Which versions were compiled in, for --version and for hosts: a header, since only half of the
-# grammars carry their version in their own data.
+# What was compiled in, for --version and for hosts: a header, since only half of the grammars carry
+# their version in their own data.
 _package_version(tree-sitter _core_version)
+_digest(_core_digest tree-sitter "${_core}/src/lib.c" FOLDERS "${_core}/src" "${_core}/include"
+  WITH allocator.h core_stack.h core_lexer.h)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"
                "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h" @ONLY)
-target_include_directories(grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")
+target_include_directories(treesitter_engine_grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")

@@ -6,7 +6,7 @@
 #   pkg-config treesitter-engine
 #   the tool                         bin/treesitter-engine
 #   the Python module                see bindings/python/CMakeLists.txt
-#   the licences of what is compiled in
+#   LICENSE, and the notices of what is compiled in: see Licences.cmake
 #
 # Tested by tests/package.
 include(CMakePackageConfigHelpers)
@@ -18,8 +18,8 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "source-code parsing engine for code index
 
 # The engine, the core and the grammars as one object, in which all names of C are local: a host may
 # link another tree-sitter beside it. An archive of several objects could not hide them.
-set(_parts treesitter_engine languages models tree_sitter_core)
-get_target_property(_grammars grammars INTERFACE_LINK_LIBRARIES)
+set(_parts treesitter_engine treesitter_engine_languages treesitter_engine_models treesitter_engine_core)
+get_target_property(_grammars treesitter_engine_grammars INTERFACE_LINK_LIBRARIES)
 list(APPEND _parts ${_grammars})
 list(REMOVE_DUPLICATES _parts)
 list(TRANSFORM _parts REPLACE "(.+)" "$<TARGET_FILE:\\1>" OUTPUT_VARIABLE _archives)
@@ -47,7 +47,7 @@ target_compile_features(treesitter_engine_package INTERFACE cxx_std_20)
 target_include_directories(treesitter_engine_package INTERFACE
   "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/treesitter-engine>")
 target_link_libraries(treesitter_engine_package INTERFACE
-  ICU::uc OpenSSL::Crypto PkgConfig::PCRE2 Threads::Threads)
+  ICU::uc OpenSSL::Crypto PkgConfig::TREESITTER_ENGINE_PCRE2 Threads::Threads)
 
 install(TARGETS treesitter_engine_package EXPORT treesitter-engine
   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
@@ -57,6 +57,7 @@ install(TARGETS treesitter_engine_package EXPORT treesitter-engine
 # They are included by the paths that they have here, below a folder of their own.
 foreach(_header engines/languages/languages.h engines/treesitter/treesitter.h
                 engines/treesitter/records.h engines/treesitter/report.h
+                engines/treesitter/build_info.h
                 engines/treesitter/core/cancellation.h
                 engines/treesitter/core/log.h engines/treesitter/core/text.h models/symbol.h)
   cmake_path(GET _header PARENT_PATH _folder)
@@ -92,18 +93,10 @@ install(FILES "${PROJECT_BINARY_DIR}/package/treesitter-engine.pc"
 
 # ---- The tool, the licences ----
 
-if(TARGET treesitter-engine)
-  install(TARGETS treesitter-engine RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+if(TARGET treesitter_engine_command)
+  install(TARGETS treesitter_engine_command RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
 endif()
-file(GLOB _licences RELATIVE "${TREESITTER_ENGINE_NODE_MODULES}"
-  "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter*/LICENSE"
-  "${TREESITTER_ENGINE_NODE_MODULES}/@*/tree-sitter*/LICENSE")
-foreach(_licence ${_licences})
-  cmake_path(GET _licence PARENT_PATH _package)
-  cmake_path(GET _package FILENAME _package)
-  install(FILES "${TREESITTER_ENGINE_NODE_MODULES}/${_licence}"
-    DESTINATION "${CMAKE_INSTALL_DOCDIR}/licences" RENAME "${_package}")
-endforeach()
+include("${CMAKE_CURRENT_LIST_DIR}/Licences.cmake")
 
 # ---- The Debian package ----
 
@@ -121,10 +114,13 @@ set(CPACK_DEBIAN_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Who builds against the archive needs these; who runs the tool or the module does not.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "g++, pkg-config, libicu-dev, libpcre2-dev, libssl-dev")
-if(TARGET treesitter_python)
+if(TARGET treesitter_engine_python)
   # The module is of this version of Python and no other.
   math(EXPR _next "${Python3_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "python3 (>= 3.${Python3_VERSION_MINOR}), python3 (<< 3.${_next})")
 endif()
-include(CPack)
+# A host makes packages of its own.
+if(PROJECT_IS_TOP_LEVEL)
+  include(CPack)
+endif()

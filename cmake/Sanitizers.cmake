@@ -15,4 +15,5 @@ if(TREESITTER_ENGINE_FUZZ)
 endif()
 
 # Linked into every executable of ours by treesitter_engine_target.
-add_library(sanitizer_defaults OBJECT cmake/sanitizer_defaults.cpp)
+add_library(treesitter_engine_sanitizer_defaults OBJECT cmake/sanitizer_defaults.cpp)
+set_target_properties(treesitter_engine_sanitizer_defaults PROPERTIES POSITION_INDEPENDENT_CODE ON)

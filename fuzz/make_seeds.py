@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/env python3
 """Makes the seeds of a fuzzing campaign from the inputs of the golden tests.
 
   make_seeds.py FOLDER

@@ -1,9 +1,6 @@
 // See schema.h.
 #include "index/schema.h"
 
-#include "engines/languages/languages.h"
-#include "engines/languages/versions.h"
-
 namespace repository {
 
 // Columns that are read without the others stand in front, and file_use beside file, so that a run
@@ -38,13 +35,10 @@ std::string maker_of_schema() { return "schema " + std::to_string(SCHEMA_VERSION
 
 std::string maker(engines::treesitter::Rules rules) {
   std::string text = maker_of_schema();
-  text += rules == engines::treesitter::Rules::navigation ? " navigation rules" : " standard rules";
-  text.append(", engine ").append(engines::languages::ENGINE_VERSION);
-  text.append(", core ").append(engines::languages::CORE_VERSION);
-  for (const auto& grammar : engines::languages::GRAMMAR_VERSIONS) {
-    text.append(", ").append(grammar.grammar).append(" ").append(grammar.version);
-  }
-  return text;
+  const auto build = engines::treesitter::build_info();
+  text.append(" ").append(build.rules[static_cast<std::size_t>(rules)]).append(" rules");
+  text.append(", engine ").append(build.engine.version);
+  return text.append(", build ").append(build.digest);
 }
 
 }  // namespace repository

@@ -1,7 +1,6 @@
 // The tables of an index, and who made it.
 //
-//   meta       `made_by`: schema, rules, versions of engine, core and grammars: an index by others
-//   is
+//   meta       `made_by`: schema, rules, the digest of the build: an index by others is
 //              made anew. `root`: the folder, absolute. `complete`: 1 when the last run came to its
 //              end. Rows of file_rules.h, where they are not as by default.
 //   file       one row for each file that the walk shows. `path`: from the root, any bytes.
@@ -58,7 +57,8 @@ inline constexpr unsigned KIND_BITS = 2;  // of a row of file_use
 // What makes an empty database an index.
 extern const char* const SCHEMA;
 
-// What tells whose index it is: schema, versions of the engine, the core and the grammars, rules.
+// What tells whose index it is: schema, rules, and the digest of all else that decides about
+// records.
 std::string maker(engines::treesitter::Rules rules);
 
 // What that begins with for every index that has these tables.

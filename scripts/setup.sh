@@ -21,6 +21,14 @@ CI_PACKAGES=(clang clang-format clang-tidy shellcheck vim)
 # shellcheck disable=SC2034
 RECALL_PACKAGES=(universal-ctags dpkg-dev)
 
+# The same where there is no apt, as their authors name them, in the oldest versions that we build
+# with; what stands behind npm is for the tests.
+REQUIREMENTS="GCC 12 or clang 14, CMake 3.25, Ninja 1.11, pkg-config, Python 3.11 with its headers,
+  ICU 72 (icu-uc), OpenSSL 3.0 (libcrypto), PCRE2 10.42 (libpcre2-8), SQLite 3.40 with FTS5 (sqlite3),
+  SQLiteCpp 3.2, CLI11 2.1, npm,
+  GoogleTest 1.12 with GoogleMock, nlohmann/json 3.11, pytest 7, jsonschema 4, mypy 1.0, git,
+  Universal Ctags"
+
 say() { echo "${0##*/}: $*" >&2; }
 
 die() {
@@ -44,12 +52,30 @@ _is_installed() {
   [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
+# _require_requirements: what can be asked for is asked for; libraries of headers only are CMake's to
+# find.
+_require_requirements() {
+  local command library
+  local -a missing=()
+  for command in c++ cmake ninja pkg-config python3 npm git ctags; do
+    command -v "$command" >/dev/null || missing+=("$command")
+  done
+  for library in "icu-uc >= 72" "libcrypto >= 3.0" "libpcre2-8 >= 10.42" "sqlite3 >= 3.40"; do
+    pkg-config --exists "$library" 2>/dev/null || missing+=("$library")
+  done
+  [[ ${#missing[@]} -eq 0 ]] ||
+    die "$(printf 'not found:%s\nThere is no apt here to install them; needed are, or newer:\n  %s' \
+      "$(printf ' %s;' "${missing[@]}")" "$REQUIREMENTS")"
+}
+
 # install_packages PACKAGE...: by apt, and only what is missing.
 install_packages() {
   local package
   local -a missing=()
-  command -v dpkg-query >/dev/null ||
-    die "this is no Debian system; needed here: $* and npm"
+  if ! command -v dpkg-query >/dev/null; then
+    _require_requirements
+    return
+  fi
   for package in "$@"; do
     _is_installed "$package" || missing+=("$package")
   done

@@ -87,6 +87,25 @@ class Checkout(unittest.TestCase):
         self.asserts_run("copied", "copied", configures=True)
         self.asserts_run("moved", "moved", configures=False)
 
+    def test_where_there_is_no_apt(self):
+        """What has to be there is asked for, and all of it named where something is missing."""
+        programs = ["bash", "basename", "cat", "chmod", "cmp", "dirname", "env", "flock", "mkdir", "nproc",
+                    "rm", "sed", "tail", "touch"]
+        for name in programs:
+            (self.folder / "bin" / name).symlink_to(shutil.which(name))
+        (self.folder / "bin/dpkg-query").unlink()
+        self.environment["PATH"] = str(self.folder / "bin")
+        done = subprocess.run([str(self.folder / "first/run")], env=self.environment,
+                              cwd=self.folder, capture_output=True, text=True, check=False)
+        self.assertEqual((done.returncode, done.stdout), (2, ""))
+        self.assertIn("not found: c++; ninja;", done.stderr)
+        self.assertIn(" icu-uc >= 72;", done.stderr)
+        self.assertIn("PCRE2 10.42 (libpcre2-8)", done.stderr)
+        for name in ("c++", "ninja", "pkg-config", "python3", "git", "ctags"):
+            self.write(f"bin/{name}", "#!/bin/sh\nexit 0\n").chmod(0o755)
+        self.write("bin/npm", "#!/bin/sh\nexit 0\n").chmod(0o755)
+        self.asserts_run("first", "first", configures=True)
+
     def test_a_profile_is_made_and_used_under_one_name(self):
         """Compilers find the profile of an object by the name that its folder had."""
         (self.folder / "first/tests/golden").mkdir(parents=True)

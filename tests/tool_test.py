@@ -321,6 +321,13 @@ class Information(ToolTest):
         for line in lines[2:]:
             self.assertRegex(line, r"\A\w+ \d+\.\d+\.\d+ \(@?[\w/-]+\)\Z")
 
+        self.assertEqual(self.run_tool("--json", "-V").stdout,
+                         self.run_tool("--version", "--json").stdout)
+        for wrong in (["--json"], ["--json", "languages"]):
+            done = self.run_tool(*wrong)
+            self.assertEqual((done.returncode, done.stdout), (2, b""))
+            self.assertIn(b"--json needs --version", done.stderr)
+
     def test_languages(self):
         done = self.run_tool("languages")
         self.assertEqual((done.returncode, done.stderr), (0, b""))

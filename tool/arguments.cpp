@@ -128,6 +128,8 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   app.add_flag_callback(
       "-V,--version", [] { throw CLI::CallForVersion("", 0); },
       "Print the versions of the tool, the tree-sitter core and the grammars");
+  app.add_flag("--json", parsed.is_version_json,
+               "With --version: one JSON object, with digests of all that decides about records");
   app.allow_extras();
   add_parse(app, parsed);
   add_index(app, parsed);
@@ -144,7 +146,9 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   try {
     app.parse(std::move(rest));
   } catch (const CLI::CallForVersion&) {
+    require_all_taken(app);
     parsed.command = Command::version;
+    parsed.is_version_json = app.count("--json") > 0;
     return parsed;
   } catch (const CLI::CallForHelp&) {
     parsed.command = Command::help;
@@ -154,6 +158,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
     throw usage_error(error);
   }
   require_all_taken(app);
+  if (parsed.is_version_json) throw UsageError("--json needs --version");
   for (const CLI::App* const command : app.get_subcommands()) require_all_taken(*command);
   if (languages->parsed()) {
     parsed.command = Command::languages;

@@ -62,7 +62,8 @@ struct QuestionArguments {
 
 struct Arguments {
   Command command = Command::parse;
-  std::string help;  // the text, when the command is `help`
+  std::string help;              // the text, when the command is `help`
+  bool is_version_json = false;  // when it is `version`
 
   // Of `parse`; `check` has the language, the format and the rules, and its file as the one path:
   std::optional<std::string> language;  // forced; one of the sixteen

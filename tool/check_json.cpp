@@ -1,9 +1,6 @@
 // What `check` prints for programs. Every field is always there, null where the parse did not get.
-#include <array>
-#include <chrono>
-#include <cstdio>
-
 #include "tool/check.h"
+#include "tool/json_object.h"
 #include "tool/json_string.h"
 #include "tool/output_buffer.h"
 
@@ -12,63 +9,6 @@ namespace {
 
 using engines::treesitter::ParseReport;
 using engines::treesitter::Rules;
-
-// An object whose fields are written one after the other.
-class Object {
- public:
-  explicit Object(OutputBuffer& out) : _out(out) { _out.write('{'); }
-  ~Object() { _out.write('}'); }
-  Object(const Object&) = delete;
-  Object& operator=(const Object&) = delete;
-
-  void name(std::string_view name) {
-    if (!_is_first) _out.write(',');
-    _is_first = false;
-    write_json_string(_out, name);
-    _out.write(':');
-  }
-  void add(std::string_view key, std::string_view text) {
-    name(key);
-    write_json_string(_out, text);
-  }
-  void add(std::string_view key, std::uint64_t number) {
-    name(key);
-    _out.write_number(number);
-  }
-  void add(std::string_view key, ParseReport::Duration time) {
-    name(key);
-    std::array<char, 32> text{};
-    const double seconds = std::chrono::duration<double>(time).count();
-    const int size = std::snprintf(text.data(), text.size(), "%.9f", seconds);
-    _out.write({text.data(), static_cast<std::size_t>(size)});
-  }
-  template <typename Number>
-  void add(std::string_view key, const ParseReport::Spent<Number>& spent) {
-    name(key);
-    Object object(_out);
-    object.add("used", spent.used);
-    object.add("allowed", spent.allowed);
-  }
-  template <typename Value>
-  void add(std::string_view key, const std::optional<Value>& value) {
-    if (value) {
-      add(key, *value);
-    } else {
-      name(key);
-      _out.write("null");
-    }
-  }
-  template <typename Fields>
-  void add_object(std::string_view key, const Fields& fields) {
-    name(key);
-    Object object(_out);
-    for (const auto& [field, value] : fields) object.add(field, value);
-  }
-
- private:
-  OutputBuffer& _out;
-  bool _is_first = true;
-};
 
 std::optional<std::string_view> none_if_empty(std::string_view text) {
   return text.empty() ? std::nullopt : std::optional(text);
@@ -79,7 +19,7 @@ std::string_view detected_by(const Checked& checked) {
   return checked.detected->is_by_file_name ? "file_name" : "suffix";
 }
 
-void add_report(Object& object, const ParseReport& report) {
+void add_report(JsonObject& object, const ParseReport& report) {
   object.add("bytes", report.read ? std::optional(report.bytes) : std::nullopt);
   object.add("encoding",
              report.encoding ? std::optional(encoding_word(*report.encoding)) : std::nullopt);
@@ -101,7 +41,7 @@ void add_report(Object& object, const ParseReport& report) {
 void write_check_json(ByteSink& sink, const Checked& checked) {
   OutputBuffer out(sink);
   {
-    Object object(out);
+    JsonObject object(out);
     object.add("path", checked.path);
     object.add("language", none_if_empty(checked.language));
     object.add("detected_by", none_if_empty(detected_by(checked)));
@@ -112,13 +52,7 @@ void write_check_json(ByteSink& sink, const Checked& checked) {
     object.add("content_hash", none_if_empty(checked.content_hash));
     object.add_object("symbols", checked.symbols);
     object.add_object("references", checked.references);
-    object.name("errors");
-    out.write('[');
-    for (const auto& error : checked.errors) {
-      if (&error != checked.errors.data()) out.write(',');
-      write_json_string(out, error);
-    }
-    out.write(']');
+    object.add_list("errors", checked.errors);
   }
   out.write('\n');
   out.flush();

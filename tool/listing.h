@@ -13,4 +13,7 @@ std::string languages_text();
 // The versions of the tool, the tree-sitter core and every grammar, one per line.
 std::string version_text();
 
+// The same with all that decides about records, as one line of JSON.
+std::string version_json();
+
 }  // namespace tool

@@ -46,7 +46,8 @@ int execute(const tool::Arguments& arguments) {
       tool::write_output(arguments.help, tool::EXIT_ALL_PARSED);
       break;
     case tool::Command::version:
-      tool::write_output(tool::version_text(), tool::EXIT_ALL_PARSED);
+      tool::write_output(arguments.is_version_json ? tool::version_json() : tool::version_text(),
+                         tool::EXIT_ALL_PARSED);
       break;
   }
   return tool::EXIT_ALL_PARSED;

@@ -6,13 +6,12 @@
 // Tested by tests/walk_test.cpp.
 #pragma once
 
-#include <dirent.h>
 #include <sys/types.h>
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
+#include <utility>
 
 namespace walk {
 
@@ -22,15 +21,18 @@ class OpenFolder {
 
   // Closed.
   OpenFolder() = default;
+  OpenFolder(OpenFolder&& other) noexcept { *this = std::move(other); }
+  OpenFolder& operator=(OpenFolder&& other) noexcept;
+  ~OpenFolder() { close(); }
 
   // The folder at a path of the process, or in another folder, which may be `..`. Links are
   // followed at a path only. Closed when that fails, and errno tells why.
   static OpenFolder at_path(const std::string& path);
   static OpenFolder in(const OpenFolder& parent, const std::string& name);
 
-  bool is_open() const { return _stream != nullptr; }
-  void close() { _stream.reset(); }
-  int descriptor() const { return ::dirfd(_stream.get()); }  // while it is open
+  bool is_open() const { return _descriptor >= 0; }
+  void close();
+  int descriptor() const { return _descriptor; }  // while it is open
 
   // Whether both are the same folder, wherever it stands now.
   bool is(const OpenFolder& other) const {
@@ -38,7 +40,7 @@ class OpenFolder {
   }
 
   // Each entry but `.` and `..` once, in any order. `error`: why an entry's kind is unknown. Gives
-  // an errno, 0 when all were read.
+  // an errno, 0 when all were read. To be called once.
   int for_each(const std::function<void(const char* name, Kind kind, int error)>& take) const;
 
   // What an entry of that name is; `error` tells why that is unknown, ENOENT when there is none.
@@ -51,10 +53,7 @@ class OpenFolder {
  private:
   static OpenFolder opened(int descriptor);
 
-  struct Close {
-    void operator()(DIR* stream) const { ::closedir(stream); }
-  };
-  std::unique_ptr<DIR, Close> _stream;
+  int _descriptor = -1;
   dev_t _device = 0;  // both outlast closing
   ino_t _number = 0;
 };

@@ -48,6 +48,7 @@ constexpr const char* PUBLIC_NAMES[] = {
     "TRUNCATION_SUFFIX",
     "TreeSitterEngine",
     "Use",
+    "build_info",
     "core_version",
     "detect_language",
     "language_infos",

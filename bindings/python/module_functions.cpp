@@ -4,6 +4,7 @@
 #include <string>
 
 #include "bindings/python/arguments.h"
+#include "bindings/python/build_info.h"
 #include "bindings/python/engine.h"
 #include "bindings/python/errors.h"
 #include "bindings/python/owned.h"
@@ -164,6 +165,13 @@ PyMethodDef module_functions[] = {
      "the file names and suffixes that mean it. In the order of language_names()."},
     {"core_version", core_version, METH_NOARGS,
      "core_version($module, /)\n--\n\nThe version of the tree-sitter core."},
+    {"build_info", build_info_dict, METH_NOARGS,
+     "build_info($module, /)\n--\n\n"
+     "What this build is made of, as a dict of texts and numbers: the versions and digests of "
+     "engine,\n"
+     "core and grammars, the rules, the bounds of a parse. Records of two builds are the same "
+     "where\n"
+     "its 'digest' is; 'compiler' alone is not in it."},
     {"_truncate_docstring", truncate_docstring, METH_O,
      "_truncate_docstring($module, text, /)\n--\n\n"
      "The text, cut to MAX_DOCSTRING_LENGTH characters, and whether it was cut. None stays None."},

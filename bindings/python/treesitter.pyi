@@ -8,7 +8,18 @@ import re
 import types
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
-from typing import Final, Generic, Literal, Protocol, SupportsIndex, TypeAlias, TypeVar, final, overload
+from typing import (
+    Final,
+    Generic,
+    Literal,
+    Protocol,
+    SupportsIndex,
+    TypeAlias,
+    TypedDict,
+    TypeVar,
+    final,
+    overload,
+)
 
 _Path: TypeAlias = str | bytes | os.PathLike[str] | os.PathLike[bytes]
 _Bytes: TypeAlias = bytes | bytearray | memoryview
@@ -49,6 +60,7 @@ __all__ = [
     "TRUNCATION_SUFFIX",
     "TreeSitterEngine",
     "Use",
+    "build_info",
     "core_version",
     "detect_language",
     "language_infos",
@@ -129,6 +141,34 @@ class LanguageInfo:
     grammar_version: str
     file_names: tuple[str, ...]
     suffixes: tuple[str, ...]
+
+class _BuildPart(TypedDict):
+    version: str
+    digest: str
+
+class _BuildGrammar(_BuildPart):
+    package: str
+
+class _BuildGuards(TypedDict):
+    operations: int
+    operations_per_kib: int
+    memory: int
+    memory_per_byte: int
+    seconds: int
+    seconds_per_mib: int
+    scanner_state: int
+    file: int
+
+class _BuildInfo(TypedDict):
+    digest: str
+    engine: _BuildPart
+    core: _BuildPart
+    grammars: dict[str, _BuildGrammar]
+    rules: list[str]
+    guards: _BuildGuards
+    unicode_of_text: str
+    unicode_of_expressions: str
+    compiler: str
 
 class ParseError(RuntimeError): ...
 class ResultLimitError(RuntimeError): ...
@@ -313,6 +353,7 @@ def detect_language(file_path: _Path) -> str | None: ...
 def language_names() -> tuple[str, ...]: ...
 def language_infos() -> tuple[LanguageInfo, ...]: ...
 def core_version() -> str: ...
+def build_info() -> _BuildInfo: ...
 @overload
 def _truncate_docstring(__text: None) -> tuple[None, bool]: ...
 @overload

@@ -85,18 +85,20 @@ constexpr auto NAMES = [] {
   return names;
 }();
 
-// The version that was compiled in. Evaluated by the compiler, which refuses a missing one.
-constexpr std::string_view _version_of(std::string_view grammar_name) {
+// What was compiled in. Evaluated by the compiler, which refuses a missing one.
+constexpr GrammarVersion _version_of(std::string_view grammar_name) {
   for (const GrammarVersion& row : GRAMMAR_VERSIONS)
-    if (row.grammar == grammar_name) return row.version;
+    if (row.grammar == grammar_name) return row;
   throw grammar_name;
 }
 
 constexpr auto INFOS = [] {
   std::array<LanguageInfo, COUNT> infos;
-  for (std::size_t i = 0; i < COUNT; ++i)
-    infos[i] = {REGISTRY[i].name, REGISTRY[i].package, _version_of(REGISTRY[i].grammar_name),
-                DETECTION[i].file_names, DETECTION[i].suffixes};
+  for (std::size_t i = 0; i < COUNT; ++i) {
+    const GrammarVersion compiled = _version_of(REGISTRY[i].grammar_name);
+    infos[i] = {REGISTRY[i].name, REGISTRY[i].package,     compiled.version,
+                compiled.digest,  DETECTION[i].file_names, DETECTION[i].suffixes};
+  }
   return infos;
 }();
 

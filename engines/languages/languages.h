@@ -23,6 +23,7 @@ struct LanguageInfo {
   std::string_view name;
   std::string_view grammar_package;              // the npm package that the grammar comes from
   std::string_view grammar_version;              // of that package
+  std::string_view grammar_digest;               // of its sources as compiled
   std::span<const std::string_view> file_names;  // exact names that mean this language
   std::span<const std::string_view> suffixes;    // lower case, with their leading full stop
 };

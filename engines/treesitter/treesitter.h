@@ -1,8 +1,8 @@
 // Tree-sitter parsing engine for symbol extraction: one source file, or a text and its language,
 // in; one ParseResult out, with the symbols that the file declares and the references that it
 // makes. This is the only header that a caller includes; what it stores and matches on stands in
-// engines/treesitter/records.h, and what a parse that is to be explained tells in
-// engines/treesitter/report.h.
+// engines/treesitter/records.h, what a parse that is to be explained tells in
+// engines/treesitter/report.h, and what the build is made of in engines/treesitter/build_info.h.
 //
 //   #include "engines/treesitter/treesitter.h"
 //
@@ -55,6 +55,7 @@
 #include <vector>
 
 #include "engines/languages/languages.h"
+#include "engines/treesitter/build_info.h"
 #include "engines/treesitter/core/cancellation.h"
 #include "engines/treesitter/core/log.h"
 #include "engines/treesitter/records.h"

@@ -1,4 +1,4 @@
-#!/usr/bin/python3
+#!/usr/bin/env python3
 """Makes the killers: files that hang, end or bloat parsers which stand on these grammars unguarded.
 
   make_killers.py FOLDER

@@ -4,6 +4,7 @@ ctest sets BUILD_FOLDER, SOURCE_FOLDER, NODE_MODULES, CMAKE_COMMAND and COMPILER
 """
 import os
 import pathlib
+import re
 import subprocess
 
 import pytest
@@ -21,6 +22,30 @@ def run(*command, **options):
                           stderr=subprocess.STDOUT, text=True, timeout=600, check=False, **options)
     assert done.returncode == 0, f"{command} gave {done.returncode}:\n{done.stdout}"
     return done.stdout
+
+
+needs_ninja = pytest.mark.skipif(not (BUILD / "build.ninja").exists(),
+                                 reason="asks Ninja what was compiled")
+
+
+def ninja(*arguments):
+    return run("ninja", "-C", BUILD, "-t", *arguments, env={**os.environ, "NINJA_STATUS": ""})
+
+
+def files_in_products():
+    """Every file that tool, module and library were made of, headers included, as Ninja knows them."""
+    (module,) = BUILD.glob("python/treesitter.*.so")
+    products = ["treesitter-engine", module.relative_to(BUILD), "package/libtreesitter-engine.a"]
+    # Some versions quote what a shell would not take as it is, such as an @.
+    inputs = {line.strip().strip("'") for line in ninja("inputs", *products).splitlines()}
+    found = {name for name in inputs if name.endswith((".a", ".c", ".cpp"))
+             or name.endswith(".o") and not (BUILD / name).is_relative_to(BUILD)}
+    # Blocks of lines: an object, then one dependency in each indented line.
+    for block in re.split(r"\n\n+", ninja("deps")):
+        head, *dependencies = block.splitlines() or [""]
+        if head.partition(": #deps")[0] in inputs:
+            found.update(line.strip() for line in dependencies)
+    return {pathlib.Path(os.path.realpath(BUILD / name)) for name in found}
 
 
 @pytest.fixture(scope="session")

@@ -1,11 +1,12 @@
 """The Debian package: what it depends on, and that its files work where they are unpacked."""
 import os
+import sys
 
 import pytest
 
 from conftest import BUILD, CMAKE, run
 
-PYTHON = "/usr/bin/python3"
+PYTHON = sys.executable  # ctest runs the Python that the module is for
 
 
 @pytest.fixture(scope="module")

@@ -1,10 +1,11 @@
 """The installed Python module, and what else is installed."""
 import os
 import re
+import sys
 
 from conftest import run
 
-PYTHON = "/usr/bin/python3"
+PYTHON = sys.executable  # ctest runs the Python that the module is for
 
 
 def test_module_is_found_in_its_folder(site, sources):
@@ -47,9 +48,3 @@ def test_no_library_but_ours(prefix):
 def test_tool_runs(prefix, sources):
     assert "function" in run(prefix / "bin" / "treesitter-engine", "parse", "--format", "text",
                              sources[0])
-
-
-def test_every_licence_is_there(prefix):
-    licences = list((prefix / "share" / "doc" / "treesitter-engine" / "licences").iterdir())
-    assert len(licences) == 16
-    assert all("Permission is hereby granted" in licence.read_text() for licence in licences)

@@ -1,8 +1,10 @@
 """The module as such: its import, constants, helpers and languages."""
 import inspect
 import json
+import os
 import pathlib
 import re
+import subprocess
 import sys
 import types
 
@@ -132,6 +134,26 @@ def test_languages():
     assert packages["node_modules/tree-sitter"]["version"] == treesitter.core_version()
     assert treesitter.detect_language("a.unknown") is None
     assert treesitter.detect_language(b"\xff.rb") == "ruby"
+
+
+def test_build_info_is_the_tools():
+    done = subprocess.run([os.environ["TREESITTER_ENGINE"], "--version", "--json"],
+                          capture_output=True, check=True)
+    info = treesitter.build_info()
+    assert info == json.loads(done.stdout)
+    assert info["engine"]["version"] == treesitter.__version__
+    assert info["core"]["version"] == treesitter.core_version()
+    assert [(name, grammar["version"], grammar["package"])
+            for name, grammar in info["grammars"].items()] == [
+        (language.name, language.grammar_version, language.grammar_package)
+        for language in treesitter.language_infos()]
+    for rules in info["rules"]:
+        treesitter.TreeSitterEngine(rules=rules)
+    parts = [info, info["engine"], info["core"], *info["grammars"].values()]
+    assert len({part["digest"] for part in parts}) == 19
+    assert all(re.fullmatch("[0-9a-f]{64}", part["digest"]) for part in parts)
+    info.clear()  # each has its own
+    assert treesitter.build_info()["guards"]["memory_per_byte"] > 0
 
 
 def test_help():

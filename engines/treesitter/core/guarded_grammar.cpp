@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "engines/treesitter/core/arena.h"
+#include "engines/treesitter/core/guard_limits.h"
 #include "engines/treesitter/core/parse_meter.h"
 
 extern "C" {
@@ -19,10 +20,6 @@ namespace {
 // The library's room. A state of just this size is never passed on as it is, so that the size tells
 // a state's number from a state.
 constexpr unsigned LIBRARY_STATE_BYTES = TREE_SITTER_SERIALIZATION_BUFFER_SIZE;
-
-// What the scanners take for the library's room (cmake/scanner_prelude.h). No legitimate file comes
-// near: its blocks would be nested 8,000 deep.
-constexpr std::size_t SCANNER_STATE_BYTES = 64 * 1024;
 
 // Room behind the state. Scanners check before they write, some of them up to 8 bytes late. Ruby's
 // reads at most 255 literals of 5 bytes and 255 heredocs of 259, whatever the state's true size is,

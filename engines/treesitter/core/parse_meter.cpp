@@ -2,22 +2,10 @@
 
 #include <ctime>
 
+#include "engines/treesitter/core/guard_limits.h"
+
 namespace engines::treesitter {
 namespace {
-
-// ---- Calibration ----
-//
-// Of 12,042 real files none needs more than 25 steps per KiB, dense legitimate text 31 to 51;
-// hostile text takes 2,500 and more.
-constexpr std::uint64_t STEPS_FLOOR = 4096;
-constexpr std::uint64_t STEPS_PER_KIB = 256;
-
-// For operations that are slow themselves, such as a token that is read to the end of the file and
-// given up, again and again. The slowest legitimate text takes 0.3 seconds per MiB.
-constexpr double SECONDS_FLOOR = 4;
-constexpr double SECONDS_PER_MIB = 4;
-
-constexpr std::uint64_t OPERATIONS_PER_STEP = 100;
 
 ParseReport::Duration in_nanoseconds(double seconds) {
   return std::chrono::duration_cast<ParseReport::Duration>(std::chrono::duration<double>(seconds));
@@ -35,7 +23,8 @@ ParseMeter::ParseMeter(std::uint64_t size, StopCheck& stop)
     : _stop(stop),
       _steps(STEPS_FLOOR + STEPS_PER_KIB * size / 1024),
       _steps_left(_steps),
-      _seconds(SECONDS_FLOOR + SECONDS_PER_MIB * static_cast<double>(size) / (1 << 20)),
+      _seconds(double{SECONDS_FLOOR} +
+               double{SECONDS_PER_MIB} * static_cast<double>(size) / (1 << 20)),
       _start(Clock::now()),
       _thread_start(thread_seconds()) {}
 

@@ -16,13 +16,6 @@
 namespace engines::treesitter {
 namespace {
 
-// ---- Calibration ----
-//
-// Nested brackets take 620 bytes per byte, the most of all legitimate text; code takes 15 to 40.
-// The stack of the tree reader comes on top (core/tree_reader.cpp).
-constexpr std::uint64_t MEMORY_FLOOR = 24 << 20;
-constexpr std::uint64_t MEMORY_PER_BYTE = 704;
-
 const char* text_of(Guard guard) {
   switch (guard) {
     case Guard::operations:

@@ -16,6 +16,7 @@
 
 #include "engines/languages/language.h"
 #include "engines/treesitter/core/arena.h"
+#include "engines/treesitter/core/guard_limits.h"
 #include "engines/treesitter/core/guarded_grammar.h"
 #include "engines/treesitter/core/parse_meter.h"
 #include "engines/treesitter/core/source.h"
@@ -29,8 +30,7 @@ class ParseError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The library counts bytes in 32 bits; larger files are refused before their size is cut to that.
-inline constexpr std::uint64_t MAX_PARSED_BYTES = UINT32_MAX;
+// Of more than MAX_PARSED_BYTES.
 [[noreturn]] void refuse_size(std::uint64_t size);
 
 class Parser {

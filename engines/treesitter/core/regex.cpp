@@ -114,6 +114,12 @@ std::optional<std::size_t> Regex::find_end(std::string_view text) const {
   return pcre2_get_ovector_pointer(data.get())[1];
 }
 
+std::string regex_unicode_version() {
+  std::array<char, 32> version{};  // 24 are enough for any
+  pcre2_config(PCRE2_CONFIG_UNICODE_VERSION, version.data());
+  return version.data();
+}
+
 const Regex _BODY_DIGEST_RE(digest_pattern());  // NOLINT(bugprone-reserved-identifier)
 
 bool is_logic_keyword(std::string_view text) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace engines::treesitter {
@@ -26,6 +27,9 @@ class Regex {
   struct Code;
   std::unique_ptr<Code> _code;
 };
+
+// The version of Unicode by which patterns class characters, such as "14.0.0".
+std::string regex_unicode_version();
 
 // Control flow or a call: one of 26 keywords as a whole word, or a word before an opening
 // parenthesis. What a body digest keeps of a function is the lines in which it is found.

@@ -232,4 +232,10 @@ void require_utf8(std::string_view bytes) {
   throw Utf8Error(std::string(bytes), fault.offset, end, reason);
 }
 
+std::string unicode_version() {
+  UVersionInfo version{};
+  u_getUnicodeVersion(version);
+  return std::to_string(version[0]) + '.' + std::to_string(version[1]);
+}
+
 }  // namespace engines::treesitter

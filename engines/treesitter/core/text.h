@@ -62,6 +62,9 @@ bool is_word(char32_t value);
 // what can be shown as it is in a text of one line.
 bool is_printable(char32_t value);
 
+// The version of Unicode by which all of this goes, such as "15.0": that of the loaded library.
+std::string unicode_version();
+
 // Where ill-formed UTF-8 begins in `bytes` at or after `offset`, and how long the maximal
 // ill-formed subpart is: the longest start of a well-formed sequence, or else one byte.
 // `size` is 0 and `offset` the length of `bytes` when the rest is well formed. Looks at no

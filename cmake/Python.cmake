@@ -1,0 +1,21 @@
+# Which Python runs the tests and builds the module: the first in the PATH that has the packages which
+# the tests use, since another one may stand in front of the system's and lack them. Without tests it
+# is CMake's own choice. -DPython3_EXECUTABLE=... takes another.
+function(_has_test_packages result candidate)
+  execute_process(
+    COMMAND "${candidate}" -c "import sys; from importlib.util import find_spec; \
+sys.exit(sys.version_info < (3, 11) or not all(map(find_spec, ['pytest', 'jsonschema', 'mypy'])))"
+    RESULT_VARIABLE status OUTPUT_QUIET ERROR_QUIET)
+  if(NOT status EQUAL 0)
+    set(${result} FALSE PARENT_SCOPE)
+  endif()
+endfunction()
+
+if(TREESITTER_ENGINE_BUILD_TESTS)
+  find_program(Python3_EXECUTABLE python3 VALIDATOR _has_test_packages)
+  if(NOT Python3_EXECUTABLE)
+    unset(Python3_EXECUTABLE CACHE)
+    message(WARNING "No Python from 3.11 on in the PATH has pytest, jsonschema and mypy; "
+      "tests that need them will fail")
+  endif()
+endif()
