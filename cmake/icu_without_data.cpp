@@ -6,8 +6,8 @@
 //
 // Distributions compile ICU's static library for programs, where it reaches the C library's
 // variable
-// __timezone in a way that no shared object may. The linker puts the variable below in its place
-// (--wrap); what would read it, ICU's time zones, is called by nobody.
+// variables of time zones in a way that no shared object may. The linker puts those below in their place
+// (--wrap); what would read them is called by nobody.
 //
 // Tested by tests/package/test_wheel.py.
 #include <unicode/udata.h>
