@@ -5,9 +5,8 @@
 // itself takes it for "there is none".
 //
 // Distributions compile ICU's static library for programs, where it reaches the C library's
-// variable
-// variables of time zones in a way that no shared object may. The linker puts those below in their place
-// (--wrap); what would read them is called by nobody.
+// variables of time zones in a way that no shared object may. The linker puts those below in their
+// place (--wrap); what would read them is called by nobody.
 //
 // Tested by tests/package/test_wheel.py.
 #include <unicode/udata.h>
