@@ -56,7 +56,7 @@ def version():
 
 def grammars():
     """(package, folder in it) of each grammar, as CMake has them."""
-    rows = re.findall(r"^_grammar\(\w+ (\S+?)(?: (\S+))?\)", text_of("cmake/Grammars.cmake"), re.M)
+    rows = re.findall(r"^_grammar\(\w+ ([^\s)]+)(?: ([a-z][^\s)]*))?", text_of("cmake/Grammars.cmake"), re.M)
     return [(pathlib.Path("node_modules") / package, folder) for package, folder in rows]
 
 
