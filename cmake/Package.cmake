@@ -1,18 +1,16 @@
-# What `cmake --install` gives, and the Debian package that `cpack` makes of it:
+# What `cmake --install` gives; Debian.cmake makes packages of its components:
 #
 #   the library, as one archive      libtreesitter-engine.a
 #   the public headers               include/treesitter-engine
 #   find_package(treesitter-engine)  with the target treesitter-engine::treesitter-engine
 #   pkg-config treesitter-engine
-#   the tool                         bin/treesitter-engine
+#   the tool                         bin/treesitter-engine; its pages: tool/manual/CMakeLists.txt
 #   the Python module                see bindings/python/CMakeLists.txt
 #   LICENSE, and the notices of what is compiled in: see Licences.cmake
 #
 # Tested by tests/package.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
-
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "source-code parsing engine for code indexers")
 
 # ---- The library ----
 
@@ -50,7 +48,7 @@ target_link_libraries(treesitter_engine_package INTERFACE
   ICU::uc OpenSSL::Crypto PkgConfig::TREESITTER_ENGINE_PCRE2 Threads::Threads)
 
 install(TARGETS treesitter_engine_package EXPORT treesitter-engine
-  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT dev)
 
 # ---- Its headers ----
 
@@ -62,10 +60,10 @@ foreach(_header engines/languages/languages.h engines/treesitter/treesitter.h
                 engines/treesitter/core/log.h engines/treesitter/core/text.h models/symbol.h)
   cmake_path(GET _header PARENT_PATH _folder)
   install(FILES "${PROJECT_SOURCE_DIR}/${_header}"
-    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/treesitter-engine/${_folder}")
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/treesitter-engine/${_folder}" COMPONENT dev)
 endforeach()
 install(FILES "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/treesitter-engine/engines/languages")
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/treesitter-engine/engines/languages" COMPONENT dev)
 
 # ---- What finds it ----
 
@@ -80,47 +78,59 @@ write_basic_package_version_file(
 install(FILES
   "${PROJECT_BINARY_DIR}/package/treesitter-engine-config.cmake"
   "${PROJECT_BINARY_DIR}/package/treesitter-engine-config-version.cmake"
-  DESTINATION "${_config}")
+  DESTINATION "${_config}" COMPONENT dev)
 install(EXPORT treesitter-engine NAMESPACE treesitter-engine:: DESTINATION "${_config}"
-  FILE treesitter-engine-targets.cmake)
+  FILE treesitter-engine-targets.cmake COMPONENT dev)
 
 # The prefix is found from where the file lies, so that an installation can be moved.
 file(RELATIVE_PATH _to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/treesitter-engine.pc.in"
                "${PROJECT_BINARY_DIR}/package/treesitter-engine.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/package/treesitter-engine.pc"
-  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
 
 # ---- The tool, the licences ----
 
 if(TARGET treesitter_engine_command)
-  install(TARGETS treesitter_engine_command RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(TARGETS treesitter_engine_command RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
 endif()
 include("${CMAKE_CURRENT_LIST_DIR}/Licences.cmake")
 
-# ---- The Debian package ----
+# ---- The documentation ----
 
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME treesitter-engine)
-set(CPACK_PACKAGE_CONTACT "treesitter-engine maintainers <maintainers@treesitter-engine.example>")
-set(CPACK_PACKAGE_DESCRIPTION
-  "Parses source files of sixteen languages into symbols and references: a tool, a Python module\n"
-  "and a library for C++.")
-list(JOIN CPACK_PACKAGE_DESCRIPTION "" CPACK_PACKAGE_DESCRIPTION)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION devel)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Who builds against the archive needs these; who runs the tool or the module does not.
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "g++, pkg-config, libicu-dev, libpcre2-dev, libssl-dev")
-if(TARGET treesitter_engine_python)
-  # The module is of this version of Python and no other.
-  math(EXPR _next "${Python3_VERSION_MINOR} + 1")
-  set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "python3 (>= 3.${Python3_VERSION_MINOR}), python3 (<< 3.${_next})")
-endif()
+# README.md and what it leads to, at the same places to each other, so that the links hold.
+file(GLOB _pages RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/doc/*.md")
+set(_documents README.md CHANGELOG.md CONTRIBUTING.md doc examples)
+foreach(_page README.md CONTRIBUTING.md ${_pages})
+  file(READ "${PROJECT_SOURCE_DIR}/${_page}" _text)
+  string(REPLACE "](" "<" _text "${_text}")  # brackets would keep a list from being split
+  string(REGEX MATCHALL "<[^)#: ]+" _links "${_text}")
+  cmake_path(GET _page PARENT_PATH _folder)
+  foreach(_link ${_links})
+    string(SUBSTRING "${_link}" 1 -1 _link)
+    cmake_path(APPEND _folder "${_link}" OUTPUT_VARIABLE _link)
+    cmake_path(NORMAL_PATH _link)
+    # What leads elsewhere does not exist; LICENSE Debian has in `copyright`.
+    if(EXISTS "${PROJECT_SOURCE_DIR}/${_link}" AND NOT _link MATCHES "^(doc|examples)/|^LICENSE$")
+      list(APPEND _documents "${_link}")
+    endif()
+  endforeach()
+endforeach()
+list(REMOVE_DUPLICATES _documents)
+foreach(_document ${_documents})
+  cmake_path(GET _document PARENT_PATH _folder)
+  if(IS_DIRECTORY "${PROJECT_SOURCE_DIR}/${_document}")
+    install(DIRECTORY "${PROJECT_SOURCE_DIR}/${_document}"
+      DESTINATION "${CMAKE_INSTALL_DOCDIR}/${_folder}" COMPONENT doc
+      PATTERN __pycache__ EXCLUDE)
+  else()
+    install(FILES "${PROJECT_SOURCE_DIR}/${_document}"
+      DESTINATION "${CMAKE_INSTALL_DOCDIR}/${_folder}" COMPONENT doc)
+  endif()
+endforeach()
+
 # A host makes packages of its own.
 if(PROJECT_IS_TOP_LEVEL)
+  include("${CMAKE_CURRENT_LIST_DIR}/Debian.cmake")
   include(CPack)
 endif()

@@ -23,6 +23,7 @@ if(TREESITTER_ENGINE_PGO STREQUAL "generate")
   # The training runs on one thread, so that plain counters do and their sums are always the same.
   add_compile_options(-fprofile-generate ${_common} -fprofile-update=single)
   add_link_options(-fprofile-generate)
+  add_compile_definitions(TREESITTER_ENGINE_TRAINING)
 elseif(TREESITTER_ENGINE_PGO STREQUAL "use")
   # -fprofile-partial-training  what the training never reached is compiled for speed as ever, not
   #                             for size: no training set reaches every rule of sixteen grammars;

@@ -16,7 +16,7 @@ BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
   python3 python3-dev python3-venv python3-setuptools python3-wheel python3-pytest python3-jsonschema mypy git universal-ctags)
 # What .ci/run needs beside them.
 # shellcheck disable=SC2034
-CI_PACKAGES=(clang clang-format clang-tidy shellcheck vim)
+CI_PACKAGES=(clang clang-format clang-tidy fish lintian man-db shellcheck vim zsh)
 # What bench/recall and bench/recall_corpus need beside them.
 # shellcheck disable=SC2034
 RECALL_PACKAGES=(universal-ctags dpkg-dev)

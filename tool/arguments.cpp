@@ -119,11 +119,9 @@ void require_all_taken(const CLI::App& command) {
 
 }  // namespace
 
-Arguments parse_arguments(int count, const char* const* arguments) {
-  Arguments parsed;
-  parsed.format = ::isatty(STDOUT_FILENO) != 0 ? Format::text : Format::json;
-
-  CLI::App app(DESCRIPTION, "treesitter-engine");
+void add_all(CLI::App& app, Arguments& parsed) {
+  app.name("treesitter-engine");
+  app.description(DESCRIPTION);
   app.require_subcommand(0, 1);
   app.add_flag_callback(
       "-V,--version", [] { throw CLI::CallForVersion("", 0); },
@@ -135,10 +133,19 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   add_index(app, parsed);
   add_questions(app, parsed);
   add_check(app, parsed);
-  CLI::App* const languages =
-      app.add_subcommand("languages", "List the languages and what detects them");
-  app.add_subcommand("help", "Say how a command is used: help COMMAND");
+  app.add_subcommand("languages", "List the languages and what detects them");
+  app.add_subcommand("help", "Say how a command is used: help COMMAND")
+      ->add_option("COMMAND")
+      ->description("One of them; without it, the tool itself")
+      ->type_name("");
   for (CLI::App* const command : app.get_subcommands({})) command->allow_extras();
+}
+
+Arguments parse_arguments(int count, const char* const* arguments) {
+  Arguments parsed;
+  parsed.format = ::isatty(STDOUT_FILENO) != 0 ? Format::text : Format::json;
+  CLI::App app;
+  add_all(app, parsed);
 
   std::vector<std::string> rest = shielded(count, arguments);
   settle_command(app, rest);
@@ -160,7 +167,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
   require_all_taken(app);
   if (parsed.is_version_json) throw UsageError("--json needs --version");
   for (const CLI::App* const command : app.get_subcommands()) require_all_taken(*command);
-  if (languages->parsed()) {
+  if (app.got_subcommand("languages")) {
     parsed.command = Command::languages;
     return parsed;
   }

@@ -1,4 +1,4 @@
-// The options of each command that has any, and what its help says. CLI11's other door.
+// The commands, their options and what their help says. CLI11's other door.
 //
 // Tested by tests/tool_test.py and tests/check_test.py.
 #pragma once
@@ -10,6 +10,7 @@
 namespace tool {
 
 // Add a command, whose values go into `parsed` while CLI11 reads them; both must outlive that.
+void add_all(CLI::App& app, Arguments& parsed);  // every command, and the options of none
 void add_parse(CLI::App& app, Arguments& parsed);
 void add_check(CLI::App& app, Arguments& parsed);
 

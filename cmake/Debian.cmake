@@ -1,0 +1,80 @@
+# The Debian packages, made by `cpack` of the components that the install rules name:
+#
+#   tool    treesitter-engine          the command, its manual pages and completions
+#   dev     libtreesitter-engine-dev   the archive, its headers, and what finds them
+#   python  python3-treesitter         the module for Debian's Python
+#   doc     treesitter-engine-doc      README.md, doc/ and examples/
+#
+# A folder debian/ for debhelper was refused: it would say once more what the install rules say, and
+# tree-sitter's sources, which npm installs, are in no source package. What debhelper does to files,
+# debian/prepare does. scripts/build_deb makes the packages that users get, by profile.
+#
+# Tested by tests/package/test_deb.py; scripts/check_deb installs them into a system of their own.
+set(CPACK_GENERATOR DEB)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_COMPONENTS_ALL dev doc)
+if(TARGET treesitter_engine_command)
+  list(APPEND CPACK_COMPONENTS_ALL tool)
+endif()
+if(TARGET treesitter_engine_python)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
+
+set(CPACK_PACKAGE_NAME treesitter-engine)
+set(CPACK_PACKAGE_CONTACT "treesitter-engine maintainers <maintainers@treesitter-engine.example>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Whatever the umask of who builds is.
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+# Lines of at most 79 characters with their indentation.
+set(_what "Given source files in sixteen languages, the engine returns the symbols that\n\
+each declares (kind, qualified name, signature, documentation) and the\n\
+references that it makes. Every parse is guarded: no file hangs the process,\n\
+ends it or makes it grow without bound.\n")
+
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME treesitter-engine)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION devel)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS treesitter-engine-doc)
+set(CPACK_DEBIAN_TOOL_DESCRIPTION "source-code parsing engine for code indexers\n${_what}\n\
+This package has the command, which prints records or tags files, keeps the\n\
+index of a repository and answers questions from it.")
+
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME libtreesitter-engine-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libicu-dev, libpcre2-dev, libssl-dev")
+set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "pkg-config, treesitter-engine-doc")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "source-code parsing engine for code indexers (C++ library)\n${_what}\n\
+This package has the library for C++20, as one archive that hides the\n\
+tree-sitter that it holds, with its headers and what CMake and pkg-config\n\
+find it by.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-treesitter)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS treesitter-engine-doc)
+if(TARGET treesitter_engine_python)
+  # The module is of this version of Python and no other.
+  math(EXPR _next "${Python3_VERSION_MINOR} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "python3 (>= 3.${Python3_VERSION_MINOR}), python3 (<< 3.${_next})")
+endif()
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "source-code parsing engine for code indexers (Python module)\n${_what}\n\
+This package has the module treesitter, with stubs for type checkers.")
+
+set(CPACK_DEBIAN_DOC_PACKAGE_NAME treesitter-engine-doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOC_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_DOC_DESCRIPTION "source-code parsing engine for code indexers (documentation)\n${_what}\n\
+This package describes the engine, its records and its design, and has\n\
+examples: a source in each language, and an indexer.")
+
+# For debian/prepare. CPack hands on what begins with its name.
+set(CPACK_TREESITTER_ENGINE_PREPARE "${CMAKE_CURRENT_LIST_DIR}/debian/prepare")
+set(CPACK_TREESITTER_ENGINE_SOURCE "${PROJECT_SOURCE_DIR}")
+set(CPACK_TREESITTER_ENGINE_NOTICES "${TREESITTER_ENGINE_NOTICES}")
+set(CPACK_TREESITTER_ENGINE_STRIP "${CMAKE_STRIP}")
+set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/debian/prepare.cmake")
