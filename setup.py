@@ -102,6 +102,7 @@ class Build(build_ext):
             f"-DPython3_EXECUTABLE={sys.executable}", "-DTREESITTER_ENGINE_PYTHON_FOLDER=.",
             "-DTREESITTER_ENGINE_STATIC_LIBRARIES=ON", "-DTREESITTER_ENGINE_WERROR=OFF",
             "-DTREESITTER_ENGINE_BUILD_TOOL=OFF", "-DTREESITTER_ENGINE_BUILD_TESTS=OFF",
+            "-DTREESITTER_ENGINE_INSTALL=OFF",
             *shlex.split(os.environ.get("CMAKE_ARGS", "")))
         run("cmake", "--build", BUILD, "--target", "treesitter_engine_python")
         target = pathlib.Path(self.build_lib).resolve()
