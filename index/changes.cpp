@@ -67,10 +67,8 @@ Change Changes::fault() {
   const std::string text =
       std::string(found.is_rules ? "Failed to read ignore rules: " : "Failed to read folder: ") +
       engines::treesitter::FileReadError(found.error, found.path).what();
-  const bool is_named = !inside.empty();
-  return {.kind = Change::Kind::fault,
-          .row = {.path = is_named ? std::move(inside) : found.path},
-          .fault = text};
+  if (inside.empty()) inside = found.path;
+  return {.kind = Change::Kind::fault, .row = {.path = std::move(inside)}, .fault = text};
 }
 
 bool Changes::is_blind(const std::string& path) const {

@@ -96,30 +96,25 @@ void Packer::add(Symbol& symbol) {
 }
 
 void Packer::add(std::vector<ReferenceInfo>& references) {
-  struct Use {
-    std::uint32_t name;
-    std::uint8_t kind;
-    std::uint32_t line;
-    auto operator<=>(const Use&) const = default;
-  };
-  std::vector<Use> uses;
+  // Name, kind, line.
+  std::vector<std::tuple<std::uint32_t, std::uint8_t, std::uint32_t>> uses;
   uses.reserve(references.size());
   for (const ReferenceInfo& reference : references) {
     const auto* const kind =
         std::find(REFERENCE_KINDS.begin(), REFERENCE_KINDS.end(), reference.kind);
-    uses.push_back({name(reference.name), static_cast<std::uint8_t>(kind - REFERENCE_KINDS.begin()),
-                    reference.line});
+    uses.emplace_back(name(reference.name),
+                      static_cast<std::uint8_t>(kind - REFERENCE_KINDS.begin()), reference.line);
   }
   std::sort(uses.begin(), uses.end());
   std::uint32_t last_line = 0;
-  for (const Use& use : uses) {
+  for (const auto& [number, kind, line] : uses) {
     auto& packed = _packed.references;
-    if (packed.empty() || packed.back().name != use.name || packed.back().kind != use.kind) {
-      packed.push_back({use.name, use.kind, {}});
+    if (packed.empty() || packed.back().name != number || packed.back().kind != kind) {
+      packed.push_back({number, kind, {}});
       last_line = 0;
     }
-    append_varint(packed.back().lines, use.line - last_line);
-    last_line = use.line;
+    append_varint(packed.back().lines, line - last_line);
+    last_line = line;
   }
 }
 
@@ -134,7 +129,7 @@ PackedFile Packer::take() {
 
 std::size_t PackedFile::size() const {
   std::size_t bytes = sizeof(PackedFile) + scopes.size() * sizeof(Scope);
-  for (const std::string& name : names) bytes += sizeof(name) + name.size();
+  for (const std::string& name : names) bytes += sizeof(std::string) + name.size();
   for (const Symbol& symbol : symbols) {
     bytes += sizeof(symbol) + symbol.signature.value_or("").size() + symbol.doc.value_or("").size();
   }

@@ -92,7 +92,7 @@ bool says_files(const CLI::App& command) {
 }
 
 void settle(const CLI::App& command, Arguments& parsed) {
-  const std::string name = command.get_name();
+  const std::string& name = command.get_name();
   unshield(parsed.index_path);
   if (parsed.database) unshield(*parsed.database);
   if (parsed.tags) unshield(*parsed.tags);
