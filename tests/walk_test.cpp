@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "walk/folder_walk.h"
+#include "walk/tracked_files.h"
 #include "walk/wildmatch.h"
 
 namespace walk {
@@ -28,6 +29,16 @@ namespace fs = std::filesystem;
 std::vector<std::string> words(const std::string& text) {
   std::istringstream stream(text);
   return {std::istream_iterator<std::string>(stream), {}};
+}
+
+// An index of git's second version, of files that were never looked at.
+std::string git_index(const std::vector<std::string>& paths) {
+  std::string index = std::string("DIRC\0\0\0\2\0\0\0", 11) + static_cast<char>(paths.size());
+  for (const std::string& path : paths) {
+    const std::string entry = std::string(60, '\0') + '\0' + static_cast<char>(path.size()) + path;
+    index += entry + std::string(8 - entry.size() % 8, '\0');
+  }
+  return index + std::string(20, '\0');
 }
 
 class FolderWalkTest : public testing::Test {
@@ -192,6 +203,31 @@ TEST_F(FolderWalkTest, FollowsTheRulesThatHoldInAFolder) {
        {{git, ""}, {"r/.gitignore", "d"}, {"r/d/.gitignore", "!a.py"}},
        "r/a.py r/b.py"},
       {"unless it is named", {{git, ""}, {"r/.gitignore", "d"}}, "r/d/a.py", "r/d"},
+      {"or holds what is tracked, which alone counts in it",
+       {{git, ""},
+        {"r/.gitignore", "/d\na.py"},
+        {"r/d/b.py", ""},
+        {"r/d/e/a.py", ""},
+        {"r/d/f/a.py", ""},
+        {"r/d/f/.gitignore", "!a.py"},
+        {"r/.git/index", git_index({"d/b.py", "d/e/a.py", "d/e0", "d0"})}},
+       "r/b.py r/d/b.py r/d/e/a.py"},
+      {"a submodule that is tracked has rules of its own",
+       {{git, ""},
+        {"r/.gitignore", "/d"},
+        {"r/d/.git", "gitdir: ../.git/m"},
+        {"r/d/.gitignore", "a*"},
+        {"r/d/b.py", ""},
+        {"r/d/ab.py", ""},
+        {"r/.git/m/index", git_index({"ab.py"})},
+        {"r/.git/index", git_index({"d"})}},
+       "r/a.py r/b.py r/d/ab.py r/d/b.py"},
+      {"what other files name is left out, tracked or not",
+       {{git, ""},
+        {"r/.gitignore", "a.py"},
+        {"r/.ignore", "/d/"},
+        {"r/.git/index", git_index({"a.py", "d/a.py"})}},
+       "r/a.py r/b.py"},
       {"rules above the named folder count, from where they stand",
        {{git, ""},
         {"r/.gitignore", "/d/e/*.py\n/a.py"},
@@ -319,13 +355,15 @@ TEST_F(FolderWalkTest, SaysWhichRulesItCannotReadAndGoesOn) {
   write("r/b/.gitignore", "a.py");
   fs::resize_file(top() + "/r/b/.gitignore", (std::size_t{16} << 20) + 1);
   fs::create_directories(top() + "/r/c/.ignore");
+  write("r/.git/index", "no index");
   FolderWalk walk(top() + "/r");
   const auto with = [](const char* path, int error) {
     return path + (' ' + std::to_string(error));
   };
   EXPECT_EQ(rest(walk), (std::vector<std::string>{
-                            with("r/.gitignore", ELOOP), with("r/a/.ignore", EINVAL), "r/a/a.py",
-                            with("r/b/.gitignore", EFBIG), "r/b/a.py", "r/c/a.py", "r/z.py"}));
+                            with("r/.git/index", EBADMSG), with("r/.gitignore", ELOOP),
+                            with("r/a/.ignore", EINVAL), "r/a/a.py", with("r/b/.gitignore", EFBIG),
+                            "r/b/a.py", "r/c/a.py", "r/z.py"}));
   // A file of the longest that is read, where each line is a pattern.
   std::string most;
   while (most.size() + 3 <= std::size_t{16} << 20) most += "*x\n";
@@ -336,7 +374,26 @@ TEST_F(FolderWalkTest, SaysWhichRulesItCannotReadAndGoesOn) {
   EXPECT_EQ(rest(looping), (std::vector<std::string>{with("r/b/.git/config", ELOOP)}));
   fs::remove_all(top() + "/r/b/.git");
   FolderWalk other(top() + "/r/b");
-  EXPECT_EQ(rest(other), (std::vector<std::string>{with("r/.gitignore", ELOOP)}));
+  EXPECT_EQ(rest(other),
+            (std::vector<std::string>{with("r/.git/index", EBADMSG), with("r/.gitignore", ELOOP)}));
+}
+
+TEST(TrackedFiles, OfAnIndexThatIsCutNothingIsTaken) {
+  const std::string index = git_index({"a.py", "a/b.py", "ab"});
+  for (std::size_t size = 0; size + 20 < index.size(); ++size) {
+    EXPECT_EQ(TrackedFiles().read(index.substr(0, size), 20), EBADMSG) << size;
+  }
+  TrackedFiles tracked;
+  EXPECT_EQ(tracked.read(index, 20), 0);
+  for (const char* path : {"a", "a/b.py", "ab"}) EXPECT_TRUE(tracked.has_folder(path)) << path;
+  for (const char* path : {"a/b", "a.p", "b", ""}) EXPECT_FALSE(tracked.has_folder(path)) << path;
+  EXPECT_FALSE(tracked.has_file("a"));
+  EXPECT_EQ(TrackedFiles().read(index, 32), EBADMSG);
+  EXPECT_EQ(TrackedFiles().read(git_index({"b", "a"}), 20), EBADMSG);
+  // The fourth version, in which a path gives away its end; here more than it has.
+  std::string compressed = index;
+  compressed[7] = 4;
+  EXPECT_EQ(TrackedFiles().read(compressed, 20), EBADMSG);
 }
 
 TEST(Wildmatch, GivesUpInTime) {

@@ -26,7 +26,7 @@ Folders are walked in the order of their paths' bytes, to any depth. Hidden entr
 files of unknown language and binary ones (with a NUL among their first 8 KiB, as UTF-16 has) are
 left out in them, and what is ignored:
   in a git repository by its .gitignore files, also those above the folder that is named, its
-  .git/info/exclude and the user's core.excludesFile; patterns alone decide, not what is tracked
+  .git/info/exclude and the user's core.excludesFile, but for what is tracked
   everywhere by .ignore files, which are written alike and stronger than .gitignore beside them
 A GLOB of --exclude is such a pattern too, in the folder that is named, and stronger than all of
 them: '*.min.js', '/build/', '!kept.js'.

@@ -163,7 +163,7 @@ bool FolderWalk::is_left_out(const Entry& entry) {
   const auto verdict = _rules.judge(name, is_folder);
   _left_out.excluded += verdict == RuleStack::Verdict::excluded ? 1 : 0;
   _left_out.ignored += verdict == RuleStack::Verdict::ignored ? 1 : 0;
-  return verdict != RuleStack::Verdict::kept;
+  return verdict != RuleStack::Verdict::kept && verdict != RuleStack::Verdict::tracked;
 }
 
 // Goes back to the parent, which may have been moved: then the child has another `..` now.

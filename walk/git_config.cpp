@@ -161,6 +161,9 @@ class Reader {
     for (Entries entries(text); entries.next();) {
       if (entries.name == "core.ignorecase") _settings.folds_case = is_true(entries.value);
       if (entries.name == "core.excludesfile") _settings.excludes_file = entries.value;
+      if (entries.name == "extensions.objectformat") {
+        _settings.hash_size = entries.value == "sha256" ? 32 : 20;
+      }
       if (entries.name != "include.path" || entries.value.empty()) continue;
       read({file.folder, beside(file.path, with_home(entries.value)), file.shown}, 0, depth + 1);
     }

@@ -3,6 +3,7 @@
 // Tested by tests/walk_test.cpp.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +16,7 @@ namespace walk {
 struct GitSettings {
   bool folds_case = false;                   // core.ignoreCase
   std::optional<std::string> excludes_file;  // core.excludesFile, as written; empty for none
+  std::size_t hash_size = 20;                // of objects' names, by extensions.objectFormat
 };
 
 // A file and the folder that its path is relative to, which is open (or AT_FDCWD).

@@ -17,6 +17,9 @@ namespace {
 
 constexpr std::string_view REDIRECTION = "gitdir:";
 
+// That of ten million files. It is held only while it is read.
+constexpr std::size_t MOST_INDEX = std::size_t{1} << 30;
+
 std::string first_line(const std::string& text, std::size_t begin) {
   begin = std::min(text.find_first_not_of(' ', begin), text.size());
   return text.substr(begin, text.find_first_of("\r\n", begin) - begin);
@@ -42,6 +45,27 @@ GitFile file_at(int folder, const std::string& path, const std::string& shown) {
   return {folder, path, path.starts_with('/') ? "" : shown};
 }
 
+// Where the working tree at `top` has what is its own, with "/" at the end. Submodules and further
+// working trees have a file in the place of the folder, which leads there.
+std::string own_folder(int folder, const std::string& top) {
+  std::string path = top + GIT_FOLDER;
+  std::string text;
+  if (read_text(folder, path, Links::followed, text) == 0 && text.starts_with(REDIRECTION)) {
+    path = relative_to(top, first_line(text, REDIRECTION.size()));
+  }
+  return path + '/';
+}
+
+TrackedFiles read_tracked(const GitFile& index, std::size_t hash_size, std::vector<Found>& faults) {
+  std::string bytes;
+  int error = read_text(index.folder, index.path, Links::followed, bytes, MOST_INDEX);
+  TrackedFiles tracked;
+  if (error == 0) error = tracked.read(bytes, hash_size);
+  if (error == 0) return tracked;
+  if (!is_absence(error)) faults.push_back({index.shown + index.path, error, true});
+  return {};
+}
+
 }  // namespace
 
 std::optional<std::string> repository_above(const std::string& folder) {
@@ -59,14 +83,9 @@ std::optional<std::string> repository_above(const std::string& folder) {
   }
 }
 
-// Submodules and further working trees have a file in the place of the folder, which leads there.
 std::string common_folder(int folder, const std::string& top) {
-  std::string path = top + GIT_FOLDER;
+  std::string path = own_folder(folder, top);
   std::string text;
-  if (read_text(folder, path, Links::followed, text) == 0 && text.starts_with(REDIRECTION)) {
-    path = relative_to(top, first_line(text, REDIRECTION.size()));
-  }
-  path += '/';
   if (read_text(folder, path + "commondir", Links::followed, text) == 0) {
     path = relative_to(path, first_line(text, 0)) + '/';
   }
@@ -79,6 +98,8 @@ RepositoryRules read_repository(int folder, const std::string& top, const std::s
   const GitSettings settings = read_git_settings(file_at(folder, common + "config", shown), faults);
   RepositoryRules rules;
   rules.folds_case = settings.folds_case;
+  rules.tracked = read_tracked(file_at(folder, own_folder(folder, top) + "index", shown),
+                               settings.hash_size, faults);
   const bool is_default = !settings.excludes_file;
   std::string of_user = is_default ? in_user_settings("git/ignore") : *settings.excludes_file;
   if (!of_user.empty()) {

@@ -9,6 +9,7 @@
 
 #include "walk/found.h"
 #include "walk/ignore_rules.h"
+#include "walk/tracked_files.h"
 
 namespace walk {
 
@@ -26,13 +27,14 @@ std::string common_folder(int folder, const std::string& top);
 
 struct RepositoryRules {
   bool folds_case = false;
+  TrackedFiles tracked;       // of this working tree
   IgnoreRules of_user;        // the weakest: core.excludesFile
   IgnoreRules of_repository;  // info/exclude
 };
 
 // Of the repository that `top` is the top of, which is relative to the open folder and has "/" at
 // the end, or is empty. `shown`: what stands in front of it in messages. Adds what cannot be read
-// to `faults`. Reads some five files.
+// to `faults`. Reads some six files.
 RepositoryRules read_repository(int folder, const std::string& top, const std::string& shown,
                                 std::vector<Found>& faults);
 

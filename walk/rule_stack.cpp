@@ -32,12 +32,13 @@ void RuleStack::Seen::note(std::string_view name) {
 RuleStack::RuleStack(const WalkOptions& options)
     : _reads_files(!options.no_ignore), _globs(IgnoreRules::of_patterns(options.exclude)) {}
 
-void RuleStack::add(IgnoreRules rules) {
-  if (!rules.is_empty()) _files.push_back({std::move(rules), _way.size()});
+void RuleStack::add(IgnoreRules rules, bool is_git) {
+  if (!rules.is_empty()) _files.push_back({std::move(rules), _way.size(), is_git});
 }
 
 void RuleStack::save() {
-  _levels.push_back({_way.size(), _files.size(), _first, _is_repository, _folds_case});
+  _levels.push_back(
+      {_way.size(), _files.size(), _first, _repositories.size(), _is_ignored, _folds_case});
 }
 
 void RuleStack::enter_first(int folder, const std::string& path, Seen seen,
@@ -51,6 +52,7 @@ void RuleStack::enter_first(int folder, const std::string& path, Seen seen,
 void RuleStack::enter(std::string_view name, int folder, const std::string& path, Seen seen,
                       std::vector<Found>& faults) {
   save();
+  _is_ignored = judge(name, true) == Verdict::tracked;
   _way.append(name).append(1, '/');
   read_rules(folder, path, seen, faults);
 }
@@ -60,7 +62,8 @@ void RuleStack::leave() {
   _way.resize(level.way_size);
   _files.resize(level.files);
   _first = level.first;
-  _is_repository = level.is_repository;
+  _repositories.resize(level.repositories);
+  _is_ignored = level.is_ignored;
   _folds_case = level.folds_case;
   _levels.pop_back();
 }
@@ -69,7 +72,8 @@ void RuleStack::begin_repository(int folder, const std::string& top, const std::
                                  std::vector<Found>& faults) {
   RepositoryRules rules = read_repository(folder, top, shown, faults);
   _first = _files.size();
-  _is_repository = true;
+  _repositories.push_back({std::move(rules.tracked), _way.size()});
+  _is_ignored = false;
   _folds_case = rules.folds_case;
   add(std::move(rules.of_user));
   add(std::move(rules.of_repository));
@@ -99,16 +103,17 @@ void RuleStack::read_rules(int folder, const std::string& path, Seen seen,
   if (!_reads_files) return;
   // Only those above the first folder are reached by their paths.
   const std::string prefix = folder == AT_FDCWD ? path : "";
-  const auto read = [&](const char* name) {
-    add(read_ignore_file(folder, prefix + name, prefix.empty() ? path : "", _folds_case, faults));
+  const auto read = [&](const char* name, bool is_git) {
+    add(read_ignore_file(folder, prefix + name, prefix.empty() ? path : "", _folds_case, faults),
+        is_git);
   };
   if (seen.repository) begin_repository(folder, "", path, faults);
-  if (seen.gitignore && _is_repository) read(GITIGNORE);
-  if (seen.ignore) read(IGNORE);
+  if (seen.gitignore && !_repositories.empty()) read(GITIGNORE, true);
+  if (seen.ignore) read(IGNORE, false);
 }
 
 RuleStack::Verdict RuleStack::judge(std::string_view name, bool is_folder) {
-  if (_files.size() == _first && _globs.is_empty()) return Verdict::kept;
+  if (_files.size() == _first && _globs.is_empty() && !_is_ignored) return Verdict::kept;
   const std::size_t size = _way.size();
   _way += name;
   const Verdict verdict = judge_way(is_folder);
@@ -125,18 +130,36 @@ RuleStack::Verdict RuleStack::judge_way(bool is_folder) {
     case IgnoreRules::Verdict::none:
       break;
   }
+  return judge_by_files(is_folder);
+}
+
+// The strongest rule that speaks decides; but none of git's brings back what lies in a folder that
+// git ignores.
+RuleStack::Verdict RuleStack::judge_by_files(bool is_folder) {
   std::string_view way = _way;
   if (_folds_case) {
     _folded = _way;
     fold_case(_folded, 0, _folded.size());
     way = _folded;
   }
+  bool is_ignored = _is_ignored;
   for (std::size_t i = _files.size(); i-- > _first;) {
     const auto verdict = _files[i].rules.verdict(way.substr(_files[i].base), is_folder);
-    if (verdict == IgnoreRules::Verdict::ignored) return Verdict::ignored;
-    if (verdict == IgnoreRules::Verdict::included) return Verdict::kept;
+    if (verdict == IgnoreRules::Verdict::none) continue;
+    const bool names_it = verdict == IgnoreRules::Verdict::ignored;
+    if (!_files[i].is_git) return names_it ? Verdict::ignored : Verdict::kept;
+    is_ignored |= names_it;
+    break;
   }
-  return Verdict::kept;
+  if (!is_ignored) return Verdict::kept;
+  return is_tracked(is_folder) ? Verdict::tracked : Verdict::ignored;
+}
+
+bool RuleStack::is_tracked(bool is_folder) const {
+  if (_repositories.empty()) return false;
+  const Repository& repository = _repositories.back();
+  const std::string_view way = std::string_view(_way).substr(repository.base);
+  return is_folder ? repository.tracked.has_folder(way) : repository.tracked.has_file(way);
 }
 
 }  // namespace walk

@@ -3,10 +3,11 @@
 // Of the files of one folder `.ignore` is stronger than `.gitignore`, which counts in repositories
 // only; then come those of the folder above, and so on to the top of the repository, its
 // info/exclude and the user's own file. A repository within another begins anew. What git tracks
-// although a pattern names it is ignored here: that would take the index, which is not read.
+// counts although git's patterns name it; of a folder that they name only that. `.ignore` files are
+// no business of git's, and leave out what is tracked, too.
 //
-// Cost: the rules of the folders from the current one up, and the way from the top; folders without
-// ignore files cost nothing.
+// Cost: the rules of the folders from the current one up, the way from the top, and the paths that
+// the repositories on that way track; folders without ignore files cost nothing.
 //
 // Tested by tests/walk_test.cpp, and by tests/ignore_parity_test.py against git itself.
 #pragma once
@@ -21,13 +22,14 @@
 #include "walk/found.h"
 #include "walk/ignore_rules.h"
 #include "walk/repository.h"
+#include "walk/tracked_files.h"
 #include "walk/walk_options.h"
 
 namespace walk {
 
 class RuleStack {
  public:
-  enum class Verdict : std::uint8_t { kept, ignored, excluded };
+  enum class Verdict : std::uint8_t { kept, tracked, ignored, excluded };
 
   explicit RuleStack(const WalkOptions& options);
 
@@ -50,30 +52,39 @@ class RuleStack {
              std::vector<Found>& faults);
   void leave();
 
-  // What becomes of an entry of the current folder.
+  // What becomes of an entry of the current folder. `tracked`: kept although git's rules name it,
+  // or a folder around it; such a folder is entered for what is tracked below it.
   Verdict judge(std::string_view name, bool is_folder);
 
  private:
   struct File {
     IgnoreRules rules;
     std::size_t base;  // where the paths begin that it speaks of, in _way
+    bool is_git;       // otherwise an `.ignore` file
+  };
+  struct Repository {
+    TrackedFiles tracked;
+    std::size_t base;  // of its top, in _way
   };
   // What a folder changed, for the way back.
   struct Level {
     std::size_t way_size;
     std::size_t files;
     std::size_t first;
-    bool is_repository;
+    std::size_t repositories;
+    bool is_ignored;
     bool folds_case;
   };
 
-  void add(IgnoreRules rules);
+  void add(IgnoreRules rules, bool is_git = true);
   void begin_repository(int folder, const std::string& top, const std::string& shown,
                         std::vector<Found>& faults);
   void read_above(const std::string& path, std::vector<Found>& faults);
   void read_rules(int folder, const std::string& path, Seen seen, std::vector<Found>& faults);
   void save();
   Verdict judge_way(bool is_folder);
+  Verdict judge_by_files(bool is_folder);
+  bool is_tracked(bool is_folder) const;
 
   const bool _reads_files;
   IgnoreRules _globs;
@@ -82,7 +93,8 @@ class RuleStack {
   std::string _folded;  // the same of an entry in lower case, where case is folded
   std::vector<File> _files;
   std::size_t _first = 0;  // of the files that count here; others are of repositories around
-  bool _is_repository = false;
+  std::vector<Repository> _repositories;  // around the current folder, the innermost last
+  bool _is_ignored = false;               // the current folder, by git's rules
   bool _folds_case = false;
   std::vector<Level> _levels;
 };

@@ -13,16 +13,16 @@ namespace {
 // Settings name it where there is to be no such file.
 constexpr const char* NO_FILE = "/dev/null";
 
-int refusal(int descriptor) {
+int refusal(int descriptor, std::size_t most) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) return errno;
   if (S_ISDIR(status.st_mode)) return EISDIR;
   if (!S_ISREG(status.st_mode)) return EINVAL;
-  return status.st_size > static_cast<off_t>(MOST_TEXT) ? EFBIG : 0;
+  return status.st_size > static_cast<off_t>(most) ? EFBIG : 0;
 }
 
 // The file may grow meanwhile, so its size binds nobody.
-int read_all(int descriptor, std::string& text) {
+int read_all(int descriptor, std::string& text, std::size_t most) {
   constexpr std::size_t CHUNK = std::size_t{16} << 10;
   for (;;) {
     const std::size_t size = text.size();
@@ -31,21 +31,22 @@ int read_all(int descriptor, std::string& text) {
     text.resize(size + (got > 0 ? static_cast<std::size_t>(got) : 0));
     if (got == 0) return 0;
     if (got < 0 && errno != EINTR) return errno;
-    if (text.size() > MOST_TEXT) return EFBIG;
+    if (text.size() > most) return EFBIG;
   }
 }
 
 }  // namespace
 
-int read_text(int folder, const std::string& path, Links links, std::string& text) {
+int read_text(int folder, const std::string& path, Links links, std::string& text,
+              std::size_t most) {
   text.clear();
   if (path == NO_FILE) return 0;
   const int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
   const int descriptor =
       ::openat(folder, path.c_str(), links == Links::refused ? flags | O_NOFOLLOW : flags);
   if (descriptor < 0) return errno;
-  int error = refusal(descriptor);
-  if (error == 0) error = read_all(descriptor, text);
+  int error = refusal(descriptor, most);
+  if (error == 0) error = read_all(descriptor, text, most);
   ::close(descriptor);
   return error;
 }

@@ -15,7 +15,8 @@ enum class Links : bool { refused, followed };  // of the last component
 
 // Reads the file at `path`, which is relative to the open folder (or AT_FDCWD), into `text`. Gives
 // an errno, 0 for success: EISDIR for a folder, EINVAL for a FIFO and the like, which is not waited
-// for, EFBIG beyond MOST_TEXT.
-int read_text(int folder, const std::string& path, Links links, std::string& text);
+// for, EFBIG beyond `most` bytes.
+int read_text(int folder, const std::string& path, Links links, std::string& text,
+              std::size_t most = MOST_TEXT);
 
 }  // namespace walk
