@@ -8,7 +8,6 @@ namespace walk {
 namespace {
 
 constexpr std::string_view SIGNATURE = "DIRC";
-constexpr std::size_t HEADER = 12;     // signature, version, number of entries
 constexpr std::size_t STATUS = 40;     // of an entry, in front of its object's name
 constexpr std::size_t FLAGS = 2;       // behind it
 constexpr unsigned EXTENDED = 0x4000;  // among the flags: twice as many follow
