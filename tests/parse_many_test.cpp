@@ -134,17 +134,20 @@ TEST(ParseManyTest, HoldsFewOutcomesThatNobodyTakes) {
 
 TEST(ParseManyTest, WhatTheSourceThrowsComesInItsPlace) {
   const TreeSitterEngine engine;
-  for (const std::size_t threads : {1U, 4U}) {
+  for (int round = 0; round < 50; ++round) {
     int given = 0;
-    ParseMany run = engine.parse_many(
-        [&]() -> std::optional<ParseItem> {
-          if (given++ == 3) throw std::runtime_error("no more");
-          return ParseItem{.path = "a.py", .content = SLOW};
-        },
-        {.threads = threads});
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(run.next());
-    EXPECT_THROW(run.next(), std::runtime_error);
-    EXPECT_FALSE(run.next());
+    {
+      ParseMany run = engine.parse_many(
+          [&]() -> std::optional<ParseItem> {
+            if (given++ == 3) throw std::runtime_error("no more");
+            return ParseItem{.path = "a.py", .content = round == 0 ? SLOW : "x"};
+          },
+          {.threads = round % 2 == 0 ? 4U : 1U});
+      for (int i = 0; i < 3; ++i) EXPECT_TRUE(run.next());
+      EXPECT_THROW(run.next(), std::runtime_error);
+      EXPECT_FALSE(run.next());
+    }
+    EXPECT_EQ(given, 4);  // nobody asks a source again that has failed
   }
 }
 

@@ -177,9 +177,16 @@ ParseMany::Run::Place* ParseMany::Run::claim() {
     _awaits_claim = false;
     if (_has_ended) return nullptr;
   }
-  std::optional<ParseItem> item = _source();
+  std::optional<ParseItem> item;
+  std::exception_ptr failure;
+  try {
+    item = _source();
+  } catch (...) {
+    failure = std::current_exception();
+  }
   if (!item) {
-    end_source(nullptr);
+    // Before another thread may claim: a source that failed has nothing that can be trusted.
+    end_source(std::move(failure));
     return nullptr;
   }
   Place* place = nullptr;
