@@ -58,11 +58,11 @@ class WatchTest(ChangingTest):
                 self.assertEqual(dump(self.database), expected)
             time.sleep(0.02)
 
-    def end(self, run, number=signal.SIGTERM, status=0):
+    def end(self, run, number=signal.SIGTERM, statuses=(0,)):
         if number:
             run.send_signal(number)
         text = run.communicate(timeout=TIMEOUT)[1].decode()
-        self.assertEqual(run.returncode, status, text)
+        self.assertIn(run.returncode, statuses, text)
         return text
 
     def save_by_rename(self, path):
@@ -190,7 +190,8 @@ class Ends(WatchTest):
         for delay in (0.05, 0.2, 0.5):
             run = self.watch()
             time.sleep(delay)
-            self.end(run, signal.SIGINT)
+            # The system itself ends a program that has not come as far as to catch signals.
+            self.end(run, signal.SIGINT, [0, -signal.SIGINT])
         self.index()
         self.assert_fresh()
 
@@ -203,12 +204,12 @@ class Ends(WatchTest):
                 before = dump(database)
                 if name == "root":
                     (self.folder / path).rename(self.folder / moved)
-                    self.assertIn("root' is gone", self.end(run, None, 2))
+                    self.assertIn("root' is gone", self.end(run, None, [2]))
                     self.assertEqual(dump(database), before)
                 else:
                     database.unlink()
                     self.write(f"{path}/a.py")
-                    self.assertIn("cannot find", self.end(run, None, 2))
+                    self.assertIn("cannot find", self.end(run, None, [2]))
                     self.assertFalse(database.exists())
 
     def test_limits_of_the_system_are_told(self):
@@ -220,7 +221,7 @@ class Ends(WatchTest):
             if prefix is None:
                 self.skipTest("a user cannot be limited here")
             run = self.watch(prefix=prefix)
-            text = self.end(run, None, 2)
+            text = self.end(run, None, [2])
             for part in parts:
                 self.assertIn(part, text)
         self.assert_fresh()
