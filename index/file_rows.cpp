@@ -9,12 +9,20 @@
 namespace repository {
 namespace {
 
-constexpr std::size_t ROWS_AT_A_TIME = 4096;
+constexpr std::size_t ROWS_AT_A_TIME = 512;
+
+// Each page is read once, from the first to the last; memory for more would only have to be made.
+const char* const SMALL_CACHE = "PRAGMA cache_size = -256";
+
+SQLite::Database with_small_cache(SQLite::Database connection) {
+  connection.exec(SMALL_CACHE);
+  return connection;
+}
 
 }  // namespace
 
 FileRows::FileRows(SQLite::Database connection, const walk::Selection& selection)
-    : _connection(std::move(connection)),
+    : _connection(with_small_cache(std::move(connection))),
       _statement(_connection, std::string("SELECT id, path, size, mtime, ctime, inode, hash, "
                                           "language IS NULL FROM file WHERE path >= ?1") +
                                   (selection.is_all() ? "" : " AND path < ?2") +

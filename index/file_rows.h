@@ -2,7 +2,7 @@
 //
 // Of a selection of paths only the rows of those, and of what lies below them: two questions each.
 //
-// Rows are read some thousands at a time, each time by a question of its own: a transaction that
+// Rows are read some hundreds at a time, each time by a question of its own: a transaction that
 // lasted as long as the run would keep the write-ahead log growing. What is written meanwhile lies
 // in front of what is read.
 //

@@ -260,9 +260,15 @@ void Store::clear_references(std::int64_t id) {
 std::size_t Store::for_each_error(
     const std::function<void(const std::string& path, const std::string& text)>& take,
     std::uint64_t max_size, std::size_t& large) {
+  // Few errors are sorted, since a look at every file would be most of a run without a change; many
+  // are found in the order of their files, which needs no memory.
+  const bool is_few =
+      _database.execAndGet("SELECT (SELECT count(*) FROM error) * 16 < (SELECT max(id) FROM file)")
+          .getInt() != 0;
   SQLite::Statement statement(_database,
-                              "SELECT path, text, error.file, size FROM error JOIN file ON "
-                              "file.id = error.file ORDER BY path, number");
+                              std::string("SELECT path, text, error.file, size FROM ") +
+                                  (is_few ? "error CROSS JOIN file" : "file CROSS JOIN error") +
+                                  " ON file.id = error.file ORDER BY path, number");
   std::size_t files = 0;
   std::int64_t last = 0;
   while (statement.executeStep()) {

@@ -148,17 +148,20 @@ TEST_F(FolderWalkTest, ReportsAFolderForWhichNoDescriptorIsLeft) {
 }
 
 TEST_F(FolderWalkTest, TakesNoOtherFolderForOneThatWasMoved) {
-  const std::string deep = "a/1/2/3/4/5/6/7/8/9/x.py";
-  for (const std::string path : {deep.c_str(), "a/1/y/in.py", "a/1/z.py", "b/other.py"})
+  std::string deep = "2/x.py";  // from where all above is closed
+  for (std::size_t level = 0; level < FolderWalk::OPEN_FOLDERS; ++level) deep.insert(2, "3/");
+  for (const std::string& path :
+       std::vector<std::string>{"a/1/" + deep, "a/1/y/in.py", "a/1/z.py", "b/other.py"}) {
     write(path);
+  }
   FolderWalk walk(top());
-  EXPECT_EQ(walk.next()->path, top() + '/' + deep);
+  EXPECT_EQ(walk.next()->path, top() + "/a/1/" + deep);
   // Neither `..` of what was moved nor the path that it had leads to a/1.
   fs::rename(top() + "/a/1/2", top() + "/b/2");
   fs::rename(top() + "/a/1", top() + "/b/1");
   EXPECT_EQ(rest(walk),
             (std::vector<std::string>{"a/1/y " + std::to_string(ENOENT), "a/1/z.py", "b/1/y/in.py",
-                                      "b/1/z.py", "b/2/3/4/5/6/7/8/9/x.py", "b/other.py"}));
+                                      "b/1/z.py", "b/" + deep, "b/other.py"}));
 }
 
 TEST_F(FolderWalkTest, CountsWhatItLeavesOut) {

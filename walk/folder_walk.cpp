@@ -46,37 +46,26 @@ FolderWalk::FolderWalk(const std::string& folder, WalkOptions options, Selection
   push(std::move(opened), "");
 }
 
-bool FolderWalk::keeps(const char* name, OpenFolder::Kind kind) {
+void FolderWalk::add(Level& level, const char* name, OpenFolder::Kind kind, int error) {
+  if (error == ENOENT) return;  // gone since it was listed
   if (name[0] == '.' && (!_options.hidden || std::string_view(name) == GIT_FOLDER)) {
     ++_left_out.hidden;
   } else if (kind == OpenFolder::Kind::link) {
     ++_left_out.links;
+  } else if (kind == OpenFolder::Kind::folder) {
+    level.entries.push_back({std::string(name) + '/', 0});
+  } else if (const auto language = engines::languages::detect_language(name)) {
+    const auto& types = _options.types;
+    if (types.empty() || std::find(types.begin(), types.end(), *language) != types.end()) {
+      level.entries.push_back({name, 0});  // whoever opens it will see whether it is a file
+    } else {
+      ++_left_out.other_type;
+    }
+  } else if (kind == OpenFolder::Kind::unknown) {
+    level.entries.push_back({name, error});
   } else {
-    return kind != OpenFolder::Kind::file || keeps_file(name);
-  }
-  return false;
-}
-
-bool FolderWalk::keeps_file(const char* name) {
-  const auto language = engines::languages::detect_language(name);
-  const auto& types = _options.types;
-  if (!language) {
     ++_left_out.unknown;
-  } else if (!types.empty() && std::find(types.begin(), types.end(), *language) == types.end()) {
-    ++_left_out.other_type;
-  } else {
-    return true;
   }
-  return false;
-}
-
-void FolderWalk::add(Level& level, const char* name, OpenFolder::Kind kind, int error) {
-  if (error == ENOENT || !keeps(name, kind)) return;  // gone since it was listed
-  Entry entry{name, error};
-  if (kind == OpenFolder::Kind::folder) entry.name += '/';
-  // Whoever opens it will see whether it is a file.
-  if (engines::languages::detect_language(name)) entry.error = 0;
-  level.entries.push_back(std::move(entry));
 }
 
 // Gives an errno, 0 when all is known.
@@ -124,7 +113,7 @@ void FolderWalk::push(OpenFolder folder, const std::string& name) {
   if (error != 0)
     _faults.push_back({_path.substr(0, std::max<std::size_t>(1, _path.size() - 1)), error});
   _levels.push_back(std::move(level));
-  if (_levels.size() > OPEN_FOLDERS) _levels[_levels.size() - 1 - OPEN_FOLDERS].folder.close();
+  if (_levels.size() > OPEN_FOLDERS) _levels[_levels.size() - 1 - OPEN_FOLDERS].folder.set_aside();
   follow_rules(name, seen);
   auto& entries = _levels.back().entries;
   std::erase_if(entries, [this](const Entry& entry) { return is_left_out(entry); });
@@ -193,7 +182,7 @@ int FolderWalk::require_open() {
 
 void FolderWalk::close_all_but_last() {
   for (Level& level : _levels) {
-    if (&level != &_levels.back()) level.folder.close();
+    if (&level != &_levels.back()) level.folder.set_aside();
   }
 }
 

@@ -30,7 +30,7 @@ namespace walk {
 // are given: whoever reads them refuses them, and the user learns of it.
 class FolderWalk {
  public:
-  static constexpr std::size_t OPEN_FOLDERS = 3;
+  static constexpr std::size_t OPEN_FOLDERS = 16;
 
   // Told of each folder before it is listed, so that whoever watches it from then on misses
   // nothing. `path`: as the walk calls it, with "/" at the end.
@@ -78,8 +78,6 @@ class FolderWalk {
   void pop();
   int require_open();
   std::optional<Found> enter(const std::string& name);
-  bool keeps(const char* name, OpenFolder::Kind kind);
-  bool keeps_file(const char* name);
   void close_all_but_last();
 
   const WalkOptions _options;

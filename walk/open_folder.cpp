@@ -58,28 +58,29 @@ void OpenFolder::close() {
   if (is_open()) ::close(std::exchange(_descriptor, -1));
 }
 
-OpenFolder OpenFolder::opened(int descriptor) {
-  OpenFolder folder;
+// Asked only of folders that are closed on the way: most never are.
+void OpenFolder::set_aside() {
   struct stat status {};
-  if (descriptor < 0) return folder;
-  if (::fstat(descriptor, &status) != 0) {
-    const int error = errno;
-    ::close(descriptor);
-    errno = error;
-    return folder;
+  if (!is_open()) return;
+  if (::fstat(_descriptor, &status) == 0) {
+    _device = status.st_dev;
+    _number = status.st_ino;
   }
-  folder._descriptor = descriptor;
-  folder._device = status.st_dev;
-  folder._number = status.st_ino;
-  return folder;
+  close();
+}
+
+bool OpenFolder::is(const OpenFolder& aside) const {
+  struct stat status {};
+  return aside._number != 0 && ::fstat(_descriptor, &status) == 0 &&
+         status.st_dev == aside._device && status.st_ino == aside._number;
 }
 
 OpenFolder OpenFolder::at_path(const std::string& path) {
-  return opened(::open(path.c_str(), FOLDER_FLAGS));
+  return OpenFolder(::open(path.c_str(), FOLDER_FLAGS));
 }
 
 OpenFolder OpenFolder::in(const OpenFolder& parent, const std::string& name) {
-  return opened(::openat(parent.descriptor(), name.c_str(), FOLDER_FLAGS | O_NOFOLLOW));
+  return OpenFolder(::openat(parent.descriptor(), name.c_str(), FOLDER_FLAGS | O_NOFOLLOW));
 }
 
 // Straight from the system: a stream of the C library's costs three more calls of it and a block of

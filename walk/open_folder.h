@@ -32,12 +32,14 @@ class OpenFolder {
 
   bool is_open() const { return _descriptor >= 0; }
   void close();
+
+  // Closes it, and remembers which folder it was; none that could be opened again when the system
+  // does not tell.
+  void set_aside();
   int descriptor() const { return _descriptor; }  // while it is open
 
-  // Whether both are the same folder, wherever it stands now.
-  bool is(const OpenFolder& other) const {
-    return _device == other._device && _number == other._number;
-  }
+  // Whether this is the folder that was set aside, wherever it stands now.
+  bool is(const OpenFolder& aside) const;
 
   // Each entry but `.` and `..` once, in any order. `error`: why an entry's kind is unknown. Gives
   // an errno, 0 when all were read. To be called once.
@@ -51,11 +53,11 @@ class OpenFolder {
   int open_file(const std::string& name) const;
 
  private:
-  static OpenFolder opened(int descriptor);
+  explicit OpenFolder(int descriptor) : _descriptor(descriptor) {}
 
   int _descriptor = -1;
-  dev_t _device = 0;  // both outlast closing
-  ino_t _number = 0;
+  dev_t _device = 0;  // of one that is set aside
+  ino_t _number = 0;  // 0 otherwise, which no folder has
 };
 
 }  // namespace walk
