@@ -14,6 +14,7 @@ import sqlite3
 import struct
 import subprocess
 import termios
+import unicodedata
 import unittest
 
 import jsonschema
@@ -21,7 +22,14 @@ import jsonschema
 from support.tool_case import TIMEOUT, TOOL, ToolTest  # takes the first argument
 
 SCHEMA = pathlib.Path(__file__).parent.parent / "doc/schema/answer.json"
-VALIDATOR = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text()))
+VALIDATOR = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text())
+
+
+def columns(text):
+    """Of a terminal."""
+    return sum(0 if unicodedata.category(c) in ("Mn", "Me", "Cf") else
+               2 if unicodedata.east_asian_width(c) in "FW" else 1 for c in text)
+
 
 FILES = {
     "src/books.py": '''\
@@ -288,12 +296,14 @@ class Text(QuestionsTest):
         return output.decode().replace("\r\n", "\n")
 
     def test_terminals(self):
+        self.write("src/wide.py", "def wide(a='表示する文字列' * 9, b='e\u0301' * 30): pass\n".encode())
         self.index()
         for width in 30, 40, 60, 80, 200:
-            for question in ["find", "load"], ["callers", "put"], ["outline", "src/books.py"]:
+            for question in (["find", "load"], ["callers", "put"], ["outline", "src/books.py"],
+                             ["find", "wide"]):
                 text = self.on_terminal(width, *question, NO_COLOR="1")
                 self.assertNotIn("\x1b", text)
-                self.assertLessEqual(max(map(len, text.splitlines())), width, text)
+                self.assertLessEqual(max(map(columns, text.splitlines())), width, text)
         self.assertIn("\x1b[1mload\x1b[0m", self.on_terminal(80, "find", "load"))
         self.assertNotIn("\x1b", self.on_terminal(80, "find", "load", TERM="dumb"))
         self.assertNotIn("\x1b", self.text("find", "load"))

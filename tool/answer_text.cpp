@@ -6,8 +6,8 @@
 #include <system_error>
 #include <utility>
 
-#include "engines/treesitter/core/text.h"
 #include "engines/treesitter/treesitter.h"
+#include "tool/columns.h"
 #include "tool/escape.h"
 
 namespace tool {
@@ -25,8 +25,6 @@ constexpr std::size_t KIND_WIDTH = 13;  // of "import_module"
 // Columns grow with their texts up to here; a longer one moves what is behind it.
 constexpr std::size_t MOST_PLACE_WIDTH = 40;
 constexpr std::size_t MOST_NAME_WIDTH = 40;
-
-std::size_t columns(std::string_view text) { return engines::treesitter::length(text); }
 
 // The qualified name without what the path, which stands in front, says as well.
 std::string local_name(const Definition& symbol) {
@@ -71,7 +69,7 @@ void AnswerText::fit(std::string_view text, std::size_t& column) {
   if (length <= room) {
     _out.write(text);
   } else if (room > 0) {
-    _out.write(engines::treesitter::first(text, room - 1));
+    _out.write(first_columns(text, room - 1));
     _out.write("…");
   }
   column += std::min(length, room);

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "engines/treesitter/core/text.h"
+#include "tool/columns.h"
 #include "tool/descriptors.h"
 #include "tool/escape.h"
 #include "tool/interrupts.h"
@@ -117,7 +117,7 @@ void Messages::show_progress(const Counts& counts, std::optional<std::size_t> to
     line += ", " + (seconds < 1 ? "" : in_seconds(seconds) + " on ") + escaped(longest->path);
   }
   set_last_words(WIPE_LINE);
-  write_error(WIPE_LINE + std::string(engines::treesitter::first(line, terminal_width() - 1)));
+  write_error(WIPE_LINE + std::string(first_columns(line, terminal_width() - 1)));
   _has_line = true;
 }
 
