@@ -32,7 +32,7 @@
 #include <vector>
 
 #include "engines/languages/language.h"
-#include "engines/treesitter/core/parser.h"
+#include "engines/treesitter/parsing/parser.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace {

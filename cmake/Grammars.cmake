@@ -26,7 +26,7 @@ function(_third_party_target target)
   # -fno-semantic-interposition  nobody replaces these functions, so they may be inlined under -fPIC.
   target_compile_options(${target} PRIVATE
     -w -O2 -UNDEBUG -fexceptions -fno-semantic-interposition)
-  # A failed assertion ends the parse and not the process: core/parser.cpp defines this function.
+  # A failed assertion ends the parse and not the process: parsing/parser.cpp defines this function.
   target_compile_definitions(${target} PRIVATE __assert_fail=treesitter_engine_assert_fail)
 endfunction()
 

@@ -56,8 +56,8 @@ install(TARGETS treesitter_engine_package EXPORT treesitter-engine
 foreach(_header engines/languages/languages.h engines/treesitter/treesitter.h
                 engines/treesitter/records.h engines/treesitter/report.h
                 engines/treesitter/build_info.h
-                engines/treesitter/core/cancellation.h
-                engines/treesitter/core/log.h engines/treesitter/core/text.h models/symbol.h)
+                engines/treesitter/cancellation/cancellation.h
+                engines/treesitter/core/log.h engines/treesitter/text/text.h models/symbol.h)
   cmake_path(GET _header PARENT_PATH _folder)
   install(FILES "${PROJECT_SOURCE_DIR}/${_header}"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/treesitter-engine/${_folder}" COMPONENT dev)

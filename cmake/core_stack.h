@@ -5,7 +5,7 @@
 
 #include <string.h>
 
-// Whether the parse may go on (engines/treesitter/core/parser.cpp). Does not return if not.
+// Whether the parse may go on (engines/treesitter/parsing/parser.cpp). Does not return if not.
 void treesitter_engine_check_time(void);
 
 static uint32_t stack__subtree_node_count(Subtree subtree);

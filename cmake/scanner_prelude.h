@@ -9,11 +9,11 @@
 //
 // State: scanners stop, or write past the end, at the core's 1,024 bytes. The engine hands them a
 // larger buffer, keeps what the core has no room for, and checks each copy into it
-// (core/guarded_grammar.h).
+// (parsing/guarded_grammar.h).
 //
 // Characters: the C library's answers about characters follow the locale that the host has set, so
 // that one file would give several results; the scanners get Unicode's
-// (core/text_for_scanners.cpp). Markdown asks isdigit about any code point, and the C library looks
+// (text/text_for_scanners.cpp). Markdown asks isdigit about any code point, and the C library looks
 // it up in a table of 384.
 //
 // YAML: its scanner counts rows and columns in 16 bits, and finds no key from row 32,768 on.

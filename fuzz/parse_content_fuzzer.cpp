@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "engines/languages/languages.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 #include "fuzz/parse_fuzzing.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <fstream>
 
 #include "engines/languages/languages.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 #include "fuzz/parse_fuzzing.h"
 
 namespace {

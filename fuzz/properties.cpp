@@ -6,7 +6,7 @@
 #include <set>
 #include <tuple>
 
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 
 namespace engines::treesitter::fuzz {
 namespace {

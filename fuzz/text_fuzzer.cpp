@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "engines/treesitter/core/regex.h"
-#include "engines/treesitter/core/source.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/reading/source.h"
+#include "engines/treesitter/text/regex.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 #include "fuzz/properties.h"
 

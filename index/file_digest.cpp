@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engines/treesitter/core/sha256.h"
+#include "engines/treesitter/reading/sha256.h"
 #include "index/packed_file.h"
 
 namespace repository {

@@ -18,7 +18,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "engines/treesitter/core/hash.h"
+#include "engines/treesitter/text/hash.h"
 
 namespace repository {
 

@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "engines/treesitter/core/hash.h"
+#include "engines/treesitter/text/hash.h"
 #include "index/schema.h"
 #include "index/varint.h"
 

@@ -1,5 +1,5 @@
 // The memory of a parse: against a model that remembers what every block holds.
-#include "engines/treesitter/core/arena.h"
+#include "engines/treesitter/memory/arena.h"
 
 #include <gtest/gtest.h>
 

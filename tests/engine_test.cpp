@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "engines/treesitter/core/file.h"
-#include "engines/treesitter/core/parser.h"
 #include "engines/treesitter/core/thread_storage.h"
+#include "engines/treesitter/parsing/parser.h"
+#include "engines/treesitter/reading/file.h"
 #include "tests/support/engine_peer.h"
 #include "tests/support/parse.h"
 #include "tests/support/parsed_tree.h"

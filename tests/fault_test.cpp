@@ -21,7 +21,7 @@
 #include <thread>
 #include <utility>
 
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 #include "tests/support/inputs.h"
 #include "tests/support/parse.h"
 #include "tests/support/sanitizers.h"

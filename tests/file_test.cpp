@@ -1,5 +1,5 @@
 // Reading files: what a path may name, and what the error then says.
-#include "engines/treesitter/core/file.h"
+#include "engines/treesitter/reading/file.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

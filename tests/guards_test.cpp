@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "engines/languages/language.h"
-#include "engines/treesitter/core/parser.h"
+#include "engines/treesitter/parsing/parser.h"
 #include "tests/support/inputs.h"
 #include "tests/support/parse.h"
 #include "tests/support/sanitizers.h"

@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
-#include "engines/treesitter/core/grammar_rows.h"
-#include "engines/treesitter/core/hash.h"
+#include "engines/treesitter/navigation/grammar_rows.h"
+#include "engines/treesitter/text/hash.h"
 #include "fuzz/child_run.h"
 #include "tests/support/sanitizers.h"
 

@@ -5,10 +5,10 @@
 #include <string>
 
 #include "engines/languages/language.h"
-#include "engines/treesitter/core/own_name.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/navigation/own_name.h"
 #include "engines/treesitter/references/use_table.h"
 #include "engines/treesitter/symbols/declaration_table.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

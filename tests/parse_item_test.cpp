@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "engines/treesitter/core/sha256.h"
+#include "engines/treesitter/reading/sha256.h"
 #include "tests/support/inputs.h"
 #include "tests/support/parse.h"
 #include "tests/support/sanitizers.h"

@@ -21,12 +21,12 @@
 #include "engines/languages/language.h"
 #include "engines/languages/languages.h"
 #include "engines/languages/node_types.h"
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/references/standard_uses.h"
 #include "engines/treesitter/references/use_table.h"
 #include "engines/treesitter/symbols/declaration_table.h"
 #include "engines/treesitter/symbols/standard_kinds.h"
+#include "engines/treesitter/text/text.h"
 
 namespace {
 
@@ -89,7 +89,7 @@ std::string path_words(std::string_view path) {
   return joined(places, " > ");
 }
 
-// A condition in words (core/condition.h has its form).
+// A condition in words (navigation/condition.h has its form).
 std::string condition_words(std::string_view text) {
   const bool is_absence = text.starts_with('!');
   if (is_absence) text.remove_prefix(1);

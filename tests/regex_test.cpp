@@ -1,6 +1,6 @@
 // The digest expression: compared with Python's re on generated lines, and the scan by hand with
 // the expression.
-#include "engines/treesitter/core/regex.h"
+#include "engines/treesitter/text/regex.h"
 
 #include <gtest/gtest.h>
 

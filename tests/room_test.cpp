@@ -1,5 +1,5 @@
 // The memory that all parses share: nobody is lost for want of it, and nobody waits for ever.
-#include "engines/treesitter/core/room.h"
+#include "engines/treesitter/memory/room.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "engines/treesitter/core/process_limits.h"
+#include "engines/treesitter/memory/process_limits.h"
 #include "tests/support/inputs.h"
 #include "tests/support/parse.h"
 #include "tests/support/sanitizers.h"

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "engines/treesitter/core/regex.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/regex.h"
+#include "engines/treesitter/text/text.h"
 #include "tests/support/engine_peer.h"
 #include "tests/support/inputs.h"
 #include "tests/support/parse.h"

@@ -1,5 +1,5 @@
 // What is asked of a file's bytes: compared with the same answers worked out from the text alone.
-#include "engines/treesitter/core/source.h"
+#include "engines/treesitter/reading/source.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "engines/treesitter/core/regex.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/regex.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -1,6 +1,6 @@
 // Text arithmetic, compared with what Python's str and bytes say about the same texts
 // (scripts/make_text_tables), and the helpers that every rule reads a node's text with.
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 
 #include <gtest/gtest.h>
 

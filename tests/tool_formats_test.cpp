@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 #include "tool/escape.h"
 #include "tool/json_output.h"
 #include "tool/json_string.h"

@@ -5,7 +5,7 @@
 #include <array>
 #include <charconv>
 
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 
 namespace tool {
 namespace {

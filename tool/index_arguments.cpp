@@ -50,8 +50,8 @@ says more. With --tags the tags file is written anew after each change.
 
 Changes are told by the system (inotify). A folder that is new, moved in, or whose .gitignore, .ignore or
 .git/info/exclude has changed is walked; ignored and hidden folders are not watched. Not noticed are the
-user's own ignore file, and what is written to a file before it is closed. Others may ask the index
-meanwhile, and write it between two changes.
+user's own ignore file, `git add --force` of a file that is ignored, and what is written to a file before
+it is closed. Others may ask the index meanwhile, and write it between two changes.
 
 With --verbose or on a terminal each change has a line on standard error.
 

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 #include "tool/json_string.h"
 #include "tool/record.h"
 

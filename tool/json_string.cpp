@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 
 namespace tool {
 namespace {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <variant>
 
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/text/text.h"
 #include "tool/escape.h"
 #include "tool/record.h"
 

@@ -7,8 +7,8 @@
 
 #include "bindings/python/owned.h"
 #include "bindings/python/texts.h"
-#include "engines/treesitter/core/file.h"
-#include "engines/treesitter/core/parser.h"
+#include "engines/treesitter/parsing/parser.h"
+#include "engines/treesitter/reading/file.h"
 #include "engines/treesitter/treesitter.h"
 #include "index/index_error.h"
 

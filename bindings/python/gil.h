@@ -8,17 +8,19 @@
 
 namespace engines::treesitter::python {
 
-// Runs `work`, which must neither touch a Python object nor throw, and must own what it uses: the
-// end of the interpreter drops the references of the Python frames above, though their threads
-// still run. On the thread that serves signals it may take the lock for a moment (signals.h).
+// Releases the GIL, runs `work` and takes the GIL again. `work` must not touch a Python object and
+// must not throw. It must own what it uses: when the interpreter ends, the Python frames that
+// called us lose their references while this thread still runs. On the thread that serves signals,
+// `work` may take the GIL for a moment (signals.h).
 //
-// A thread that comes back while another ends the interpreter has nowhere to go. Asking for the
-// lock would unwind it (owned.h) and free the storage that the engine keeps for it, in the middle
-// of the process's end; so it stays here. It may still come to that, when the end begins while it
-// waits for the lock: hence a function and no guard object, whose destructor nothing may leave.
+// When the interpreter has begun to end meanwhile, this thread does not return: it waits here for
+// the end of the process. Asking for the GIL would unwind the thread (owned.h), which frees the
+// engine's storage for it while the process ends. That still happens when the end begins while the
+// thread already waits for the GIL. This is therefore a function and not a guard object: a
+// destructor must not be unwound.
 //
-// The thread that ends the interpreter keeps the lock. Nobody else has use for it, and a thread
-// that got it in passing would look for its state, which is freed by then.
+// The thread that ends the interpreter does not release the GIL. A thread that got it then would
+// use its thread state, which Python has freed.
 template <typename Work>
 void without_gil(Work&& work) {
   if (is_finalizing()) return work();

@@ -1,11 +1,11 @@
 // The engine's log records on their way to logging.getLogger("engines.treesitter").
 //
-// The engine hands a record out in the middle of a call, where the thread has not the interpreter's
-// lock and may not even be Python's. There a record is only put aside, with the call that it
-// belongs to; it goes to Python when that call's result does. So handlers never run while anything
-// is held, the records of parse_many come in the order of its input, and a thread that ends with
-// the interpreter has nothing to say. Refused: taking the lock inside the sink, where a thread that
-// the interpreter ends would have to be unwound through functions that must not throw.
+// The engine logs in the middle of a call, on a thread that does not hold the GIL and may not even
+// be one of Python's. The record is therefore only stored with its call, and logged when the call's
+// result is handed over. So no handler runs while the engine holds a lock, the records of
+// parse_many come in the order of its input, and a thread that the end of the interpreter stops
+// logs nothing. Refused: taking the GIL inside the sink. When the interpreter ends, that unwinds
+// the thread, which would go through functions that must not throw.
 #pragma once
 
 #include <Python.h>

@@ -116,7 +116,7 @@ PyObject* node_text(PyObject* /*module*/, PyObject* node) {
   return PyUnicode_DecodeUTF8(bytes, size, nullptr);
 }
 
-// The expression as Python's re takes it; the engine has its own form of it (core/regex.cpp).
+// The expression as Python's re takes it; the engine has its own form of it (text/regex.cpp).
 constexpr const char BODY_DIGEST_PATTERN[] =
     R"(\b(if|elif|else|for|while|do|switch|case|match|try|except|catch|finally|with|return|yield)"
     R"(|raise|throw|assert|await|defer|go|select|break|continue|guard)\b|\w+\s*\()";

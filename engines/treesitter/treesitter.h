@@ -56,7 +56,7 @@
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/build_info.h"
-#include "engines/treesitter/core/cancellation.h"
+#include "engines/treesitter/cancellation/cancellation.h"
 #include "engines/treesitter/core/log.h"
 #include "engines/treesitter/records.h"
 #include "engines/treesitter/report.h"
@@ -274,7 +274,7 @@ class TreeSitterEngine {
   class DeclarationWalk;
   class ReferenceWalk;
 
-  // -- core/: storage, reading, hashing, parsing.
+  // -- core/: storage for each thread, and the road from bytes to a result.
   // Whether files of this language are read by the navigation rules.
   bool _navigates(std::string_view language) const;
   // The calling thread's parsers and Ruby visibility cache, made on first use.

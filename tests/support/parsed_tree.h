@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "engines/languages/languages.h"
-#include "engines/treesitter/core/arena.h"
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/parser.h"
-#include "engines/treesitter/core/source.h"
-#include "engines/treesitter/core/syntax_tree.h"
+#include "engines/treesitter/memory/arena.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/parsing/parser.h"
+#include "engines/treesitter/parsing/syntax_tree.h"
+#include "engines/treesitter/reading/source.h"
 
 namespace engines::treesitter {
 

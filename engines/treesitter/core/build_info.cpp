@@ -4,11 +4,11 @@
 #include <array>
 
 #include "engines/languages/versions.h"
-#include "engines/treesitter/core/guard_limits.h"
-#include "engines/treesitter/core/regex.h"
-#include "engines/treesitter/core/sha256.h"
-#include "engines/treesitter/core/text.h"
 #include "engines/treesitter/engine_digest.h"
+#include "engines/treesitter/guard_limits.h"
+#include "engines/treesitter/reading/sha256.h"
+#include "engines/treesitter/text/regex.h"
+#include "engines/treesitter/text/text.h"
 
 namespace engines::treesitter {
 namespace {

@@ -3,9 +3,9 @@
 // Tested by tests/engine_test.cpp.
 #include "engines/languages/language.h"
 #include "engines/languages/languages.h"
-#include "engines/treesitter/core/grammar_rows.h"
-#include "engines/treesitter/core/parser.h"
 #include "engines/treesitter/core/thread_storage.h"
+#include "engines/treesitter/navigation/grammar_rows.h"
+#include "engines/treesitter/parsing/parser.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -5,7 +5,7 @@
 #include <array>
 #include <vector>
 
-#include "engines/treesitter/core/file.h"
+#include "engines/treesitter/reading/file.h"
 
 namespace engines::treesitter {
 namespace {

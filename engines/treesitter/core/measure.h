@@ -8,8 +8,8 @@
 #include <optional>
 #include <string_view>
 
-#include "engines/treesitter/core/source.h"
-#include "engines/treesitter/core/syntax_tree.h"
+#include "engines/treesitter/parsing/syntax_tree.h"
+#include "engines/treesitter/reading/source.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -8,14 +8,14 @@
 #include <new>
 
 #include "engines/languages/languages.h"
-#include "engines/treesitter/core/file.h"
 #include "engines/treesitter/core/measure.h"
-#include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/outcome.h"
-#include "engines/treesitter/core/parser.h"
-#include "engines/treesitter/core/room.h"
-#include "engines/treesitter/core/text.h"
 #include "engines/treesitter/core/thread_storage.h"
+#include "engines/treesitter/memory/room.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/parsing/parser.h"
+#include "engines/treesitter/reading/file.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -5,8 +5,8 @@
 #include <array>
 #include <cstdio>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

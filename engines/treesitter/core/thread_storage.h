@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "engines/treesitter/core/arena.h"
-#include "engines/treesitter/core/parser.h"
-#include "engines/treesitter/core/sha256.h"
+#include "engines/treesitter/memory/arena.h"
+#include "engines/treesitter/parsing/parser.h"
+#include "engines/treesitter/reading/sha256.h"
 
 namespace engines::treesitter {
 

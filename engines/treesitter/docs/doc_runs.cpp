@@ -12,11 +12,11 @@
 #include <string_view>
 #include <vector>
 
-#include "engines/treesitter/core/grammar_rows.h"
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/source.h"
-#include "engines/treesitter/core/text.h"
 #include "engines/treesitter/docs/trailing_comment.h"
+#include "engines/treesitter/navigation/grammar_rows.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/reading/source.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -14,9 +14,9 @@
 #include <string_view>
 #include <utility>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/source.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/reading/source.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

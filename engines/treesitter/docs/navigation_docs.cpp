@@ -1,5 +1,5 @@
 // The documentation of a declaration under the navigation rules: which comment it is by the
-// language's convention, looked for where the declaration's holder stands (core/holder.h).
+// language's convention, looked for where the declaration's holder stands (navigation/holder.h).
 //
 // Costs the comments above the declaration, and few steps around it.
 //
@@ -9,9 +9,9 @@
 #include <string>
 #include <string_view>
 
-#include "engines/treesitter/core/grammar_rows.h"
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/own_name.h"
+#include "engines/treesitter/navigation/grammar_rows.h"
+#include "engines/treesitter/navigation/own_name.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <string_view>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/source.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/reading/source.h"
 
 namespace engines::treesitter {
 

@@ -19,8 +19,8 @@
 #include <utility>
 
 #include "engines/treesitter/core/outcome.h"
-#include "engines/treesitter/core/process_limits.h"
-#include "engines/treesitter/core/room.h"
+#include "engines/treesitter/memory/process_limits.h"
+#include "engines/treesitter/memory/room.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

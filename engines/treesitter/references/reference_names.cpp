@@ -10,7 +10,7 @@
 #include <optional>
 #include <string_view>
 
-#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

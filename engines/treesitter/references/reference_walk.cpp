@@ -17,12 +17,12 @@
 #include <utility>
 #include <vector>
 
-#include "engines/treesitter/core/hash.h"
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/room.h"
-#include "engines/treesitter/core/syntax_tree.h"
+#include "engines/treesitter/memory/room.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/parsing/syntax_tree.h"
 #include "engines/treesitter/references/standard_uses.h"
 #include "engines/treesitter/references/uses.h"
+#include "engines/treesitter/text/hash.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -1,14 +1,14 @@
 // What refers to something under the navigation rules: one table, by language.
 //
 // A row speaks of a name by what stands around it: the node above the name's whole
-// (core/own_name.h: of `a.b<T>()` the whole of `b` is `a.b<T>`), and the place that the whole has
-// in it. The first row that holds decides; "*" is any node above, and comes after those that name
-// theirs.
+// (navigation/own_name.h: of `a.b<T>()` the whole of `b` is `a.b<T>`), and the place that the whole
+// has in it. The first row that holds decides; "*" is any node above, and comes after those that
+// name theirs.
 #pragma once
 
 #include <string_view>
 
-#include "engines/treesitter/core/grammar_rows.h"
+#include "engines/treesitter/navigation/grammar_rows.h"
 
 namespace engines::treesitter {
 
@@ -25,7 +25,7 @@ enum class Reading : std::uint8_t {
 struct UseTerms {
   std::string_view name = "";    // only names of these node types
   std::string_view within = "";  // only in such a region
-  std::string_view when = "";    // asked of the node above (core/condition.h)
+  std::string_view when = "";    // asked of the node above (navigation/condition.h)
   Reading reading = Reading::own;
   bool is_upper_case = false;  // only names that begin so, as types do and packages do not
 };

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "engines/treesitter/core/source.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/reading/source.h"
+#include "engines/treesitter/text/text.h"
 
 namespace engines::treesitter {
 namespace {

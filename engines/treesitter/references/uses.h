@@ -12,8 +12,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "engines/treesitter/core/condition.h"
-#include "engines/treesitter/core/own_name.h"
+#include "engines/treesitter/navigation/condition.h"
+#include "engines/treesitter/navigation/own_name.h"
 #include "engines/treesitter/references/use_table.h"
 
 namespace engines::treesitter {

@@ -1,13 +1,14 @@
 // What declares something under the navigation rules: one table, by language.
 //
-// The first row of a node's type that holds names it. Conditions are written as core/condition.h
-// says. A name is a path as in core/own_name.h; "+" in front of a place takes all that stand there,
+// The first row of a node's type that holds names it. Conditions are written as
+// navigation/condition.h says. A name is a path as in navigation/own_name.h; "+" in front of a
+// place takes all that stand there,
 // "*" too, and gives each its own lines.
 #pragma once
 
 #include <string_view>
 
-#include "engines/treesitter/core/grammar_rows.h"
+#include "engines/treesitter/navigation/grammar_rows.h"
 
 namespace engines::treesitter {
 

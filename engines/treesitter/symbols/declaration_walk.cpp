@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/surroundings.h"
+#include "engines/treesitter/navigation/surroundings.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/symbols/declarations.h"
 #include "engines/treesitter/symbols/symbol_list.h"
 #include "engines/treesitter/treesitter.h"

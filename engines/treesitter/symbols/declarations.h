@@ -12,9 +12,9 @@
 #include <string_view>
 #include <vector>
 
-#include "engines/treesitter/core/condition.h"
-#include "engines/treesitter/core/holder.h"
-#include "engines/treesitter/core/own_name.h"
+#include "engines/treesitter/navigation/condition.h"
+#include "engines/treesitter/navigation/holder.h"
+#include "engines/treesitter/navigation/own_name.h"
 #include "engines/treesitter/symbols/declaration_table.h"
 
 namespace engines::treesitter {

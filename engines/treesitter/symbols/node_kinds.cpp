@@ -6,9 +6,9 @@
 // Tested by tests/symbols_test.cpp.
 #include <array>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/symbols/standard_kinds.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

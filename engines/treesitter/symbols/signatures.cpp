@@ -8,9 +8,9 @@
 // Tested by tests/signatures_test.cpp.
 #include <algorithm>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/regex.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/text/regex.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -4,20 +4,16 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "engines/treesitter/core/source.h"
+#include "engines/treesitter/guard_limits.h"
+#include "engines/treesitter/reading/source.h"
 
 namespace engines::treesitter {
 namespace {
 
 bool is_digested(std::string_view kind) { return kind == "function" || kind == "method"; }
 
-// The most text that the symbols of one file may hold. A file of minified keys has some 30 bytes of
-// signature and name for each of its own, and a megabyte of nested keys would have 28,000.
-constexpr std::uint64_t MAX_RESULT_TEXT_FLOOR = 16 << 20;
-constexpr std::uint64_t MAX_RESULT_TEXT_PER_BYTE = 192;
-
 constexpr std::uint64_t max_result_text(std::size_t size) {
-  return MAX_RESULT_TEXT_FLOOR + MAX_RESULT_TEXT_PER_BYTE * size;
+  return RESULT_TEXT_FLOOR + RESULT_TEXT_PER_BYTE * size;
 }
 
 std::uint64_t size_of(const std::optional<std::string>& text) { return text ? text->size() : 0; }

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/room.h"
+#include "engines/treesitter/memory/room.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <array>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

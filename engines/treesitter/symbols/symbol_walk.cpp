@@ -13,9 +13,9 @@
 #include <string>
 #include <unordered_map>
 
-#include "engines/treesitter/core/hash.h"
-#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/symbols/symbol_list.h"
+#include "engines/treesitter/text/hash.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

@@ -4,9 +4,9 @@
 #include <optional>
 #include <vector>
 
-#include "engines/treesitter/core/condition.h"
-#include "engines/treesitter/core/grammar_rows.h"
-#include "engines/treesitter/core/own_name.h"
+#include "engines/treesitter/navigation/condition.h"
+#include "engines/treesitter/navigation/grammar_rows.h"
+#include "engines/treesitter/navigation/own_name.h"
 
 namespace engines::treesitter {
 namespace {
@@ -15,8 +15,9 @@ namespace {
 struct ListRow {
   In languages;
   std::string_view types;
-  std::string_view when;  // core/condition.h
-  std::string_view name;  // a path (core/own_name.h); empty for nodes in which nothing is listed
+  std::string_view when;  // navigation/condition.h
+  std::string_view
+      name;  // a path (navigation/own_name.h); empty for nodes in which nothing is listed
   // If not empty: the names stand in the children of these types of what `name` says, at this
   // place of each that the condition holds for.
   std::string_view each = "";

@@ -10,8 +10,8 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "engines/treesitter/core/hash.h"
-#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/text/hash.h"
 
 namespace engines::treesitter {
 

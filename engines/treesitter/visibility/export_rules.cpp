@@ -16,8 +16,8 @@
 #include <string>
 #include <string_view>
 
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

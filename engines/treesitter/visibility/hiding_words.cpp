@@ -5,9 +5,9 @@
 #include <iterator>
 #include <optional>
 
-#include "engines/treesitter/core/grammar_rows.h"
-#include "engines/treesitter/core/own_name.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/navigation/grammar_rows.h"
+#include "engines/treesitter/navigation/own_name.h"
+#include "engines/treesitter/text/text.h"
 
 namespace engines::treesitter {
 namespace {
@@ -35,7 +35,7 @@ struct FormRow {
   std::string_view bodies;
   std::string_view bare;  // a word alone
   std::string_view call;  // a word with arguments
-  std::string_view word;  // the paths of both in it (core/own_name.h)
+  std::string_view word;  // the paths of both in it (navigation/own_name.h)
   std::string_view arguments;
   std::string_view addressee;  // a call that has this speaks of something else
   std::string_view lists;      // arguments that hold others

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "engines/treesitter/core/node.h"
+#include "engines/treesitter/parsing/node.h"
 
 namespace engines::treesitter {
 

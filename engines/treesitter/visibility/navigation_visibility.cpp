@@ -1,7 +1,7 @@
 // Whether a declaration is seen outside its file, under the navigation rules: what the language's
 // own convention says, in a table.
 //
-// A question costs the first modifiers of the declaration's holder (core/holder.h).
+// A question costs the first modifiers of the declaration's holder (navigation/holder.h).
 //
 // Tested by the navigation cases in tests/golden.
 #include <algorithm>
@@ -11,11 +11,11 @@
 #include <string_view>
 #include <vector>
 
-#include "engines/treesitter/core/condition.h"
-#include "engines/treesitter/core/holder.h"
-#include "engines/treesitter/core/node.h"
-#include "engines/treesitter/core/surroundings.h"
-#include "engines/treesitter/core/text.h"
+#include "engines/treesitter/navigation/condition.h"
+#include "engines/treesitter/navigation/holder.h"
+#include "engines/treesitter/navigation/surroundings.h"
+#include "engines/treesitter/parsing/node.h"
+#include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
 #include "engines/treesitter/visibility/file_visibility.h"
 
@@ -34,7 +34,7 @@ enum class Sign : std::uint8_t {
   around,       // one of the nodes around the holder is, not too far out
   owner_field,  // that one has one of these fields in its head
   below,        // right above it stands a node of the first type that has the second text in it
-  scope,        // the nearest scope (core/syntax_tree.h) is of one of these types
+  scope,        // the nearest scope (parsing/syntax_tree.h) is of one of these types
   listed,       // the file's list of exports (export_lists.h) holds it
   unlisted,     // it does not, though there is one
   local,        // it stands within a function
@@ -48,7 +48,7 @@ struct VisibilityRow {
   bool shows;
   Sign sign;
   std::string_view values = "";
-  std::string_view when = "";  // asked of the declaration (core/condition.h)
+  std::string_view when = "";  // asked of the declaration (navigation/condition.h)
 };
 
 constexpr VisibilityRow ROWS[] = {

@@ -16,8 +16,8 @@
 #include <utility>
 #include <vector>
 
-#include "engines/treesitter/core/node.h"
 #include "engines/treesitter/core/thread_storage.h"
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {

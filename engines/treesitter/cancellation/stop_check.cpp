@@ -1,0 +1,17 @@
+#include "engines/treesitter/cancellation/stop_check.h"
+
+namespace engines::treesitter {
+namespace {
+
+constexpr std::chrono::milliseconds BETWEEN_POLLS(20);
+
+}  // namespace
+
+void StopCheck::poll() {
+  const bool is_first = _next_poll == Clock::time_point{};
+  // Not at the start: most parses are over before it is time.
+  if (!is_first && _cancellation->poll()) throw CancelledError();
+  _next_poll = Clock::now() + BETWEEN_POLLS;
+}
+
+}  // namespace engines::treesitter

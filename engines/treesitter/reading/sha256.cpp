@@ -1,0 +1,47 @@
+// libcrypto's functions of SHA-256 itself, which OpenSSL 3 calls deprecated, and not those of EVP.
+// The latter look the algorithm up behind locks, and the first look-up in a process reads
+// libcrypto's configuration: a child forked meanwhile, of a program whose other threads hash, waits
+// for ever for a lock that nobody holds any more. These have no state but the one that they are
+// given, and cost the same per byte.
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include "engines/treesitter/reading/sha256.h"
+
+#include <openssl/sha.h>
+
+#include <array>
+
+namespace engines::treesitter {
+
+void Sha256::Free::operator()(SHA256state_st* state) const { delete state; }
+
+Sha256::Sha256() : _state(new SHA256state_st) {}
+
+std::string Sha256::of(std::string_view bytes) { return of(bytes, never_cancelled); }
+
+std::string Sha256::of(std::string_view bytes, StopCheck& stop) {
+  start();
+  in_pieces(bytes, stop, [this](std::string_view piece) { update(piece); });
+  return finish();
+}
+
+// None of the three can fail.
+void Sha256::start() { SHA256_Init(_state.get()); }
+
+void Sha256::update(std::string_view bytes) {
+  SHA256_Update(_state.get(), bytes.data(), bytes.size());
+}
+
+std::string Sha256::finish() {
+  constexpr std::string_view DIGITS = "0123456789abcdef";
+  std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
+  SHA256_Final(digest.data(), _state.get());
+  std::string text;
+  text.reserve(2 * digest.size());
+  for (const unsigned char byte : digest) {
+    text.push_back(DIGITS[byte >> 4]);
+    text.push_back(DIGITS[byte & 0x0F]);
+  }
+  return text;
+}
+
+}  // namespace engines::treesitter
