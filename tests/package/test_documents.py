@@ -5,9 +5,9 @@ What the fences of a page say:
     console   what a shell prints: a command behind "$ ", its further lines behind "> ", then all of its
               output and errors. One shell runs those of a page, so that `cd` and variables last.
     pycon     what Python's prompt prints. The blocks of a page share their names.
-    others    whose first line is a comment that is the name of a file, such as "// main.cpp", are
-              written there; "+" in front of the name adds to the file
-    sh        is not run: it installs things, and stands below the heading Installing alone
+    others    whose first line is the name of a file as a comment, such as "// main.cpp", are written
+              there; those without are not run
+    sh        is not run either: it installs things, and stands below the heading Installing alone
 
 In what is printed "..." in a line is any text, and a line of its own is any lines. Each page is read in
 a git repository with our examples, as in a checkout.
@@ -25,11 +25,12 @@ import pytest
 
 from conftest import SOURCE, run
 
-PAGES = [str(path.relative_to(SOURCE)) for path in [SOURCE / "README.md", *sorted(SOURCE.glob("doc/*.md"))]
+PAGES = [str(path.relative_to(SOURCE))
+         for path in [SOURCE / "README.md", *sorted(SOURCE.glob("doc/*.md"))]
          if re.search("^```(console|pycon)$", path.read_text(encoding="utf-8"), re.M)]
 LONGEST = 120  # seconds for a page, against examples that wait for ever
 
-# Each block comes with a NUL behind it, and so does its report.
+# Each block comes as one line; its report, empty when all is as in the page, ends with a NUL.
 PROMPT = r"""
 import doctest, sys
 names = {"__name__": "__main__"}
@@ -104,7 +105,7 @@ class Reader:
 
     def do(self, page, line, kind, text):
         place = f"{page}:{line}"
-        name = re.match(r"(?://|#|--) (\+?)([\w.-]+\.\w+)\n", text)
+        name = re.match(r"(?://|#) ([\w.-]+\.\w+)\n", text)
         if kind == "console":
             for command, expected in commands(text):
                 printed = self._run(command)
@@ -117,8 +118,7 @@ class Reader:
             report = self._prompt.ask(text.encode("unicode_escape").decode() + "\n")
             assert not report, f"{place}: {report}"
         elif name:
-            with open(self._folder() / name[2], "a" if name[1] else "w", encoding="utf-8") as file:
-                file.write(text)
+            (self._folder() / name[1]).write_text(text, encoding="utf-8")
 
     def _run(self, command):
         quoted = "'" + command.replace("'", r"'\''") + "'"
