@@ -22,7 +22,7 @@ import jsonschema
 from support.tool_case import TIMEOUT, TOOL, ToolTest  # takes the first argument
 
 SCHEMA = pathlib.Path(__file__).parent.parent / "doc/schema/answer.json"
-VALIDATOR = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text())
+VALIDATOR = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text()))
 
 
 def columns(text):
@@ -353,7 +353,7 @@ class Refused(QuestionsTest):
                 (["find", "a", "--kind", "klass"], "--kind"),
                 (["find", "a", "--language", "pyhton"], "pyhton"),
                 (["find", "a", "--prefix", "--fuzzy"], "exclude each other"),
-                (["search", "+"], "has no word"),
+                (["search", "+", "-"], "'+ -' has no word"), (["find", "a", "--limit", "-1"], "-1"),
                 (["outline", "--prefix", "x"], "unknown option '--prefix'"),
                 (["stats", "x"], "unexpected argument 'x'")]:
             with self.subTest(arguments):

@@ -14,6 +14,8 @@ namespace {
 
 using repository::Match;
 
+constexpr unsigned MOST_ROWS = 1'000'000'000;  // whoever wants more takes all
+
 struct Row {
   const char* command;
   Question question;
@@ -81,7 +83,8 @@ void add_filter(CLI::App& command, QuestionArguments& asked) {
                   "In paths that match, or below folders that do: 'src/*.ts', tests")
       ->type_name("GLOB");
   command.add_option("--limit", asked.limit, "The most rows; 100 by default, 0 for all")
-      ->type_name("N");
+      ->type_name("N")
+      ->check(CLI::Range(0U, MOST_ROWS).description(""));  // without it -1 is the largest number
 }
 
 void add_question(CLI::App& app, const Row& row, QuestionArguments& asked) {
@@ -130,7 +133,9 @@ void settle(const Row& row, QuestionArguments& asked) {
   }
   asked.filter.limit = asked.limit == 0 ? repository::NO_LIMIT : asked.limit;
   if (*row.text == '\0') return;
-  for (const std::string& word : asked.words) asked.text.append(" ").append(word);
+  for (const std::string& word : asked.words) {
+    asked.text.append(asked.text.empty() ? "" : " ").append(word);
+  }
   if (asked.text.empty()) throw UsageError(command + ": no " + row.text + " is given");
 }
 

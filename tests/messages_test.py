@@ -1,0 +1,120 @@
+#!/usr/bin/env python3
+"""doc/troubleshooting.md has every message that a user may meet, and no other.
+
+    messages_test.py [options of unittest]
+
+The page's blocks ```message have a message on each line, with "..." for what varies. Both ways are
+checked by the fixed texts in the sources: each text of the page stands there, and each text of two words
+and more in an expression that makes a message (SPEAKERS) stands in the page. A message that is made
+otherwise, such as from a table, is held by the first alone.
+"""
+import pathlib
+import re
+import unittest
+
+PROJECT = pathlib.Path(__file__).resolve().parent.parent
+PAGE = PROJECT / "doc" / "troubleshooting.md"
+
+# Files, what begins an expression that makes a message, and what ends it.
+CPP = (r"\b(?:throw|PyErr_SetString|PyErr_Format|complain\w*|throw_system_error|refuse\w*|note|fail"
+       r"|failed|report|return|errors\.(?:push|emplace)_back)\b", r";")
+SPEAKERS = [
+    ("tool/*.cpp", *CPP),
+    ("index/*.cpp", *CPP),
+    ("walk/*.cpp", *CPP),
+    ("models/*.cpp", *CPP),
+    ("engines/**/*.cpp", *CPP),
+    ("bindings/python/*.cpp", *CPP),
+    ("CMakeLists.txt", r"\bmessage\(\s*(?:FATAL_ERROR|WARNING)", r"\)"),
+    ("cmake/*.cmake", r"\bmessage\(\s*(?:FATAL_ERROR|WARNING)", r"\)"),
+    ("scripts/setup.sh", r"^\s+(?:say|die) ", r"\n"),
+    ("setup.py", r"\bsys\.exit\(", r"\)"),
+]
+# Files that hold messages beside these, for the first way.
+MORE = ["index/*.h", "bindings/python/*.h", "engines/treesitter/core/*.h"]
+# What people get as an answer, or who works on the engine.
+NO_MESSAGES = {
+    "tool/check.cpp", "tool/check_text.cpp", "index/meanings.cpp",
+    "cmake/SourceDigest.cmake", "cmake/Targets.cmake",
+}
+NO_MESSAGE = re.compile(r"^SELECT |^tuple\[|\| None$|^<treesitter")  # statements, annotations, a repr
+
+LITERAL = r'"(?:\\.|[^"\\\n])*"'
+WHAT_VARIES = re.compile(r"%[.\d]*[lz]*[a-zA-Z]|\$\{(?:\w|\$\{\w+\})+(?:\[\*\])?\}|\$\w+|\$\*|\.\.\.")
+TWO_WORDS = re.compile(r"\w\W* \W*\w")
+
+
+def texts(code):
+    """The literals of the code, those joined that stand side by side, cut where something varies."""
+    for found in re.finditer(rf"{LITERAL}(?:\s*{LITERAL})*", code):
+        whole = "".join(part[1:-1] for part in re.findall(LITERAL, found[0]))
+        whole = re.sub(r'\\(["\\])', r"\1", whole).replace("\\n", "\n")
+        yield from (line for part in WHAT_VARIES.split(whole) for line in part.split("\n"))
+
+
+def expressions(code, begin, end):
+    """Each stretch of code from what begins a message to what ends it, outside of literals."""
+    for start in re.finditer(begin, code, re.M):
+        yield start.start(), re.match(rf"(?:{LITERAL}|(?!{end})[^\"])*", code[start.start():])[0]
+
+
+def read(path):
+    """Without lines of comments, and what a reader of literals would take for some."""
+    code = re.sub(r"^[ \t]*(?://|#(?! ?include)).*$", "", path.read_text(encoding="utf-8"), flags=re.M)
+    if path.suffix == ".sh":
+        code = re.sub(r"\\\n\s*", "", code).replace("'", '"')
+        return code.replace('"$(printf "', '"')
+    return re.sub(r'R"\((?s:.*?)\)"|\'\\?"\'', "", code)
+
+
+def spoken():
+    """{text: place} of what the sources say."""
+    found = {}
+    for files, begin, end in SPEAKERS:
+        for path in sorted(PROJECT.glob(files)):
+            name = str(path.relative_to(PROJECT))
+            code = read(path)
+            for at, expression in expressions(code, begin, end) if name not in NO_MESSAGES else ():
+                for text in texts(expression):
+                    if TWO_WORDS.search(text) and not NO_MESSAGE.search(text):
+                        found.setdefault(text, f"{name}, after line {code.count(chr(10), 0, at)}")
+    return found
+
+
+def written():
+    """{text: line} of the page, cut where something varies."""
+    page = PAGE.read_text(encoding="utf-8")
+    lines = [line for block in re.findall(r"^```message\n(.*?)^```$", page, re.M | re.S)
+             for line in block.splitlines()]
+    assert len(lines) == len(set(lines)), "a message stands there twice"
+    return {text: line for line in lines for text in line.split("...")}
+
+
+class Messages(unittest.TestCase):
+    maxDiff = None
+
+    def test_each_of_the_sources_is_in_the_page(self):
+        page = written()
+        self.assertEqual({text: place for text, place in spoken().items()
+                          if not any(text in part for part in page)}, {})
+
+    def test_each_of_the_page_is_in_the_sources(self):
+        paths = [path for files in [*(row[0] for row in SPEAKERS), *MORE] for path in PROJECT.glob(files)]
+        known = {text for path in paths for text in texts(read(path)) if text}
+        endings = "\n".join(known) + "\n"
+
+        def is_known(text):
+            """As a whole, or in pieces that end a literal each, the longest first, since a few letters
+            end one always."""
+            if any(text in literal for literal in known):
+                return True
+            for size in range(len(text) - 1, 0, -1):
+                if text[:size] + "\n" in endings and (size > 2 or not text[:size].isalnum()):
+                    return is_known(text[size:])
+            return False
+
+        self.assertEqual({text: line for text, line in written().items() if not is_known(text)}, {})
+
+
+if __name__ == "__main__":
+    unittest.main()
