@@ -31,7 +31,7 @@ SPEAKERS = [
     ("setup.py", r"\bsys\.exit\(", r"\)"),
 ]
 # Files that hold messages beside these, for the first way.
-MORE = ["index/*.h", "bindings/python/*.h", "engines/treesitter/core/*.h"]
+MORE = ["index/*.h", "bindings/python/*.h", "engines/treesitter/*/*.h"]
 # What people get as an answer, or who works on the engine.
 NO_MESSAGES = {
     "tool/check.cpp", "tool/check_text.cpp", "index/meanings.cpp",
