@@ -11,7 +11,7 @@
 include(GNUInstallDirs)
 
 set(TREESITTER_ENGINE_NOTICES "")
-foreach(_name CLI11 GCC-runtime ICU OpenSSL PCRE2 Python SQLite SQLiteCpp)
+foreach(_name CLI11 GCC-runtime ICU OpenSSL PCRE2 Python SQLite SQLiteCpp Zstandard nlohmann-json)
   list(APPEND TREESITTER_ENGINE_NOTICES "${_name}|${PROJECT_SOURCE_DIR}/licences/${_name}")
 endforeach()
 

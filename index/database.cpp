@@ -142,7 +142,7 @@ void require_root(SQLite::Database& database, const Place& place) {
 
 }  // namespace
 
-OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules) {
+OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules, Tables tables) {
   const off_t size = size_of_file(place.database);
   OpenedDatabase opened{
       SQLite::Database(place.database,
@@ -160,7 +160,7 @@ OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rule
   require_root(database, place);
   const std::string us = maker(rules);
   const auto made_by = meta(database, "made_by");
-  if (made_by != us) {
+  if (made_by != us || tables == Tables::empty) {
     opened.is_made_anew = made_by.has_value();
     SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
     const FileRules files = read_file_rules(database);

@@ -9,6 +9,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -23,8 +24,11 @@ struct OpenedDatabase {
   bool is_made_anew;  // what lay there was made by another version or by other rules; it is empty
 };
 
+enum class Tables : std::uint8_t { as_they_are, empty };
+
 // Opens the database of that place, or makes it. Throws IndexError, SQLite::Exception.
-OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules);
+OpenedDatabase open_to_write(const Place& place, engines::treesitter::Rules rules,
+                             Tables tables = Tables::as_they_are);
 
 // To be called at the end of a run: what it has written stays in the write-ahead log while that is
 // small beside the database, so that a run over few changes waits for no disk. Whoever opens the

@@ -11,7 +11,7 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 
 # One list for building and testing, since one build folder serves both.
 BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
-  libssl-dev libpcre2-dev libicu-dev libcli11-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev
+  libssl-dev libpcre2-dev libicu-dev libcli11-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev libzstd-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-dev python3-venv python3-setuptools python3-wheel python3-pytest python3-jsonschema mypy git universal-ctags)
 # What .ci/run needs beside them.
@@ -25,8 +25,8 @@ RECALL_PACKAGES=(universal-ctags dpkg-dev)
 # with; what stands behind npm is for the tests.
 REQUIREMENTS="GCC 12 or clang 14, CMake 3.25, Ninja 1.11, pkg-config, Python 3.11 with its headers,
   ICU 72 (icu-uc), OpenSSL 3.0 (libcrypto), PCRE2 10.42 (libpcre2-8), SQLite 3.40 with FTS5 (sqlite3),
-  SQLiteCpp 3.2, CLI11 2.1, npm,
-  GoogleTest 1.12 with GoogleMock, nlohmann/json 3.11, pytest 7, jsonschema 4, mypy 1.0, git,
+  SQLiteCpp 3.2, CLI11 2.1, nlohmann/json 3.11, Zstandard 1.5 (libzstd), npm,
+  GoogleTest 1.12 with GoogleMock, pytest 7, jsonschema 4, mypy 1.0, git,
   Universal Ctags"
 
 say() { echo "${0##*/}: $*" >&2; }

@@ -80,6 +80,7 @@ struct Arguments {
   // Of `index` and `watch`, beside `jobs`, `files` and `is_verbose`:
   bool has_files = false;  // `files` is to hold from now on
   std::optional<std::string> tags;
+  std::optional<std::string> from_shards;  // a folder; of `index` alone
   std::string index_path = ".";
   std::optional<std::string> database;
   engines::treesitter::Rules index_rules = engines::treesitter::Rules::navigation;

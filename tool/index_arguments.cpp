@@ -16,6 +16,7 @@ namespace {
 using engines::treesitter::Rules;
 
 constexpr const char* DEFAULT_FILES = "--default-files";
+constexpr const char* FROM_SHARDS = "--from-shards";
 constexpr std::array FILE_OPTIONS = {"--exclude", "--type", "--hidden", "--no-ignore",
                                      "--max-filesize"};
 
@@ -33,6 +34,10 @@ A further run looks at what has changed: a file whose size, times and inode are 
 read, one with the same bytes not parsed. A run that was ended at any moment loses a second's work,
 and the next one goes on. A file that killed a run is left out with an error until it changes. An index
 of another version of the tool, or by other rules, is made anew.
+
+--from-shards makes the index anew, of the records in FOLDER, which `treesitter-cluster parse --output
+FOLDER` has made with the same engine. Paths in them are absolute, and in the root, or taken from it; the
+rules are those of the records. The next run then reads each file once, to see whether its bytes are those.
 
 --tags writes the symbols of the index as a tags file when all is done, beside FILE and renamed, so that
 editors never read half of one. Paths in it lead from the folder of FILE, or are absolute when the root
@@ -104,6 +109,12 @@ void settle(const CLI::App& command, Arguments& parsed) {
     throw UsageError(name + ": --default-files stands alone among the options about files");
   }
   parsed.has_files = is_default || says_files(command);
+  if (!parsed.from_shards) return;
+  unshield(*parsed.from_shards);
+  if (parsed.has_files || command.count("--rules") > 0) {
+    throw UsageError(name + ": " + FROM_SHARDS +
+                     " has its files and rules from the run that made the shards");
+  }
 }
 
 }  // namespace
@@ -113,6 +124,10 @@ void add_index(CLI::App& app, Arguments& parsed) {
       app.add_subcommand("index", "Make the index of a repository, or bring it up to date");
   add(*index, parsed);
   index->footer(INDEX_FOOTER);
+  index
+      ->add_option(FROM_SHARDS, parsed.from_shards,
+                   "Take the records of a run of treesitter-cluster, and read no file")
+      ->type_name("FOLDER");
   CLI::App* const watch =
       app.add_subcommand("watch", "Make the index of a repository, and keep it up to date");
   add(*watch, parsed);

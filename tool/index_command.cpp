@@ -3,13 +3,19 @@
 
 #include <chrono>
 #include <cstddef>
+#include <exception>
+#include <optional>
 #include <string>
 
+#include "index/import.h"
+#include "index/index_error.h"
 #include "index/update.h"
 #include "index/watch.h"
 #include "tool/descriptors.h"
 #include "tool/interrupts.h"
 #include "tool/messages.h"
+#include "tool/record_reader.h"
+#include "tool/shards.h"
 #include "tool/tags_file.h"
 
 namespace tool {
@@ -59,11 +65,33 @@ std::size_t write_tags(const Arguments& arguments, Messages& messages) {
   return write_tags_file(*arguments.tags, arguments.index_path, arguments.database, messages);
 }
 
+UpdateCounts import_shards(const Arguments& arguments, const repository::UpdateListener& listener) {
+  Shards shards(*arguments.from_shards);
+  repository::UpdateOptions options = options_of(arguments);
+  options.rules = shards.rules();
+  return repository::import_records(options, listener, [&shards] {
+    std::optional<repository::ImportedRecord> record;
+    while (!record) {
+      const auto line = shards.next();
+      if (!line) break;
+      try {
+        record = read_record(*line);
+      } catch (const std::exception& error) {
+        throw repository::IndexError(shards.place() + " is no record: " + error.what());
+      }
+    }
+    return record;
+  });
+}
+
 }  // namespace
 
 int run_index(const Arguments& arguments) {
   Messages messages(arguments.is_verbose, Messages::Records::none);
-  UpdateCounts counts = repository::update(options_of(arguments), listener_of(messages));
+  const auto listener = listener_of(messages);
+  UpdateCounts counts = arguments.from_shards
+                            ? import_shards(arguments, listener)
+                            : repository::update(options_of(arguments), listener);
   counts.failed += write_tags(arguments, messages);
   messages.summarise(looked_at(counts), counts.left_out, summary(counts));
   return counts.failed > 0 ? EXIT_SOME_FAILED : EXIT_ALL_PARSED;

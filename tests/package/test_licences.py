@@ -20,6 +20,8 @@ NOTICES = {
     r"libpython3\.\d+-dev": "Python",
     r"libsqlite3-dev": "SQLite",
     r"libsqlitecpp-dev": "SQLiteCpp",
+    r"libzstd-dev": "Zstandard",
+    r"nlohmann-json3-dev": "nlohmann-json",
     r"libc6-dev|linux-libc-dev|libcrypt-dev|libclang-common-\d+-dev": None,
 }
 
