@@ -33,6 +33,7 @@ struct Definition {
   bool is_test;  // its path says so
   std::optional<std::string> signature;
   std::optional<std::string> doc;
+  unsigned quality = 0;  // how well the name fits what was asked for; 0 is best
 };
 
 // All symbols of a file, in document order; without signatures, documentation and bodies.

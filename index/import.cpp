@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "engines/languages/languages.h"
+#include "index/catalogue.h"
 #include "index/database.h"
-#include "index/file_rules.h"
 #include "index/index_error.h"
 #include "index/packed_file.h"
 #include "index/place.h"
@@ -28,14 +28,6 @@ std::string path_inside(const std::string& path, const std::string& root) {
   return inside;
 }
 
-StoredFile stored_file(const ImportedRecord& record, const std::string& root) {
-  StoredFile file;
-  file.path = path_inside(record.path, root);
-  file.language = engines::languages::detect_language(file.path).value_or("");
-  file.hash = digest_bytes(record.result.content_hash);
-  return file;
-}
-
 // A row of another kind would stand for one of ours.
 void require_our_kinds(const ImportedRecord& record) {
   for (const auto& reference : record.result.references) {
@@ -47,42 +39,137 @@ void require_our_kinds(const ImportedRecord& record) {
   }
 }
 
-UpdateCounts import_into(const Place& place, const UpdateOptions& options,
-                         const UpdateListener& listener,
-                         const std::function<std::optional<ImportedRecord>()>& next) {
-  make_folder(place);
-  const WriteLock lock(place.database);
-  auto [database, is_made_anew] = open_to_write(place, options.rules, Tables::empty);
-  if (is_made_anew) listener.note("the index is made anew");
-  Store store(database);
-  UpdateCounts counts;
+// One index while it is written.
+class Import {
+ public:
+  Import(const Place& place, engines::treesitter::Rules rules, Tables tables)
+      : _lock(place.database),
+        _opened(open_to_write(place, rules, tables)),
+        _store(_opened.connection) {}
+
+  void put(const std::string& path, ImportedRecord& record) {
+    require_our_kinds(record);
+    StoredFile file;
+    file.path = path;
+    file.language = engines::languages::detect_language(path).value_or("");
+    file.hash = digest_bytes(record.result.content_hash);
+    const PackedFile packed = pack(record.result);  // which may add an error
+    file.errors = std::move(record.result.errors);
+    const auto row = _store.find(path);  // a list may name a file twice
+    _store.put(row ? row->id : 0, file, packed);
+    _store.commit_if_due();
+  }
+
+  // Tells the errors of all files, and gives how many have any.
+  std::size_t finish(const UpdateListener& listener) {
+    _store.finish();
+    keep_small_log(_opened.connection);
+    std::size_t large = 0;
+    return _store.for_each_error(listener.error, FileRules().max_size, large);
+  }
+
+ private:
+  const WriteLock _lock;
+  OpenedDatabase _opened;
+  Store _store;
+};
+
+template <typename Work>
+auto explained(const std::string& database, Work work) {
+  try {
+    return work();
+  } catch (const SQLite::Exception& error) {
+    throw IndexError(explanation(error, database));
+  }
+}
+
+// The indexes of a catalogue, of which one is open at a time.
+class CatalogueImport {
+ public:
+  CatalogueImport(const UpdateOptions& options, const std::string& folder,
+                  const UpdateListener& listener)
+      : _root(find_place(options.path, std::nullopt).root),
+        _rules(options.rules),
+        _listener(listener),
+        _writer(folder, _root) {}
+
+  void put(ImportedRecord& record) {
+    const std::string path = path_inside(record.path, _root);
+    const std::size_t slash = path.find('/');
+    turn_to(slash == std::string::npos ? "" : path.substr(0, slash));
+    explained(_database, [&] { _import->put(path, record); });
+  }
+
+  // Gives how many files have errors.
+  std::size_t finish() {
+    leave();
+    _writer.finish();
+    return _failed;
+  }
+
+ private:
+  void turn_to(const std::string& repository) {
+    if (_import && repository == _repository) return;
+    leave();
+    const bool is_new = _writer.add(repository);
+    _repository = repository;
+    _database = _writer.database(repository);
+    explained(_database, [&] {
+      _import.emplace(Place{_root, _database, false}, _rules,
+                      is_new ? Tables::empty : Tables::as_they_are);
+    });
+  }
+
+  void leave() {
+    if (!_import) return;
+    _failed += explained(_database, [this] { return _import->finish(_listener); });
+    _import.reset();
+  }
+
+  const std::string _root;
+  const engines::treesitter::Rules _rules;
+  const UpdateListener& _listener;
+  CatalogueWriter _writer;
+  std::string _repository;
+  std::string _database;
+  std::optional<Import> _import;
+  std::size_t _failed = 0;
+};
+
+template <typename Target>
+void put_all(const NextRecord& next, const UpdateListener& listener, UpdateCounts& counts,
+             Target put) {
   while (auto record = next()) {
-    require_our_kinds(*record);
-    StoredFile file = stored_file(*record, place.root);
-    const PackedFile packed = pack(record->result);  // which may add an error
-    file.errors = std::move(record->result.errors);
-    const auto row = store.find(file.path);  // a list may name a file twice
-    store.put(row ? row->id : 0, file, packed);
-    counts.changed += row ? 0 : 1;
-    store.commit_if_due();
+    put(*record);
+    ++counts.changed;
     listener.progress(counts, std::nullopt);
   }
-  store.finish();
-  keep_small_log(database);
-  counts.failed = store.for_each_error(listener.error, read_file_rules(database).max_size, counts.large);
-  return counts;
 }
 
 }  // namespace
 
 UpdateCounts import_records(const UpdateOptions& options, const UpdateListener& listener,
-                            const std::function<std::optional<ImportedRecord>()>& next) {
+                            const NextRecord& next) {
   const Place place = find_place(options.path, options.database);
-  try {
-    return import_into(place, options, listener, next);
-  } catch (const SQLite::Exception& error) {
-    throw IndexError(explanation(error, place.database));
-  }
+  make_folder(place);
+  return explained(place.database, [&] {
+    UpdateCounts counts;
+    Import import(place, options.rules, Tables::empty);
+    put_all(next, listener, counts, [&](ImportedRecord& record) {
+      import.put(path_inside(record.path, place.root), record);
+    });
+    counts.failed = import.finish(listener);
+    return counts;
+  });
+}
+
+UpdateCounts import_catalogue(const UpdateOptions& options, const std::string& folder,
+                              const UpdateListener& listener, const NextRecord& next) {
+  UpdateCounts counts;
+  CatalogueImport import(options, folder, listener);
+  put_all(next, listener, counts, [&](ImportedRecord& record) { import.put(record); });
+  counts.failed = import.finish();
+  return counts;
 }
 
 }  // namespace repository

@@ -35,7 +35,10 @@ Answer<Definition> SymbolQuestions::best(Rows found, std::size_t limit) {
   Answer<Definition> answer;
   answer.is_cut = found.is_cut || count < rows.size();
   answer.rows.reserve(count);
-  for (std::size_t i = 0; i < count; ++i) answer.rows.push_back(_reader.definition(rows[i].id));
+  for (std::size_t i = 0; i < count; ++i) {
+    answer.rows.push_back(_reader.definition(rows[i].id));
+    answer.rows.back().quality = rows[i].quality;
+  }
   return answer;
 }
 

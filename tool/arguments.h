@@ -57,6 +57,7 @@ struct QuestionArguments {
   std::size_t limit = 100;  // 0 for none
   std::string path = ".";
   std::optional<std::string> database;
+  std::optional<std::string> catalogue;  // a folder; of `find` alone
   Format format = Format::text;
 };
 
@@ -81,6 +82,7 @@ struct Arguments {
   bool has_files = false;  // `files` is to hold from now on
   std::optional<std::string> tags;
   std::optional<std::string> from_shards;  // a folder; of `index` alone
+  std::optional<std::string> catalogue;    // a folder to make one in, of shards
   std::string index_path = ".";
   std::optional<std::string> database;
   engines::treesitter::Rules index_rules = engines::treesitter::Rules::navigation;

@@ -38,6 +38,8 @@ of another version of the tool, or by other rules, is made anew.
 --from-shards makes the index anew, of the records in FOLDER, which `treesitter-cluster parse --output
 FOLDER` has made with the same engine. Paths in them are absolute, and in the root, or taken from it; the
 rules are those of the records. The next run then reads each file once, to see whether its bytes are those.
+With --catalogue there is an index for each folder at the root instead, for what no single database should
+hold; `find --catalogue CATALOGUE` asks all of them.
 
 --tags writes the symbols of the index as a tags file when all is done, beside FILE and renamed, so that
 editors never read half of one. Paths in it lead from the folder of FILE, or are absolute when the root
@@ -109,8 +111,13 @@ void settle(const CLI::App& command, Arguments& parsed) {
     throw UsageError(name + ": --default-files stands alone among the options about files");
   }
   parsed.has_files = is_default || says_files(command);
+  if (parsed.catalogue && (!parsed.from_shards || parsed.database || parsed.tags)) {
+    throw UsageError(name + ": --catalogue needs " + FROM_SHARDS +
+                     ", and excludes --database and --tags");
+  }
   if (!parsed.from_shards) return;
   unshield(*parsed.from_shards);
+  if (parsed.catalogue) unshield(*parsed.catalogue);
   if (parsed.has_files || command.count("--rules") > 0) {
     throw UsageError(name + ": " + FROM_SHARDS +
                      " has its files and rules from the run that made the shards");
@@ -128,6 +135,10 @@ void add_index(CLI::App& app, Arguments& parsed) {
       ->add_option(FROM_SHARDS, parsed.from_shards,
                    "Take the records of a run of treesitter-cluster, and read no file")
       ->type_name("FOLDER");
+  index
+      ->add_option("--catalogue", parsed.catalogue,
+                   "Make an index of each folder at the root, in CATALOGUE, for `find --catalogue`")
+      ->type_name("CATALOGUE");
   CLI::App* const watch =
       app.add_subcommand("watch", "Make the index of a repository, and keep it up to date");
   add(*watch, parsed);

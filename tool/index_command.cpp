@@ -69,7 +69,7 @@ UpdateCounts import_shards(const Arguments& arguments, const repository::UpdateL
   Shards shards(*arguments.from_shards);
   repository::UpdateOptions options = options_of(arguments);
   options.rules = shards.rules();
-  return repository::import_records(options, listener, [&shards] {
+  const auto next = [&shards] {
     std::optional<repository::ImportedRecord> record;
     while (!record) {
       const auto line = shards.next();
@@ -81,7 +81,10 @@ UpdateCounts import_shards(const Arguments& arguments, const repository::UpdateL
       }
     }
     return record;
-  });
+  };
+  return arguments.catalogue
+             ? repository::import_catalogue(options, *arguments.catalogue, listener, next)
+             : repository::import_records(options, listener, next);
 }
 
 }  // namespace
@@ -89,9 +92,8 @@ UpdateCounts import_shards(const Arguments& arguments, const repository::UpdateL
 int run_index(const Arguments& arguments) {
   Messages messages(arguments.is_verbose, Messages::Records::none);
   const auto listener = listener_of(messages);
-  UpdateCounts counts = arguments.from_shards
-                            ? import_shards(arguments, listener)
-                            : repository::update(options_of(arguments), listener);
+  UpdateCounts counts = arguments.from_shards ? import_shards(arguments, listener)
+                                              : repository::update(options_of(arguments), listener);
   counts.failed += write_tags(arguments, messages);
   messages.summarise(looked_at(counts), counts.left_out, summary(counts));
   return counts.failed > 0 ? EXIT_SOME_FAILED : EXIT_ALL_PARSED;

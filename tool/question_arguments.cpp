@@ -101,6 +101,12 @@ void add_question(CLI::App& app, const Row& row, QuestionArguments& asked) {
   command->add_option("--repository", asked.path, "A folder of the repository; by default this one")
       ->type_name("FOLDER");
   command->add_option("--database", asked.database, "The file of the index")->type_name("FILE");
+  if (row.question == Question::find) {
+    command
+        ->add_option("--catalogue", asked.catalogue,
+                     "Ask all indexes of a folder that `index --from-shards --catalogue` has made")
+        ->type_name("FOLDER");
+  }
   command
       ->add_option_function<std::string>(
           "-f,--format",
@@ -125,6 +131,7 @@ void settle(const Row& row, QuestionArguments& asked) {
   std::for_each(asked.words.begin(), asked.words.end(), unshield);
   unshield(asked.path);
   if (asked.database) unshield(*asked.database);
+  if (asked.catalogue) unshield(*asked.catalogue);
   if (asked.path.empty()) throw UsageError(command + ": the folder's path is empty");
   if (asked.filter.glob) unshield(*asked.filter.glob);
   if (asked.filter.language) {

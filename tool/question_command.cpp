@@ -6,6 +6,7 @@
 #include <string>
 #include <system_error>
 
+#include "index/catalogue.h"
 #include "index/questions.h"
 #include "tool/answer_json.h"
 #include "tool/answer_text.h"
@@ -36,37 +37,31 @@ std::string path_from_root(const std::string& path, const std::string& root) {
   return std::filesystem::exists(whole, error) && !found.starts_with("..") ? found : path;
 }
 
-class Asking {
+class Writing {
  public:
-  explicit Asking(const QuestionArguments& asked)
-      : _asked(asked), _questions(asked.path, asked.database), _out(_sink) {
-    if (asked.format == Format::json) {
+  Writing(Format format, const std::string& root) : _out(_sink) {
+    if (format == Format::json) {
       _form = std::make_unique<AnswerJson>(_out);
     } else {
-      _form = std::make_unique<AnswerText>(_out, Terminal::of_output(), _questions.root());
+      _form = std::make_unique<AnswerText>(_out, Terminal::of_output(), root);
     }
   }
 
-  int operator()();
+  AnswerOutput& form() { return *_form; }
+  void flush() { _out.flush(); }
 
- private:
-  bool ask();
-  bool find();
-  bool outline();
-  bool callees();
-  bool changed();
+  // Whether there is any.
   template <typename Row>
   bool write(const Answer<Row>& answer);
 
-  const QuestionArguments& _asked;
-  Questions _questions;
+ private:
   OutputSink _sink;
   OutputBuffer _out;
   std::unique_ptr<AnswerOutput> _form;
 };
 
 template <typename Row>
-bool Asking::write(const Answer<Row>& answer) {
+bool Writing::write(const Answer<Row>& answer) {
   _form->write(answer.rows);
   if (answer.is_cut) {
     _form->write_cut(answer.rows.size());
@@ -76,10 +71,29 @@ bool Asking::write(const Answer<Row>& answer) {
   return !answer.rows.empty();
 }
 
-bool Asking::find() {
-  return write(
-      _questions.find({.text = _asked.text, .match = _asked.match, .filter = _asked.filter}));
+repository::FindQuestion find_question(const QuestionArguments& asked) {
+  return {.text = asked.text, .match = asked.match, .filter = asked.filter};
 }
+
+class Asking {
+ public:
+  explicit Asking(const QuestionArguments& asked)
+      : _asked(asked),
+        _questions(asked.path, asked.database),
+        _writing(asked.format, _questions.root()) {}
+
+  int operator()();
+
+ private:
+  bool ask();
+  bool outline();
+  bool callees();
+  bool changed();
+
+  const QuestionArguments& _asked;
+  Questions _questions;
+  Writing _writing;
+};
 
 bool Asking::outline() {
   const std::string path = path_from_root(_asked.text, _questions.root());
@@ -88,7 +102,7 @@ bool Asking::outline() {
     complain("the index has no file '" + escaped(path) + "'");
     return false;
   }
-  _form->write_outline(answer->rows);
+  _writing.form().write_outline(answer->rows);
   return !answer->rows.empty();
 }
 
@@ -98,7 +112,7 @@ bool Asking::callees() {
     complain("the index has no symbol '" + escaped(_asked.text) + "'");
     return false;
   }
-  return write(*answer);
+  return _writing.write(*answer);
 }
 
 bool Asking::changed() {
@@ -107,7 +121,7 @@ bool Asking::changed() {
   bool has_any = is_outdated;
   _questions.changed([&](const repository::PendingChange& change) {
     has_any = true;
-    _form->write(change);
+    _writing.form().write(change);
   });
   return has_any;
 }
@@ -115,23 +129,23 @@ bool Asking::changed() {
 bool Asking::ask() {
   switch (_asked.question) {
     case Question::find:
-      return find();
+      return _writing.write(_questions.find(find_question(_asked)));
     case Question::callers:
-      return write(_questions.callers(_asked.text, _asked.filter));
+      return _writing.write(_questions.callers(_asked.text, _asked.filter));
     case Question::callees:
       return callees();
     case Question::references:
-      return write(_questions.references(_asked.text, _asked.filter));
+      return _writing.write(_questions.references(_asked.text, _asked.filter));
     case Question::importers:
-      return write(_questions.importers(_asked.text, _asked.filter));
+      return _writing.write(_questions.importers(_asked.text, _asked.filter));
     case Question::outline:
       return outline();
     case Question::search:
-      return write(_questions.search(_asked.text, _asked.filter));
+      return _writing.write(_questions.search(_asked.text, _asked.filter));
     case Question::changed:
       return changed();
     case Question::stats:
-      _form->write(_questions.statistics());
+      _writing.form().write(_questions.statistics());
       break;
   }
   return true;
@@ -139,15 +153,25 @@ bool Asking::ask() {
 
 int Asking::operator()() {
   const bool is_found = ask();
-  _out.flush();
+  _writing.flush();
   if (!_questions.is_complete()) {
     complain("the index is being made, or a run over it was ended: files may be missing");
   }
   return is_found ? EXIT_ALL_PARSED : EXIT_NOTHING_FOUND;
 }
 
+int ask_catalogue(const QuestionArguments& asked) {
+  const repository::Catalogue catalogue(*asked.catalogue);
+  Writing writing(asked.format, catalogue.root());
+  const bool is_found = writing.write(catalogue.find(find_question(asked)));
+  writing.flush();
+  return is_found ? EXIT_ALL_PARSED : EXIT_NOTHING_FOUND;
+}
+
 }  // namespace
 
-int run_question(const QuestionArguments& asked) { return Asking(asked)(); }
+int run_question(const QuestionArguments& asked) {
+  return asked.catalogue ? ask_catalogue(asked) : Asking(asked)();
+}
 
 }  // namespace tool

@@ -79,8 +79,7 @@ std::optional<repository::ImportedRecord> read_record(const std::string& line) {
   // FQNs begin with the path as it is written, where its bytes are no text.
   read.result.path = std::move(text(record, "path"));
   const auto exact = record.find("path_bytes");
-  read.path = exact == record.end() ? read.result.path
-                                    : bytes_of(exact->get_ref<std::string&>());
+  read.path = exact == record.end() ? read.result.path : bytes_of(exact->get_ref<std::string&>());
   return read;
 }
 

@@ -38,8 +38,8 @@ auto taken(const std::string& path, const std::string& line, Get get) {
 
 Rules rules_of(const json& options) {
   const auto rules = std::find(options.begin(), options.end(), "--rules");
-  const bool is_navigation = rules != options.end() && rules + 1 != options.end() &&
-                             *(rules + 1) == "navigation";
+  const bool is_navigation =
+      rules != options.end() && rules + 1 != options.end() && *(rules + 1) == "navigation";
   return is_navigation ? Rules::navigation : Rules::standard;
 }
 
