@@ -13,6 +13,7 @@
 #include <tuple>
 #include <utility>
 
+#include "engines/treesitter/treesitter.h"
 #include "index/database.h"
 #include "index/index_error.h"
 #include "index/place.h"
@@ -146,7 +147,7 @@ Catalogue::Catalogue(std::string folder) : _folder(std::move(folder)) {
 }
 
 Answer<Definition> Catalogue::find(const FindQuestion& question, std::size_t threads) const {
-  if (threads == 0) threads = std::max(1U, std::thread::hardware_concurrency());
+  if (threads == 0) threads = engines::treesitter::usable_processors();
   Merging merging(question.filter.limit);
   std::atomic<std::size_t> next = 0;
   const auto ask = [&] {

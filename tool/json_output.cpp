@@ -15,6 +15,7 @@ namespace {
 
 using engines::models::Symbol;
 using engines::treesitter::Declined;
+using engines::treesitter::HEXADECIMAL_DIGITS;
 using engines::treesitter::NoLanguage;
 using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseResult;
@@ -124,12 +125,11 @@ void write_json_path(OutputBuffer& out, std::string_view path) {
   out.write("\"path\":");
   write_json_string(out, path);
   if (engines::treesitter::find_ill_formed(path).size == 0) return;
-  constexpr std::string_view DIGITS = "0123456789abcdef";
   out.write(",\"path_bytes\":\"");
   for (const char character : path) {
     const auto byte = static_cast<unsigned char>(character);
-    out.write(DIGITS[byte >> 4]);
-    out.write(DIGITS[byte & 0xF]);
+    out.write(HEXADECIMAL_DIGITS[byte >> 4]);
+    out.write(HEXADECIMAL_DIGITS[byte & 0xF]);
   }
   out.write('"');
 }

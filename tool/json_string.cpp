@@ -13,7 +13,6 @@ namespace tool {
 namespace {
 
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";  // U+FFFD
-constexpr std::string_view DIGITS = "0123456789abcdef";
 
 // What a byte is multiplied by at most, as \u00NN.
 constexpr std::size_t LONGEST_ESCAPE = 6;
@@ -39,6 +38,8 @@ constexpr std::array<char, 256> ESCAPES = [] {
   return escapes;
 }();
 
+using engines::treesitter::HEXADECIMAL_DIGITS;
+
 using Word = std::uint64_t;
 constexpr Word EACH_BYTE = 0x0101010101010101;
 constexpr Word HIGH_BITS = 0x80 * EACH_BYTE;
@@ -62,7 +63,10 @@ char* put(char* to, char character) {
   *to++ = '\\';
   *to++ = escape;
   if (escape != BY_NUMBER) return to;
-  for (const char digit : {'0', '0', DIGITS[byte >> 4], DIGITS[byte & 0xF]}) *to++ = digit;
+  for (const char digit :
+       {'0', '0', HEXADECIMAL_DIGITS[byte >> 4], HEXADECIMAL_DIGITS[byte & 0xF]}) {
+    *to++ = digit;
+  }
   return to;
 }
 

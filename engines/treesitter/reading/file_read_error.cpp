@@ -8,9 +8,8 @@ namespace engines::treesitter {
 namespace {
 
 void append_escape(std::string& text, char letter, std::uint32_t value, int digits) {
-  constexpr std::string_view DIGITS = "0123456789abcdef";
   text.append(1, '\\').append(1, letter);
-  while (digits-- > 0) text.append(1, DIGITS[value >> (4 * digits) & 0x0F]);
+  while (digits-- > 0) text.append(1, HEXADECIMAL_DIGITS[value >> (4 * digits) & 0x0F]);
 }
 
 void append_quoted(std::string& text, std::string_view character, char32_t value, char quote) {

@@ -10,6 +10,8 @@
 
 #include <array>
 
+#include "engines/treesitter/text/text.h"
+
 namespace engines::treesitter {
 
 void Sha256::Free::operator()(SHA256state_st* state) const { delete state; }
@@ -32,14 +34,13 @@ void Sha256::update(std::string_view bytes) {
 }
 
 std::string Sha256::finish() {
-  constexpr std::string_view DIGITS = "0123456789abcdef";
   std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
   SHA256_Final(digest.data(), _state.get());
   std::string text;
   text.reserve(2 * digest.size());
   for (const unsigned char byte : digest) {
-    text.push_back(DIGITS[byte >> 4]);
-    text.push_back(DIGITS[byte & 0x0F]);
+    text.push_back(HEXADECIMAL_DIGITS[byte >> 4]);
+    text.push_back(HEXADECIMAL_DIGITS[byte & 0x0F]);
   }
   return text;
 }

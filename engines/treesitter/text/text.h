@@ -26,6 +26,8 @@ CodePoint code_point_at(std::string_view text, std::size_t offset);
 
 bool is_ascii(std::string_view bytes);
 
+inline constexpr std::string_view HEXADECIMAL_DIGITS = "0123456789abcdef";
+
 // Exactly U+0009-000D, U+001C-001F, U+0020, U+0085, U+00A0, U+1680, U+2000-200A, U+2028, U+2029,
 // U+202F, U+205F and U+3000. Not what ICU or PCRE2 call whitespace: both leave U+001C-001F out.
 bool is_whitespace(char32_t value);
