@@ -16,12 +16,27 @@ if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 # Counts are found by the name of the object file below its build folder, so that the two builds may
-# lie in different places. The compiler asks the system where it is, which knows no links.
+# lie in different places, as long as the way from both to the sources is the same. The compiler asks
+# the system where it is, which knows no links.
 file(REAL_PATH "${PROJECT_BINARY_DIR}" _binary_dir)
-set(_common "-fprofile-prefix-path=${_binary_dir}" "-fprofile-dir=${TREESITTER_ENGINE_PGO_PROFILES}")
+set(_common "-fprofile-prefix-path=${_binary_dir}")
+
+# The same sources give the same program in any folder. It stands where a cache of objects would, which
+# can't know which profile an object was made for. GCC alone would call a header by its whole path
+# where that is shorter.
+cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY "${PROJECT_BINARY_DIR}" OUTPUT_VARIABLE _to_source)
+foreach(_language C CXX)
+  set(CMAKE_${_language}_COMPILER_LAUNCHER "${CMAKE_CURRENT_LIST_DIR}/relative_paths"
+    "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}" "${_to_source}")
+endforeach()
+list(APPEND _common -fno-canonical-system-headers)
+
 if(TREESITTER_ENGINE_PGO STREQUAL "generate")
-  # The training runs on one thread, so that plain counters do and their sums are always the same.
-  add_compile_options(-fprofile-generate ${_common} -fprofile-update=single)
+  # The training runs on one thread, so that plain counters do and their sums are always the same. It
+  # runs in the folder of the sources, or it would hold the whole path of each file of counts.
+  cmake_path(RELATIVE_PATH TREESITTER_ENGINE_PGO_PROFILES BASE_DIRECTORY "${PROJECT_SOURCE_DIR}"
+    OUTPUT_VARIABLE _profiles)
+  add_compile_options(-fprofile-generate ${_common} "-fprofile-dir=${_profiles}" -fprofile-update=single)
   add_link_options(-fprofile-generate)
   add_compile_definitions(TREESITTER_ENGINE_TRAINING)
 elseif(TREESITTER_ENGINE_PGO STREQUAL "use")
