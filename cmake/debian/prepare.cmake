@@ -7,7 +7,7 @@ foreach(_component ${CPACK_COMPONENTS_ALL})
 endforeach()
 list(TRANSFORM CPACK_TREESITTER_ENGINE_NOTICES PREPEND "--notice=" OUTPUT_VARIABLE _notices)
 execute_process(
-  COMMAND python3 "${CPACK_TREESITTER_ENGINE_PREPARE}"
+  COMMAND /usr/bin/python3 "${CPACK_TREESITTER_ENGINE_PREPARE}"
     "--source=${CPACK_TREESITTER_ENGINE_SOURCE}" "--strip=${CPACK_TREESITTER_ENGINE_STRIP}"
     "--maintainer=${CPACK_PACKAGE_CONTACT}" ${_notices} ${_packages}
   COMMAND_ERROR_IS_FATAL ANY)
