@@ -5,7 +5,8 @@
 #
 # What npm installs brings its notice along. What comes from the system does not everywhere, so those
 # texts are kept in licences/: of what is linked statically or of whose headers functions and
-# templates are compiled in, and of what a build without shared libraries links.
+# templates are compiled in, and of what a build without shared libraries links. ICU's is without the
+# notices of the scripts that ICU itself is built by.
 #
 # tests/package/test_licences.py compares the table with what is truly compiled and linked.
 include(GNUInstallDirs)
