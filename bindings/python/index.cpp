@@ -96,6 +96,9 @@ constexpr const char DOC[] =
     "same time; a question sees the state that was committed before it. One that was made anew\n"
     "since is opened again, if it can be asked. What the handler of a signal raises, such as\n"
     "KeyboardInterrupt, ends a question.\n\n"
+    "With the module of a wheel, which has an SQLite of its own, a process that has an Index open\n"
+    "must not open the same database by another copy of SQLite, such as the module sqlite3:\n"
+    "closing it there drops the locks that the process holds here.\n\n"
     "A child of os.fork opens connections of its own. One that was forked in the middle of a\n"
     "question, by the handler of a signal, can ask none. An Index cannot be pickled.";
 

@@ -281,6 +281,9 @@ class Statistics:
     failed: int
     languages: tuple[LanguageCount, ...]
 
+# With the module of a wheel, a process that has an Index open must not open the same database by
+# another copy of SQLite, such as the module sqlite3: closing it there drops the locks that the process
+# holds here.
 @final
 class Index:
     def __init__(self, path: _Path = ".", *, database: _Path | None = None) -> None: ...
