@@ -16,10 +16,10 @@ CMAKE = os.environ["CMAKE_COMMAND"]
 COMPILER = os.environ["COMPILER"]
 
 
-def run(*command, **options):
+def run(*command, timeout=600, **options):
     """The command's standard output; a failure shows all that it printed."""
     done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, text=True, timeout=600, check=False, **options)
+                          stderr=subprocess.STDOUT, text=True, timeout=timeout, check=False, **options)
     assert done.returncode == 0, f"{command} gave {done.returncode}:\n{done.stdout}"
     return done.stdout
 

@@ -1,7 +1,8 @@
 """What pip makes of the checkout: a self-contained wheel, and a source distribution that builds one.
 
 WHEEL_PYTHON is the interpreter that it is made for, by default the system's, and WHEEL_TESTS which of
-the module's tests are run with it; scripts/check_wheels sets both. Everything works without a network.
+the module's tests are run with it; with WHEEL_OF_SDIST one is compiled from the source distribution, too.
+scripts/check_wheels sets all of them. Everything works without a network.
 """
 import importlib.util
 import os
@@ -136,3 +137,14 @@ def test_a_source_distribution_is_complete_and_no_more(sdist, tmp_path):
     assert {os.path.splitext(name)[1] for name in foreign} == {".c", ".h", ".json", ""}
     run("cmake", "--preset", "release", "-B", tmp_path / "build", "-DTREESITTER_ENGINE_BUILD_TESTS=OFF",
         "-DTREESITTER_ENGINE_BUILD_TOOL=OFF", "-DTREESITTER_ENGINE_INSTALL=OFF", cwd=root)
+
+
+@pytest.mark.skipif("WHEEL_OF_SDIST" not in os.environ, reason="compiles everything anew")
+def test_a_source_distribution_compiles_by_itself(python, sdist, wheel, tmp_path):
+    """In a folder of pip's own, and where there is no network."""
+    run("unshare", "--map-root-user", "--net", python, "-m", "pip", "wheel", "--no-build-isolation",
+        "--no-deps", "--no-index", "--no-cache-dir", "--wheel-dir", tmp_path, sdist, cwd=tmp_path,
+        timeout=3600)
+    (made,) = tmp_path.glob("*.whl")
+    assert made.name == wheel.name
+    assert set(zipfile.ZipFile(made).namelist()) == set(zipfile.ZipFile(wheel).namelist())
