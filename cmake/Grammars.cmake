@@ -43,7 +43,7 @@ configure_file("${_core}/src/lib.c" "${_core_copy}/lib.c" COPYONLY)
 function(_replace_in_core file header)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${_core}/src/${file}")
   file(READ "${_core}/src/${file}" text)
-  set(include "#include \"${PROJECT_SOURCE_DIR}/cmake/${header}\"\n")
+  set(include "#include \"${header}\"\n")
   foreach(function ${ARGN})
     string(REGEX REPLACE "([a-z_]+)$" "published_\\1(" renamed "${function}")
     string(FIND "${text}" "\n${function}(" first)
@@ -66,7 +66,8 @@ _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
 
 add_library(treesitter_engine_core STATIC "${_core_copy}/lib.c")
 _third_party_target(treesitter_engine_core)
-target_include_directories(treesitter_engine_core SYSTEM PUBLIC "${_core}/include" PRIVATE "${_core}/src")
+target_include_directories(treesitter_engine_core SYSTEM PUBLIC "${_core}/include"
+  PRIVATE "${_core}/src" "${PROJECT_SOURCE_DIR}/cmake")
 target_compile_definitions(treesitter_engine_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
 # The core copies many small structures whose fields it has just written. Copied field by field they
 # come from registers; by wider loads, which these optimisations make of them, the processor waits for
