@@ -3,7 +3,7 @@ import shutil
 
 import pytest
 
-from conftest import SOURCE, run
+from conftest import BUILD, SOURCE, run
 
 # GCC knows static functions by the paths of their files, those of headers too: of which one is called
 # through the pointer, a profile says so.
@@ -41,3 +41,10 @@ def built(root):
 @pytest.mark.skipif(not shutil.which("gcc"), reason="profiles are GCC's")
 def test_any_folder_gives_the_same(tmp_path):
     assert built(tmp_path / "a") == built(tmp_path / ("b" * 50) / "c d")
+
+
+def test_no_generated_source_names_the_folder():
+    """What it includes by a whole path would have another name elsewhere."""
+    sources = [path for path in (BUILD / "generated").rglob("*") if path.suffix in (".c", ".cpp", ".h")]
+    assert len(sources) > 3
+    assert not [path for path in sources if str(SOURCE.resolve()) + "/" in path.read_text("utf-8")]
