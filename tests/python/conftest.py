@@ -1,5 +1,6 @@
 """What the tests of the module share. ctest sets PYTHONPATH to the module's folder."""
 import os
+import signal
 import subprocess
 import sys
 import textwrap
@@ -13,6 +14,9 @@ SANITIZERS = os.environ.get("SANITIZERS", "")  # of the module's build
 FORKS = "ignore:This process:DeprecationWarning"  # Python's word on forks beside threads
 SLOW = '"' * 4_000_000  # as TypeScript: its parse takes 20 seconds, then its time limit ends it
 NESTED_KEYS = '{"key":' * 9_000 + "1" + "}" * 9_000  # whose qualified names are out of proportion
+
+# A shell that starts us in the background has it ignored, and children would ignore it too.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 
 
 @pytest.fixture
