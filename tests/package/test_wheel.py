@@ -34,9 +34,10 @@ for name in ("install_layout", "prefix_option"):
 def python(tmp_path_factory):
     """The interpreter of a fresh environment with the tools, and nothing else of the system's."""
     folder = tmp_path_factory.mktemp("python")
-    tools = folder / "tools"
+    shim, tools = folder / "shim", folder / "tools"
+    shim.mkdir()
     tools.mkdir()
-    (tools / "sitecustomize.py").write_text(SHIM)
+    (shim / "sitecustomize.py").write_text(SHIM)
     for name in TOOLS:
         package = pathlib.Path(importlib.util.find_spec(name).origin).parent
         if package.name == "dist-packages":  # a single file
@@ -44,7 +45,7 @@ def python(tmp_path_factory):
         for found in [package, *package.parent.glob(f"{name}-*info")]:
             (tools / found.name).symlink_to(found)
     run(PYTHON, "-m", "venv", folder / "env")
-    os.environ["PYTHONPATH"] = str(tools)
+    os.environ["PYTHONPATH"] = f"{tools}:{shim}"
     yield folder / "env" / "bin" / "python"
     del os.environ["PYTHONPATH"]
 
@@ -115,7 +116,9 @@ def test_other_copies_of_its_libraries_are_beside_it(installed, order, tmp_path)
 
 def test_the_modules_own_tests(installed):
     folder = SOURCE / "tests" / "python"
-    environment = {**os.environ, "PYTHONDONTWRITEBYTECODE": "1",
+    # Without the shim: interpreters with locks of their own would run it, and cannot load what it does.
+    environment = {**os.environ, "PYTHONPATH": os.environ["PYTHONPATH"].partition(":")[0],
+                   "PYTHONDONTWRITEBYTECODE": "1",
                    "TREESITTER_ENGINE": str(BUILD / "treesitter-engine")}
     assert " passed" in run(installed, "-m", "pytest", "-q", "-p", "no:cacheprovider", "-W", "ignore",
                             *(folder / name for name in TESTS), env=environment)
