@@ -24,7 +24,8 @@ struct Row {
 };
 
 // What a value is, told by what stands for it in the help. Alternatives (a|b) tell it themselves.
-constexpr std::array<Row, 14> ROWS = {{
+constexpr std::array<Row, 15> ROWS = {{
+    {false, "CATALOGUE", Source::folders},
     {false, "FILE", Source::files},
     {false, "FOLDER", Source::folders},
     {false, "GLOB", Source::files},
