@@ -296,6 +296,65 @@ class Input(ToolTest):
             self.assertEqual(process.wait(TIMEOUT), 0)
 
 
+class Contents(ToolTest):
+    def test_contents_get_the_records_of_files_of_these_bytes(self):
+        files = {"a.py": SOURCE, "d/ b\"\u00e9\n\\.rb": b"def f; end", "empty.go": b"", "LICENSE": b"x",
+                 "bad.java": b'class A { String s = "\xff"; }\n', "nul.py": b"x = 1\0", "\u00fc.py": b"\n\n",
+                 "large.py": b"#" * 70001, "large": b"#" * 70001, "last.py": SOURCE * 3000}
+        for path, content in files.items():
+            self.write(path, content)
+        subprocess.run(["git", "init", "-q", "."], cwd=self.folder, check=True)
+        subprocess.run(["git", "add", "."], cwd=self.folder, check=True)
+        # Git quotes both its own list and, as here, what goes through it.
+        names = subprocess.run(["git", "-c", "core.quotePath=true", "ls-files", "-s"], cwd=self.folder,
+                               check=True, stdout=subprocess.PIPE).stdout.splitlines()
+        wanted = b"".join(line.split(b" ")[1] + b" " + line.split(b"\t")[1] + b"\n" for line in names)
+        stream = subprocess.run(["git", "cat-file", "--batch=%(objectsize) %(rest)"], input=wanted,
+                                cwd=self.folder, check=True, stdout=subprocess.PIPE).stdout
+        paths = "\0".join(sorted(files)).encode()
+        for options in (["-j1"], ["-j2"], ["--max-filesize", "70000"], ["--skip-binary"],
+                        ["--language", "python"], ["--format", "text", "--rules", "navigation"]):
+            listed = self.run_tool("parse", *options, "-0", "--files-from", "-", input=paths)
+            batch = self.run_tool("parse", *options, "--batch", input=stream)
+            self.assertEqual(batch.stdout.splitlines(), listed.stdout.splitlines())
+            self.assertEqual((batch.returncode, batch.stderr), (listed.returncode, listed.stderr))
+            self.assertEqual(b"nul.py" in batch.stdout, "--skip-binary" not in options)
+
+    def test_a_torn_stream_ends_the_run_behind_what_was_whole(self):
+        whole = b"%d a.py\n%s\n" % (len(SOURCE), SOURCE)
+        self.assertEqual(self.parse("--batch", input=b""), [])
+        self.assertEqual(len(self.parse("--batch", input=whole * 2)), 2)
+        for torn, part in [(whole[:-1], "within the content"), (whole[:9], "within the content"),
+                           (whole[:3], "within a line"), (whole[:-1] + b"x", "no line feed"),
+                           (b"abc missing\n", "size and a path"), (b"-1 a.py\n", "size and a path"),
+                           (b"99999999999999999999 a.py\n", "size and a path"),
+                           (b"7\n", "size and a path"), (b"7 \n1234567\n", "no path"),
+                           (b'0 "a\\400.py"\n\n', "quotes"), (b'0 "a\n\n', "quotes"),
+                           (b'0 "a\\"\n\n', "quotes"), (b'0 "a\\000.py"\n\n', "NUL"),
+                           (b"1 " + b"a" * (1 << 20) + b"\n", "MiB"),
+                           (b"%d a.py\n" % (1 << 62), "within the content")]:
+            with self.subTest(torn=torn[:40]):
+                done = self.run_tool("parse", "--batch", input=whole + torn)
+                self.assertEqual(done.returncode, 2)
+                self.assertEqual(len(self.records(done.stdout)), 1)
+                self.assert_messages(done, part)
+                self.assertIn(b"content 2: ", done.stderr)
+
+    def test_a_list_tells_what_a_run_would_parse(self):
+        for path in ("top/a.py", "top/README", "b.py"):
+            self.write(path)
+        self.write("top/x.py", b"\0")
+        os.mkfifo(self.folder / "top/.ignore")
+        size = len(SOURCE)
+        records = self.parse("--list", "no.py", "top", "b.py", status=1)
+        rules = records.pop(1)
+        self.assert_unreadable(rules, "top/.ignore", None, "rules: [Errno 22]")
+        self.assertEqual(records, [{"path": "no.py", "size": 0},
+                                   {"path": "top/a.py", "size": size, "found": True},
+                                   {"path": "top/x.py", "size": 1, "found": True},
+                                   {"path": "b.py", "size": size}])
+
+
 class Information(ToolTest):
     def test_help(self):
         for arguments in (["--help"], ["-h"], ["parse", "--help"], ["languages", "-h"], ["help"],

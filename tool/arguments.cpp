@@ -35,6 +35,7 @@ UsageError usage_error(const CLI::ParseError& error) {
 
 void require_usable_input(const Arguments& parsed) {
   const auto inputs = std::count(parsed.paths.begin(), parsed.paths.end(), STANDARD_INPUT);
+  if (parsed.lists && inputs > 0) throw UsageError("parse: --list is for files, not for -");
   const bool is_list_input = parsed.files_from == STANDARD_INPUT;
   if (inputs + (is_list_input ? 1 : 0) > 1) {
     throw UsageError("parse: standard input (-) can be read only once");
@@ -62,7 +63,15 @@ void require_checkable(const Arguments& parsed) {
   }
 }
 
+void require_usable_batch(const Arguments& parsed) {
+  if (!parsed.paths.empty() || parsed.files_from) {
+    throw UsageError("parse: --batch takes paths from standard input alone");
+  }
+  if (parsed.lists) throw UsageError("parse: --list is for files, and --batch is for contents");
+}
+
 void require_usable(const Arguments& parsed) {
+  if (parsed.is_batch) return require_usable_batch(parsed);
   if (parsed.paths.empty() && !parsed.files_from) throw UsageError("parse: no PATH is given");
   require_usable_input(parsed);
   if (parsed.null_separated && !parsed.files_from) {

@@ -75,6 +75,9 @@ struct Arguments {
   bool null_separated = false;            // how that list is separated
   std::vector<std::string> paths;         // any bytes; no folder where a language is forced
   std::optional<std::string> stdin_path;  // of what standard input holds
+  bool is_batch = false;                  // contents and paths on standard input
+  bool skips_binary = false;              // also what is named
+  bool lists = false;                     // what would be parsed, and parses nothing
   repository::FileRules files;            // those of folders, and the size of any
   bool is_verbose = false;
 

@@ -35,6 +35,11 @@ What is named itself is taken whatever the rules say: a file is always answered,
 link followed; but a link to a folder in the list of --files-from is left out. --language is for
 files: a folder beside it is an error.
 
+The contents of --batch stand behind each other as `git cat-file --batch='%(objectsize) %(rest)'` prints
+them: a line `SIZE PATH`, SIZE bytes, a line feed; a PATH in double quotes is quoted as git quotes it.
+Each gets the record of a file of these bytes at PATH. A stream that is cut ends the run with status 2
+behind the records of what was whole.
+
 json prints one object per file and line, in the order of the paths, whatever --jobs is:
   {"path","language","content_hash","symbols","references","errors"}
   {"path","language":null}   the name tells no language, and no --language is given
@@ -42,6 +47,9 @@ json prints one object per file and line, in the order of the paths, whatever --
 What cannot be read (a missing file, a folder without permission) or is larger than --max-filesize
 has the first form with the reason in "errors". Bytes of a path that are no UTF-8 become U+FFFD; the
 exact bytes of such a path follow in "path_bytes", as hexadecimal digits.
+
+--list prints {"path","size"} for what is named and {"path","size","found":true} for what a folder holds;
+what cannot be read of folders has the record that the parse would give it.
 
 ctags prints a sorted tags file in the extended format when all is parsed: `--format ctags . > tags`.
 Its paths are as given, so make it where it is to lie. Lines of more than 64 KiB are left out and told.
@@ -180,6 +188,12 @@ void add_parse(CLI::App& app, Arguments& parsed) {
       ->add_option("--stdin-path", parsed.stdin_path,
                    "What standard input is the content of: names its symbols, tells its language")
       ->type_name("PATH");
+  parse->add_flag("--batch", parsed.is_batch,
+                  "Take contents from standard input, each behind a line of its size and path");
+  parse->add_flag("--skip-binary", parsed.skips_binary,
+                  "Leave out binary files also where they are named");
+  parse->add_flag("--list", parsed.lists,
+                  "Print what would be parsed, and its sizes; parse nothing");
   add_files(*parse, parsed,
             "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none, "
             "where standard input is still refused beyond 4G and a quarter of what one file may "

@@ -47,18 +47,26 @@ OwnedDescriptor::~OwnedDescriptor() {
   if (_number >= 0) ::close(_number);
 }
 
+int read_some(int descriptor, char* buffer, std::size_t room, std::size_t& size) {
+  for (;;) {
+    const ssize_t got = ::read(descriptor, buffer, room);
+    if (got >= 0) {
+      size = static_cast<std::size_t>(got);
+      return 0;
+    }
+    if (!may_go_on(errno, descriptor, POLLIN)) return errno;
+  }
+}
+
 int read_to_end(int descriptor, std::string& content, std::uint64_t at_most) {
   std::array<char, 65536> buffer;
   while (at_most > 0) {
     const std::size_t wanted = std::min<std::uint64_t>(buffer.size(), at_most);
-    const ssize_t size = ::read(descriptor, buffer.data(), wanted);
-    if (size == 0) return 0;
-    if (size > 0) {
-      content.append(buffer.data(), static_cast<std::size_t>(size));
-      at_most -= static_cast<std::uint64_t>(size);
-    } else if (!may_go_on(errno, descriptor, POLLIN)) {
-      return errno;
-    }
+    std::size_t size = 0;
+    const int error = read_some(descriptor, buffer.data(), wanted, size);
+    if (error != 0 || size == 0) return error;
+    content.append(buffer.data(), size);
+    at_most -= size;
   }
   return 0;
 }

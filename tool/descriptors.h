@@ -3,6 +3,7 @@
 // Tested by tests/tool_runs_test.py.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,6 +25,10 @@ class OwnedDescriptor {
  private:
   const int _number;
 };
+
+// Reads what there is, waiting for at least a byte; none at the end. Gives an errno, 0 when it was
+// read.
+int read_some(int descriptor, char* buffer, std::size_t room, std::size_t& size);
 
 // Appends what the descriptor gives, to its end or until that are `at_most` bytes. Gives an errno,
 // 0 when all was read.

@@ -14,6 +14,7 @@
 
 #include "engines/languages/languages.h"
 #include "tool/descriptors.h"
+#include "tool/record.h"
 
 namespace tool {
 namespace {
@@ -105,7 +106,9 @@ void read_through_folder(walk::FolderWalk& walk, ParseItem& item) {
 }  // namespace
 
 ItemSource::ItemSource(const Arguments& arguments) : _arguments(arguments) {
-  if (arguments.files_from) {
+  if (arguments.is_batch) {
+    _contents.emplace(STDIN_FILENO, std::min(arguments.files.max_size, most_content()));
+  } else if (arguments.files_from) {
     _list.emplace(*arguments.files_from, arguments.null_separated ? '\0' : '\n');
   } else if (std::none_of(arguments.paths.begin(), arguments.paths.end(), is_folder)) {
     _total = arguments.paths.size();
@@ -128,6 +131,7 @@ std::optional<ParseItem> ItemSource::next() {
 }
 
 std::optional<ParseItem> ItemSource::find() {
+  if (_contents) return next_content();
   for (;;) {
     if (auto item = next_found()) return item;
     const bool is_listed = _next_path == _arguments.paths.size();
@@ -183,9 +187,27 @@ ParseItem ItemSource::standard_input() const {
   return item;
 }
 
+std::optional<ParseItem> ItemSource::next_content() {
+  auto entry = _contents->next();
+  if (!entry) return std::nullopt;
+  ParseItem item = item_at(std::move(entry->path));
+  item.language = _arguments.language;
+  item.content = std::move(entry->content);
+  if (item.content) return item;
+  item.content.emplace();
+  if (!item.language) item.language = detected(item.path);
+  if (item.language) {
+    item.failure = entry->size > item.max_size
+                       ? too_large_text(entry->size, item.max_size)
+                       : too_large(most_content(), "that may be read into memory");
+  }
+  return item;
+}
+
 ParseItem ItemSource::item_at(std::string path) const {
   ParseItem item{.path = std::move(path)};
   item.max_size = _arguments.files.max_size;
+  item.declines_binary = _arguments.skips_binary;
   return item;
 }
 

@@ -1,5 +1,5 @@
 // What is to be parsed, in order: the paths of the command line, then those of the list, and for a
-// folder the files below it.
+// folder the files below it; or the contents that standard input holds.
 //
 // Tested by tests/tool_test.py.
 #pragma once
@@ -13,6 +13,7 @@
 
 #include "engines/treesitter/treesitter.h"
 #include "tool/arguments.h"
+#include "tool/content_stream.h"
 #include "tool/path_list.h"
 #include "walk/folder_walk.h"
 
@@ -26,7 +27,8 @@ class ItemSource {
   explicit ItemSource(const Arguments& arguments);
 
   // None at the end. What cannot be read, such as a folder, is an item with a failure. Reads
-  // standard input, for which it may wait. Throws PathListError, std::bad_alloc.
+  // standard input, for which it may wait. Throws PathListError,
+  // ContentStreamError, std::bad_alloc.
   std::optional<engines::treesitter::ParseItem> next();
 
   // How many items there are in all, as soon as that is known: at once when files alone were
@@ -44,10 +46,12 @@ class ItemSource {
   std::optional<std::string> next_named();
   engines::treesitter::ParseItem item_at(std::string path) const;
   engines::treesitter::ParseItem standard_input() const;
+  std::optional<engines::treesitter::ParseItem> next_content();
 
   const Arguments& _arguments;
   std::size_t _next_path = 0;
   std::optional<PathList> _list;
+  std::optional<ContentStream> _contents;
   std::optional<walk::FolderWalk> _walk;  // of the folder that was named last
   walk::LeftOut _left_out;
   std::size_t _given = 0;

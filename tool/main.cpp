@@ -20,6 +20,7 @@
 #include "tool/escape.h"
 #include "tool/index_command.h"
 #include "tool/interrupts.h"
+#include "tool/list_command.h"
 #include "tool/listing.h"
 #include "tool/messages.h"
 #include "tool/question_command.h"
@@ -30,7 +31,7 @@ namespace {
 int execute(const tool::Arguments& arguments) {
   switch (arguments.command) {
     case tool::Command::parse:
-      return tool::run(arguments);
+      return arguments.lists ? tool::run_list(arguments) : tool::run(arguments);
     case tool::Command::index:
       return tool::run_index(arguments);
     case tool::Command::watch:

@@ -1,0 +1,75 @@
+// See list_command.h.
+#include "tool/list_command.h"
+
+#include <sys/stat.h>
+
+#include <string>
+#include <utility>
+
+#include "engines/treesitter/treesitter.h"
+#include "tool/descriptors.h"
+#include "tool/interrupts.h"
+#include "tool/item_source.h"
+#include "tool/json_output.h"
+#include "tool/messages.h"
+#include "tool/output_buffer.h"
+#include "tool/record.h"
+
+namespace tool {
+namespace {
+
+using engines::treesitter::ParsedItem;
+using engines::treesitter::ParseItem;
+
+// Each write is a call of the system, and the lines are short.
+constexpr std::size_t MUCH = 65536;
+
+// 0 for what cannot be looked at: the parse will say why.
+std::uint64_t size_of(const ParseItem& item) {
+  if (item.content) return item.content->size();
+  struct stat status {};
+  return ::stat(item.path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+void put(ByteSink& sink, const ParseItem& item, bool is_found) {
+  OutputBuffer out(sink);
+  out.write('{');
+  write_json_path(out, item.path);
+  out.write(",\"size\":");
+  out.write_number(size_of(item));
+  out.write(is_found ? ",\"found\":true}\n" : "}\n");
+  out.flush();
+}
+
+void put_failure(ByteSink& sink, ParseItem item) {
+  ParsedItem parsed{.item = std::move(item), .outcome = {}};
+  parsed.outcome = engines::treesitter::TreeSitterEngine().parse(parsed.item);
+  write_json(sink, parsed);
+}
+
+}  // namespace
+
+int run_list(const Arguments& arguments) {
+  ItemSource source(arguments);
+  int status = EXIT_ALL_PARSED;
+  std::string text;
+  StringSink sink(text);
+  const auto write = [&] {
+    const WholeRecord whole;
+    write_output(text, status);
+    text.clear();
+  };
+  while (auto item = source.next()) {
+    if (item->failure) {
+      status = EXIT_SOME_FAILED;
+      put_failure(sink, *std::move(item));
+    } else {
+      put(sink, *item, item->declines_binary);
+    }
+    if (text.size() >= MUCH) write();
+  }
+  write();
+  return status;
+}
+
+}  // namespace tool
