@@ -1,0 +1,159 @@
+"""The engine as a program: which one it is, and one run of it over some items.
+
+Records are the program's own bytes, so nothing here can make them differ from what it prints on one
+machine; and a file that kills it kills a child and not the worker. A start takes some 10 ms.
+"""
+import hashlib
+import json
+import os
+import shutil
+import subprocess
+import tempfile
+
+from .errors import ClusterError
+
+PIPE_SIZE = 1 << 20
+READ_SIZE = 1 << 18
+MOST_MESSAGES = 100  # of one run of the engine; the records tell all of them
+LEAST_MEMORY = 256 << 20  # below which an engine could not even begin
+
+_identities = {}
+
+
+def find(engine):
+    path = shutil.which(engine)
+    if path is None:
+        raise ClusterError(f"the engine {engine!r} is not found")
+    return path
+
+
+def identity(engine):
+    """What two engines must have in common to make the same records."""
+    path = find(engine)
+    status = os.stat(path)
+    key = path, status.st_mtime_ns, status.st_size
+    if key not in _identities:
+        _identities[key] = _identity(path)
+    return _identities[key]
+
+
+def _identity(path):
+    done = subprocess.run([path, "--version", "--json"], capture_output=True, check=False)
+    if done.returncode == 0 and done.stdout.startswith(b"{"):  # older ones have text alone
+        info = json.loads(done.stdout)
+        info.pop("compiler", None)  # makes no record differ
+        return info
+    done = subprocess.run([path, "--version"], capture_output=True, check=False)
+    if done.returncode != 0:
+        raise ClusterError(f"{path} --version fails: {_last_line(done.stderr)}")
+    with open(path, "rb") as file:
+        digest = hashlib.file_digest(file, "sha256").hexdigest()
+    return {"version": done.stdout.decode().splitlines(), "program": digest}
+
+
+def _last_line(text):
+    lines = text.decode("utf-8", "replace").splitlines()
+    return lines[-1] if lines else "it says nothing"
+
+
+def as_input(data):
+    """A descriptor that gives these bytes: no thread has to feed a pipe."""
+    descriptor = os.memfd_create("items", os.MFD_CLOEXEC)
+    with open(descriptor, "wb", closefd=False) as file:
+        file.write(data)
+    os.lseek(descriptor, 0, os.SEEK_SET)
+    return descriptor
+
+
+def git_quoted(path):
+    """A path as `git cat-file` hands it through and the engine reads it."""
+    if path[:1] not in (b" ", b'"') and not any(byte < 32 or byte == 127 for byte in path):
+        return path
+    text = "".join(f"\\{byte:03o}" if byte < 32 or byte == 127 or byte > 126 or chr(byte) in '"\\'
+                   else chr(byte) for byte in path)
+    return f'"{text}"'.encode("ascii")
+
+
+class EngineRun:
+    """One child over some items, in their order; iterating gives its output as it comes."""
+
+    def __init__(self, command, folder, source, items, memory=None):
+        if memory is not None and memory >= LEAST_MEMORY:
+            command = ["prlimit", f"--as={memory}", "--", *command]
+        self._messages = tempfile.TemporaryFile()
+        self._git = None
+        self._complaints = None
+        if source["kind"] == "git":
+            standard_input = self._start_git(source, items, folder)
+            command = [*command, "--batch"]
+        else:
+            standard_input = as_input(b"".join(item.path + b"\0" for item in items))
+            command = [*command, "--null", "--files-from", "-"]
+        try:
+            self._child = subprocess.Popen(command, stdin=standard_input, stdout=subprocess.PIPE,
+                                           stderr=self._messages, cwd=folder, pipesize=PIPE_SIZE)
+        finally:
+            os.close(standard_input)
+
+    def _start_git(self, source, items, folder):
+        wanted = as_input(b"".join(
+            item.oid.encode("ascii") + b" " + git_quoted(item.path) + b"\n" for item in items))
+        self._complaints = tempfile.TemporaryFile()
+        try:
+            self._git = subprocess.Popen(
+                ["git", "-C", source["repository"], "cat-file", "--batch=%(objectsize) %(rest)"],
+                stdin=wanted, stdout=subprocess.PIPE, stderr=self._complaints, cwd=folder,
+                pipesize=PIPE_SIZE)
+        finally:
+            os.close(wanted)
+        return os.dup(self._git.stdout.fileno())
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for process in (self._git, self._child):
+            if process is None:
+                continue
+            process.stdout.close()
+            if process is self._child and process.poll() is None:
+                process.kill()
+            process.wait()
+        self._messages.close()
+        if self._complaints:
+            self._complaints.close()
+
+    def __iter__(self):
+        if self._git:
+            self._git.stdout.close()  # the engine has it; it alone shall keep git waiting
+        descriptor = self._child.stdout.fileno()
+        while data := os.read(descriptor, READ_SIZE):
+            yield data
+
+    def failure(self):
+        """Why it has not come to its end, once it has ended; None where it has."""
+        status = self._child.wait()
+        if status in (0, 1) and (self._git is None or self._git.wait() == 0):
+            return None
+        if status < 0:
+            return f"ended by signal {-status}"
+        if self._git is not None and self._complaint():
+            return f"ended, since git says: {self._complaint()}"
+        self._messages.seek(0)
+        return f"ended with status {status}: {_last_line(self._messages.read())}"
+
+    def _complaint(self):
+        self._complaints.seek(0)
+        text = self._complaints.read()
+        return _last_line(text) if text else ""
+
+    def messages(self):
+        """What it said of files, cut."""
+        self._messages.seek(0)
+        lines = []
+        for line in self._messages:
+            if len(lines) == MOST_MESSAGES:
+                break
+            lines.append(line.decode("utf-8", "replace").rstrip("\n")
+                         .removeprefix("treesitter-engine: "))
+        return lines

@@ -1,0 +1,39 @@
+"""What is to be parsed, as a run's plan keeps it: one item after the other in one file, so that a
+batch is a range of bytes of it, which its worker reads by itself.
+
+    SIZE SP ID SP OLD SP PATH NUL
+
+ID is a git object's, or "-"; OLD the place of the same path in the run that records may be taken
+over from, or "-". Paths are any bytes but NUL.
+"""
+from typing import NamedTuple
+
+
+class Item(NamedTuple):
+    path: bytes  # of ready records: the record
+    size: int
+    oid: str = "-"
+    old: int = -1
+
+
+def packed(item):
+    old = b"-" if item.old < 0 else b"%d" % item.old
+    return b"%d %s %s %s\0" % (item.size, item.oid.encode("ascii"), old, item.path)
+
+
+def unpacked(data):
+    """The items of a whole number of packed ones."""
+    items = []
+    for part in data.split(b"\0")[:-1]:
+        size, oid, old, path = part.split(b" ", 3)
+        items.append(Item(path, int(size), oid.decode("ascii"), -1 if old == b"-" else int(old)))
+    return items
+
+
+def read_items(path, offset, length):
+    with open(path, "rb") as file:
+        file.seek(offset)
+        data = file.read(length)
+    if len(data) != length:
+        raise OSError(f"{path} is shorter than its plan says")
+    return unpacked(data)

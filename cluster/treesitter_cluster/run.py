@@ -1,0 +1,405 @@
+"""A run: from what is to be parsed to the last shard, over any Dask client.
+
+The driver lists, plans, and keeps as many batches under way as the workers' threads need; it alone
+gives shards their names and writes the manifest. Nothing but the places of batches and counts goes
+through Dask's scheduler.
+
+    a batch raises OSError     the worker's fault or the storage's: given out again, thrice at most
+    a batch ends its worker    given out again; then in parts; then each item alone, with nothing
+                               else under way that could be the cause; then left out with a record
+    the scheduler is gone      the run ends, and the same command goes on with it
+
+Tested by tests/cluster.
+"""
+import fcntl
+import hashlib
+import os
+import queue
+import shutil
+import time
+import uuid
+from dataclasses import dataclass, field
+
+from . import engine, listing, task
+from .errors import ClusterError
+from .layout import Layout, shard_name, sync_folder
+from .manifest import Manifest
+from .plan import Batch, make_plan, read_plan
+from .reuse import OldRun
+from .shard import ShardWriter
+from .workers import EngineCheck, Workers, difference
+
+CUT = 8  # parts: a worker dies for each cut, and four hundred items are eight cuts by halves
+MOST_ERRORS = 3
+STARTS = 2  # of a batch, before it is cut; and of an item alone, before it is left out
+LOOK_EVERY = 2.0  # seconds
+
+
+@dataclass
+class Work:
+    """A batch that is to be done, or under way."""
+    batch: Batch
+    alone: bool = False
+    errors: int = 0
+    attempt: int = 0
+    unseen: int = 0  # looks at which no worker had it
+
+    @property
+    def most_starts(self):
+        return STARTS if self.batch.round == 0 or self.alone else 1
+
+
+@dataclass
+class Summary:
+    """What a run came to."""
+    items: int = 0
+    records: int = 0
+    failed: int = 0
+    taken: int = 0  # over from an earlier run
+    shards: int = 0
+    killers: list = field(default_factory=list)
+    messages: list = field(default_factory=list)  # some of what failed
+    refused: dict = field(default_factory=dict)  # workers, and why
+    seconds: float = 0.0
+
+    @property
+    def status(self):
+        """As of `treesitter-engine parse`."""
+        return 1 if self.failed else 0
+
+    def add(self, line):
+        self.items += line["items"]
+        self.records += line["records"]
+        self.failed += line["failed"]
+        self.taken += line["taken"]
+        self.shards += 1
+        self.killers += line["killers"]
+
+
+class Run:
+    """One driver's work on one output folder."""
+
+    def __init__(self, client, plan, layout, manifest, job, workers, watch):
+        self._client = client
+        self._plan = plan
+        self._layout = layout
+        self._manifest = manifest
+        self._job = job
+        self._workers = workers
+        self._watch = watch
+        self._under_way = {}  # by future's key
+        self._ended = queue.SimpleQueue()
+        self._todo = []
+        self._alone = []
+        self._summary = Summary()
+        self._begin = self._looked = time.monotonic()
+
+    # -- what is to be done
+
+    def _take_up(self):
+        """Sorts out what the manifest says is done."""
+        done = {}
+        for line in self._manifest.shards:
+            try:
+                is_there = os.stat(self._layout.shard(line["shard"])).st_size == line["bytes"]
+            except FileNotFoundError:
+                is_there = False
+            if is_there:
+                done[line["first"]] = line
+        for batch in self._plan.batches:
+            self._todo += map(Work, _missing(batch, done, self._layout.items))
+        for line in done.values():
+            self._summary.add(line)
+        names = {line["shard"] for line in done.values()}
+        for name in os.listdir(self._layout.shards):
+            if name not in names:
+                os.unlink(self._layout.shard(name))
+        # The dearest first, so that none is left when all others are done.
+        self._todo.sort(key=lambda work: work.batch.cost)
+
+    # -- under way
+
+    def _submit(self, work):
+        work.attempt += 1
+        batch = work.batch
+        source = self._plan.sources[batch.source]
+        key = f"parse-{source['kind']}-{batch.first}-{batch.count}-{uuid.uuid4().hex[:8]}"
+        message = {"first": batch.first, "count": batch.count, "offset": batch.offset,
+                   "length": batch.length, "source": source,
+                   "round": f"{batch.round}{'alone' if work.alone else ''}",
+                   "most_starts": work.most_starts}
+        future = self._client.submit(task.parse_batch, self._job, message, key=key, pure=False,
+                                     resources={self._job["resource"]: 1})
+        self._under_way[key] = work, future
+        future.add_done_callback(self._ended.put)
+
+    def _fill(self):
+        if not self._todo and not self._under_way and self._alone:
+            self._submit(self._alone.pop())
+        while self._todo and len(self._under_way) < 2 * self._workers.threads:
+            self._submit(self._todo.pop())
+
+    def _next_ended(self):
+        """Some that have ended, at least every now and then none."""
+        ended = []
+        try:
+            ended.append(self._ended.get(timeout=0.25))
+            while True:
+                ended.append(self._ended.get_nowait())
+        except queue.Empty:
+            return ended
+
+    def _require_scheduler(self, status):
+        if status in ("cancelled", "lost") or self._client.status != "running":
+            raise ClusterError("the scheduler is gone; the same command goes on with the run")
+
+    def _settle(self, futures):
+        """Takes what has ended: names its shard and tells the manifest."""
+        finished = []
+        for future in futures:
+            if future.key not in self._under_way:
+                continue
+            self._require_scheduler(future.status)
+            work, _ = self._under_way.pop(future.key)
+            if future.status == "error":
+                self._failed(work, future.exception())
+            else:
+                finished.append((work, future))
+        if not finished:
+            return
+        try:
+            results = self._client.gather([future for _, future in finished])
+        except OSError as error:
+            self._require_scheduler("lost")
+            raise ClusterError(f"results cannot be had: {error}") from error
+        lines = []
+        for (work, _), result in zip(finished, results, strict=True):
+            if "died" in result:
+                self._died(work)
+            else:
+                lines.append(self._accept(work.batch, result))
+        self._record(lines)
+
+    def _accept(self, batch, result):
+        name = shard_name(batch.first, batch.count)
+        os.rename(result.pop("part"), self._layout.shard(name))
+        self._summary.messages += result.pop("messages")[:100 - len(self._summary.messages)]
+        return {"shard": name, "first": batch.first, "count": batch.count,
+                "input": self._input(batch), **result}
+
+    def _input(self, batch):
+        with open(self._layout.items, "rb") as file:
+            file.seek(batch.offset)
+            return hashlib.sha256(file.read(batch.length)).hexdigest()
+
+    def _record(self, lines):
+        if not lines:
+            return
+        sync_folder(self._layout.shards)
+        self._manifest.append(lines)
+        for line in lines:
+            self._summary.add(line)
+
+    # -- what goes wrong
+
+    def _failed(self, work, error):
+        if type(error).__name__ == "KilledWorker":  # before it could count its starts
+            self._died(work)
+            return
+        work.errors += 1
+        if not isinstance(error, OSError) or work.errors == MOST_ERRORS:
+            raise ClusterError(f"a worker fails: {type(error).__name__}: {error}; "
+                               "the same command goes on with the run")
+        self._todo.append(work)
+
+    def _died(self, work):
+        batch = work.batch
+        if batch.count > 1:
+            self._todo += map(Work, batch.cut(self._layout.items, CUT))
+        elif not work.alone:
+            self._alone.append(Work(batch, alone=True))
+        else:
+            self._leave_out(batch)
+
+    def _leave_out(self, batch):
+        """The one item of the batch gets a record that says so."""
+        [item] = task.read_items(self._layout.items, batch.offset, batch.length)
+        why = f"The worker died of it, alone and {STARTS} times"
+        part = os.path.join(self._layout.parts, self._job["token"], f"{batch.first}.left_out")
+        writer = ShardWriter(part)
+        writer.write(task.killer_record(item.path, why))
+        path = item.path.decode("utf-8", "replace")
+        result = {**writer.close(), "part": part, "items": 1, "taken": 0, "starts": STARTS,
+                  "killers": [{"path": path, "text": why}], "messages": [f"{path}: {why}"],
+                  "seconds": 0, "worker": None}
+        self._record([self._accept(batch, result)])
+
+    def _look(self):
+        """At the workers; and at tasks that no worker has, which Dask leaves lying when they could
+        go nowhere at first: a resource that comes later wakes none."""
+        if time.monotonic() < self._looked + LOOK_EVERY:
+            return
+        self._looked = time.monotonic()
+        try:
+            self._watch.refused(self._workers.look())
+            had = {key for keys in self._client.processing().values() for key in keys}
+        except OSError:
+            self._require_scheduler("lost")
+        if not self._workers.threads:
+            return
+        for key, (work, future) in list(self._under_way.items()):
+            work.unseen = 0 if key in had or future.done() else work.unseen + 1
+            if work.unseen == 2:
+                del self._under_way[key]
+                future.cancel()
+                work.unseen = 0
+                self._submit(work)
+
+    # -- all of it
+
+    def __call__(self):
+        self._take_up()
+        try:
+            while True:
+                self._fill()
+                if not self._under_way and not self._todo:
+                    break
+                self._settle(self._next_ended())
+                self._look()
+                self._watch.progress(self._summary, self._plan.head["items"])
+        finally:
+            self._stop()
+        if self._summary.items != self._plan.head["items"]:
+            raise ClusterError(f"{self._summary.items} of {self._plan.head['items']} items are "
+                               "done; this is a fault of the driver")
+        self._summary.refused = self._workers.refused
+        self._summary.seconds = time.monotonic() - self._begin
+        return self._summary
+
+    def _stop(self):
+        futures = [future for _, future in self._under_way.values()]
+        self._under_way.clear()
+        if futures and self._client.status == "running":
+            self._client.cancel(futures, force=True)
+
+
+def _missing(batch, done, items_path):
+    """What of a batch has no shard: all, nothing, or the parts that are left of a cut one."""
+    if batch.first in done and done[batch.first]["count"] == batch.count:
+        return []
+    inner = [first for first in range(batch.first, batch.first + batch.count) if first in done]
+    if not inner:
+        return [batch]
+    # Item by item where it was cut: rare, and what is left is near a killer.
+    singles = batch.cut(items_path, batch.count)
+    covered = {item for first in inner for item in range(first, first + done[first]["count"])}
+    return [single for single in singles if single.first not in covered]
+
+
+class Quiet:
+    """Watches a run and says nothing."""
+
+    def progress(self, summary, items):
+        pass
+
+    def refused(self, workers):
+        pass
+
+
+def _list_of(files_from, null):
+    if files_from is None:
+        return None
+    with open(files_from, "rb") as file:
+        digest = hashlib.file_digest(file, "sha256").hexdigest()
+    return {"file": os.path.abspath(files_from), "null": null, "sha256": digest}
+
+
+def _pairs(command, program, old):
+    languages = listing.Languages(program)
+    if command["paths"] or command["list"]:
+        yield from map(old.join, listing.listed(program, command, command["folder"]))
+    for repository, commit, prefix in command["git"]:
+        pairs = listing.in_commit(
+            repository, os.fsencode(prefix),
+            listing.commit_of(repository, commit, command["folder"]), languages,
+            "--hidden" in command["walk"], command["folder"])
+        yield from map(old.join, pairs)
+
+
+def _lock(layout):
+    file = open(os.path.join(layout.output, "lock"), "w", encoding="ascii")
+    try:
+        fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except OSError as error:
+        file.close()
+        raise ClusterError(f"another run is writing to {layout.output}") from error
+    return file
+
+
+def _require_same(plan, command, identity):
+    if plan.head["command"] != command:
+        changed = [key for key in command if plan.head["command"].get(key) != command[key]]
+        raise ClusterError("the output folder holds another run; it differs in " +
+                           ", ".join(changed or ["its form"]))
+    if plan.head["engine"] != identity:
+        raise ClusterError("the output folder was begun by another engine: " +
+                           difference(identity, plan.head["engine"]))
+
+
+def parse(client, output, *, paths=(), files_from=None, null=False, git=(), options=(), walk=(),
+          program="treesitter-engine", reuse=None, batch_bytes=None, memory=None, wait=60,
+          watch=None):
+    """Parses over the workers of a Dask client into shards below `output`, and gives a Summary.
+
+    paths, files_from, null: files and folders, and a list of such, as for `treesitter-engine parse`
+    git: triples of repository, commit and what stands before its paths
+    options: of each engine, such as ["--rules", "navigation"]; walk: of the listing, as "--hidden"
+    reuse: the output of an earlier run, whose records are taken over where nothing has changed
+    batch_bytes: what a batch costs at most; by default by what there is and the workers' threads
+    memory: bytes that an engine may take; by default a thread's share of its worker's limit
+    wait: seconds until a worker has to be there that may have work
+
+    Called again with the same arguments, also after any failure, it does what is missing. Raises
+    ClusterError, and what the client raises.
+    """
+    layout = Layout(output)
+    for folder in (layout.shards, layout.parts):
+        os.makedirs(folder, exist_ok=True)
+    identity = engine.identity(program)
+    command = {"folder": os.getcwd(), "paths": list(paths), "list": _list_of(files_from, null),
+               "git": [list(triple) for triple in git], "options": list(options),
+               "walk": list(walk)}
+    token = uuid.uuid4().hex
+    resource = f"treesitter-engine-{token}"
+    job = {"output": layout.output, "token": token, "resource": resource, "engine": program,
+           "folder": command["folder"], "options": command["options"], "memory": memory}
+    watch = watch or Quiet()
+    with _lock(layout):
+        plan = read_plan(layout.plan)
+        if plan is not None:
+            _require_same(plan, command, identity)
+        shutil.rmtree(layout.parts)
+        parts = os.path.join(layout.parts, token)
+        os.makedirs(parts)
+        workers = Workers(client, resource)
+        client.register_worker_plugin(
+            EngineCheck(resource, program, identity, [parts, command["folder"]]))
+        manifest = None
+        try:
+            workers.wait(wait)
+            watch.refused(workers.refused)
+            if plan is None:
+                old = OldRun(reuse, identity, command["options"])
+                head = {"command": command, "engine": identity, "reuse": old.output}
+                plan = make_plan(layout, head, _pairs(command, engine.find(program), old),
+                                 workers.threads, batch_bytes)
+            job["reuse"] = plan.head["reuse"]
+            manifest = Manifest(layout.manifest, {"manifest": 1, "plan": plan.digest,
+                                                  "engine": identity})
+            return Run(client, plan, layout, manifest, job, workers, watch)()
+        finally:
+            if manifest is not None:
+                manifest.close()
+            if client.status == "running":
+                client.unregister_worker_plugin(resource)
+            shutil.rmtree(parts, ignore_errors=True)

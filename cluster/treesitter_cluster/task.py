@@ -1,0 +1,173 @@
+"""What a worker does with a batch: one engine process with one thread reads it, and its output
+becomes a shard beside its place.
+
+A worker runs as many of these at once as it has threads. Refused: one engine with all of the
+worker's threads. Records of one thread are handed to nobody and come in order, so that the first
+item without a record is the one that killed the engine; no thread waits for the last file of
+a batch; and each output has a compressor of its own.
+
+Tested by tests/cluster.
+"""
+import json
+import os
+import socket
+import time
+import uuid
+
+from . import engine, reuse, shard
+from .items import read_items
+from .layout import Layout
+
+STARTS_ALONE = 2  # an item has to end the engine so often, alone, before it is left out
+
+
+class _Blame:
+    """Left out of a batch, and why."""
+
+    def __init__(self):
+        self.killers = []
+
+    def record(self, path, why):
+        text = path.decode("utf-8", "replace")
+        self.killers.append({"path": text, "text": why})
+        return killer_record(path, why)
+
+
+def killer_record(path, why):
+    record = {"path": path.decode("utf-8", "replace")}
+    try:
+        path.decode("utf-8")
+    except UnicodeDecodeError:
+        record["path_bytes"] = path.hex()
+    record["raised"] = why
+    return json.dumps(record, ensure_ascii=False, separators=(",", ":")).encode("utf-8") + b"\n"
+
+
+def _consumed(items, source, writer, before):
+    """How many of the items have come to their end, when the engine has ended early."""
+    count = writer.records - before
+    if source["kind"] == "named" or count == 0:
+        return count
+    # Binary files have no record. A path is in a batch only once.
+    last = shard.path_of(writer.head)
+    return next(i for i, item in enumerate(items) if item.path == last) + 1
+
+
+class BatchRun:
+    def __init__(self, job, batch, writer, memory):
+        self._job = job
+        self._source = batch["source"]
+        self._writer = writer
+        self._memory = memory
+        self._blame = _Blame()
+        self.messages = []
+
+    @property
+    def killers(self):
+        return self._blame.killers
+
+    def _run_once(self, items):
+        """How many items are done, and why not all are."""
+        before = self._writer.records
+        command = [engine.find(self._job["engine"]), "parse", "--format", "json", "--jobs", "1",
+                   *self._job["options"]]
+        if self._source["kind"] != "named":
+            command.append("--skip-binary")
+        with engine.EngineRun(command, self._job["folder"], self._source, items,
+                              self._memory) as run:
+            for data in run:
+                self._writer.write(data)
+            failure = run.failure()
+            self.messages += run.messages()[:engine.MOST_MESSAGES - len(self.messages)]
+        self._writer.drop_rest()
+        if failure is None:
+            return len(items), None
+        return _consumed(items, self._source, self._writer, before), failure
+
+    def parse(self, items):
+        position = 0
+        while position < len(items):
+            done, failure = self._run_once(items[position:])
+            position += done
+            if failure is None:
+                return
+            # It may have been the end of all, as of memory; one that is left out is to be at fault.
+            for _ in range(STARTS_ALONE if position < len(items) else 0):
+                done, failure = self._run_once(items[position:position + 1])
+                if failure is None:
+                    break
+            else:
+                if position < len(items):
+                    self._put_killer(items[position], f"The engine was {failure}")
+            position += 1
+
+    def _put_killer(self, item, why):
+        self._writer.write(self._blame.record(item.path, why))
+
+    def take(self, records):
+        for record in records:
+            self._writer.write(record)
+
+
+def _starts_before(path):
+    """How often this batch was begun in this run of the driver; counts this time too."""
+    descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_APPEND, 0o666)
+    try:
+        before = os.fstat(descriptor).st_size
+        os.write(descriptor, b"x")
+        return before
+    finally:
+        os.close(descriptor)
+
+
+def memory_of_thread():
+    """What a worker's thread may take, where Dask bounds the worker."""
+    try:
+        from distributed import get_worker
+        worker = get_worker()
+    except (ImportError, ValueError):
+        return None
+    limit = worker.memory_manager.memory_limit
+    return limit // worker.state.nthreads if limit else None
+
+
+def parse_batch(job, batch):
+    """Parses a batch into a part, and gives what the manifest says of it; or {"died": STARTS} when
+    that has ended too many workers. Raises OSError for what is not the items' fault."""
+    layout = Layout(job["output"])
+    folder = os.path.join(layout.parts, job["token"])
+    name = f"{batch['first']:012}-{batch['count']:06}"
+    starts = _starts_before(os.path.join(folder, f"{name}-{batch['round']}.starts"))
+    if starts >= batch["most_starts"]:
+        return {"died": starts}
+    begin = time.monotonic()
+    items = read_items(layout.items, batch["offset"], batch["length"])
+    part = os.path.join(folder, f"{name}-{uuid.uuid4().hex}.part")
+    writer = shard.ShardWriter(part)
+    try:
+        run = BatchRun(job, batch, writer, job["memory"] or memory_of_thread())
+        taken = 0
+        if batch["source"]["kind"] == "records":
+            run.take(item.path + b"\n" for item in items)
+        elif job["reuse"] is None:
+            run.parse(items)
+        else:
+            for records, parsed in reuse.steps(job, items):
+                run.take(records)
+                taken += len(records)
+                run.parse(parsed)
+        result = writer.close()
+    except BaseException:
+        writer.abandon()
+        _remove(part)
+        raise
+    return {**result, "part": part, "items": len(items), "taken": taken, "starts": starts + 1,
+            "killers": run.killers, "messages": run.messages,
+            "seconds": round(time.monotonic() - begin, 3), "worker": socket.gethostname()}
+
+
+def _remove(path):
+    try:
+        os.unlink(path)
+    except FileNotFoundError:
+        pass
