@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tool/descriptors.h"
+#include "tool/escape.h"
 
 namespace tool {
 namespace {
@@ -15,6 +16,9 @@ namespace {
 // As in lists of paths: none that a repository holds comes near, and what is no stream may have no
 // line feed, ever.
 constexpr std::size_t LONGEST_LINE = std::size_t{1} << 20;
+
+// Of a line that is wrong. Git's own say what is: the id of an object, and "missing".
+constexpr std::size_t SHOWN = 100;
 
 // What git writes behind a backslash, and what that stands for.
 constexpr std::string_view ESCAPES = "abtnvfr\"\\";
@@ -97,7 +101,9 @@ std::optional<ContentStream::Entry> ContentStream::next() {
   Entry entry{};
   const char* const end = head->data() + head->size();
   const auto [behind, error] = std::from_chars(head->data(), end, entry.size);
-  if (error != std::errc() || behind == end || *behind != ' ') fail("no line of a size and a path");
+  if (error != std::errc() || behind == end || *behind != ' ') {
+    fail("no line of a size and a path: " + escaped(head->substr(0, SHOWN)));
+  }
   entry.path.assign(behind + 1, end);
   if (entry.path.starts_with('"')) {
     auto path = unquoted_path(entry.path);

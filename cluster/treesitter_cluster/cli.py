@@ -153,7 +153,7 @@ def _client(arguments):
     if arguments.scheduler != "local":
         return Client(arguments.scheduler, security=_security(arguments), set_as_default=False)
     workers = arguments.workers or len(os.sched_getaffinity(0))
-    cluster = LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=None,
+    cluster = LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=":0",
                            silence_logs=50)
     return _OwnCluster(Client(cluster, set_as_default=False), cluster)
 

@@ -56,6 +56,13 @@ def _last_line(text):
     return lines[-1] if lines else "it says nothing"
 
 
+def bounded(command, memory):
+    """By a program of its own: what runs between fork and exec must not be Python's, in threads."""
+    if memory is None or memory < LEAST_MEMORY:
+        return command
+    return ["prlimit", f"--as={memory}", "--", *command]
+
+
 def as_input(data):
     """A descriptor that gives these bytes: no thread has to feed a pipe."""
     descriptor = os.memfd_create("items", os.MFD_CLOEXEC)
@@ -78,8 +85,7 @@ class EngineRun:
     """One child over some items, in their order; iterating gives its output as it comes."""
 
     def __init__(self, command, folder, source, items, memory=None):
-        if memory is not None and memory >= LEAST_MEMORY:
-            command = ["prlimit", f"--as={memory}", "--", *command]
+        command = bounded(command, memory)
         self._messages = tempfile.TemporaryFile()
         self._git = None
         self._complaints = None

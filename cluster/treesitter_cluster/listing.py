@@ -105,7 +105,9 @@ def in_commit(repository, prefix, commit, languages, hidden, folder):
                 continue
             if not hidden and (path.startswith(b".") or b"/." in path):
                 continue
-            yield source, Item(prefix + path, int(size), oid.decode("ascii"))
+            # Of an object that is gone git tells no size; the record will tell that.
+            yield source, Item(prefix + path, int(size) if size.isdigit() else 0,
+                               oid.decode("ascii"))
         if process.wait() != 0:
             messages.seek(0)
             raise ClusterError(

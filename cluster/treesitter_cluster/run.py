@@ -40,6 +40,7 @@ class Work:
     """A batch that is to be done, or under way."""
     batch: Batch
     alone: bool = False
+    blamed: Batch | None = None  # where this one only shows whether workers live through any
     errors: int = 0
     attempt: int = 0
     unseen: int = 0  # looks at which no worker had it
@@ -91,6 +92,7 @@ class Run:
         self._ended = queue.SimpleQueue()
         self._todo = []
         self._alone = []
+        self._control = None  # a batch that went well
         self._summary = Summary()
         self._begin = self._looked = time.monotonic()
 
@@ -107,7 +109,10 @@ class Run:
             if is_there:
                 done[line["first"]] = line
         for batch in self._plan.batches:
-            self._todo += map(Work, _missing(batch, done, self._layout.items))
+            missing = _missing(batch, done, self._layout.items)
+            self._todo += map(Work, missing)
+            if not missing and batch.first in done and not done[batch.first]["killers"]:
+                self._control = batch
         for line in done.values():
             self._summary.add(line)
         names = {line["shard"] for line in done.values()}
@@ -126,7 +131,8 @@ class Run:
         key = f"parse-{source['kind']}-{batch.first}-{batch.count}-{uuid.uuid4().hex[:8]}"
         message = {"first": batch.first, "count": batch.count, "offset": batch.offset,
                    "length": batch.length, "source": source,
-                   "round": f"{batch.round}{'alone' if work.alone else ''}",
+                   "round": f"{batch.round}{'alone' if work.alone else ''}"
+                            f"{'' if work.blamed is None else work.blamed.first}",
                    "most_starts": work.most_starts}
         future = self._client.submit(task.parse_batch, self._job, message, key=key, pure=False,
                                      resources={self._job["resource"]: 1})
@@ -167,18 +173,31 @@ class Run:
                 finished.append((work, future))
         if not finished:
             return
-        try:
-            results = self._client.gather([future for _, future in finished])
-        except OSError as error:
-            self._require_scheduler("lost")
-            raise ClusterError(f"results cannot be had: {error}") from error
         lines = []
-        for (work, _), result in zip(finished, results, strict=True):
-            if "died" in result:
+        for (work, _), result in zip(finished, self._results(finished), strict=True):
+            if isinstance(result, Exception):
+                self._failed(work, result)
+            elif "died" in result:
                 self._died(work)
             else:
-                lines.append(self._accept(work.batch, result))
+                lines += self._done(work, result)
         self._record(lines)
+
+    def _done(self, work, result):
+        if work.blamed is not None:
+            os.unlink(result["part"])
+            self._leave_out(work.blamed)
+            return []
+        self._control = self._control or work.batch
+        return [self._accept(work.batch, result)]
+
+    def _results(self, finished):
+        futures = [future for _, future in finished]
+        try:
+            return self._client.gather(futures)
+        except Exception:  # a worker went with a result that it held, and the batch is done again
+            self._require_scheduler("finished")
+            return [future.exception() or future.result() for future in futures]
 
     def _accept(self, batch, result):
         name = shard_name(batch.first, batch.count)
@@ -214,12 +233,21 @@ class Run:
 
     def _died(self, work):
         batch = work.batch
+        if work.blamed is not None:
+            raise ClusterError("workers die of whatever they get; "
+                               "the same command goes on with the run")
         if batch.count > 1:
             self._todo += map(Work, batch.cut(self._layout.items, CUT))
         elif not work.alone:
             self._alone.append(Work(batch, alone=True))
-        else:
+        elif self._plan.head["items"] == 1:
             self._leave_out(batch)
+        else:
+            # First what went well, alone as well: a worker that dies of that is itself at fault.
+            if self._control is None:
+                raise ClusterError("workers die of all that they have been given; "
+                                   "the same command goes on with the run")
+            self._alone.append(Work(self._control, alone=True, blamed=batch))
 
     def _leave_out(self, batch):
         """The one item of the batch gets a record that says so."""

@@ -11,6 +11,7 @@ Tested by tests/cluster.
 import json
 import os
 import socket
+import subprocess
 import time
 import uuid
 
@@ -98,8 +99,22 @@ class BatchRun:
                     break
             else:
                 if position < len(items):
+                    self._require_sound_engine(failure)
                     self._put_killer(items[position], f"The engine was {failure}")
             position += 1
+
+    def _require_sound_engine(self, failure):
+        """Before an item is blamed: one that is ended with an empty file too is no item's fault."""
+        empty = os.open(os.devnull, os.O_RDONLY)
+        try:
+            done = subprocess.run(
+                engine.bounded([engine.find(self._job["engine"]), "parse", "--files-from", "-",
+                                *self._job["options"]], self._memory),
+                stdin=empty, capture_output=True, check=False, cwd=self._job["folder"])
+        finally:
+            os.close(empty)
+        if done.returncode != 0:
+            raise OSError(f"the engine ends without any file: status {done.returncode}; {failure}")
 
     def _put_killer(self, item, why):
         self._writer.write(self._blame.record(item.path, why))

@@ -1,0 +1,168 @@
+"""What the tests of the cluster share: engines that kill, clusters of processes, a folder of files.
+
+    TREESITTER_ENGINE=BUILD/treesitter-engine python3 -m pytest tests/cluster
+"""
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import time
+
+import pytest
+
+TOOL = os.environ["TREESITTER_ENGINE"]
+PACKAGE = str(pathlib.Path(__file__).resolve().parents[2] / "cluster")
+COMMAND = os.path.join(PACKAGE, "treesitter-cluster")
+TIMEOUT = 120  # seconds; only a hang gets there
+
+sys.path.insert(0, PACKAGE)
+os.environ["PYTHONPATH"] = os.pathsep.join(filter(None, [PACKAGE, os.environ.get("PYTHONPATH")]))
+
+# An engine that a file of a certain name kills, or its worker, once all before it have records.
+KILLED_ENGINE = f"""#!{sys.executable}
+import os, signal, subprocess, sys
+TOOL, arguments = {TOOL!r}, sys.argv[1:]
+if "--version" in arguments and "OTHER_ENGINE" in os.environ:
+    sys.exit(print("treesitter-engine 99.0.0"))
+if "--list" in arguments or "--files-from" not in arguments:
+    os.execv(TOOL, [TOOL, *arguments])
+items = sys.stdin.buffer.read().split(b"\\0")[:-1]
+kill = [i for i, item in enumerate(items) if b"kill_" in item]
+before = items[:kill[0]] if kill else items
+done = subprocess.run([TOOL, *arguments], input=b"".join(item + b"\\0" for item in before))
+if kill:
+    os.kill(os.getppid() if b"kill_worker" in items[kill[0]] else os.getpid(), signal.SIGKILL)
+    signal.pause()
+sys.exit(done.returncode)
+"""
+
+
+@pytest.fixture
+def killed_engine(tmp_path):
+    """Its path. Where OTHER_ENGINE is in the environment it is another engine."""
+    path = tmp_path / "killed_engine"
+    path.write_text(KILLED_ENGINE)
+    path.chmod(0o755)
+    return str(path)
+
+
+def write(folder, path, content):
+    path = os.path.join(os.fsencode(folder), os.fsencode(path))
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, "wb") as file:
+        file.write(content)
+
+
+@pytest.fixture
+def folder(tmp_path, monkeypatch):
+    """Of all kinds of files, and the current one."""
+    folder = tmp_path / "work"
+    for i in range(60):
+        write(folder, f"top/d{i % 7}/m{i}.py", b"def f%d(x):\n    return g(x)\n" % i * (i + 1))
+    for path, content in [("top/a.rb", b"def a; end\n"), ("top/bin.py", b"x\0"),
+                          ("top/bad.java", b'class A { String s = "\xff"; }\n'),
+                          ("top/z\n \xc3\xa9\\\".py", b"x = 1\n"), (b"top/\xff.py", b"x = 1\n"),
+                          ("top/empty.go", b""), ("top/LICENSE", b"x"), ("LICENSE", b"x")]:
+        write(folder, path, content)
+    os.mkfifo(folder / "top/.ignore")
+    monkeypatch.chdir(folder)
+    return folder
+
+
+def one_machine(*arguments):
+    """What the engine prints here, and its status."""
+    done = subprocess.run([TOOL, "parse", "--format", "json", *arguments], check=False,
+                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=TIMEOUT)
+    return done.stdout, done.returncode
+
+
+def output_of(output):
+    """What the shards hold, in the order of their names."""
+    from treesitter_cluster import shard
+    return b"".join(record for path in sorted(pathlib.Path(output, "shards").iterdir())
+                    for record in shard.records(path))
+
+
+@pytest.fixture(scope="session")
+def client():
+    """Of a cluster of two workers of one thread, for tests that leave it as it was."""
+    from distributed import Client, LocalCluster
+    with LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None,
+                      silence_logs=50) as cluster, Client(cluster, set_as_default=False) as client:
+        yield client
+
+
+class Cluster:
+    """A scheduler and workers as processes of their own, over TCP."""
+
+    def __init__(self, folder, tls=()):
+        self._folder = folder
+        self._tls = list(tls)
+        self._file = folder / "scheduler.json"
+        self._logs = open(folder / "cluster.log", "ab")
+        self.workers = []
+        self.scheduler = None
+
+    def start_scheduler(self):
+        self._file.unlink(missing_ok=True)
+        self.scheduler = self._start("dask_scheduler", "--port", "0", "--no-dashboard",
+                                     "--scheduler-file", str(self._file))
+        end = time.monotonic() + TIMEOUT
+        while not self._file.exists() or not self._file.read_text().endswith("}"):
+            assert time.monotonic() < end and self.scheduler.poll() is None
+            time.sleep(0.05)
+        return self.address
+
+    @property
+    def address(self):
+        import json
+        return json.loads(self._file.read_text())["address"]
+
+    def start_worker(self, *options, limit=None, threads=1, environment=()):
+        command = ["--scheduler-file", str(self._file), "--nthreads", str(threads),
+                   "--no-dashboard", "--local-directory", str(self._folder / "scratch"), *options]
+        self.workers.append(self._start("dask_worker", *command, limit=limit,
+                                        environment=environment))
+        return self.workers[-1]
+
+    def _start(self, program, *arguments, limit=None, environment=()):
+        command = [sys.executable, "-m", f"distributed.cli.{program}", *self._tls, *arguments]
+        logs = self._logs
+        if limit:  # which would hold for the log too
+            command, logs = ["prlimit", limit, "--", *command], subprocess.DEVNULL
+        return subprocess.Popen(command, stdout=logs, stderr=logs,
+                                start_new_session=True, env={**os.environ, **dict(environment)})
+
+    def kill(self, process):
+        """With all that it has started."""
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        process.wait()
+
+    def close(self):
+        for process in [*self.workers, self.scheduler]:
+            if process is not None:
+                self.kill(process)
+        self._logs.close()
+        shutil.rmtree(self._folder / "scratch", ignore_errors=True)
+
+
+@pytest.fixture
+def cluster(tmp_path):
+    cluster = Cluster(tmp_path)
+    yield cluster
+    cluster.close()
+
+
+def command_of(address, output, *arguments, engine=TOOL):
+    return [sys.executable, COMMAND, "parse", "--scheduler", address, "--output", str(output),
+            "--engine", engine, *map(str, arguments)]
+
+
+def run_command(*arguments, **options):
+    return subprocess.run(command_of(*arguments, **options), capture_output=True, text=True,
+                          timeout=TIMEOUT, check=False)
