@@ -271,8 +271,9 @@ class Run:
         try:
             self._watch.refused(self._workers.look())
             had = {key for keys in self._client.processing().values() for key in keys}
-        except OSError:
-            self._require_scheduler("lost")
+        except OSError:  # a worker that has just died
+            self._require_scheduler("finished")
+            return
         if not self._workers.threads:
             return
         for key, (work, future) in list(self._under_way.items()):
@@ -354,6 +355,16 @@ def _pairs(command, program, old):
         yield from map(old.join, pairs)
 
 
+def _forget(client, resource):
+    """No work of this run is wanted any more; who cannot be told will not be asked."""
+    if client.status != "running":
+        return
+    try:
+        client.unregister_worker_plugin(resource)
+    except (OSError, ValueError):
+        pass
+
+
 def _lock(layout):
     file = open(os.path.join(layout.output, "lock"), "w", encoding="ascii")
     try:
@@ -410,10 +421,9 @@ def parse(client, output, *, paths=(), files_from=None, null=False, git=(), opti
         parts = os.path.join(layout.parts, token)
         os.makedirs(parts)
         workers = Workers(client, resource)
-        client.register_worker_plugin(
-            EngineCheck(resource, program, identity, [parts, command["folder"]]))
         manifest = None
         try:
+            workers.check(EngineCheck(resource, program, identity, [parts, command["folder"]]), wait)
             workers.wait(wait)
             watch.refused(workers.refused)
             if plan is None:
@@ -428,6 +438,5 @@ def parse(client, output, *, paths=(), files_from=None, null=False, git=(), opti
         finally:
             if manifest is not None:
                 manifest.close()
-            if client.status == "running":
-                client.unregister_worker_plugin(resource)
+            _forget(client, resource)
             shutil.rmtree(parts, ignore_errors=True)

@@ -149,15 +149,24 @@ def memory_of_thread():
 def parse_batch(job, batch):
     """Parses a batch into a part, and gives what the manifest says of it; or {"died": STARTS} when
     that has ended too many workers. Raises OSError for what is not the items' fault."""
-    layout = Layout(job["output"])
-    folder = os.path.join(layout.parts, job["token"])
+    folder = os.path.join(Layout(job["output"]).parts, job["token"])
     name = f"{batch['first']:012}-{batch['count']:06}"
-    starts = _starts_before(os.path.join(folder, f"{name}-{batch['round']}.starts"))
+    mark = os.path.join(folder, f"{name}-{batch['round']}.starts")
+    starts = _starts_before(mark)
     if starts >= batch["most_starts"]:
         return {"died": starts}
+    try:
+        return {**_parse(job, batch, os.path.join(folder, name)), "starts": starts + 1}
+    except BaseException:
+        os.truncate(mark, starts)  # an error is no death
+        raise
+
+
+def _parse(job, batch, name):
+    layout = Layout(job["output"])
     begin = time.monotonic()
     items = read_items(layout.items, batch["offset"], batch["length"])
-    part = os.path.join(folder, f"{name}-{uuid.uuid4().hex}.part")
+    part = f"{name}-{uuid.uuid4().hex}.part"
     writer = shard.ShardWriter(part)
     try:
         run = BatchRun(job, batch, writer, job["memory"] or memory_of_thread())
@@ -176,7 +185,7 @@ def parse_batch(job, batch):
         writer.abandon()
         _remove(part)
         raise
-    return {**result, "part": part, "items": len(items), "taken": taken, "starts": starts + 1,
+    return {**result, "part": part, "items": len(items), "taken": taken,
             "killers": run.killers, "messages": run.messages,
             "seconds": round(time.monotonic() - begin, 3), "worker": socket.gethostname()}
 

@@ -14,6 +14,7 @@ from distributed import WorkerPlugin
 from . import engine
 from .errors import ClusterError
 
+NOT_YET = "it has not answered yet"
 REFUSED = {}  # in a worker: why it may not have the resource
 
 
@@ -61,7 +62,7 @@ def difference(expected, identity):
 
 
 def _reason(resource):
-    return REFUSED.get(resource, "it has not answered yet")
+    return REFUSED.get(resource, NOT_YET)
 
 
 class Workers:
@@ -74,6 +75,17 @@ class Workers:
         self.threads = 0
         self.refused = {}
 
+    def check(self, plugin, seconds):
+        """Has all workers looked at. Where one dies meanwhile the rest is asked once more."""
+        end = time.monotonic() + seconds
+        while True:
+            try:
+                self._client.register_worker_plugin(plugin)
+                return
+            except OSError as error:
+                if self._client.status != "running" or time.monotonic() > end:
+                    raise ClusterError(f"the workers cannot be reached: {error}") from error
+
     def look(self):
         """Counts the threads that may have work, and gives the reasons of who is newly refused."""
         workers = self._client.scheduler_info()["workers"]
@@ -85,7 +97,7 @@ class Workers:
             return {}
         reasons = self._client.run(_reason, self._resource, workers=others, on_error="return")
         new = {address: str(reason) for address, reason in reasons.items()
-               if reason != "it has not answered yet"}
+               if reason != NOT_YET and not isinstance(reason, OSError)}  # of one that has died
         self._told.update(new)
         self.refused.update(new)
         return new
