@@ -50,7 +50,8 @@ class EngineCheck(WorkerPlugin):
 
 def difference(expected, identity):
     """In words, the first thing that is not the same."""
-    for key in [*expected, *identity]:
+    # The digest of all is last: it tells nobody what is not the same.
+    for key in sorted([*expected, *identity], key=lambda key: key == "digest"):
         ours, theirs = expected.get(key), identity.get(key)
         if ours == theirs:
             continue

@@ -25,7 +25,7 @@ KILLED_ENGINE = f"""#!{sys.executable}
 import os, signal, subprocess, sys
 TOOL, arguments = {TOOL!r}, sys.argv[1:]
 if "--version" in arguments and "OTHER_ENGINE" in os.environ:
-    sys.exit(print("treesitter-engine 99.0.0"))
+    sys.exit(print('{{"engine": "99.0.0"}}'))
 if "--list" in arguments or "--files-from" not in arguments:
     os.execv(TOOL, [TOOL, *arguments])
 items = sys.stdin.buffer.read().split(b"\\0")[:-1]

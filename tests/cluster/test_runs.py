@@ -79,7 +79,7 @@ def test_a_run_goes_on_wherever_its_manifest_ends(client, folder, tmp_path):
     run(client, out, paths=["top"])
     assert output_of(out) == expected
     (out / "plan.jsonl").write_text((out / "plan.jsonl").read_text().replace("0.1.0", "0.0.9"))
-    with pytest.raises(ClusterError, match="another engine: version .*0.0.9"):
+    with pytest.raises(ClusterError, match="another engine: .*0.0.9"):
         run(client, out, paths=["top"])
 
 
