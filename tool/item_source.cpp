@@ -33,9 +33,9 @@ bool is_folder(const std::string& path) {
 
 // A list may be made by whoever walked folders and met it there: its folder is then in the list, or
 // it is outside of what was to be walked, or it is a loop.
-bool is_link_to_folder(const std::string& path) {
+bool is_link(const std::string& path) {
   std::error_code error;
-  return std::filesystem::is_symlink(path, error) && is_folder(path);
+  return std::filesystem::is_symlink(path, error);
 }
 
 std::string file_failure(int error, const std::string& path) {
@@ -138,16 +138,17 @@ std::optional<ParseItem> ItemSource::find() {
     auto path = next_named();
     if (!path) return std::nullopt;
     if (!is_listed && *path == STANDARD_INPUT) return standard_input();
-    if (is_listed && is_link_to_folder(*path)) {
+    const bool is_a_folder = is_folder(*path);  // one look at a file, of which there are millions
+    if (is_listed && is_a_folder && is_link(*path)) {
       ++_left_out.links;
       continue;
     }
-    if (is_folder(*path) && !_arguments.language) {
+    if (is_a_folder && !_arguments.language) {
       _walk.emplace(*path, _arguments.files.walk);
       continue;
     }
     ParseItem item = item_at(*std::move(path));
-    if (is_folder(item.path)) {
+    if (is_a_folder) {
       item.failure = FOLDER_WITH_LANGUAGE;  // on the command line it was a usage error
     } else {
       item.language = _arguments.language;
@@ -198,7 +199,7 @@ std::optional<ParseItem> ItemSource::next_content() {
   if (!item.language) item.language = detected(item.path);
   if (item.language) {
     item.failure = entry->size > item.max_size
-                       ? too_large_text(entry->size, item.max_size)
+                       ? repository::too_large_text(entry->size, item.max_size)
                        : too_large(most_content(), "that may be read into memory");
   }
   return item;

@@ -52,11 +52,6 @@ std::size_t result_size(const ParseResult& result) {
 
 }  // namespace
 
-std::string too_large_text(std::uint64_t size, std::uint64_t limit) {
-  return "Failed to read file: it has " + std::to_string(size) +
-         " bytes, and --max-filesize allows " + std::to_string(limit);
-}
-
 std::vector<std::string> error_texts(const ParsedItem& parsed) {
   return std::visit(ErrorTexts{parsed}, parsed.outcome);
 }

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -15,9 +14,6 @@ namespace tool {
 // The error texts of the outcome, in order. An item that has any makes the whole run end with
 // status 1. One of unknown language has none: lists made by other tools hold licences and pictures.
 std::vector<std::string> error_texts(const engines::treesitter::ParsedItem& parsed);
-
-// What is said of a file that --max-filesize declines.
-std::string too_large_text(std::uint64_t size, std::uint64_t limit);
 
 // An outcome without a result as one that has nothing but its error texts, for formats that show
 // both alike.

@@ -148,11 +148,21 @@ def _security(arguments):
                     tls_client_key=arguments.tls_key, require_encryption=True)
 
 
+# Of Dask's own pulse, by default a twentieth of a processor for each worker and the scheduler: what
+# a task lasts seconds for needs none each 10 to 100 ms. The engines are no memory of the workers'.
+PULSE = {"distributed.admin.tick.interval": "1s", "distributed.admin.system-monitor.interval": "5s",
+         "distributed.scheduler.work-stealing-interval": "1s",
+         "distributed.worker.memory.monitor-interval": "1s",
+         "distributed.worker.profile.enabled": False}
+
+
 def _client(arguments):
+    import dask
     from distributed import Client, LocalCluster
     if arguments.scheduler != "local":
         return Client(arguments.scheduler, security=_security(arguments), set_as_default=False)
     workers = arguments.workers or len(os.sched_getaffinity(0))
+    dask.config.set(PULSE)
     cluster = LocalCluster(n_workers=workers, threads_per_worker=1, dashboard_address=":0",
                            silence_logs=50)
     return _OwnCluster(Client(cluster, set_as_default=False), cluster)

@@ -3,6 +3,7 @@
 Records are the program's own bytes, so nothing here can make them differ from what it prints on one
 machine; and a file that kills it kills a child and not the worker. A start takes some 10 ms.
 """
+import fcntl
 import hashlib
 import json
 import os
@@ -13,7 +14,6 @@ import tempfile
 from .errors import ClusterError
 
 PIPE_SIZE = 1 << 20
-READ_SIZE = 1 << 18
 MOST_MESSAGES = 100  # of one run of the engine; the records tell all of them
 LEAST_MEMORY = 256 << 20  # below which an engine could not even begin
 
@@ -81,8 +81,16 @@ def git_quoted(path):
     return f'"{text}"'.encode("ascii")
 
 
+def _widen(pipe):
+    """Where the system lets: a user's pipes may hold 64 MiB in all, and more have a page each."""
+    try:
+        fcntl.fcntl(pipe, fcntl.F_SETPIPE_SZ, PIPE_SIZE)
+    except OSError:
+        pass
+
+
 class EngineRun:
-    """One child over some items, in their order; iterating gives its output as it comes."""
+    """One child over some items, in their order."""
 
     def __init__(self, command, folder, source, items, memory=None):
         command = bounded(command, memory)
@@ -97,9 +105,10 @@ class EngineRun:
             command = [*command, "--null", "--files-from", "-"]
         try:
             self._child = subprocess.Popen(command, stdin=standard_input, stdout=subprocess.PIPE,
-                                           stderr=self._messages, cwd=folder, pipesize=PIPE_SIZE)
+                                           stderr=self._messages, cwd=folder)
         finally:
             os.close(standard_input)
+        _widen(self._child.stdout)
 
     def _start_git(self, source, items, folder):
         wanted = as_input(b"".join(
@@ -108,10 +117,10 @@ class EngineRun:
         try:
             self._git = subprocess.Popen(
                 ["git", "-C", source["repository"], "cat-file", "--batch=%(objectsize) %(rest)"],
-                stdin=wanted, stdout=subprocess.PIPE, stderr=self._complaints, cwd=folder,
-                pipesize=PIPE_SIZE)
+                stdin=wanted, stdout=subprocess.PIPE, stderr=self._complaints, cwd=folder)
         finally:
             os.close(wanted)
+        _widen(self._git.stdout)
         return os.dup(self._git.stdout.fileno())
 
     def __enter__(self):
@@ -129,12 +138,12 @@ class EngineRun:
         if self._complaints:
             self._complaints.close()
 
-    def __iter__(self):
-        if self._git:
+    @property
+    def output(self):
+        """The descriptor of what it prints."""
+        if self._git and not self._git.stdout.closed:
             self._git.stdout.close()  # the engine has it; it alone shall keep git waiting
-        descriptor = self._child.stdout.fileno()
-        while data := os.read(descriptor, READ_SIZE):
-            yield data
+        return self._child.stdout.fileno()
 
     def failure(self):
         """Why it has not come to its end, once it has ended; None where it has."""

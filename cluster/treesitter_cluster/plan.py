@@ -13,9 +13,12 @@ from typing import NamedTuple
 from .items import packed, read_items
 
 VERSION = 1
-LEAST_BATCH = 256 << 10  # below which the start of the engine would show
-MOST_BATCH = 16 << 20  # above which the loss of a worker would
-BATCHES_PER_THREAD = 24  # so that the last ones end together
+# Each start of the engine costs 5 to 30 ms, as many languages as it meets; the loss of a worker
+# some seconds of parsing.
+LEAST_BATCH = 1 << 20
+MOST_BATCH = 64 << 20
+# Each batch is this part of what is left for a thread: few starts, and small ones to end with.
+PARTS_LEFT = 4
 MOST_ITEMS = 20_000
 # What a file costs beside its bytes, in bytes; and what one costs that is only compared or copied.
 FILE_COST = 2048
@@ -100,15 +103,20 @@ class _Items:
         self.paths.append(hash(item.path))
         self.bytes += item.size
 
-    def batches(self, target):
-        """A path is in a batch once: what is behind the last record is then known by its path."""
+    def batches(self, threads, fixed):
+        """Ever smaller ones, or all of one cost. A path is in a batch once: what is behind the last record is then known by its path."""
+        def target():
+            return fixed or min(max(left // (threads * PARTS_LEFT), LEAST_BATCH), MOST_BATCH)
+
+        left = sum(self.costs)
         offset = first = begin = total = 0
-        seen = set()
+        most, seen = target(), set()
         for i, source in enumerate(self.sources):
-            if i > first and (total + self.costs[i] > target or source != self.sources[first] or
+            if i > first and (total + self.costs[i] > most or source != self.sources[first] or
                               i - first == MOST_ITEMS or self.paths[i] in seen):
                 yield Batch(first, i - first, begin, offset - begin, self.sources[first], total)
-                first, begin, total = i, offset, 0
+                left -= total
+                first, begin, total, most = i, offset, 0, target()
                 seen.clear()
             seen.add(self.paths[i])
             offset += self.lengths[i]
@@ -131,12 +139,10 @@ def make_plan(layout, head, pairs, threads, batch_bytes=None):
             items.add(source, item)
         _sync(file)
     os.rename(layout.items + ".new", layout.items)
-    target = batch_bytes or min(max(sum(items.costs) // max(1, threads * BATCHES_PER_THREAD),
-                                    LEAST_BATCH), MOST_BATCH)
     head = {**head, "plan": VERSION, "items": len(items.sources), "bytes": items.bytes,
             "items_sha256": items.hash.hexdigest(), "sources": items.source_list}
     with open(layout.plan + ".new", "wb") as file:
-        for line in (head, *items.batches(target)):
+        for line in (head, *items.batches(max(1, threads), batch_bytes)):
             file.write(json.dumps(line).encode("ascii") + b"\n")
         _sync(file)
     os.rename(layout.plan + ".new", layout.plan)

@@ -9,13 +9,16 @@ import json
 import os
 import re
 import tempfile
+import time
 
 import zstandard
 
 LEVEL = 1
 WELL = b'"errors":[]}\n'  # no text of a record holds a line feed, nor a quote without a backslash
 UNKNOWN = b'"language":null}\n'
-KEPT = max(len(WELL), len(UNKNOWN)) - 1
+KEPT = len(UNKNOWN)  # by which a record is told to be one of these
+BUFFER = 1 << 20  # as a pipe's
+LEAST_PAUSE, MOST_PAUSE = 0.001, 0.05  # seconds
 IN_MEMORY = 64 << 20
 HEAD = 64 << 10  # in which a path has room, six bytes for one
 
@@ -33,55 +36,87 @@ def path_of(record):
     return json.loads(text).encode("utf-8")
 
 
+def _pause(pause, size):
+    """Lets more come together, and gives the next pause: read as they come, each few records cost a
+    change of processes and cold caches, thrice the processor time of all else here. Whoever writes
+    does not wait meanwhile: a pipe holds four times what ends the doubling."""
+    if size > BUFFER // 2:
+        return max(pause / 2, LEAST_PAUSE)
+    time.sleep(pause)
+    return pause if size > BUFFER // 4 else min(pause * 2, MOST_PAUSE)
+
+
 class ShardWriter:
-    """Takes records in pieces of any size, and writes whole ones."""
+    """Takes records, and only whole ones. They are counted by their ends, found one by one: a search
+    for a line feed passes ten bytes where a count of them passes one."""
 
     def __init__(self, path):
         self._file = open(path, "xb")
         self._hash = hashlib.sha256()
         self._size = 0
         self._compressor = zstandard.ZstdCompressor(level=LEVEL, write_checksum=True).compressobj()
-        self._rest = tempfile.SpooledTemporaryFile(IN_MEMORY)  # of a record that is not whole
-        self._has_rest = False
-        self._tail = b""
+        self._rest = tempfile.SpooledTemporaryFile(IN_MEMORY)  # of a record larger than the buffer
         self.raw_bytes = self.records = self.well = self.unknown = 0
         self.head = b""  # the beginning of the record that was put last
-        self._is_at_start = True
 
-    def write(self, data):
-        end = data.rfind(b"\n") + 1
-        if end:
-            if self._has_rest:
-                self._take_rest()
-            self._put(data[:end])
-            data = data[end:]
-        if data:
-            self._rest.write(data)
-            self._has_rest = True
+    def write(self, records):
+        """Whole records."""
+        self._count(records, len(records), records[:HEAD])
+        self._put(records)
 
-    def _take_rest(self):
-        self._rest.seek(0)
-        while part := self._rest.read(1 << 20):
-            self._put(part)
-        self.drop_rest()
+    def take(self, descriptor):
+        """The whole records that a descriptor gives to its end. How many bytes behind the last one
+        are forgotten."""
+        # One buffer for all reads: a new one for each would be a map of the memory for each.
+        buffer = bytearray(BUFFER)
+        view = memoryview(buffer)
+        filled, pause = 0, LEAST_PAUSE
+        try:
+            while size := os.readv(descriptor, [view[filled:]]):
+                filled += size
+                pause = _pause(pause, size)
+                end = buffer.rfind(b"\n", filled - size, filled) + 1
+                if end:
+                    self._take_whole(buffer, view, end)
+                elif filled == BUFFER:
+                    end = BUFFER - KEPT
+                    self._rest.write(view[:end])
+                view[:filled - end] = view[end:filled]
+                filled -= end
+            return self._rest.tell() + filled
+        finally:
+            self._drop_rest()
 
-    def drop_rest(self):
-        """Forgets what is there of a record whose end does not come."""
-        if self._has_rest:
+    def _take_whole(self, buffer, view, end):
+        head = bytes(view[:HEAD])
+        if self._rest.tell():
             self._rest.seek(0)
-            self._rest.truncate()
-            self._has_rest = False
+            head = self._rest.read(HEAD)
+            self._put(head)
+            while part := self._rest.read(BUFFER):
+                self._put(part)
+            self._drop_rest()
+        self._count(buffer, end, head)
+        self._put(view[:end])
+
+    def _drop_rest(self):
+        self._rest.seek(0)
+        self._rest.truncate()
+
+    def _count(self, data, end, head):
+        start = at = 0
+        while (at := data.find(b"\n", at, end) + 1) > 0:
+            self.records += 1
+            if data.endswith(WELL, 0, at):
+                self.well += 1
+            elif data.endswith(UNKNOWN, 0, at):
+                self.unknown += 1
+            if at == end:
+                break
+            start = at
+        self.head = bytes(data[start:min(end, start + HEAD)]) if start else head
 
     def _put(self, data):
-        start = data.rfind(b"\n", 0, -1) + 1
-        if start or self._is_at_start:
-            self.head = data[start:start + HEAD]
-        self._is_at_start = data.endswith(b"\n")
-        seen = self._tail + data
-        self.records += data.count(b"\n")
-        self.well += seen.count(WELL) - self._tail.count(WELL)
-        self.unknown += seen.count(UNKNOWN) - self._tail.count(UNKNOWN)
-        self._tail = seen[-KEPT:]
         self.raw_bytes += len(data)
         self._store(self._compressor.compress(data))
 

@@ -76,12 +76,12 @@ class BatchRun:
             command.append("--skip-binary")
         with engine.EngineRun(command, self._job["folder"], self._source, items,
                               self._memory) as run:
-            for data in run:
-                self._writer.write(data)
+            torn = self._writer.take(run.output)
             failure = run.failure()
             self.messages += run.messages()[:engine.MOST_MESSAGES - len(self.messages)]
-        self._writer.drop_rest()
         if failure is None:
+            if torn:
+                raise OSError(f"the engine ends well, and leaves {torn} bytes of a record")
             return len(items), None
         return _consumed(items, self._source, self._writer, before), failure
 

@@ -12,7 +12,7 @@ import time
 
 import pytest
 
-TOOL = os.environ["TREESITTER_ENGINE"]
+TOOL = os.path.abspath(os.environ["TREESITTER_ENGINE"])
 PACKAGE = str(pathlib.Path(__file__).resolve().parents[2] / "cluster")
 COMMAND = os.path.join(PACKAGE, "treesitter-cluster")
 TIMEOUT = 120  # seconds; only a hang gets there
