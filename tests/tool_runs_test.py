@@ -118,7 +118,7 @@ class Failures(ToolTest):
                 (["parse", "--files-from", "."], "directory"),
                 (["parse", "--batch", "a.py"], "--batch"),
                 (["parse", "--batch", "--files-from", "a.py"], "--batch"),
-                (["parse", "--batch", "--list"], "--list"),
+                (["parse", "--batch", "--null"], "--null"),
                 (["parse", "--list", "-l", "go", "-"], "--list"),
                 (["languages", "a.py"], "a.py"),
                 (["check"], "one FILE"),

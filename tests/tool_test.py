@@ -353,6 +353,16 @@ class Contents(ToolTest):
                                    {"path": "top/a.py", "size": size, "found": True},
                                    {"path": "top/x.py", "size": 1, "found": True},
                                    {"path": "b.py", "size": size}])
+        # Of paths alone what a walk of them takes, by the same rules.
+        paths = ["a.py", "no", "build/a.py", "build/kept.js", "d/build/a.rb", "d/build.py", ".a.py", ".git/a.py",
+                 "d/.h/a.py", "a b\\n.py", "kept.js"]
+        for path in paths:
+            self.write("all/" + path)
+        for options in ([], ["--hidden"], ["--exclude", "/build/", "--type", "py"],
+                        ["--exclude", "build", "--exclude", "*.js", "--exclude", "!kept.js"]):
+            walked = [record["path"].removeprefix("all/") for record in self.parse("--list", *options, "all")]
+            listed = self.run_tool("parse", "--list", "--batch", "-0", *options, input="\0".join(sorted(paths)).encode())
+            self.assertEqual(listed.stdout.decode().split("\0")[:-1], walked)
 
 
 class Information(ToolTest):

@@ -67,7 +67,9 @@ void require_usable_batch(const Arguments& parsed) {
   if (!parsed.paths.empty() || parsed.files_from) {
     throw UsageError("parse: --batch takes paths from standard input alone");
   }
-  if (parsed.lists) throw UsageError("parse: --list is for files, and --batch is for contents");
+  if (parsed.null_separated && !parsed.lists) {
+    throw UsageError("parse: --null needs --files-from, or --batch and --list");
+  }
 }
 
 void require_usable(const Arguments& parsed) {
@@ -75,7 +77,7 @@ void require_usable(const Arguments& parsed) {
   if (parsed.paths.empty() && !parsed.files_from) throw UsageError("parse: no PATH is given");
   require_usable_input(parsed);
   if (parsed.null_separated && !parsed.files_from) {
-    throw UsageError("parse: --null needs --files-from");
+    throw UsageError("parse: --null needs --files-from, or --batch and --list");
   }
   for (const std::string& path : parsed.paths) {
     std::error_code error;

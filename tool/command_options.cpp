@@ -49,7 +49,9 @@ has the first form with the reason in "errors". Bytes of a path that are no UTF-
 exact bytes of such a path follow in "path_bytes", as hexadecimal digits.
 
 --list prints {"path","size"} for what is named and {"path","size","found":true} for what a folder holds;
-what cannot be read of folders has the record that the parse would give it.
+what cannot be read of folders has the record that the parse would give it. With --batch standard input
+holds paths alone, and those are printed that a walk of their folder would take by --hidden, --exclude and
+--type, as they are.
 
 ctags prints a sorted tags file in the extended format when all is parsed: `--format ctags . > tags`.
 Its paths are as given, so make it where it is to lie. Lines of more than 64 KiB are left out and told.

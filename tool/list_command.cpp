@@ -13,7 +13,9 @@
 #include "tool/json_output.h"
 #include "tool/messages.h"
 #include "tool/output_buffer.h"
+#include "tool/path_list.h"
 #include "tool/record.h"
+#include "walk/path_filter.h"
 
 namespace tool {
 namespace {
@@ -47,9 +49,30 @@ void put_failure(ByteSink& sink, ParseItem item) {
   write_json(sink, parsed);
 }
 
+int list_named(const Arguments& arguments) {
+  const char separator = arguments.null_separated ? '\0' : '\n';
+  PathList paths(STANDARD_INPUT, separator);
+  walk::PathFilter filter(arguments.files.walk);
+  int status = EXIT_ALL_PARSED;
+  std::string text;
+  const auto write = [&] {
+    write_output(text, status);
+    text.clear();
+  };
+  while (const auto path = paths.next()) {
+    if (!filter.takes(*path)) continue;
+    text += *path;
+    text += separator;
+    if (text.size() >= MUCH) write();
+  }
+  write();
+  return status;
+}
+
 }  // namespace
 
 int run_list(const Arguments& arguments) {
+  if (arguments.is_batch) return list_named(arguments);
   ItemSource source(arguments);
   int status = EXIT_ALL_PARSED;
   std::string text;
