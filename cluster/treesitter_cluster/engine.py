@@ -11,7 +11,9 @@ import shutil
 import subprocess
 import tempfile
 
-from .errors import ClusterError
+from . import long_paths
+from .errors import ClusterError, RepositoryFault
+from .streams import as_input, batch_quoted
 
 PIPE_SIZE = 1 << 20
 MOST_MESSAGES = 100  # of one run of the engine; the records tell all of them
@@ -63,22 +65,12 @@ def bounded(command, memory):
     return ["prlimit", f"--as={memory}", "--", *command]
 
 
-def as_input(data):
-    """A descriptor that gives these bytes: no thread has to feed a pipe."""
-    descriptor = os.memfd_create("items", os.MFD_CLOEXEC)
-    with open(descriptor, "wb", closefd=False) as file:
-        file.write(data)
-    os.lseek(descriptor, 0, os.SEEK_SET)
-    return descriptor
-
-
-def git_quoted(path):
-    """A path as `git cat-file` hands it through and the engine reads it."""
-    if path[:1] not in (b" ", b'"') and not any(byte < 32 or byte == 127 for byte in path):
-        return path
-    text = "".join(f"\\{byte:03o}" if byte < 32 or byte == 127 or byte > 126 or chr(byte) in '"\\'
-                   else chr(byte) for byte in path)
-    return f'"{text}"'.encode("ascii")
+def require_repository(source, folder):
+    """Raises RepositoryFault where the fault of some git is not that of an object."""
+    done = subprocess.run(["git", "-C", source["repository"], "cat-file", "-e", source["commit"]],
+                          cwd=folder, capture_output=True, check=False)
+    if done.returncode != 0:
+        raise RepositoryFault(f"{source['repository']}: git says: {_last_line(done.stderr)}")
 
 
 def _widen(pipe):
@@ -100,6 +92,9 @@ class EngineRun:
         if source["kind"] == "git":
             standard_input = self._start_git(source, items, folder)
             command = [*command, "--batch"]
+        elif source["kind"] == "long":
+            standard_input = long_paths.as_contents(folder, items)
+            command = [*command, "--batch"]
         else:
             standard_input = as_input(b"".join(item.path + b"\0" for item in items))
             command = [*command, "--null", "--files-from", "-"]
@@ -112,7 +107,7 @@ class EngineRun:
 
     def _start_git(self, source, items, folder):
         wanted = as_input(b"".join(
-            item.oid.encode("ascii") + b" " + git_quoted(item.path) + b"\n" for item in items))
+            item.oid.encode("ascii") + b" " + batch_quoted(item.path) + b"\n" for item in items))
         self._complaints = tempfile.TemporaryFile()
         try:
             self._git = subprocess.Popen(

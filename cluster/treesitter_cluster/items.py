@@ -37,3 +37,16 @@ def read_items(path, offset, length):
     if len(data) != length:
         raise OSError(f"{path} is shorter than its plan says")
     return unpacked(data)
+
+
+def all_items(path):
+    """One after the other, in little memory."""
+    with open(path, "rb") as file:
+        rest = b""
+        while data := file.read(1 << 20):
+            end = data.rfind(b"\0") + 1
+            if end:
+                yield from unpacked(rest + data[:end])
+                rest = data[end:]
+            else:
+                rest += data

@@ -2,7 +2,8 @@
 size and the source that its content comes from.
 
 Folders and lists are walked by the engine itself (`parse --list`), so that the rules are one; of
-a repository the tree of a commit is read, without a checkout. Costs a look at each file, on one
+a repository the tree of a commit is read, without a checkout, and the engine says which of its
+paths count. Costs a look at each file, on one
 machine: doc/scale.md says what that comes to.
 """
 import json
@@ -16,39 +17,8 @@ from .items import Item
 NAMED = {"kind": "named"}  # has a record whatever it is
 FOUND = {"kind": "found"}  # has none where it is binary
 RECORDS = {"kind": "records"}  # is itself a record: what could not be listed
-
-
-class Languages:
-    """Which names tell a language, by what the engine says of itself."""
-
-    def __init__(self, engine):
-        text = subprocess.run([engine, "languages"], check=True, capture_output=True).stdout
-        self._names, self._suffixes = {}, {}
-        language, last, table = b"", b"", self._suffixes
-        for line in text.splitlines():
-            words = line.split()
-            if not line.startswith(b" "):
-                language, last, table = words.pop(0), b"", self._suffixes
-            for word in words:
-                # Sorted suffixes, then sorted names, of which the first may begin with a dot too.
-                if not word.startswith(b".") or word < last:
-                    table = self._names
-                table[word] = language
-                last = word
-        self._longest = max(map(len, self._suffixes))
-
-    def detect(self, path):
-        """The language of a path, or None."""
-        name = path[path.rfind(b"/") + 1:]
-        if name in self._names:
-            return self._names[name]
-        end = name[-self._longest:].lower()
-        dot = end.find(b".")
-        while dot >= 0:
-            if end[dot:] in self._suffixes:
-                return self._suffixes[end[dot:]]
-            dot = end.find(b".", dot + 1)
-        return None
+LONG = {"kind": "long"}  # found, under a path that the system does not take in one piece
+PATH_MAX = 4096
 
 
 def listed(engine, command, folder):
@@ -75,7 +45,9 @@ def _listed(line):
         return RECORDS, Item(line.rstrip(b"\n"), len(line))
     exact = record.get("path_bytes")
     path = bytes.fromhex(exact) if exact else record["path"].encode("utf-8")
-    return (FOUND if record.get("found") else NAMED), Item(path, record["size"])
+    if not record.get("found"):
+        return NAMED, Item(path, record["size"])
+    return (FOUND if len(path) < PATH_MAX else LONG), Item(path, record["size"])
 
 
 def _git(repository, *arguments, folder):
@@ -91,27 +63,57 @@ def commit_of(repository, name, folder):
     return done.stdout.decode("ascii").strip()
 
 
-def in_commit(repository, prefix, commit, languages, hidden, folder):
+def commits_of(command):
+    """Triples of repository, commit id and prefix. Names all that cannot be read, not only one."""
+    triples, faults = [], []
+    for repository, name, prefix in command["git"]:
+        try:
+            triples.append((repository, commit_of(repository, name, command["folder"]), prefix))
+        except ClusterError as error:
+            faults.append(str(error))
+    if faults:
+        raise ClusterError("\n  ".join(["what is wrong with repositories:", *faults]))
+    return triples
+
+
+def in_commit(engine, repository, commit, prefix, command):
     """Pairs of source and item, in the order of the paths: the files that a walk of a checkout
     would take if it ignored none. Links and submodules are no files of the repository."""
     source = {"kind": "git", "repository": repository, "commit": commit}
-    with tempfile.TemporaryFile() as messages, subprocess.Popen(
-            _git(repository, "ls-tree", "-r", "-z", "-l", "--full-tree", commit, folder=folder),
-            stdout=subprocess.PIPE, stderr=messages) as process:
-        for entry in _parts(process.stdout):
-            head, path = entry.split(b"\t", 1)
-            mode, kind, oid, size = head.split()
-            if kind != b"blob" or not mode.startswith(b"100") or languages.detect(path) is None:
-                continue
-            if not hidden and (path.startswith(b".") or b"/." in path):
-                continue
-            # Of an object that is gone git tells no size; the record will tell that.
-            yield source, Item(prefix + path, int(size) if size.isdigit() else 0,
-                               oid.decode("ascii"))
-        if process.wait() != 0:
-            messages.seek(0)
-            raise ClusterError(
-                f"{repository}: {messages.read().decode('utf-8', 'replace').strip()}")
+    with tempfile.TemporaryFile() as tree, tempfile.TemporaryFile() as paths:
+        ls_tree = _git(repository, "ls-tree", "-r", "-z", "-l", "--full-tree", commit,
+                       folder=command["folder"])
+        _require_run(ls_tree, repository, stdout=tree)
+        tree.seek(0)
+        for _, _, path in _files(tree):
+            paths.write(path + b"\0")
+        paths.seek(0)
+        taken = tempfile.TemporaryFile()
+        with taken:
+            _require_run([engine, "parse", "--list", "--batch", "--null", *command["walk"]],
+                         "engine", stdin=paths, stdout=taken)
+            tree.seek(0)
+            taken.seek(0)
+            entries = _files(tree)
+            for path in _parts(taken):
+                oid, size, _ = next(entry for entry in entries if entry[2] == path)
+                # Of an object that is gone git tells no size; the record will tell that.
+                yield source, Item(os.fsencode(prefix) + path,
+                                   int(size) if size.isdigit() else 0, oid.decode("ascii"))
+
+
+def _require_run(command, whose, **files):
+    done = subprocess.run(command, stderr=subprocess.PIPE, check=False, **files)
+    if done.returncode != 0:
+        raise ClusterError(f"{whose}: {done.stderr.decode('utf-8', 'replace').strip()}")
+
+
+def _files(tree):
+    for entry in _parts(tree):
+        head, path = entry.split(b"\t", 1)
+        mode, kind, oid, size = head.split()
+        if kind == b"blob" and mode.startswith(b"100"):
+            yield oid, size, path
 
 
 def _parts(file):

@@ -4,13 +4,13 @@ Made once and kept: a run that goes on later has the same items in the same batc
 become of folders and branches. A batch is a range of consecutive items of one source, cut by what
 they cost to parse and not by their number.
 """
-import array
 import hashlib
+import itertools
 import json
 import os
 from typing import NamedTuple
 
-from .items import packed, read_items
+from .items import all_items, packed, read_items
 
 VERSION = 1
 # Each start of the engine costs 5 to 30 ms, as many languages as it meets; the loss of a worker
@@ -78,52 +78,59 @@ def read_plan(path):
 
 
 class _Items:
-    """Written to their file, and what is needed of them to cut batches."""
+    """Written to their file; what batches are cut by is read from there again, so that any number
+    takes no memory."""
 
     def __init__(self, file):
         self._file = file
-        self._sources = {}
-        self.source_list = []
+        self._numbers = {}
+        self.sources = []
+        self._changes = [(0, None)]  # the item with which a source begins, and its number
         self.hash = hashlib.sha256()
-        self.sources, self.lengths = array.array("L"), array.array("L")
-        self.costs, self.paths = array.array("Q"), array.array("q")
-        self.bytes = 0
+        self.count = self.bytes = self.cost = 0
 
     def add(self, source, item):
         key = tuple(source.values())
-        if key not in self._sources:
-            self._sources[key] = len(self.source_list)
-            self.source_list.append(source)
+        if key not in self._numbers:
+            self._numbers[key] = len(self.sources)
+            self.sources.append(source)
+        if self._numbers[key] != self._changes[-1][1]:
+            self._changes.append((self.count, self._numbers[key]))
         data = packed(item)
         self._file.write(data)
         self.hash.update(data)
-        self.sources.append(self._sources[key])
-        self.lengths.append(len(data))
-        self.costs.append(cost(item))
-        self.paths.append(hash(item.path))
+        self.count += 1
         self.bytes += item.size
+        self.cost += cost(item)
 
-    def batches(self, threads, fixed):
-        """Ever smaller ones, or all of one cost. A path is in a batch once: what is behind the last record is then known by its path."""
+    def batches(self, path, threads, fixed):
+        """Ever smaller ones, or all of one cost. A path is in a batch once: what is behind the last
+        record is then known by its path."""
         def target():
             return fixed or min(max(left // (threads * PARTS_LEFT), LEAST_BATCH), MOST_BATCH)
 
-        left = sum(self.costs)
-        offset = first = begin = total = 0
-        most, seen = target(), set()
-        for i, source in enumerate(self.sources):
-            if i > first and (total + self.costs[i] > most or source != self.sources[first] or
-                              i - first == MOST_ITEMS or self.paths[i] in seen):
-                yield Batch(first, i - first, begin, offset - begin, self.sources[first], total)
+        def batch():
+            return Batch(first, len(seen), begin, offset - begin, source, total)
+
+        left, changes = self.cost, iter([*self._changes[1:], (self.count, None)])
+        offset = begin = first = total = 0
+        source, most, seen = None, target(), set()
+        change = next(changes)
+        for number, item in enumerate(all_items(path)):
+            begins = number == change[0]
+            if seen and (begins or total + cost(item) > most or len(seen) == MOST_ITEMS or
+                         item.path in seen):
+                yield batch()
                 left -= total
-                first, begin, total, most = i, offset, 0, target()
+                first, begin, total, most = number, offset, 0, target()
                 seen.clear()
-            seen.add(self.paths[i])
-            offset += self.lengths[i]
-            total += self.costs[i]
-        if self.sources:
-            yield Batch(first, len(self.sources) - first, begin, offset - begin,
-                        self.sources[first], total)
+            if begins:
+                source, change = change[1], next(changes)
+            seen.add(item.path)
+            offset += len(packed(item))
+            total += cost(item)
+        if seen:
+            yield batch()
 
 
 def _sync(file):
@@ -139,10 +146,11 @@ def make_plan(layout, head, pairs, threads, batch_bytes=None):
             items.add(source, item)
         _sync(file)
     os.rename(layout.items + ".new", layout.items)
-    head = {**head, "plan": VERSION, "items": len(items.sources), "bytes": items.bytes,
-            "items_sha256": items.hash.hexdigest(), "sources": items.source_list}
+    head = {**head, "plan": VERSION, "items": items.count, "bytes": items.bytes,
+            "items_sha256": items.hash.hexdigest(), "sources": items.sources}
     with open(layout.plan + ".new", "wb") as file:
-        for line in (head, *items.batches(max(1, threads), batch_bytes)):
+        for line in itertools.chain(
+                [head], items.batches(layout.items, max(1, threads), batch_bytes)):
             file.write(json.dumps(line).encode("ascii") + b"\n")
         _sync(file)
     os.rename(layout.plan + ".new", layout.plan)

@@ -8,13 +8,13 @@ ids, by which the content is known unread); a worker compares the content of a f
 which takes a hundredth of a parse. Records of failures are not taken: they may depend on the
 machine.
 """
-import array
 import bisect
 import functools
 import hashlib
 import os
 import re
 import stat
+import sys
 
 from . import shard
 from .errors import ClusterError
@@ -28,6 +28,7 @@ MOST_RECORD = 64 << 20  # a larger one is parsed again rather than held
 # What lies between two files that have to be parsed, and takes less time to be parsed than another
 # start of the engine, is parsed with them.
 GAP = 50_000
+WINDOW = 500_000
 
 
 @functools.lru_cache(4)
@@ -99,12 +100,18 @@ def steps(job, items):
 
 
 class OldRun:
-    """What the driver knows of an earlier run: for each path its place, size and git id. Takes some
-    130 bytes of memory for each."""
+    """What the driver knows of an earlier run: for each path its place, size and git id.
+
+    Both runs are read in step, as most of their paths are in the same order; of the earlier one
+    some way in front and behind is held, in at most some 300 MB. What has moved further than WINDOW
+    items is parsed again.
+    """
 
     def __init__(self, output, identity, options):
         self.output = None
-        self._places = {}
+        self._held = {}  # by the path's hash; the oldest first
+        self._items = iter(())
+        self._read = self._met = 0  # places: of the next to be read, of the furthest that was met
         if output is None:
             return
         layout = Layout(output)
@@ -114,20 +121,37 @@ class OldRun:
         if plan.head["engine"] != identity or plan.head["command"]["options"] != options:
             return  # its records may differ
         self.output = layout.output
-        self._sizes, self._ids = array.array("Q"), array.array("q")
+        self._items = enumerate(self._content(layout, plan))
+
+    @staticmethod
+    def _content(layout, plan):
         for batch in plan.batches:
             is_record = plan.sources[batch.source]["kind"] == "records"
             for item in read_items(layout.items, batch.offset, batch.length):
-                if not is_record:
-                    self._places[hash(item.path)] = len(self._sizes)
-                self._sizes.append(item.size)
-                self._ids.append(hash(item.oid))
+                yield None if is_record else item
+
+    def _read_on(self):
+        while self._read <= self._met + WINDOW:
+            place, item = next(self._items, (None, None))
+            if place is None:
+                self._items, self._read = iter(()), sys.maxsize
+                return
+            self._read = place + 1
+            if item is not None:
+                key = hash(item.path)
+                self._held.pop(key, None)
+                self._held[key] = place, item.size, hash(item.oid)
+        while len(self._held) > 2 * WINDOW:
+            del self._held[next(iter(self._held))]
 
     def join(self, pair):
         source, item = pair
-        place = self._places.get(hash(item.path))
-        if place is None or self._sizes[place] != item.size or source["kind"] == "records":
+        self._read_on()
+        found = self._held.get(hash(item.path))
+        if found is None or source["kind"] == "records":
             return pair
-        if item.oid != "-" and self._ids[place] != hash(item.oid):
+        place, size, oid = found
+        self._met = max(self._met, place)
+        if size != item.size or (item.oid != "-" and oid != hash(item.oid)):
             return pair
         return source, item._replace(old=place)

@@ -4,7 +4,9 @@ The driver lists, plans, and keeps as many batches under way as the workers' thr
 gives shards their names and writes the manifest. Nothing but the places of batches and counts goes
 through Dask's scheduler.
 
-    a batch raises OSError     the worker's fault or the storage's: given out again, thrice at most
+    a batch meets an OSError   the worker's fault or the storage's: given out again, thrice at most,
+                               to other workers while there are any
+    nobody reads a repository  its batches are set aside, and named when all others are done
     a batch ends its worker    given out again; then in parts; then each item alone, with nothing
                                else under way that could be the cause; then left out with a record
     the scheduler is gone      the run ends, and the same command goes on with it
@@ -42,6 +44,7 @@ class Work:
     alone: bool = False
     blamed: Batch | None = None  # where this one only shows whether workers live through any
     errors: int = 0
+    avoided: set = field(default_factory=set)  # workers that had an error with it
     attempt: int = 0
     unseen: int = 0  # looks at which no worker had it
 
@@ -92,6 +95,7 @@ class Run:
         self._ended = queue.SimpleQueue()
         self._todo = []
         self._alone = []
+        self._aside = {}  # repositories that nobody reads, by the number of the source, and why
         self._control = None  # a batch that went well
         self._summary = Summary()
         self._begin = self._looked = time.monotonic()
@@ -135,11 +139,15 @@ class Run:
                             f"{'' if work.blamed is None else work.blamed.first}",
                    "most_starts": work.most_starts}
         future = self._client.submit(task.parse_batch, self._job, message, key=key, pure=False,
-                                     resources={self._job["resource"]: 1})
+                                     resources={self._job["resource"]: 1}, workers=[
+                                         address for address in self._workers.addresses
+                                         if address not in work.avoided] if work.avoided else None)
         self._under_way[key] = work, future
         future.add_done_callback(self._ended.put)
 
     def _fill(self):
+        if self._aside:
+            self._todo = [work for work in self._todo if work.batch.source not in self._aside]
         if not self._todo and not self._under_way and self._alone:
             self._submit(self._alone.pop())
         while self._todo and len(self._under_way) < 2 * self._workers.threads:
@@ -179,6 +187,8 @@ class Run:
                 self._failed(work, result)
             elif "died" in result:
                 self._died(work)
+            elif "error" in result:
+                self._failed_there(work, result)
             else:
                 lines += self._done(work, result)
         self._record(lines)
@@ -230,6 +240,17 @@ class Run:
             raise ClusterError(f"a worker fails: {type(error).__name__}: {error}; "
                                "the same command goes on with the run")
         self._todo.append(work)
+
+    def _failed_there(self, work, result):
+        work.errors += 1
+        work.avoided.add(result["worker"])
+        if work.errors < MOST_ERRORS:
+            self._todo.append(work)
+        elif result["repository"]:
+            self._aside[work.batch.source] = result["error"]
+        else:
+            raise ClusterError(f"a worker fails: {result['error']}; "
+                               "the same command goes on with the run")
 
     def _died(self, work):
         batch = work.batch
@@ -296,8 +317,15 @@ class Run:
                 self._settle(self._next_ended())
                 self._look()
                 self._watch.progress(self._summary, self._plan.head["items"])
+        except OSError:  # of whatever was asked of the scheduler when it went
+            self._require_scheduler("finished")
+            raise
         finally:
             self._stop()
+        if self._aside:
+            raise ClusterError("\n  ".join([
+                "all is done but repositories that no worker could read; the same command tries "
+                "them again", *self._aside.values()]))
         if self._summary.items != self._plan.head["items"]:
             raise ClusterError(f"{self._summary.items} of {self._plan.head['items']} items are "
                                "done; this is a fault of the driver")
@@ -344,15 +372,11 @@ def _list_of(files_from, null):
 
 
 def _pairs(command, program, old):
-    languages = listing.Languages(program)
+    commits = listing.commits_of(command)
     if command["paths"] or command["list"]:
         yield from map(old.join, listing.listed(program, command, command["folder"]))
-    for repository, commit, prefix in command["git"]:
-        pairs = listing.in_commit(
-            repository, os.fsencode(prefix),
-            listing.commit_of(repository, commit, command["folder"]), languages,
-            "--hidden" in command["walk"], command["folder"])
-        yield from map(old.join, pairs)
+    for repository, commit, prefix in commits:
+        yield from map(old.join, listing.in_commit(program, repository, commit, prefix, command))
 
 
 def _forget(client, resource):

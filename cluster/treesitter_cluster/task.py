@@ -15,7 +15,8 @@ import subprocess
 import time
 import uuid
 
-from . import engine, reuse, shard
+from . import engine, long_paths, reuse, shard
+from .errors import RepositoryFault
 from .items import read_items
 from .layout import Layout
 
@@ -86,6 +87,22 @@ class BatchRun:
         return _consumed(items, self._source, self._writer, before), failure
 
     def parse(self, items):
+        if self._source["kind"] == "long":
+            for item in items:
+                self._parse_long(item)
+        else:
+            self._parse(items)
+
+    def _parse_long(self, item):
+        try:
+            os.close(long_paths.open_file(self._job["folder"], item.path))
+        except OSError as error:  # it was there when it was listed
+            why = f"Failed to read file: [Errno {error.errno}] {error.strerror}"
+            self._writer.write(killer_record(item.path, why))
+        else:
+            self._parse([item])
+
+    def _parse(self, items):
         position = 0
         while position < len(items):
             done, failure = self._run_once(items[position:])
@@ -105,6 +122,8 @@ class BatchRun:
 
     def _require_sound_engine(self, failure):
         """Before an item is blamed: one that is ended with an empty file too is no item's fault."""
+        if self._source["kind"] == "git":
+            engine.require_repository(self._source, self._job["folder"])
         empty = os.open(os.devnull, os.O_RDONLY)
         try:
             done = subprocess.run(
@@ -135,20 +154,27 @@ def _starts_before(path):
         os.close(descriptor)
 
 
-def memory_of_thread():
-    """What a worker's thread may take, where Dask bounds the worker."""
+def _worker():
+    """None outside of Dask."""
     try:
         from distributed import get_worker
-        worker = get_worker()
+        return get_worker()
     except (ImportError, ValueError):
         return None
-    limit = worker.memory_manager.memory_limit
+
+
+def memory_of_thread():
+    """What a worker's thread may take, where Dask bounds the worker."""
+    worker = _worker()
+    limit = worker and worker.memory_manager.memory_limit
     return limit // worker.state.nthreads if limit else None
 
 
 def parse_batch(job, batch):
     """Parses a batch into a part, and gives what the manifest says of it; or {"died": STARTS} when
-    that has ended too many workers. Raises OSError for what is not the items' fault."""
+    that has ended too many workers; or {"error", "repository", "worker"} for what is not the items'
+    fault, but the worker's, the storage's, or their repository's."""
+    worker = _worker()
     folder = os.path.join(Layout(job["output"]).parts, job["token"])
     name = f"{batch['first']:012}-{batch['count']:06}"
     mark = os.path.join(folder, f"{name}-{batch['round']}.starts")
@@ -157,8 +183,12 @@ def parse_batch(job, batch):
         return {"died": starts}
     try:
         return {**_parse(job, batch, os.path.join(folder, name)), "starts": starts + 1}
-    except BaseException:
+    except OSError as error:
         os.truncate(mark, starts)  # an error is no death
+        return {"error": f"{type(error).__name__}: {error}", "worker": worker and worker.address,
+                "repository": isinstance(error, RepositoryFault)}
+    except BaseException:
+        os.truncate(mark, starts)
         raise
 
 

@@ -74,6 +74,7 @@ class Workers:
         self._resource = resource
         self._told = set()
         self.threads = 0
+        self.addresses = []  # of those that may have work
         self.refused = {}
 
     def check(self, plugin, seconds):
@@ -90,8 +91,9 @@ class Workers:
     def look(self):
         """Counts the threads that may have work, and gives the reasons of who is newly refused."""
         workers = self._client.scheduler_info()["workers"]
-        self.threads = sum(worker["nthreads"] for worker in workers.values()
-                           if worker["resources"].get(self._resource, 0) > 0)
+        self.addresses = [address for address, worker in workers.items()
+                          if worker["resources"].get(self._resource, 0) > 0]
+        self.threads = sum(workers[address]["nthreads"] for address in self.addresses)
         others = [address for address, worker in workers.items()
                   if not worker["resources"].get(self._resource, 0) and address not in self._told]
         if not others:

@@ -8,7 +8,7 @@ import time
 
 import pytest
 
-from conftest import TIMEOUT, Cluster, command_of, one_machine, output_of, run_command, write
+from conftest import TIMEOUT, TOOL, Cluster, command_of, one_machine, output_of, run_command, write
 from treesitter_cluster import ClusterError, parse
 
 
@@ -149,3 +149,35 @@ def test_workers_that_differ_or_have_no_room(folder, tmp_path, cluster, killed_e
         summary = parse(client, tmp_path / "large", paths=["large"], **options)
         assert summary.failed == 1 and not summary.killers
         assert b"memory" in output_of(tmp_path / "large")
+
+
+def test_a_repository_that_cannot_be_read_is_no_fault_of_its_files(folder, tmp_path, cluster):
+    (folder / "top/.ignore").unlink()
+    for name in ("top", "many"):
+        many_files(folder, 3)
+        for command in (["init", "-q"], ["add", "."], ["-c", "user.name=n", "-c", "user.email=e@x",
+                                                       "commit", "-qm", "x"]):
+            subprocess.run(["git", *command], cwd=folder / name, check=True)
+    expected = one_machine("top")[0] + one_machine("many")[0]
+    write(tmp_path, "no_git/git", b"#!/bin/sh\ncase $2 in *top*) echo fatal: no >&2; exit 128;; esac\n"
+                                  b'PATH=${PATH#*:} exec git "$@"\n')
+    (tmp_path / "no_git/git").chmod(0o755)
+    path = {"PATH": f"{tmp_path / 'no_git'}:{os.environ['PATH']}"}
+    address = cluster.start_scheduler()
+    from distributed import Client
+    with Client(address, set_as_default=False) as client:
+        options = {"program": TOOL, "batch_bytes": 20_000,
+                   "git": [("top", "HEAD", "top/"), ("many", "HEAD", "many/")]}
+        for number in (1, 2):
+            cluster.start_worker(environment=path)
+            client.wait_for_workers(number)
+        # Nobody reads it: that is said, and all others are done.
+        with pytest.raises(ClusterError, match="no worker could read.*\n.*top: git says: fatal: no$"):
+            parse(client, tmp_path / "out", **options)
+        assert output_of(tmp_path / "out") == one_machine("many")[0]
+        # One of them does not: the other has all of it.
+        cluster.kill(cluster.workers.pop())
+        cluster.start_worker()
+        client.wait_for_workers(2)
+        assert not parse(client, tmp_path / "out", **options).killers
+        assert output_of(tmp_path / "out") == expected

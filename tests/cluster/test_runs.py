@@ -1,13 +1,11 @@
 """A run that nothing happens to, one that goes on with another, and one that takes records over."""
 import os
-import pathlib
 import subprocess
 
 import pytest
 
 from conftest import TOOL, one_machine, output_of, run_command, write
 from treesitter_cluster import ClusterError, parse
-from treesitter_cluster.listing import Languages
 
 
 def run(client, output, **options):
@@ -37,6 +35,31 @@ def test_the_shards_hold_what_one_machine_prints(client, folder, tmp_path, argum
     again = run(client, tmp_path / "out", **options)
     assert [path.stat().st_ino for path in shards] == before
     assert (again.items, again.failed) == (summary.items, summary.failed)
+
+
+def test_no_path_is_too_long(client, folder, tmp_path):
+    here = os.open("top", os.O_RDONLY)
+    for i in range(25):
+        name = "n" * 200
+        os.mkdir(name, dir_fd=here)
+        here, above = os.open(name, os.O_RDONLY, dir_fd=here), here
+        os.close(above)
+        for name, content in [("a.py", b"def f(x):\n    return g(x)\n"), ("b.py", b"\0"), ("c.py", b"x = 1\n")]:
+            with open(os.open(name, os.O_WRONLY | os.O_CREAT, dir_fd=here), "wb") as file:
+                file.write(content)
+    os.close(here)
+    try:
+        expected, status = one_machine("top")
+        summary = run(client, tmp_path / "out", paths=["top"])
+        assert (output_of(tmp_path / "out"), summary.status) == (expected, status)
+        # Such a file may be gone when its turn comes.
+        subprocess.run(["find", "top", "-path", "top/nnn*", "-name", "c.py", "-delete"], check=True)
+        (tmp_path / "out/manifest.jsonl").unlink()
+        again = run(client, tmp_path / "out", paths=["top"])
+        assert again.records == summary.records and again.failed > summary.failed
+        assert b'"raised":"Failed to read file: [Errno 2] No such file' in output_of(tmp_path / "out")
+    finally:
+        subprocess.run(["rm", "-rf", "top"], check=True)
 
 
 def test_the_command(folder, tmp_path):
@@ -117,6 +140,9 @@ def test_commits_of_bare_repositories_need_no_checkout(client, folder, tmp_path,
     summary = run(client, tmp_path / "out", git=[triple])
     assert output_of(tmp_path / "out") == expected
     assert summary.status == status == 1
+    walk = ["--exclude", "/d1/", "--exclude", "*.rb", "--hidden", "--type", "python", "--type", "ruby"]
+    run(client, tmp_path / "some", git=[triple], walk=walk)
+    assert output_of(tmp_path / "some") == one_machine(*walk, "top")[0] != expected
     # What changed alone is parsed again, and nothing of the others is read.
     write(folder, "top/d3/m3.py", b"def changed(): pass\n")
     write(folder, "top/new.py", b"x = 2\n")
@@ -157,18 +183,3 @@ def test_records_are_taken_over_where_nothing_that_they_depend_on_has_changed(cl
         assert summary.records - summary.taken == (changed or summary.records)
     with pytest.raises(ClusterError, match="no run whose records"):
         run(client, tmp_path / "x", paths=["top"], reuse=str(tmp_path))
-
-
-def test_the_package_knows_languages_as_the_engine_does():
-    words = [word for line in subprocess.run([TOOL, "languages"], capture_output=True, check=True)
-             .stdout.decode().splitlines() for word in line.split()]
-    names = [part + word + end for word in words for part in ("", "x", "d.x/", "X.Y")
-             for end in ("", "x", ".")] + [word.upper() for word in words]
-    names += [name + suffix for name in ("a.b", ".") for suffix in (".d.TS", ".PY", ".py.txt")]
-    listed = subprocess.run([TOOL, "parse", "--batch"], capture_output=True, check=False,
-                            input="".join(f"0 {name}\n\n" for name in names).encode()).stdout
-    languages = Languages(TOOL)
-    records = listed.decode().splitlines()
-    assert len(records) == len(names)
-    for name, record in zip(names, records):
-        assert (languages.detect(name.encode()) is None) == ('"language":null' in record), name
