@@ -1,6 +1,7 @@
 # The Debian packages, made by `cpack` of the components that the install rules name:
 #
 #   tool    treesitter-engine          the command, its manual pages and completions
+#   cluster treesitter-cluster         the command that runs it over a Dask cluster
 #   dev     libtreesitter-engine-dev   the archive, its headers, and what finds them
 #   python  python3-treesitter         the module for Debian's Python
 #   doc     treesitter-engine-doc      README.md, doc/ and examples/
@@ -16,6 +17,9 @@ set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_COMPONENTS_ALL dev doc)
 if(TARGET treesitter_engine_command)
   list(APPEND CPACK_COMPONENTS_ALL tool)
+endif()
+if(TARGET treesitter_engine_cluster_manual)
+  list(APPEND CPACK_COMPONENTS_ALL cluster)
 endif()
 if(TARGET treesitter_engine_python)
   list(APPEND CPACK_COMPONENTS_ALL python)
@@ -42,6 +46,18 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS treesitter-engine-doc)
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "source-code parsing engine for code indexers\n${_what}\n\
 This package has the command, which prints records or tags files, keeps the\n\
 index of a repository and answers questions from it.")
+
+set(CPACK_DEBIAN_CLUSTER_PACKAGE_NAME treesitter-cluster)
+set(CPACK_DEBIAN_CLUSTER_PACKAGE_SECTION devel)
+set(CPACK_DEBIAN_CLUSTER_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_CLUSTER_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_CLUSTER_PACKAGE_DEPENDS "python3 (>= 3.11), python3-distributed, python3-zstandard, \
+treesitter-engine (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_CLUSTER_PACKAGE_RECOMMENDS git)
+set(CPACK_DEBIAN_CLUSTER_PACKAGE_SUGGESTS treesitter-engine-doc)
+set(CPACK_DEBIAN_CLUSTER_DESCRIPTION "source-code parsing engine over a Dask cluster\n${_what}\n\
+This package parses millions of files, of folders and of bare repositories,\n\
+into compressed shards of records by the workers of a Dask cluster.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libtreesitter-engine-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)

@@ -13,7 +13,8 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
   libssl-dev libpcre2-dev libicu-dev libcli11-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev libzstd-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  python3 python3-dev python3-venv python3-setuptools python3-wheel python3-pytest python3-jsonschema mypy git universal-ctags)
+  python3 python3-dev python3-venv python3-setuptools python3-wheel python3-pytest python3-jsonschema mypy git universal-ctags
+  python3-distributed python3-zstandard openssl)
 # What .ci/run needs beside them.
 # shellcheck disable=SC2034
 CI_PACKAGES=(clang clang-format clang-tidy fish lintian man-db shellcheck vim zsh)

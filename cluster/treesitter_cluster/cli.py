@@ -14,7 +14,8 @@ EXIT_INTERRUPTED = 130
 MOST_SHOWN = 20
 
 
-def _parser():
+def parser():
+    """What the manual page is written of, too."""
     parser = argparse.ArgumentParser(
         prog="treesitter-cluster", description="Parses millions of files over a Dask cluster.")
     commands = parser.add_subparsers(dest="command", required=True)
@@ -36,14 +37,17 @@ def _parser():
     parse.add_argument("--git-from", metavar="LIST",
                        help="repositories from the lines of LIST, each as for --git")
     parse.add_argument("--reuse", metavar="FOLDER",
-                       help="an earlier output, whose records are taken over where nothing changed")
-    parse.add_argument("--rules", choices=["standard", "navigation"])
-    parse.add_argument("--max-filesize", metavar="SIZE")
+                       help="an earlier output, whose records are taken over where nothing changed; "
+                            "takes 300 MB of memory here at most")
+    parse.add_argument("--rules", choices=["standard", "navigation"],
+                       help="as of treesitter-engine parse")
+    parse.add_argument("--max-filesize", metavar="SIZE",
+                       help="as of treesitter-engine parse")
     for flag in ("--hidden", "--no-ignore"):
         parse.add_argument(flag, action="store_true", help="as of treesitter-engine parse")
     for option, name in (("--exclude", "GLOB"), ("--type", "NAME")):
         parse.add_argument(option, action="append", default=[], metavar=name,
-                           help="of folders, as of treesitter-engine parse")
+                           help="of folders and commits, as of treesitter-engine parse")
     parse.add_argument("--engine", default="treesitter-engine", metavar="PROGRAM",
                        help="the engine, here and on the workers")
     parse.add_argument("--batch-bytes", type=int, metavar="N", help="of source in one shard, about")
@@ -53,7 +57,7 @@ def _parser():
     parse.add_argument("--wait", type=float, default=60, metavar="SECONDS",
                        help="for a worker that may have work")
     for name in ("ca-file", "cert", "key"):
-        parse.add_argument(f"--tls-{name}", metavar="FILE")
+        parse.add_argument(f"--tls-{name}", metavar="FILE", help="of a scheduler at tls://")
     parse.add_argument("-v", "--verbose", action="store_true", help="say what was done")
     parse.add_argument("paths", nargs="*", metavar="PATH", help="files and folders")
     return parser
@@ -103,7 +107,7 @@ def _duration(seconds):
     return f"{minutes // 60}:{minutes % 60:02}:{seconds:02}"
 
 
-def _repositories(arguments, parser):
+def _repositories(arguments, own):
     texts = list(arguments.git)
     if arguments.git_from:
         with open(arguments.git_from, encoding="utf-8", errors="surrogateescape") as file:
@@ -121,7 +125,7 @@ def _repositories(arguments, parser):
     prefixes = [prefix for _, _, prefix in triples]
     for prefix in prefixes:
         if prefixes.count(prefix) > 1:  # their paths could not be told apart
-            parser.error(f"two repositories are named {prefix.rstrip('/')}")
+            own.error(f"two repositories are named {prefix.rstrip('/')}")
     return triples
 
 
@@ -193,18 +197,18 @@ def _tell(summary, arguments):
 
 
 def main():
-    parser = _parser()
-    arguments = parser.parse_args()
+    own = parser()
+    arguments = own.parse_args()
     if not (arguments.paths or arguments.files_from or arguments.git or arguments.git_from):
-        parser.error("no PATH is given")
+        own.error("no PATH is given")
     if "-" in arguments.paths or arguments.files_from == "-":
-        parser.error("standard input (-) is not on the workers")
+        own.error("standard input (-) is not on the workers")
     if arguments.workers is not None and arguments.scheduler != "local":
-        parser.error("--workers is for --scheduler local")
+        own.error("--workers is for --scheduler local")
     watch = Watch()
     try:
         from .run import parse
-        git = _repositories(arguments, parser)
+        git = _repositories(arguments, own)
         options, walk = _options(arguments)
         with _client(arguments) as client:
             summary = parse(

@@ -16,6 +16,8 @@ PYTHON = sys.executable  # ctest runs the Python that the module is for
 PACKAGES = {
     "treesitter-engine": ({"libc6", "libstdc++6", "libssl3", "libpcre2-8-0", "libsqlite3-0"},
                           "bin/treesitter-engine"),
+    "treesitter-cluster": ({"python3", "python3-distributed", "python3-zstandard", "treesitter-engine"},
+                           "share/man/man1/treesitter-cluster.1.gz"),
     "python3-treesitter": ({"python3", "libc6", "libstdc++6", "libssl3", "libpcre2-8-0",
                             "libsqlite3-0"},
                            "lib/python3/dist-packages/treesitter-stubs/__init__.pyi"),

@@ -1,0 +1,43 @@
+#!/usr/bin/env python3
+"""Runs tests/cluster by a Python that has what they need: cluster_test.py ENGINE [ARGUMENT OF PYTEST...]
+
+Dask is Debian's, and of the system's Python; another one may stand in front of it in the PATH. Where
+none has it the status is 77, and the reason is told.
+"""
+import os
+import pathlib
+import subprocess
+import sys
+
+NEEDED = {"distributed": "python3-distributed", "zstandard": "python3-zstandard",
+          "pytest": "python3-pytest"}
+
+
+def missing(python):
+    """The packages, or None where there is no such Python."""
+    code = f"from importlib.util import find_spec as f; print(*(n for n in {[*NEEDED]} if not f(n)))"
+    try:
+        done = subprocess.run([python, "-c", code], capture_output=True, text=True, check=True)
+    except (OSError, subprocess.CalledProcessError):
+        return None
+    return [NEEDED[name] for name in done.stdout.split()]
+
+
+def main():
+    engine, *arguments = sys.argv[1:]
+    packages = None
+    for python in ("/usr/bin/python3", sys.executable):
+        packages = missing(python)
+        if packages == []:
+            break
+    else:
+        print("skipped, since these are missing:", *(packages or NEEDED.values()))
+        sys.exit(77)
+    environment = {**os.environ, "TREESITTER_ENGINE": os.path.abspath(engine)}
+    command = [python, "-m", "pytest", "-q", "-p", "no:cacheprovider", *arguments,
+               pathlib.Path(__file__).resolve().parent / "cluster"]
+    os.execve(python, list(map(str, command)), environment)
+
+
+if __name__ == "__main__":
+    main()
