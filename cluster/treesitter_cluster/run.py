@@ -164,7 +164,7 @@ class Run:
             return ended
 
     def _require_scheduler(self, status):
-        if status in ("cancelled", "lost") or self._client.status != "running":
+        if status == "cancelled" or self._client.status != "running":
             raise ClusterError("the scheduler is gone; the same command goes on with the run")
 
     def _settle(self, futures):
@@ -175,7 +175,10 @@ class Run:
                 continue
             self._require_scheduler(future.status)
             work, _ = self._under_way.pop(future.key)
-            if future.status == "error":
+            if future.status == "lost":  # with the worker that had its result; done again
+                future.cancel()
+                self._todo.append(work)
+            elif future.status == "error":
                 self._failed(work, future.exception())
             else:
                 finished.append((work, future))

@@ -182,9 +182,11 @@ def parse_batch(job, batch):
     if starts >= batch["most_starts"]:
         return {"died": starts}
     try:
-        return {**_parse(job, batch, os.path.join(folder, name)), "starts": starts + 1}
+        result = {**_parse(job, batch, os.path.join(folder, name)), "starts": starts + 1}
+        os.truncate(mark, starts)  # nor is a result that is lost with its worker
+        return result
     except OSError as error:
-        os.truncate(mark, starts)  # an error is no death
+        os.truncate(mark, starts)  # an error is no death, as of the items
         return {"error": f"{type(error).__name__}: {error}", "worker": worker and worker.address,
                 "repository": isinstance(error, RepositoryFault)}
     except BaseException:
