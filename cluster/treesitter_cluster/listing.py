@@ -8,6 +8,7 @@ machine: doc/scale.md says what that comes to.
 """
 import json
 import os
+import re
 import subprocess
 import tempfile
 
@@ -39,7 +40,14 @@ def listed(engine, command, folder):
             raise ClusterError(messages.read().decode("utf-8", "replace").strip())
 
 
+# Most lines, at a third of the price; a path that is escaped or no UTF-8 is for the JSON parser.
+_PLAIN = re.compile(rb'\{"path":"([^"\\]*)","size":(\d+)(,"found":true)?\}\n')
+
+
 def _listed(line):
+    plain = _PLAIN.fullmatch(line)
+    if plain and len(plain[1]) < PATH_MAX:
+        return (FOUND if plain[3] else NAMED), Item(plain[1], int(plain[2]))
     record = json.loads(line)
     if "size" not in record:
         return RECORDS, Item(line.rstrip(b"\n"), len(line))

@@ -15,10 +15,10 @@ from .items import all_items, packed, read_items
 VERSION = 1
 # Each start of the engine costs 5 to 30 ms, as many languages as it meets; the loss of a worker
 # some seconds of parsing.
-LEAST_BATCH = 1 << 20
+LEAST_BATCH = 4 << 20
 MOST_BATCH = 64 << 20
 # Each batch is this part of what is left for a thread: few starts, and small ones to end with.
-PARTS_LEFT = 4
+PARTS_LEFT = 3
 MOST_ITEMS = 20_000
 # What a file costs beside its bytes, in bytes; and what one costs that is only compared or copied.
 FILE_COST = 2048
