@@ -81,7 +81,7 @@ def _widen(pipe):
         pass
 
 
-def _environment():
+def environment():
     """Without what Dask tells the C library for its workers' sake: to give memory back at once. It
     makes an engine, whose trees come and go, a seventh slower."""
     return {name: value for name, value in os.environ.items() if not name.startswith("MALLOC_")}
@@ -106,7 +106,7 @@ class EngineRun:
             command = [*command, "--null", "--files-from", "-"]
         try:
             self._child = subprocess.Popen(command, stdin=standard_input, stdout=subprocess.PIPE,
-                                           stderr=self._messages, cwd=folder, env=_environment())
+                                           stderr=self._messages, cwd=folder, env=environment())
         finally:
             os.close(standard_input)
         _widen(self._child.stdout)

@@ -129,7 +129,8 @@ class BatchRun:
             done = subprocess.run(
                 engine.bounded([engine.find(self._job["engine"]), "parse", "--files-from", "-",
                                 *self._job["options"]], self._memory),
-                stdin=empty, capture_output=True, check=False, cwd=self._job["folder"])
+                stdin=empty, capture_output=True, check=False, cwd=self._job["folder"],
+                env=engine.environment())
         finally:
             os.close(empty)
         if done.returncode != 0:
