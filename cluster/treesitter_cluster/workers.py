@@ -78,15 +78,18 @@ class Workers:
         self.refused = {}
 
     def check(self, plugin, seconds):
-        """Has all workers looked at. Where one dies meanwhile the rest is asked once more."""
+        """Has all workers looked at. Where one dies meanwhile the rest is asked once more, also
+        when only waiting for the dead one took longer than there was time for."""
         end = time.monotonic() + seconds
+        is_again = False
         while True:
             try:
                 self._client.register_worker_plugin(plugin)
                 return
             except OSError as error:
-                if self._client.status != "running" or time.monotonic() > end:
+                if self._client.status != "running" or (is_again and time.monotonic() > end):
                     raise ClusterError(f"the workers cannot be reached: {error}") from error
+                is_again = True
 
     def look(self):
         """Counts the threads that may have work, and gives the reasons of who is newly refused."""
