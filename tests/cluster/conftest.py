@@ -18,6 +18,8 @@ COMMAND = os.path.join(PACKAGE, "treesitter-cluster")
 TIMEOUT = 120  # seconds; only a hang gets there
 
 sys.path.insert(0, PACKAGE)
+# Whoever is killed here is not there again under the same address.
+os.environ["DASK_DISTRIBUTED__COMM__TIMEOUTS__CONNECT"] = "10s"
 os.environ["PYTHONPATH"] = os.pathsep.join(filter(None, [PACKAGE, os.environ.get("PYTHONPATH")]))
 
 # An engine that a file of a certain name kills, or its worker, once all before it have records.
