@@ -54,11 +54,13 @@ class Merging {
  public:
   explicit Merging(std::size_t limit) : _limit(limit) {}
 
-  void add(Answer<Definition>&& answer) {
+  void add(Answer<Definition>&& answer, bool is_complete) {
     const std::scoped_lock lock(_mutex);
-    _answer.is_cut = _answer.is_cut || answer.is_cut;
-    std::move(answer.rows.begin(), answer.rows.end(), std::back_inserter(_answer.rows));
-    if (_answer.rows.size() / 2 > _limit) cut();
+    Answer<Definition>& all = _found.answer;
+    _found.is_complete = _found.is_complete && is_complete;
+    all.is_cut = all.is_cut || answer.is_cut;
+    std::move(answer.rows.begin(), answer.rows.end(), std::back_inserter(all.rows));
+    if (all.rows.size() / 2 > _limit) cut();
   }
 
   void fail(std::exception_ptr why) {
@@ -66,31 +68,31 @@ class Merging {
     if (!_failure) _failure = std::move(why);
   }
 
-  Answer<Definition> take() {
+  Catalogue::Found take() {
     if (_failure) std::rethrow_exception(_failure);
     cut();
-    return std::move(_answer);
+    return std::move(_found);
   }
 
  private:
   // As one index orders them.
   void cut() {
+    std::vector<Definition>& rows = _found.answer.rows;
     const auto key = [](const Definition& row) {
       return std::tuple(row.quality, row.is_test, !row.is_export, std::string_view(row.path),
                         row.id);
     };
-    std::sort(
-        _answer.rows.begin(), _answer.rows.end(),
-        [&](const Definition& one, const Definition& other) { return key(one) < key(other); });
-    if (_answer.rows.size() <= _limit) return;
-    _answer.is_cut = true;
-    _answer.rows.erase(_answer.rows.begin() + static_cast<std::ptrdiff_t>(_limit),
-                       _answer.rows.end());
+    std::sort(rows.begin(), rows.end(), [&](const Definition& one, const Definition& other) {
+      return key(one) < key(other);
+    });
+    if (rows.size() <= _limit) return;
+    _found.answer.is_cut = true;
+    rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(_limit), rows.end());
   }
 
   const std::size_t _limit;
   std::mutex _mutex;
-  Answer<Definition> _answer;
+  Catalogue::Found _found;
   std::exception_ptr _failure;
 };
 
@@ -146,7 +148,7 @@ Catalogue::Catalogue(std::string folder) : _folder(std::move(folder)) {
   }
 }
 
-Answer<Definition> Catalogue::find(const FindQuestion& question, std::size_t threads) const {
+Catalogue::Found Catalogue::find(const FindQuestion& question, std::size_t threads) const {
   if (threads == 0) threads = engines::treesitter::usable_processors();
   Merging merging(question.filter.limit);
   std::atomic<std::size_t> next = 0;
@@ -154,7 +156,7 @@ Answer<Definition> Catalogue::find(const FindQuestion& question, std::size_t thr
     try {
       for (std::size_t i = next++; i < _repositories.size(); i = next++) {
         Questions one(Place{_root, database_of(_folder, _repositories[i]), false});
-        merging.add(one.find(question));
+        merging.add(one.find(question), one.is_complete());
       }
     } catch (...) {
       merging.fail(std::current_exception());

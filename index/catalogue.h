@@ -55,9 +55,14 @@ class Catalogue {
   // The folder that paths start from; absolute.
   const std::string& root() const { return _root; }
 
+  struct Found {
+    Answer<Definition> answer;
+    bool is_complete = true;  // otherwise some index is just being made
+  };
+
   // As Questions::find, over all; `threads`: 0 for as many as there are processors. Throws
   // IndexError when an index cannot be asked.
-  Answer<Definition> find(const FindQuestion& question, std::size_t threads = 0) const;
+  Found find(const FindQuestion& question, std::size_t threads = 0) const;
 
  private:
   const std::string _folder;

@@ -23,6 +23,9 @@ namespace {
 using repository::Answer;
 using repository::Questions;
 
+constexpr const char* INCOMPLETE =
+    "the index is being made, or a run over it was ended: files may be missing";
+
 class OutputSink final : public ByteSink {
  public:
   void write(std::string_view bytes) override { write_output(bytes, EXIT_ALL_PARSED); }
@@ -154,17 +157,17 @@ bool Asking::ask() {
 int Asking::operator()() {
   const bool is_found = ask();
   _writing.flush();
-  if (!_questions.is_complete()) {
-    complain("the index is being made, or a run over it was ended: files may be missing");
-  }
+  if (!_questions.is_complete()) complain(INCOMPLETE);
   return is_found ? EXIT_ALL_PARSED : EXIT_NOTHING_FOUND;
 }
 
 int ask_catalogue(const QuestionArguments& asked) {
   const repository::Catalogue catalogue(*asked.catalogue);
   Writing writing(asked.format, catalogue.root());
-  const bool is_found = writing.write(catalogue.find(find_question(asked)));
+  const auto found = catalogue.find(find_question(asked));
+  const bool is_found = writing.write(found.answer);
   writing.flush();
+  if (!found.is_complete) complain(INCOMPLETE);
   return is_found ? EXIT_ALL_PARSED : EXIT_NOTHING_FOUND;
 }
 

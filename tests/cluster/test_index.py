@@ -2,6 +2,7 @@
 import json
 import pathlib
 import shutil
+import sqlite3
 import subprocess
 import sys
 
@@ -82,6 +83,10 @@ def test_a_catalogue_answers_as_one_index(client, folder, output, tmp_path):
     # Another one in its place has other repositories.
     tool("index", "--from-shards", output, "--catalogue", tmp_path / "all", statuses=[0, 1])
     assert {path.name for path in catalogue.iterdir() if path.suffix == ".sqlite"} == {"top.sqlite"}
+    with sqlite3.connect(catalogue / "top.sqlite") as connection:  # as a run that was killed leaves it
+        connection.execute("UPDATE meta SET value = 0 WHERE key = 'complete'")
+    done = subprocess.run([TOOL, "find", "f9", "--catalogue", tmp_path / "all"], capture_output=True)
+    assert b"files may be missing" in done.stderr and done.returncode == 0
     (catalogue / "top.sqlite").write_bytes(b"x" * 5000)
     assert "top.sqlite" in tool("find", "f9", "--catalogue", tmp_path / "all", statuses=[2])
 
