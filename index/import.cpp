@@ -21,7 +21,7 @@ namespace {
 // From the root, in the one spelling that an index has of a path.
 std::string path_inside(const std::string& path, const std::string& root) {
   const auto whole = (std::filesystem::path(root) / path).lexically_normal();
-  const std::string inside = whole.lexically_relative(root).native();
+  std::string inside = whole.lexically_relative(root).native();
   if (inside.empty() || inside == "." || inside == ".." || inside.starts_with("../")) {
     throw IndexError("'" + path + "' does not lie in '" + root + "'");
   }
