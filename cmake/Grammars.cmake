@@ -61,6 +61,7 @@ endfunction()
 _replace_in_core(stack.c core_stack.h "static void stack_node_release"
   "static StackNode *stack_node_new" "static StackVersion ts_stack__add_version"
   "StackSliceArray ts_stack_pop_count" "forceinline StackAction pop_all_callback")
+_replace_in_core(parser.c core_parser.h "static StackVersion ts_parser__reduce")
 _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
   "static void ts_lexer__mark_end")
 
@@ -174,7 +175,7 @@ target_compile_definitions(treesitter_engine_grammar_yaml PRIVATE TREESITTER_ENG
 # their version in their own data.
 _package_version(tree-sitter _core_version)
 _digest(_core_digest tree-sitter "${_core}/src/lib.c" FOLDERS "${_core}/src" "${_core}/include"
-  WITH allocator.h core_stack.h core_lexer.h)
+  WITH allocator.h core_lexer.h core_parser.h core_stack.h)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"
                "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h" @ONLY)
 target_include_directories(treesitter_engine_grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")

@@ -127,6 +127,41 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
   return (StackSliceArray){self->slices.contents, 1, self->slices.capacity};
 }
 
+// Takes the topmost `count` subtrees, extras not counted, from the stack's only version, and returns
+// true; the version ends below them then. Returns false, and changes nothing, when there are other
+// versions, or when a part of the stack also belongs to a state that somebody remembers: then a
+// pop has to leave it as it is. The subtrees change hands, so no reference is counted.
+static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArray* subtrees) {
+  if (self->heads.size != 1) return false;
+  StackNode* node = self->heads.contents[0].node;
+  uint32_t size = 0;
+  StackNode* bottom = node;
+  for (uint32_t left = count; left > 0; bottom = bottom->links[0].node) {
+    if (bottom->link_count != 1 || bottom->ref_count != 1) return false;
+    const Subtree subtree = bottom->links[0].subtree;
+    if (!subtree.ptr) return false;
+    ++size;
+    if (!ts_subtree_extra(subtree)) --left;
+  }
+  *subtrees = (SubtreeArray)array_new();
+  // They will be a node's children, whose own data comes behind them in the same block.
+  const uint32_t room = (uint32_t)(ts_subtree_alloc_size(count) / sizeof(Subtree));
+  array_reserve(subtrees, size > room ? size : room);
+  subtrees->size = size;
+  while (node != bottom) {
+    StackNode* const below = node->links[0].node;
+    subtrees->contents[--size] = node->links[0].subtree;
+    if (self->node_pool.size < MAX_NODE_POOL_SIZE) {
+      array_push(&self->node_pool, node);
+    } else {
+      ts_free(node);
+    }
+    node = below;
+  }
+  self->heads.contents[0].node = bottom;
+  return true;
+}
+
 // Pops everything. Called for each step; the stack of a file of open brackets is as long as the
 // file, and the core's own asks nobody meanwhile: 10 MB of them took seconds.
 static StackAction pop_all_callback(void* payload, const StackIterator* iterator) {

@@ -1,0 +1,36 @@
+// Compiled into the core's parser.c, by cmake/Grammars.cmake, in the place of the core's own
+// function of the same name. It does the same.
+#pragma once
+
+static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArray* subtrees);
+static StackVersion published_ts_parser__reduce(TSParser* self, StackVersion version,
+                                                TSSymbol symbol, uint32_t count,
+                                                int dynamic_precedence, uint16_t production_id,
+                                                bool is_fragile, bool end_of_non_terminal_extra);
+
+// Makes a node of the topmost `count` subtrees. The core's own makes a new version of the stack for
+// it, beside the old one, since a grammar may allow several reductions and since versions may meet.
+// Nearly always there is one version and one reduction, which are made here in place.
+static StackVersion ts_parser__reduce(TSParser* self, StackVersion version, TSSymbol symbol,
+                                      uint32_t count, int dynamic_precedence,
+                                      uint16_t production_id, bool is_fragile,
+                                      bool end_of_non_terminal_extra) {
+  SubtreeArray children;
+  if (is_fragile || !treesitter_engine_stack_take(self->stack, count, &children)) {
+    return published_ts_parser__reduce(self, version, symbol, count, dynamic_precedence,
+                                       production_id, is_fragile, end_of_non_terminal_extra);
+  }
+  ts_subtree_array_remove_trailing_extras(&children, &self->trailing_extras);
+  const MutableSubtree parent =
+      ts_subtree_new_node(symbol, &children, production_id, self->language);
+  const TSStateId state = ts_stack_state(self->stack, version);
+  const TSStateId next_state = ts_language_next_state(self->language, state, symbol);
+  if (end_of_non_terminal_extra && next_state == state) parent.ptr->extra = true;
+  parent.ptr->parse_state = state;
+  parent.ptr->dynamic_precedence += dynamic_precedence;
+  ts_stack_push(self->stack, version, ts_subtree_from_mut(parent), false, next_state);
+  for (uint32_t i = 0; i < self->trailing_extras.size; ++i) {
+    ts_stack_push(self->stack, version, self->trailing_extras.contents[i], false, next_state);
+  }
+  return version;
+}
