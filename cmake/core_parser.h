@@ -8,6 +8,20 @@ static StackVersion published_ts_parser__reduce(TSParser* self, StackVersion ver
                                                 int dynamic_precedence, uint16_t production_id,
                                                 bool is_fragile, bool end_of_non_terminal_extra);
 
+// What may be done in a state with a token. In a list a grammar has two actions for what begins the
+// next element, to end this one and to shift, and marks the second as one that the parser is to skip.
+// Without those one action is left nearly always, and what there is only one of is done in place.
+static void treesitter_engine_table_entry(const TSLanguage* self, TSStateId state, TSSymbol symbol,
+                                          TableEntry* result) {
+  ts_language_table_entry(self, state, symbol, result);
+  while (result->action_count > 1) {
+    const TSParseAction last = result->actions[result->action_count - 1];
+    if (last.type != TSParseActionTypeShift || !last.shift.repetition) return;
+    --result->action_count;
+  }
+}
+#define ts_language_table_entry treesitter_engine_table_entry
+
 // Makes a node of the topmost `count` subtrees. The core's own makes a new version of the stack for
 // it, beside the old one, since a grammar may allow several reductions and since versions may meet.
 // Nearly always there is one version and one reduction, which are made here in place.
