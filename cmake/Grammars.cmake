@@ -56,12 +56,14 @@ function(_replace_in_core file header)
   endforeach()
   file(WRITE "${_core_copy}/${file}.new" "${text}")
   configure_file("${_core_copy}/${file}.new" "${_core_copy}/${file}" COPYONLY)
+  set(_replaced "${_replaced}/${file}" PARENT_SCOPE)
 endfunction()
 
 _replace_in_core(stack.c core_stack.h "static void stack_node_release"
   "static StackNode *stack_node_new" "static StackVersion ts_stack__add_version"
   "StackSliceArray ts_stack_pop_count" "forceinline StackAction pop_all_callback")
 _replace_in_core(parser.c core_parser.h "static StackVersion ts_parser__reduce")
+_replace_in_core(subtree.c core_subtree.h "void ts_subtree_summarize_children")
 _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
   "static void ts_lexer__mark_end")
 
@@ -69,7 +71,10 @@ add_library(treesitter_engine_core STATIC "${_core_copy}/lib.c")
 _third_party_target(treesitter_engine_core)
 target_include_directories(treesitter_engine_core SYSTEM PUBLIC "${_core}/include"
   PRIVATE "${_core}/src" "${PROJECT_SOURCE_DIR}/cmake")
-target_compile_definitions(treesitter_engine_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
+# The second is for the build alone: a copy that is new here hides the core's own file, which neither
+# Ninja nor ccache would notice.
+target_compile_definitions(treesitter_engine_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS
+  "TREESITTER_ENGINE_REPLACED=${_replaced}")
 # The core copies many small structures whose fields it has just written. Copied field by field they
 # come from registers; by wider loads, which these optimisations make of them, the processor waits for
 # the stores: 3 % of a parse.
@@ -175,7 +180,7 @@ target_compile_definitions(treesitter_engine_grammar_yaml PRIVATE TREESITTER_ENG
 # their version in their own data.
 _package_version(tree-sitter _core_version)
 _digest(_core_digest tree-sitter "${_core}/src/lib.c" FOLDERS "${_core}/src" "${_core}/include"
-  WITH allocator.h core_lexer.h core_parser.h core_stack.h)
+  WITH allocator.h core_lexer.h core_parser.h core_stack.h core_subtree.h)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"
                "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h" @ONLY)
 target_include_directories(treesitter_engine_grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")

@@ -1,0 +1,98 @@
+// Compiled into the core's subtree.c, by cmake/Grammars.cmake, in the place of the core's own
+// function of the same name.
+#pragma once
+
+void published_ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* language);
+
+// Adds up in a node what its children have. The core's own also keeps what only a later parse of an
+// edited text asks for: the first leaf, how far the lexer looked ahead, whether nodes are fragile,
+// have external tokens or depend on their column. There is no later parse here. And it keeps the
+// sums in the node, where each step has to wait for the one before; here they are in registers.
+void ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* language) {
+  SubtreeHeapData* const node = self.ptr;
+  if (node->child_count == 0 || node->symbol == ts_builtin_sym_error ||
+      node->symbol == ts_builtin_sym_error_repeat) {
+    published_ts_subtree_summarize_children(self, language);
+    return;
+  }
+  const Subtree* const children = ts_subtree_children(self);
+  const Subtree* const end = children + node->child_count;
+  const TSSymbol* alias = ts_language_alias_sequence(language, node->production_id);
+  node->padding = ts_subtree_padding(*children);
+  uint32_t bytes = 0;
+  TSPoint extent = {0, 0};
+  uint32_t error_cost = 0;
+  uint32_t visible = 0;
+  uint32_t named = 0;
+  uint32_t descendants = 0;
+  int32_t precedence = 0;
+  for (const Subtree* child = children; child != end; ++child) {
+    bool is_visible;
+    bool is_named;
+    bool is_extra;
+    TSSymbol symbol;
+    if (child->data.is_inline) {
+      const SubtreeInlineData leaf = child->data;
+      bytes += leaf.size_bytes;
+      if (child != children) {
+        bytes += leaf.padding_bytes;
+        extent.row += leaf.padding_rows;
+        extent.column = (leaf.padding_rows > 0 ? 0 : extent.column) + leaf.padding_columns;
+      }
+      extent.column += leaf.size_bytes;
+      if (leaf.is_missing) error_cost += ERROR_COST_PER_MISSING_TREE + ERROR_COST_PER_RECOVERY;
+      is_visible = leaf.visible;
+      is_named = leaf.named;
+      is_extra = leaf.extra;
+      symbol = leaf.symbol;
+    } else {
+      const SubtreeHeapData* const inner = child->ptr;
+      bytes += inner->size.bytes;
+      if (child != children) {
+        bytes += inner->padding.bytes;
+        extent = point_add(extent, inner->padding.extent);
+      }
+      extent = point_add(extent, inner->size.extent);
+      is_visible = inner->visible;
+      is_named = inner->named;
+      is_extra = inner->extra;
+      symbol = inner->symbol;
+      if (symbol != ts_builtin_sym_error_repeat) error_cost += ts_subtree_error_cost(*child);
+      if (inner->child_count > 0) {
+        precedence += inner->dynamic_precedence;
+        descendants += inner->visible_descendant_count;
+        const bool is_aliased = alias && !is_extra && *alias != 0;
+        if (!is_visible && !is_aliased) {
+          visible += inner->visible_child_count;
+          named += inner->named_child_count;
+        }
+      }
+    }
+    if (alias && !is_extra) {
+      const TSSymbol replacing = *alias++;
+      if (replacing != 0 && symbol != 0) {
+        is_visible = true;
+        is_named = ts_language_symbol_metadata(language, replacing).named;
+      }
+    }
+    if (is_visible) {
+      ++visible;
+      ++descendants;
+      if (is_named) ++named;
+    }
+  }
+  node->size.bytes = bytes;
+  node->size.extent = extent;
+  node->error_cost = error_cost;
+  node->visible_child_count = visible;
+  node->named_child_count = named;
+  node->visible_descendant_count = descendants;
+  node->dynamic_precedence = precedence;
+  node->repeat_depth = 0;
+  if (node->child_count >= 2 && !node->visible && !node->named &&
+      ts_subtree_symbol(children[0]) == node->symbol) {
+    const uint32_t first = ts_subtree_repeat_depth(children[0]);
+    const uint32_t last = ts_subtree_repeat_depth(end[-1]);
+    node->repeat_depth = (uint16_t)((first > last ? first : last) + 1);
+  }
+}
