@@ -62,7 +62,7 @@ endfunction()
 _replace_in_core(stack.c core_stack.h "static void stack_node_release"
   "static StackNode *stack_node_new" "static StackVersion ts_stack__add_version"
   "StackSliceArray ts_stack_pop_count" "forceinline StackAction pop_all_callback")
-_replace_in_core(parser.c core_parser.h "static StackVersion ts_parser__reduce")
+_replace_in_core(parser.c core_parser.h "static void ts_parser__log" "static StackVersion ts_parser__reduce")
 _replace_in_core(subtree.c core_subtree.h "void ts_subtree_summarize_children")
 _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
   "static void ts_lexer__mark_end")

@@ -15,7 +15,7 @@ static void ts_lexer__advance(TSLexer* lexer, bool skip) {
   const bool is_plain = self->lookahead_size == 1 && self->data.lookahead != '\n' &&
                         self->current_included_range_index < self->included_range_count &&
                         next < self->included_ranges[self->current_included_range_index].end_byte &&
-                        in_chunk < self->chunk_size && !self->logger.log;
+                        in_chunk < self->chunk_size;
   if (!is_plain || (signed char)self->chunk[in_chunk] < 0) {
     published_ts_lexer__advance(lexer, skip);
     return;

@@ -1,6 +1,17 @@
 // Compiled into the core's parser.c, by cmake/Grammars.cmake, in the place of the core's own
-// function of the same name. It does the same.
+// functions of the same names. They do the same, but that nothing is logged.
 #pragma once
+
+// Nobody can set a logger here, and each action asks some ten times whether there is one.
+#undef LOG
+#undef LOG_LOOKAHEAD
+#undef LOG_STACK
+#undef LOG_TREE
+#define LOG(...)
+#define LOG_LOOKAHEAD(...)
+#define LOG_STACK()
+#define LOG_TREE(...)
+static void ts_parser__log(TSParser* self) { (void)self; }
 
 static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArray* subtrees);
 static StackVersion published_ts_parser__reduce(TSParser* self, StackVersion version,
@@ -11,14 +22,25 @@ static StackVersion published_ts_parser__reduce(TSParser* self, StackVersion ver
 // What may be done in a state with a token. In a list a grammar has two actions for what begins the
 // next element, to end this one and to shift, and marks the second as one that the parser is to skip.
 // Without those one action is left nearly always, and what there is only one of is done in place.
-static void treesitter_engine_table_entry(const TSLanguage* self, TSStateId state, TSSymbol symbol,
-                                          TableEntry* result) {
-  ts_language_table_entry(self, state, symbol, result);
-  while (result->action_count > 1) {
-    const TSParseAction last = result->actions[result->action_count - 1];
-    if (last.type != TSParseActionTypeShift || !last.shift.repetition) return;
-    --result->action_count;
+//
+// An error asks this for every token of the grammar, and nearly always there is nothing to be done.
+static inline void treesitter_engine_table_entry(const TSLanguage* self, TSStateId state,
+                                                 TSSymbol symbol, TableEntry* result) {
+  *result = (TableEntry){.actions = NULL, .action_count = 0, .is_reusable = false};
+  if (symbol == ts_builtin_sym_error || symbol == ts_builtin_sym_error_repeat) return;
+  ts_assert(symbol < self->token_count);
+  const uint16_t index = ts_language_lookup(self, state, symbol);
+  if (index == 0) return;
+  const TSParseActionEntry* const entry = &self->parse_actions[index];
+  const TSParseAction* const actions = (const TSParseAction*)(entry + 1);
+  uint32_t count = entry->entry.count;
+  while (count > 1 && actions[count - 1].type == TSParseActionTypeShift &&
+         actions[count - 1].shift.repetition) {
+    --count;
   }
+  result->actions = actions;
+  result->action_count = count;
+  result->is_reusable = entry->entry.reusable;
 }
 #define ts_language_table_entry treesitter_engine_table_entry
 

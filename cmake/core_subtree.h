@@ -10,13 +10,14 @@ void published_ts_subtree_summarize_children(MutableSubtree self, const TSLangua
 // sums in the node, where each step has to wait for the one before; here they are in registers.
 void ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* language) {
   SubtreeHeapData* const node = self.ptr;
-  if (node->child_count == 0 || node->symbol == ts_builtin_sym_error ||
-      node->symbol == ts_builtin_sym_error_repeat) {
+  if (node->child_count == 0) {
     published_ts_subtree_summarize_children(self, language);
     return;
   }
   const Subtree* const children = ts_subtree_children(self);
   const Subtree* const end = children + node->child_count;
+  const bool is_error =
+      node->symbol == ts_builtin_sym_error || node->symbol == ts_builtin_sym_error_repeat;
   const TSSymbol* alias = ts_language_alias_sequence(language, node->production_id);
   node->padding = ts_subtree_padding(*children);
   uint32_t bytes = 0;
@@ -41,6 +42,7 @@ void ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* langua
       }
       extent.column += leaf.size_bytes;
       if (leaf.is_missing) error_cost += ERROR_COST_PER_MISSING_TREE + ERROR_COST_PER_RECOVERY;
+      if (is_error && leaf.visible && !leaf.extra) error_cost += ERROR_COST_PER_SKIPPED_TREE;
       is_visible = leaf.visible;
       is_named = leaf.named;
       is_extra = leaf.extra;
@@ -58,6 +60,12 @@ void ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* langua
       is_extra = inner->extra;
       symbol = inner->symbol;
       if (symbol != ts_builtin_sym_error_repeat) error_cost += ts_subtree_error_cost(*child);
+      if (is_error && !is_extra && !(symbol == ts_builtin_sym_error && inner->child_count == 0)) {
+        const uint32_t skipped = is_visible              ? 1
+                                 : inner->child_count > 0 ? inner->visible_child_count
+                                                          : 0;
+        error_cost += ERROR_COST_PER_SKIPPED_TREE * skipped;
+      }
       if (inner->child_count > 0) {
         precedence += inner->dynamic_precedence;
         descendants += inner->visible_descendant_count;
@@ -83,6 +91,10 @@ void ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* langua
   }
   node->size.bytes = bytes;
   node->size.extent = extent;
+  if (is_error) {
+    error_cost += ERROR_COST_PER_RECOVERY + ERROR_COST_PER_SKIPPED_CHAR * bytes +
+                  ERROR_COST_PER_SKIPPED_LINE * extent.row;
+  }
   node->error_cost = error_cost;
   node->visible_child_count = visible;
   node->named_child_count = named;
