@@ -67,20 +67,26 @@ _replace_in_core(subtree.c core_subtree.h "void ts_subtree_summarize_children")
 _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
   "static void ts_lexer__mark_end")
 
+# treesitter_engine_compile_core(TARGET): the options of the core, whichever copy of it TARGET has.
+function(treesitter_engine_compile_core target)
+  _third_party_target(${target})
+  target_include_directories(${target} SYSTEM PUBLIC "${_core}/include"
+    PRIVATE "${_core}/src" "${PROJECT_SOURCE_DIR}/cmake")
+  target_compile_definitions(${target} PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
+  # The core copies many small structures whose fields it has just written. Copied field by field they
+  # come from registers; by wider loads, which these optimisations make of them, the processor waits
+  # for the stores: 3 % of a parse.
+  target_compile_options(${target} PRIVATE
+    $<$<C_COMPILER_ID:GNU>:-fno-tree-vectorize -fno-store-merging>
+    -include "${PROJECT_SOURCE_DIR}/cmake/allocator.h")
+endfunction()
+
+set(treesitter_engine_published_core "${_core}/src/lib.c")  # for the test of the replaced functions
 add_library(treesitter_engine_core STATIC "${_core_copy}/lib.c")
-_third_party_target(treesitter_engine_core)
-target_include_directories(treesitter_engine_core SYSTEM PUBLIC "${_core}/include"
-  PRIVATE "${_core}/src" "${PROJECT_SOURCE_DIR}/cmake")
-# The second is for the build alone: a copy that is new here hides the core's own file, which neither
-# Ninja nor ccache would notice.
-target_compile_definitions(treesitter_engine_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS
-  "TREESITTER_ENGINE_REPLACED=${_replaced}")
-# The core copies many small structures whose fields it has just written. Copied field by field they
-# come from registers; by wider loads, which these optimisations make of them, the processor waits for
-# the stores: 3 % of a parse.
-target_compile_options(treesitter_engine_core PRIVATE
-  $<$<C_COMPILER_ID:GNU>:-fno-tree-vectorize -fno-store-merging>
-  -include "${PROJECT_SOURCE_DIR}/cmake/allocator.h")
+treesitter_engine_compile_core(treesitter_engine_core)
+# For the build alone: a copy that is new hides the core's own file, which neither Ninja nor ccache
+# would notice.
+target_compile_definitions(treesitter_engine_core PRIVATE "TREESITTER_ENGINE_REPLACED=${_replaced}")
 # Core and scanners call back into the engine, so the linker looks there once more behind them.
 target_link_libraries(treesitter_engine_core PRIVATE $<LINK_ONLY:treesitter_engine>)
 

@@ -1,5 +1,7 @@
 // Compiled into the core's lexer.c, by cmake/Grammars.cmake, in the place of the core's own
 // functions of the same names. They do the same.
+//
+// Tested by tests/core_test.py.
 #pragma once
 
 static void published_ts_lexer__advance(TSLexer* lexer, bool skip);

@@ -1,5 +1,7 @@
 // Compiled into the core's parser.c, by cmake/Grammars.cmake, in the place of the core's own
 // functions of the same names. They do the same, but that nothing is logged.
+//
+// Tested by tests/core_test.py.
 #pragma once
 
 // Nobody can set a logger here, and each action asks some ten times whether there is one.

@@ -1,6 +1,7 @@
 // Compiled into the core's stack.c, by cmake/Grammars.cmake, in the place of the core's own
-// functions of the same names. They do the same; the golden cases hold them to it, and the counts
-// that bench/run compares over a whole corpus.
+// functions of the same names. They do the same.
+//
+// Tested by tests/core_test.py.
 #pragma once
 
 #include <string.h>
@@ -142,8 +143,8 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
 
 // Takes the topmost `count` subtrees, extras not counted, from the stack's only version, and returns
 // true; the version ends below them then. Returns false, and changes nothing, when there are other
-// versions, or when a part of the stack also belongs to a state that somebody remembers: then a
-// pop has to leave it as it is. The subtrees change hands, so no reference is counted.
+// versions, or when the stack branches on the way. The subtrees change hands, so that no reference is
+// counted.
 static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArray* subtrees) {
   if (self->heads.size != 1) return false;
   StackNode* node = self->heads.contents[0].node;

@@ -1,5 +1,7 @@
 // Compiled into the core's subtree.c, by cmake/Grammars.cmake, in the place of the core's own
 // function of the same name.
+//
+// Tested by tests/core_test.py.
 #pragma once
 
 void published_ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* language);
