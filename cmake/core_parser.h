@@ -22,8 +22,9 @@ static StackVersion published_ts_parser__reduce(TSParser* self, StackVersion ver
                                                 bool is_fragile, bool end_of_non_terminal_extra);
 
 // What may be done in a state with a token. In a list a grammar has two actions for what begins the
-// next element, to end this one and to shift, and marks the second as one that the parser is to skip.
-// Without those one action is left nearly always, and what there is only one of is done in place.
+// next element, to end this one and to shift, and marks the second as one that the parser is to
+// skip. Without those one action is left nearly always, and what there is only one of is done in
+// place.
 //
 // An error asks this for every token of the grammar, and nearly always there is nothing to be done.
 static inline void treesitter_engine_table_entry(const TSLanguage* self, TSStateId state,

@@ -141,10 +141,10 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
   return (StackSliceArray){self->slices.contents, 1, self->slices.capacity};
 }
 
-// Takes the topmost `count` subtrees, extras not counted, from the stack's only version, and returns
-// true; the version ends below them then. Returns false, and changes nothing, when there are other
-// versions, or when the stack branches on the way. The subtrees change hands, so that no reference is
-// counted.
+// Takes the topmost `count` subtrees, extras not counted, from the stack's only version, and
+// returns true; the version ends below them then. Returns false, and changes nothing, when there
+// are other versions, or when the stack branches on the way. The subtrees change hands, so that no
+// reference is counted.
 static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArray* subtrees) {
   if (self->heads.size != 1) return false;
   StackNode* node = self->heads.contents[0].node;

@@ -63,7 +63,7 @@ void ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* langua
       symbol = inner->symbol;
       if (symbol != ts_builtin_sym_error_repeat) error_cost += ts_subtree_error_cost(*child);
       if (is_error && !is_extra && !(symbol == ts_builtin_sym_error && inner->child_count == 0)) {
-        const uint32_t skipped = is_visible              ? 1
+        const uint32_t skipped = is_visible               ? 1
                                  : inner->child_count > 0 ? inner->visible_child_count
                                                           : 0;
         error_cost += ERROR_COST_PER_SKIPPED_TREE * skipped;
