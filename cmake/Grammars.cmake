@@ -143,7 +143,8 @@ function(_grammar name package)
   target_compile_definitions(${target} PRIVATE TREE_SITTER_HIDE_SYMBOLS TREE_SITTER_REUSE_ALLOCATOR)
   set(forced "${PROJECT_SOURCE_DIR}/cmake/parser_prelude.h")
   set_source_files_properties("${source}/parser.c" PROPERTIES
-    COMPILE_OPTIONS "-include;${forced}" OBJECT_DEPENDS "${forced}")
+    COMPILE_OPTIONS "-include;${forced}"
+    OBJECT_DEPENDS "${forced};${PROJECT_SOURCE_DIR}/cmake/lexer_step.h")
   if(EXISTS "${source}/scanner.c")
     target_sources(${target} PRIVATE "${source}/scanner.c")
     set(forced "${PROJECT_SOURCE_DIR}/cmake/scanner_prelude.h")
@@ -155,7 +156,7 @@ function(_grammar name package)
   _package_version(${package} version)
   get_target_property(sources ${target} SOURCES)
   _digest(digest ${package} ${sources} FOLDERS "${source}" ALSO ${_ALSO}
-    WITH allocator.h parser_prelude.h scanner_prelude.h)
+    WITH allocator.h lexer_step.h parser_prelude.h scanner_prelude.h)
   string(APPEND _grammar_versions
     "    {\"${name}\", \"${version}\",\n     \"${digest}\"},\n")
   set(_grammar_versions "${_grammar_versions}" PARENT_SCOPE)
@@ -186,7 +187,8 @@ target_compile_definitions(treesitter_engine_grammar_yaml PRIVATE TREESITTER_ENG
 # their version in their own data.
 _package_version(tree-sitter _core_version)
 _digest(_core_digest tree-sitter "${_core}/src/lib.c" FOLDERS "${_core}/src" "${_core}/include"
-  WITH allocator.h core_lexer.h core_parser.h core_stack.h core_subtree.h)
+  WITH allocator.h core_lexer.h core_parser.h core_stack.h core_subtree.h
+  lexer_step.h)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"
                "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h" @ONLY)
 target_include_directories(treesitter_engine_grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")

@@ -4,31 +4,40 @@
 // Tested by tests/core_test.py.
 #pragma once
 
+#include <stddef.h>
+
+#include "lexer_step.h"
+
 static void published_ts_lexer__advance(TSLexer* lexer, bool skip);
 static void published_ts_lexer__mark_end(TSLexer* lexer);
 
-// Moves on by one character, as the lexers of all grammars and scanners do for each one. From one
-// ASCII character of a line to the next, nothing can happen of what the core's own function is
-// prepared for; it does the rest.
+#define SAME_PLACE(field, core_field)                                                    \
+  _Static_assert(                                                                        \
+      offsetof(TreesitterEngineLexer, field) == offsetof(Lexer, core_field) &&           \
+          sizeof(((TreesitterEngineLexer*)0)->field) == sizeof(((Lexer*)0)->core_field), \
+      "cmake/lexer_step.h describes " #core_field " of another version of the core")
+SAME_PLACE(lookahead, data.lookahead);
+SAME_PLACE(current_position.bytes, current_position.bytes);
+SAME_PLACE(current_position.row, current_position.extent.row);
+SAME_PLACE(current_position.column, current_position.extent.column);
+SAME_PLACE(token_start_position, token_start_position);
+SAME_PLACE(included_ranges, included_ranges);
+SAME_PLACE(chunk, chunk);
+SAME_PLACE(included_range_count, included_range_count);
+SAME_PLACE(current_included_range_index, current_included_range_index);
+SAME_PLACE(chunk_start, chunk_start);
+SAME_PLACE(chunk_size, chunk_size);
+SAME_PLACE(lookahead_size, lookahead_size);
+SAME_PLACE(column, column_data.value);
+SAME_PLACE(is_column_known, column_data.valid);
+#undef SAME_PLACE
+_Static_assert(sizeof(TreesitterEngineRange) == sizeof(TSRange) &&
+                   offsetof(TreesitterEngineRange, end_byte) == offsetof(TSRange, end_byte),
+               "cmake/lexer_step.h describes the ranges of another version of the core");
+
 static void ts_lexer__advance(TSLexer* lexer, bool skip) {
-  Lexer* const self = (Lexer*)lexer;
-  const uint32_t next = self->current_position.bytes + 1;
-  const uint32_t in_chunk = next - self->chunk_start;
-  const bool is_plain = self->lookahead_size == 1 && self->data.lookahead != '\n' &&
-                        self->current_included_range_index < self->included_range_count &&
-                        next < self->included_ranges[self->current_included_range_index].end_byte &&
-                        in_chunk < self->chunk_size;
-  if (!is_plain || (signed char)self->chunk[in_chunk] < 0) {
-    published_ts_lexer__advance(lexer, skip);
-    return;
-  }
-  ts_lexer__increment_column_data(self);
-  const TSPoint point = {self->current_position.extent.row,
-                         self->current_position.extent.column + 1};
-  self->current_position.bytes = next;
-  self->current_position.extent.column = point.column;
-  if (skip) self->token_start_position = (Length){next, point};
-  self->data.lookahead = self->chunk[in_chunk];
+  if (treesitter_engine_step((TreesitterEngineLexer*)lexer, skip)) return;
+  published_ts_lexer__advance(lexer, skip);
 }
 
 // Ends the token at the current position, field by field: a copy as a whole would wait for the

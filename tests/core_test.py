@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""The functions that replace some of the core's leave what the core's own leave.
+"""What replaces functions of the core, and the lexers' step, leaves what the published ones leave.
 
     core_test.py PUBLISHED REPLACED
 
-The two are tests/core_trees.cpp with the core as published and with the replaced functions.
+The two are tests/core_trees.cpp with what was published and with what replaces it.
 """
 import subprocess
 import sys
