@@ -19,13 +19,17 @@ static void ts_parser__log(TSParser* self) { (void)self; }
 #define ALWAYS_INLINE __attribute__((always_inline))
 Subtree ts_subtree_new_leaf(SubtreePool*, TSSymbol, Length, Length, uint32_t, TSStateId, bool, bool,
                             bool, const TSLanguage*) ALWAYS_INLINE;
-MutableSubtree ts_subtree_new_node(TSSymbol, SubtreeArray*, unsigned, const TSLanguage*)
-    ALWAYS_INLINE;
+MutableSubtree ts_subtree_new_node(TSSymbol, SubtreeArray*, unsigned,
+                                   const TSLanguage*) ALWAYS_INLINE;
 void ts_stack_push(Stack*, StackVersion, Subtree, bool, TSStateId) ALWAYS_INLINE;
 void ts_subtree_array_remove_trailing_extras(SubtreeArray*, SubtreeArray*) ALWAYS_INLINE;
 TSStateId ts_language_next_state(const TSLanguage*, TSStateId, TSSymbol) ALWAYS_INLINE;
+void ts_subtree_retain(Subtree) ALWAYS_INLINE;
 void ts_lexer_start(Lexer*) ALWAYS_INLINE;
 void ts_lexer_finish(Lexer*, uint32_t*) ALWAYS_INLINE;
+static bool ts_parser__check_progress(TSParser*, Subtree*, const uint32_t*, unsigned) ALWAYS_INLINE;
+static inline void treesitter_engine_table_entry(const TSLanguage*, TSStateId, TSSymbol,
+                                                 TableEntry*) ALWAYS_INLINE;
 #undef ALWAYS_INLINE
 
 static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArray* subtrees);

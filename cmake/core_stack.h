@@ -59,8 +59,8 @@ static inline void store_position(Length* to, Length position) {
 
 // Makes a node. The core's own clears the room of eight links every time, though nearly every node
 // has one: 240 bytes for each token and each node of the tree.
-static StackNode* stack_node_new(StackNode* previous, Subtree subtree, bool is_pending,
-                                 TSStateId state, StackNodeArray* pool) {
+__attribute__((always_inline)) static inline StackNode* stack_node_new(
+    StackNode* previous, Subtree subtree, bool is_pending, TSStateId state, StackNodeArray* pool) {
   StackNode* const node = pool->size > 0 ? array_pop(pool) : ts_malloc(sizeof(StackNode));
   node->state = state;
   node->ref_count = 1;

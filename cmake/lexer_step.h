@@ -46,7 +46,8 @@ typedef struct __attribute__((may_alias)) {
 // Moves on by one character, and returns true, when this one and the next are ASCII and lie in one
 // line: nothing can happen then of what the core's own function is prepared for. Otherwise does
 // nothing.
-static inline bool treesitter_engine_step(TreesitterEngineLexer* self, bool skip) {
+__attribute__((always_inline)) static inline bool treesitter_engine_step(
+    TreesitterEngineLexer* self, bool skip) {
   const uint32_t next = self->current_position.bytes + 1;
   const uint32_t in_chunk = next - self->chunk_start;
   const bool is_plain = self->lookahead_size == 1 && self->lookahead != '\n' &&
