@@ -143,7 +143,7 @@ function(_grammar name package)
   _package_version(${package} version)
   get_target_property(sources ${target} SOURCES)
   _digest(digest ${package} ${sources} FOLDERS "${source}" ALSO ${_ALSO}
-    WITH allocator.h parser_prelude.h scanner_prelude.h)
+    WITH allocator.h parser_prelude.h scanner_prelude.h scanner_state.h)
   string(APPEND _grammar_versions
     "    {\"${name}\", \"${version}\",\n     \"${digest}\"},\n")
   set(_grammar_versions "${_grammar_versions}" PARENT_SCOPE)

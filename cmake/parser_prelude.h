@@ -1,9 +1,9 @@
-// Included by the compiler in front of each grammar's parser.c: a faster way to ask whether a
-// character is in one of the grammar's sets, such as the letters of identifiers.
+// Included by the compiler before each grammar's parser.c: a faster test whether a character is in
+// one of the grammar's sets, such as the letters of identifiers.
 //
-// A set is a sorted list of ranges, mostly Unicode's 700 of letters and digits, and the grammar's
-// own search halves it ten times for each character. What source files are made of, ASCII, is in
-// the first five ranges.
+// A set is a sorted list of ranges, often Unicode's 700 of letters and digits, and the grammar's
+// own search takes ten steps for each character. Nearly all characters of source files are ASCII,
+// which is in the first five ranges.
 #pragma once
 
 #include "tree_sitter/parser.h"
