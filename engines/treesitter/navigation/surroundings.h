@@ -1,5 +1,5 @@
-// What a walk knows about a declaration from outside of it, when it asks whether the declaration is
-// seen outside its file.
+// The facts around a declaration that decide, under the navigation rules, whether it is visible
+// outside its file. The walk in symbols/ fills them in, and visibility/ reads them.
 #pragma once
 
 #include <optional>
@@ -11,10 +11,11 @@ class FileVisibility;  // visibility/file_visibility.h
 
 struct Surroundings {
   const FileVisibility& file;
-  std::string_view qualified_name;       // what the declaration adds to the FQN around it
-  bool is_at_top = false;                // nothing is open around it
-  bool is_local = false;                 // it stands within a function
-  std::optional<bool> is_owner_visible;  // of the declaration around it, if there is one
+  std::string_view qualified_name;  // the part of the FQN that the declaration adds
+  bool is_at_top = false;           // no declaration or scope is around it
+  bool is_local = false;            // it is within a function
+  std::optional<bool>
+      is_owner_visible;  // whether the declaration around it is visible, if there is one
 };
 
 }  // namespace engines::treesitter
