@@ -7,7 +7,7 @@
 
 namespace engines::treesitter {
 
-class FileVisibility;  // visibility/file_visibility.h
+class FileVisibility;  // visibility/navigation_visibility.cpp
 
 struct Surroundings {
   const FileVisibility& file;
