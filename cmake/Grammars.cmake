@@ -1,6 +1,6 @@
-# The tree-sitter core and the sixteen grammars, compiled from the sources that npm installed. The
-# files stay as they were published; what the engine needs otherwise is said here by compiler
-# options.
+# The tree-sitter core and the sixteen grammars, compiled from the sources that npm installed. These
+# files stay unchanged: the engine's changes are made by compiler options, by headers that are included
+# first, and in copies of a few files of the core.
 #
 #   treesitter_engine_core            the library, public header <tree_sitter/api.h>
 #   treesitter_engine_core_internals  adds the core's private headers (<lib/src/subtree.h>)
@@ -21,12 +21,13 @@ function(_third_party_target target)
     POSITION_INDEPENDENT_CODE ON)
   # These follow the flags of the build type, so they win in every configuration:
   # -O2               a parser at -O0 makes every test run wait;
-  # -UNDEBUG          assertions stay on, since two scanner overflows are memory corruption without;
-  # -fexceptions      our guards leave a parse by throwing through these C frames;
-  # -fno-semantic-interposition  nobody replaces these functions, so they may be inlined under -fPIC.
+  # -UNDEBUG          without assertions two scanners would corrupt memory;
+  # -fexceptions      our guards throw through these C frames;
+  # -fno-semantic-interposition  these functions are never replaced, so they may be inlined under -fPIC.
   target_compile_options(${target} PRIVATE
     -w -O2 -UNDEBUG -fexceptions -fno-semantic-interposition)
-  # A failed assertion ends the parse and not the process: parsing/parser.cpp defines this function.
+  # A failed assertion ends the parse and not the process:
+  # engines/treesitter/parsing/parser.cpp defines this function.
   target_compile_definitions(${target} PRIVATE __assert_fail=treesitter_engine_assert_fail)
 endfunction()
 
@@ -36,10 +37,10 @@ set(_core "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/vendor/tree-sitter/lib"
 set(_core_copy "${PROJECT_BINARY_DIR}/generated/core")
 configure_file("${_core}/src/lib.c" "${_core_copy}/lib.c" COPYONLY)
 
-# _replace_in_core(FILE HEADER FUNCTION...): beside the copy of lib.c, from where the core is
-# compiled, a copy of the core's FILE in which HEADER, which defines the FUNCTIONs anew, stands before
-# the first of them. The core's own stay, under names that begin with published_. This is for what no
-# option can say; a FUNCTION is everything up to its name, and one that is not there ends the build.
+# _replace_in_core(FILE HEADER FUNCTION...): copies the core's FILE beside the copy of lib.c, from
+# which the core is compiled. In the copy, HEADER is included before the first FUNCTION and defines all
+# of them; the core's own functions get names that begin with published_. A FUNCTION is given as its
+# definition up to the name, and one that is not in FILE exactly once ends the build.
 function(_replace_in_core file header)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${_core}/src/${file}")
   file(READ "${_core}/src/${file}" text)
@@ -69,17 +70,17 @@ _third_party_target(treesitter_engine_core)
 target_include_directories(treesitter_engine_core SYSTEM PUBLIC "${_core}/include"
   PRIVATE "${_core}/src" "${PROJECT_SOURCE_DIR}/cmake")
 target_compile_definitions(treesitter_engine_core PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
-# The core copies many small structures whose fields it has just written. Copied field by field they
-# come from registers; by wider loads, which these optimisations make of them, the processor waits for
-# the stores: 3 % of a parse.
+# The core copies many small structures just after writing their fields. These optimisations turn the
+# copies into wide loads, which wait for the stores: 3 % of a parse. Without them the fields are copied
+# from registers.
 target_compile_options(treesitter_engine_core PRIVATE
   $<$<C_COMPILER_ID:GNU>:-fno-tree-vectorize -fno-store-merging>
   -include "${PROJECT_SOURCE_DIR}/cmake/allocator.h")
-# Core and scanners call back into the engine, so the linker looks there once more behind them.
+# Core and scanners call functions of the engine, so the linker has to read it again behind them.
 target_link_libraries(treesitter_engine_core PRIVATE $<LINK_ONLY:treesitter_engine>)
 
-# The private headers are named from above their folder (<lib/src/subtree.h>), since beside them lie
-# copies of some ICU headers that would shadow the installed ones.
+# The private headers are included from above their folder (<lib/src/subtree.h>), since the folder has
+# copies of some ICU headers that would hide the installed ones.
 add_library(treesitter_engine_core_internals INTERFACE)
 target_link_libraries(treesitter_engine_core_internals INTERFACE treesitter_engine_core)
 target_include_directories(treesitter_engine_core_internals SYSTEM INTERFACE "${_core}/..")
@@ -99,9 +100,10 @@ function(_package_version package variable)
   set(${variable} "${version}" PARENT_SCOPE)
 endfunction()
 
-# _digest(VARIABLE PACKAGE FILE... [FOLDERS FOLDER...] [ALSO FILE...] [WITH FILE...]): of what is
-# compiled of a package, as treesitter_engine_compiled_files finds it, and of what of ours decides how:
-# the FILEs beside this one, and this one. The package's are listed in generated/digested_files.
+# _digest(VARIABLE PACKAGE FILE... [FOLDERS FOLDER...] [ALSO FILE...] [WITH FILE...]): the digest of the
+# package's files that are compiled (treesitter_engine_compiled_files) and of our files that change
+# them: the FILEs after WITH, beside this file, and this file. generated/digested_files lists the
+# package's.
 function(_digest variable package)
   cmake_parse_arguments(PARSE_ARGV 2 "" "" "" "FOLDERS;ALSO;WITH")
   set(root "${TREESITTER_ENGINE_NODE_MODULES}/${package}")
@@ -118,8 +120,8 @@ function(_digest variable package)
   set(${variable} ${digest} PARENT_SCOPE)
 endfunction()
 
-# _grammar(NAME PACKAGE [FOLDER] [ALSO FILE]): one static library from PACKAGE/[FOLDER/]src; it defines
-# tree_sitter_NAME(). Its scanner includes the FILE there by a macro.
+# _grammar(NAME PACKAGE [FOLDER] [ALSO FILE]): a static library of PACKAGE/[FOLDER/]src, which defines
+# tree_sitter_NAME(). FILE is a file there that the scanner includes by a macro.
 function(_grammar name package)
   cmake_parse_arguments(PARSE_ARGV 2 "" "" "ALSO" "")
   cmake_path(APPEND source "${TREESITTER_ENGINE_NODE_MODULES}" "${package}" ${_UNPARSED_ARGUMENTS} src)
@@ -170,8 +172,8 @@ _grammar(xml @tree-sitter-grammars/tree-sitter-xml xml)
 _grammar(yaml @tree-sitter-grammars/tree-sitter-yaml ALSO schema.core.c)
 target_compile_definitions(treesitter_engine_grammar_yaml PRIVATE TREESITTER_ENGINE_WIDE_ROWS)
 
-# What was compiled in, for --version and for hosts: a header, since only half of the grammars carry
-# their version in their own data.
+# The versions that are compiled in, for --version and for hosts. A header, since only half of the
+# grammars have their version in their own data.
 _package_version(tree-sitter _core_version)
 _digest(_core_digest tree-sitter "${_core}/src/lib.c" FOLDERS "${_core}/src" "${_core}/include"
   WITH allocator.h core_stack.h core_lexer.h)

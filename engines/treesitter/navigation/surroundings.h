@@ -11,11 +11,10 @@ class FileVisibility;  // visibility/navigation_visibility.cpp
 
 struct Surroundings {
   const FileVisibility& file;
-  std::string_view qualified_name;  // the part of the FQN that the declaration adds
-  bool is_at_top = false;           // no declaration or scope is around it
-  bool is_local = false;            // it is within a function
-  std::optional<bool>
-      is_owner_visible;  // whether the declaration around it is visible, if there is one
+  std::string_view qualified_name;       // the part of the FQN that the declaration adds
+  bool is_at_top = false;                // no declaration or scope is around it
+  bool is_local = false;                 // it is within a function
+  std::optional<bool> is_owner_visible;  // of the declaration around it, if there is one
 };
 
 }  // namespace engines::treesitter
