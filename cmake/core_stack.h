@@ -45,8 +45,8 @@ static void stack_node_release(StackNode* self, StackNodeArray* pool, SubtreePoo
   }
 }
 
-// Makes a node. The core's own function clears the room for eight links, 240 bytes for each token
-// and each node of the tree, though nearly every node has one link.
+// Makes a node. The core's own clears the room of eight links every time, though nearly every node
+// has one: 240 bytes for each token and each node of the tree.
 static StackNode* stack_node_new(StackNode* previous, Subtree subtree, bool is_pending,
                                  TSStateId state, StackNodeArray* pool) {
   StackNode* const node = pool->size > 0 ? array_pop(pool) : ts_malloc(sizeof(StackNode));
@@ -129,8 +129,8 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
   return (StackSliceArray){self->slices.contents, 1, self->slices.capacity};
 }
 
-// Pops everything; called for each step. The stack of a file of open brackets is as long as the
-// file. The core's own function never checks the time: 10 MB of brackets took seconds.
+// Pops everything. Called for each step; the stack of a file of open brackets is as long as the
+// file, and the core's own asks nobody meanwhile: 10 MB of them took seconds.
 static StackAction pop_all_callback(void* payload, const StackIterator* iterator) {
   (void)payload;
   if (iterator->subtrees.size % 16384 == 16383) treesitter_engine_check_time();
