@@ -11,7 +11,6 @@ namespace engines::treesitter {
 namespace {
 
 constexpr std::string_view UTF8_MARK = "\xEF\xBB\xBF";
-constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
 
 // Of UTF-16 that is mostly ASCII: NULs in one half of the pairs of bytes only, and in most pairs.
 std::optional<Encoding> utf16_by_nuls(std::string_view bytes) {

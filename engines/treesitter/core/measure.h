@@ -6,7 +6,6 @@
 
 #include <chrono>
 #include <optional>
-#include <string_view>
 
 #include "engines/treesitter/parsing/syntax_tree.h"
 #include "engines/treesitter/reading/source.h"

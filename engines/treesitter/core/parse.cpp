@@ -1,16 +1,16 @@
 // The entry points: from a path, a text or bytes to one ParseResult.
 //
-// Exceptions of reading and parsing become an error text of the result. Those of the walks reach
-// the caller, or become the outcome of `parse`.
+// A file that cannot be read or parsed gives a result with an error text. Exceptions of the walks
+// reach the caller, or become the outcome of `parse`.
 //
 // Tested by tests/engine_test.cpp and tests/parse_item_test.cpp.
-#include <algorithm>
 #include <new>
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/core/measure.h"
 #include "engines/treesitter/core/outcome.h"
 #include "engines/treesitter/core/thread_storage.h"
+#include "engines/treesitter/guard_limits.h"
 #include "engines/treesitter/memory/room.h"
 #include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/parsing/parser.h"

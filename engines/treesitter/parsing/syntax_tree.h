@@ -22,6 +22,9 @@ struct TSNode;
 
 namespace engines::treesitter {
 
+// How many nodes a loop over the records visits between two checks for cancellation.
+inline constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
+
 // The types at which the rules' searches among ancestors end. That for Python's constants ends at
 // functions, classes and the module; that for exports of JavaScript and TypeScript ends at the
 // export statement, the program and the module. One list serves both: Python's grammar has no

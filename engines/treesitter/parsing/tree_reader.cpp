@@ -11,7 +11,6 @@
 #include <tree_sitter/api.h>
 
 #include <algorithm>
-#include <array>
 
 #include "engines/treesitter/parsing/syntax_tree.h"
 
@@ -87,7 +86,9 @@ class TreeReader {
     do {
       while (frame.next != frame.end) {
         visit(frame);
-        if (++visits % VISITS_PER_CHECK == 0) _tree._source->check_cancelled();
+        // Visits are counted, not frames: one may have millions of children, and millions may be
+        // open.
+        if (++visits % NODES_PER_CHECK == 0) _tree._source->check_cancelled();
       }
     } while (close(frame));
   }
@@ -98,9 +99,6 @@ class TreeReader {
   // for each byte, and two and a half times that while the vector grows. The memory is free again
   // before the texts of the result are made.
   static constexpr std::size_t STACK_PER_BYTE = 288;
-  // Visits are counted, not frames: a frame may have millions of children, and millions may be
-  // open.
-  static constexpr std::uint32_t VISITS_PER_CHECK = 64 * 1024;
 
   // The visible node to which children are being added.
   struct Owner {

@@ -41,8 +41,6 @@ constexpr std::size_t count_of_uses() {
 }
 static_assert(count_of_uses() == std::size(STANDARD_USES), "a node type has one use");
 
-constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
-
 constexpr Use use_of(NodeType type) { return USE_BY_TYPE[index_of(type)]; }
 
 }  // namespace

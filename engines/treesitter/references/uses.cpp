@@ -1,8 +1,6 @@
 // See uses.h.
 #include "engines/treesitter/references/uses.h"
 
-#include <algorithm>
-
 #include "engines/treesitter/reading/source.h"
 #include "engines/treesitter/text/text.h"
 

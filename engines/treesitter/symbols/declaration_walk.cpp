@@ -24,8 +24,6 @@ bool is_body(std::string_view kind) {
   return kind.empty() || kind == "function" || kind == "method";
 }
 
-constexpr std::uint32_t NODES_PER_CHECK = 4096;
-
 }  // namespace
 
 class TreeSitterEngine::DeclarationWalk {
@@ -40,7 +38,7 @@ class TreeSitterEngine::DeclarationWalk {
   // Begins with the root: a row may be about ERROR, and the whole file may be one.
   void run() {
     for (std::uint32_t index = 0; index < _tree.size(); ++index) {
-      if (index % NODES_PER_CHECK == 0) _content.check_cancelled();
+      if (index % SymbolList::NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().end <= index) _open.pop_back();
       if (_declarations.concern(_tree.record(index).symbol)) visit(Node(_tree, index));
     }

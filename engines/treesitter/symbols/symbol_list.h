@@ -19,6 +19,9 @@ namespace engines::treesitter {
 
 class TreeSitterEngine::SymbolList {
  public:
+  // How many nodes a walk visits between two checks for cancellation. Symbols cost more than nodes.
+  static constexpr std::uint32_t NODES_PER_CHECK = 4096;
+
   // Identifies an FQN: the index of the symbol that has it, or a negative number for an FQN without
   // a symbol. An FQN may be as long as the file, so walks keep no copies.
   using FqnId = std::int64_t;

@@ -25,8 +25,6 @@ bool is_documented(std::string_view kind) {
          kind == "module";
 }
 
-constexpr std::uint32_t NODES_PER_CHECK = 4096;
-
 }  // namespace
 
 class TreeSitterEngine::SymbolWalk {
@@ -44,7 +42,7 @@ class TreeSitterEngine::SymbolWalk {
   void run() {
     std::uint32_t visited = 0;
     for (std::uint32_t index = 1; index < _tree.size();) {
-      if (++visited % NODES_PER_CHECK == 0) _content.check_cancelled();
+      if (++visited % SymbolList::NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().subtree_end <= index) _open.pop_back();
       index = extract_node(Node(_tree, index));
     }

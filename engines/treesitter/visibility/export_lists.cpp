@@ -116,8 +116,6 @@ struct Lists {
   bool is_empty = true;
 };
 
-constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
-
 }  // namespace
 
 ExportList::ExportList(const Node& root) {

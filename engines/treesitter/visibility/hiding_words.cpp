@@ -50,8 +50,6 @@ constexpr FormRow FORM_ROWS[] = {
 // Nobody writes a declaration further below its body than this, as in `private memoize def f`.
 constexpr int MOST_STEPS = 6;
 
-constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
-
 }  // namespace
 
 struct HidingWords::Meaning {
