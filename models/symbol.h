@@ -33,7 +33,7 @@ std::string_view kind_text(SymbolKind kind);
 // The kind whose text this is, or none. Case counts.
 std::optional<SymbolKind> kind_from_text(std::string_view text);
 
-// The arguments of a Symbol. No field has a default, so that whoever builds a symbol names all.
+// The arguments of a Symbol. No field has a default, so all have to be named.
 struct SymbolArguments {
   std::optional<std::int64_t> id;          // the store's key; none until a store gives one
   std::int64_t file_id;                    // the store's key of the file

@@ -140,8 +140,8 @@ using Outcome = std::variant<ParseResult, NoLanguage, Declined, Raised>;
 struct ParsedItem {
   ParseItem item;  // as its source gave it, but without its content
   Outcome outcome;
-  // ParseManyOptions::perform may set these for whoever takes the item: a value, and its size in
-  // bytes, which counts in memory_room().
+  // ParseManyOptions::perform may set these for the thread that takes the item: a value, and its
+  // size in bytes, which counts in memory_room().
   std::any extra = {};
   std::size_t extra_bytes = 0;
 };

@@ -23,14 +23,14 @@
 // parsers and caches of its own, made on first use and freed when the thread or the engine ends,
 // whichever is first. The engine must outlive the calls made on it.
 //
-// Failures: texts in ParseResult::errors tell what is to be expected of files: one that cannot be
-// read, a language without a grammar, a parse that a guard ends, a symbol that the model rejects. A
-// syntax error is no failure: the record then holds what the rest of the file declares. These
-// errors are thrown by the operations that return a ParseResult, and returned as a value by `parse`
-// and `parse_many`:
+// Failures: those to be expected of files become texts in ParseResult::errors: a file that cannot
+// be read, a language without a grammar, a parse that a guard ends, a symbol that the model
+// rejects. A syntax error is no failure: the rules run over the tree with its error nodes. The
+// following errors are thrown by the operations that return a ParseResult; `parse` and `parse_many`
+// return them as values:
 //   Utf8Error              under the standard rules: a name is no UTF-8; or, in Java, C# and PHP, a
 //                          declaration that is not public at first sight has such a byte anywhere,
-//                          comments included, since its visibility is looked for in all its texts
+//                          comments included, since all its texts are searched for modifiers
 //   std::invalid_argument  the path has no last component
 //   ResultLimitError       the record would hold far more text than the file
 //   std::runtime_error     the regular expression of body digests reached a limit on a line
@@ -95,9 +95,8 @@ struct ParseManyOptions {
   // The most threads that parse; 0 for one per usable processor. A thread is started when there is
   // work for it. If the system starts none, the thread that calls next() parses.
   std::size_t threads = 0;
-  // Starts no thread: next() parses its item itself. This is the cheapest way to use one thread,
-  // since handing an outcome from one thread to another takes a tenth of the time of a file of 2
-  // KB.
+  // Starts no thread: next() parses its item itself. This is the cheapest way to use one thread.
+  // Handing an outcome from one thread to another takes a tenth of the time of a file of 2 KB.
   bool in_caller = false;
   // Ends the run: the outcome of items under way is that they were cancelled, and no others are
   // begun.

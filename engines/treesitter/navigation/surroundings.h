@@ -1,5 +1,7 @@
 // The facts around a declaration that decide, under the navigation rules, whether it is visible
 // outside its file. The walk in symbols/ fills them in, and visibility/ reads them.
+//
+// Tested by the navigation cases in tests/golden.
 #pragma once
 
 #include <optional>

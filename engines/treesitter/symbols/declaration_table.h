@@ -328,7 +328,7 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "object_reference",
      "function",
      {.owner = "object_reference/schema"}},
-    // The grammar knows no procedure and few triggers. Where the name still became a node, it
+    // The grammar has no procedures and few triggers. If the name became a node nevertheless, it
     // counts.
     {In::sql, "ERROR",
      "*keyword_create keyword_replace+keyword_function keyword_procedure keyword_trigger+"
