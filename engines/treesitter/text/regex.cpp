@@ -119,7 +119,7 @@ std::optional<std::size_t> Regex::find_end(std::string_view text) const {
 }
 
 std::string regex_unicode_version() {
-  std::array<char, 32> version{};  // PCRE2 writes at most 24 bytes
+  std::array<char, 32> version{};  // PCRE2 needs 24 at most
   pcre2_config(PCRE2_CONFIG_UNICODE_VERSION, version.data());
   return version.data();
 }
