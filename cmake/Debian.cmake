@@ -6,11 +6,11 @@
 #   python  python3-treesitter         the module for Debian's Python
 #   doc     treesitter-engine-doc      README.md, doc/ and examples/
 #
-# A folder debian/ for debhelper was refused: it would say once more what the install rules say, and
-# tree-sitter's sources, which npm installs, are in no source package. What debhelper does to files,
-# debian/prepare does. scripts/build_deb makes the packages that users get, by profile.
+# Refused: a folder debian/ for debhelper. It would repeat the install rules, and tree-sitter's
+# sources, which npm installs, are in no source package. debian/prepare does to the files what
+# debhelper does. scripts/build_deb makes the packages for users, optimised by a profile.
 #
-# Tested by tests/package/test_deb.py; scripts/check_deb installs them into a system of their own.
+# Tested by tests/package/test_deb.py, and by scripts/check_deb, which installs them into a new system.
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
@@ -31,7 +31,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Whatever the umask of who builds is.
+# The permissions do not depend on the umask of the build.
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # Lines of at most 79 characters with their indentation.
@@ -72,7 +72,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-treesitter)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS treesitter-engine-doc)
 if(TARGET treesitter_engine_python)
-  # The module is of this version of Python and no other.
+  # The module is for this version of Python only.
   math(EXPR _next "${Python3_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
     "python3 (>= 3.${Python3_VERSION_MINOR}), python3 (<< 3.${_next})")
@@ -88,7 +88,7 @@ set(CPACK_DEBIAN_DOC_DESCRIPTION "source-code parsing engine for code indexers (
 This package describes the engine, its records and its design, and has\n\
 examples: a source in each language, and an indexer.")
 
-# For debian/prepare. CPack hands on what begins with its name.
+# For debian/prepare.cmake. CPack passes variables on whose names begin with CPACK_.
 set(CPACK_TREESITTER_ENGINE_PREPARE "${CMAKE_CURRENT_LIST_DIR}/debian/prepare")
 set(CPACK_TREESITTER_ENGINE_SOURCE "${PROJECT_SOURCE_DIR}")
 set(CPACK_TREESITTER_ENGINE_NOTICES "${TREESITTER_ENGINE_NOTICES}")

@@ -1,6 +1,6 @@
 # Writes the header OUTPUT with the digest of the engine's own sources below SOURCE_FOLDER. Run by a
-# custom command of engines/treesitter/CMakeLists.txt whenever one of them has changed: configuring
-# anew for each change would take seconds.
+# custom command of engines/treesitter/CMakeLists.txt when one of them has changed, since configuring
+# again for each change would take seconds.
 cmake_policy(VERSION 3.25)
 include("${CMAKE_CURRENT_LIST_DIR}/SourceDigest.cmake")
 

@@ -1,6 +1,6 @@
-# The tree-sitter core and the sixteen grammars, compiled from the sources that npm installed. The
-# files stay as they were published; what the engine needs otherwise is said here by compiler
-# options.
+# The tree-sitter core and the sixteen grammars, compiled from the sources that npm installed. These
+# files stay unchanged: the engine's changes are made by compiler options, by headers that are included
+# first, and in copies of a few files of the core.
 #
 #   treesitter_engine_core            the library, public header <tree_sitter/api.h>
 #   treesitter_engine_core_internals  adds the core's private headers (<lib/src/subtree.h>)
@@ -21,12 +21,13 @@ function(_third_party_target target)
     POSITION_INDEPENDENT_CODE ON)
   # These follow the flags of the build type, so they win in every configuration:
   # -O2               a parser at -O0 makes every test run wait;
-  # -UNDEBUG          assertions stay on, since two scanner overflows are memory corruption without;
-  # -fexceptions      our guards leave a parse by throwing through these C frames;
-  # -fno-semantic-interposition  nobody replaces these functions, so they may be inlined under -fPIC.
+  # -UNDEBUG          without assertions two scanners would corrupt memory;
+  # -fexceptions      our guards throw through these C frames;
+  # -fno-semantic-interposition  these functions are never replaced, so they may be inlined under -fPIC.
   target_compile_options(${target} PRIVATE
     -w -O2 -UNDEBUG -fexceptions -fno-semantic-interposition)
-  # A failed assertion ends the parse and not the process: parsing/parser.cpp defines this function.
+  # A failed assertion ends the parse and not the process:
+  # engines/treesitter/parsing/parser.cpp defines this function.
   target_compile_definitions(${target} PRIVATE __assert_fail=treesitter_engine_assert_fail)
 endfunction()
 
@@ -36,10 +37,10 @@ set(_core "${TREESITTER_ENGINE_NODE_MODULES}/tree-sitter/vendor/tree-sitter/lib"
 set(_core_copy "${PROJECT_BINARY_DIR}/generated/core")
 configure_file("${_core}/src/lib.c" "${_core_copy}/lib.c" COPYONLY)
 
-# _replace_in_core(FILE HEADER FUNCTION...): beside the copy of lib.c, from where the core is
-# compiled, a copy of the core's FILE in which HEADER, which defines the FUNCTIONs anew, stands before
-# the first of them. The core's own stay, under names that begin with published_. This is for what no
-# option can say; a FUNCTION is everything up to its name, and one that is not there ends the build.
+# _replace_in_core(FILE HEADER FUNCTION...): copies the core's FILE beside the copy of lib.c, from
+# which the core is compiled. In the copy, HEADER is included before the first FUNCTION and defines all
+# of them; the core's own functions get names that begin with published_. A FUNCTION is given as its
+# definition up to the name, and one that is not in FILE exactly once ends the build.
 function(_replace_in_core file header)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${_core}/src/${file}")
   file(READ "${_core}/src/${file}" text)
@@ -62,12 +63,13 @@ endfunction()
 _replace_in_core(stack.c core_stack.h "static void stack_node_release"
   "static StackNode *stack_node_new" "static StackVersion ts_stack__add_version"
   "StackSliceArray ts_stack_pop_count" "forceinline StackAction pop_all_callback")
-_replace_in_core(parser.c core_parser.h "static void ts_parser__log" "static StackVersion ts_parser__reduce")
+_replace_in_core(parser.c core_parser.h "static void ts_parser__log"
+  "static StackVersion ts_parser__reduce")
 _replace_in_core(subtree.c core_subtree.h "void ts_subtree_summarize_children")
 _replace_in_core(lexer.c core_lexer.h "static void ts_lexer__advance"
   "static void ts_lexer__mark_end")
 
-# treesitter_engine_compile_core(TARGET): the options of the core, whichever copy of it TARGET has.
+# treesitter_engine_compile_core(TARGET): gives TARGET, which has a copy of lib.c, the core's options.
 function(treesitter_engine_compile_core target)
   _third_party_target(${target})
   target_include_directories(${target} SYSTEM PUBLIC "${_core}/include"
@@ -84,14 +86,14 @@ endfunction()
 set(treesitter_engine_published_core "${_core}/src/lib.c")  # for the test of the replaced functions
 add_library(treesitter_engine_core STATIC "${_core_copy}/lib.c")
 treesitter_engine_compile_core(treesitter_engine_core)
-# For the build alone: a copy that is new hides the core's own file, which neither Ninja nor ccache
-# would notice.
+# Unused by the code. It makes Ninja and ccache compile the core anew when one more of its files is
+# copied, which they would not notice.
 target_compile_definitions(treesitter_engine_core PRIVATE "TREESITTER_ENGINE_REPLACED=${_replaced}")
-# Core and scanners call back into the engine, so the linker looks there once more behind them.
+# Core and scanners call functions of the engine, so the linker has to read it again behind them.
 target_link_libraries(treesitter_engine_core PRIVATE $<LINK_ONLY:treesitter_engine>)
 
-# The private headers are named from above their folder (<lib/src/subtree.h>), since beside them lie
-# copies of some ICU headers that would shadow the installed ones.
+# The private headers are included from above their folder (<lib/src/subtree.h>), since the folder has
+# copies of some ICU headers that would hide the installed ones.
 add_library(treesitter_engine_core_internals INTERFACE)
 target_link_libraries(treesitter_engine_core_internals INTERFACE treesitter_engine_core)
 target_include_directories(treesitter_engine_core_internals SYSTEM INTERFACE "${_core}/..")
@@ -111,9 +113,10 @@ function(_package_version package variable)
   set(${variable} "${version}" PARENT_SCOPE)
 endfunction()
 
-# _digest(VARIABLE PACKAGE FILE... [FOLDERS FOLDER...] [ALSO FILE...] [WITH FILE...]): of what is
-# compiled of a package, as treesitter_engine_compiled_files finds it, and of what of ours decides how:
-# the FILEs beside this one, and this one. The package's are listed in generated/digested_files.
+# _digest(VARIABLE PACKAGE FILE... [FOLDERS FOLDER...] [ALSO FILE...] [WITH FILE...]): the digest of the
+# package's files that are compiled (treesitter_engine_compiled_files) and of our files that change
+# them: the FILEs after WITH, beside this file, and this file. generated/digested_files lists the
+# package's.
 function(_digest variable package)
   cmake_parse_arguments(PARSE_ARGV 2 "" "" "" "FOLDERS;ALSO;WITH")
   set(root "${TREESITTER_ENGINE_NODE_MODULES}/${package}")
@@ -130,8 +133,8 @@ function(_digest variable package)
   set(${variable} ${digest} PARENT_SCOPE)
 endfunction()
 
-# _grammar(NAME PACKAGE [FOLDER] [ALSO FILE]): one static library from PACKAGE/[FOLDER/]src; it defines
-# tree_sitter_NAME(). Its scanner includes the FILE there by a macro.
+# _grammar(NAME PACKAGE [FOLDER] [ALSO FILE]): a static library of PACKAGE/[FOLDER/]src, which defines
+# tree_sitter_NAME(). FILE is a file there that the scanner includes by a macro.
 function(_grammar name package)
   cmake_parse_arguments(PARSE_ARGV 2 "" "" "ALSO" "")
   cmake_path(APPEND source "${TREESITTER_ENGINE_NODE_MODULES}" "${package}" ${_UNPARSED_ARGUMENTS} src)
@@ -156,7 +159,7 @@ function(_grammar name package)
   _package_version(${package} version)
   get_target_property(sources ${target} SOURCES)
   _digest(digest ${package} ${sources} FOLDERS "${source}" ALSO ${_ALSO}
-    WITH allocator.h lexer_step.h parser_prelude.h scanner_prelude.h)
+    WITH allocator.h lexer_step.h parser_prelude.h scanner_prelude.h scanner_state.h)
   string(APPEND _grammar_versions
     "    {\"${name}\", \"${version}\",\n     \"${digest}\"},\n")
   set(_grammar_versions "${_grammar_versions}" PARENT_SCOPE)
@@ -183,12 +186,11 @@ _grammar(xml @tree-sitter-grammars/tree-sitter-xml xml)
 _grammar(yaml @tree-sitter-grammars/tree-sitter-yaml ALSO schema.core.c)
 target_compile_definitions(treesitter_engine_grammar_yaml PRIVATE TREESITTER_ENGINE_WIDE_ROWS)
 
-# What was compiled in, for --version and for hosts: a header, since only half of the grammars carry
-# their version in their own data.
+# The versions that are compiled in, for --version and for hosts. A header, since only half of the
+# grammars have their version in their own data.
 _package_version(tree-sitter _core_version)
 _digest(_core_digest tree-sitter "${_core}/src/lib.c" FOLDERS "${_core}/src" "${_core}/include"
-  WITH allocator.h core_lexer.h core_parser.h core_stack.h core_subtree.h
-  lexer_step.h)
+  WITH allocator.h core_lexer.h core_parser.h core_stack.h core_subtree.h lexer_step.h)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"
                "${PROJECT_BINARY_DIR}/generated/engines/languages/versions.h" @ONLY)
 target_include_directories(treesitter_engine_grammars INTERFACE "${PROJECT_BINARY_DIR}/generated")

@@ -1,14 +1,13 @@
-# Whose code is in what we build, and the notice that has to travel with it: the table below, and
-# `cmake --install` puts every notice beside LICENSE.
+# The notices of all third-party code in our builds. `cmake --install` installs them beside LICENSE.
 #
-#   TREESITTER_ENGINE_NOTICES   for each library "NAME|FILE": NAME becomes the installed file's
+#   TREESITTER_ENGINE_NOTICES   "NAME|FILE" for each library; NAME is the name of the installed file
 #
-# What npm installs brings its notice along. What comes from the system does not everywhere, so those
-# texts are kept in licences/: of what is linked statically or of whose headers functions and
-# templates are compiled in, and of what a build without shared libraries links. ICU's is without the
-# notices of the scripts that ICU itself is built by.
+# Packages of npm contain their notices. Not all packages of the system do, so licences/ has those of
+# libraries that are linked statically, of those whose inline functions or templates are compiled in,
+# and of those that only a build without shared libraries links. ICU's lacks the notices of the scripts
+# by which ICU itself is built.
 #
-# tests/package/test_licences.py compares the table with what is truly compiled and linked.
+# tests/package/test_licences.py compares the table with the compiled and linked files.
 include(GNUInstallDirs)
 
 set(TREESITTER_ENGINE_NOTICES "")

@@ -1,18 +1,18 @@
-# Merges ARCHIVES into one object, OUTPUT, in which the third-party names are local. Run by a custom
-# command of Package.cmake with COMPILER, NM, OBJCOPY and LINK_TIME_OPTIMISATION set.
+# Merges ARCHIVES into one object, OUTPUT, in which all names of C are local. Run by a custom command of
+# Package.cmake, which sets COMPILER, NM, OBJCOPY and LINK_TIME_OPTIMISATION.
 function(_run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
 set(_flags -r -nostdlib -fPIC)
 if(LINK_TIME_OPTIMISATION)
-  # The objects hold no machine code yet, and consumers may use another compiler.
+  # The objects have no machine code yet. It is made here, since a host may use another compiler.
   list(APPEND _flags -O2 -flto=auto -flinker-output=nolto-rel)
 endif()
 _run("${COMPILER}" ${_flags} -o "${OUTPUT}.tmp" -Wl,--whole-archive ${ARCHIVES} -Wl,--no-whole-archive)
 
-# Names of C++ stay, being in namespaces of ours or of the standard library. Weak ones do too: the
-# linker keeps one of each in a program, which it could not if they were local here.
+# Names of C++ stay global: they are in our namespaces or in the standard library's. Weak names stay
+# too, so that the linker can keep one of each in a program.
 execute_process(COMMAND "${NM}" --defined-only --extern-only --format=posix "${OUTPUT}.tmp"
   OUTPUT_VARIABLE _symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[^\n]+" _symbols "${_symbols}")

@@ -1,4 +1,4 @@
-# What `cmake --install` gives; Debian.cmake makes packages of its components:
+# What `cmake --install` installs. Debian.cmake makes packages of its components.
 #
 #   the library, as one archive      libtreesitter-engine.a
 #   the public headers               include/treesitter-engine
@@ -6,7 +6,7 @@
 #   pkg-config treesitter-engine
 #   the tool                         bin/treesitter-engine; its pages: tool/manual/CMakeLists.txt
 #   the Python module                see bindings/python/CMakeLists.txt
-#   LICENSE, and the notices of what is compiled in: see Licences.cmake
+#   LICENSE, and the notices of third-party code: see Licences.cmake
 #
 # Tested by tests/package.
 include(CMakePackageConfigHelpers)
@@ -14,8 +14,8 @@ include(GNUInstallDirs)
 
 # ---- The library ----
 
-# The engine, the core and the grammars as one object, in which all names of C are local: a host may
-# link another tree-sitter beside it. An archive of several objects could not hide them.
+# The engine, the core and the grammars are one object, in which all names of C are local, so that a
+# host may link another tree-sitter too. An archive of several objects could not hide the names.
 set(_parts treesitter_engine treesitter_engine_languages treesitter_engine_models treesitter_engine_core)
 get_target_property(_grammars treesitter_engine_grammars INTERFACE_LINK_LIBRARIES)
 list(APPEND _parts ${_grammars})
@@ -52,7 +52,7 @@ install(TARGETS treesitter_engine_package EXPORT treesitter-engine
 
 # ---- Its headers ----
 
-# They are included by the paths that they have here, below a folder of their own.
+# Installed below a folder of their own, with the same paths as here.
 foreach(_header engines/languages/languages.h engines/treesitter/treesitter.h
                 engines/treesitter/records.h engines/treesitter/report.h
                 engines/treesitter/build_info.h
@@ -82,7 +82,7 @@ install(FILES
 install(EXPORT treesitter-engine NAMESPACE treesitter-engine:: DESTINATION "${_config}"
   FILE treesitter-engine-targets.cmake COMPONENT dev)
 
-# The prefix is found from where the file lies, so that an installation can be moved.
+# The prefix is relative to the file, so that an installation can be moved.
 file(RELATIVE_PATH _to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/treesitter-engine.pc.in"
                "${PROJECT_BINARY_DIR}/package/treesitter-engine.pc" @ONLY)
@@ -98,7 +98,7 @@ include("${CMAKE_CURRENT_LIST_DIR}/Licences.cmake")
 
 # ---- The documentation ----
 
-# README.md and what it leads to, at the same places to each other, so that the links hold.
+# README.md and the files that it links to, with the same relative paths, so that the links work.
 file(GLOB _pages RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/doc/*.md")
 set(_documents README.md CHANGELOG.md CONTRIBUTING.md doc examples)
 foreach(_page README.md CONTRIBUTING.md ${_pages})
@@ -110,7 +110,7 @@ foreach(_page README.md CONTRIBUTING.md ${_pages})
     string(SUBSTRING "${_link}" 1 -1 _link)
     cmake_path(APPEND _folder "${_link}" OUTPUT_VARIABLE _link)
     cmake_path(NORMAL_PATH _link)
-    # What leads elsewhere does not exist; LICENSE Debian has in `copyright`.
+    # Links to other sites are no files here. Debian has LICENSE in the file `copyright`.
     if(EXISTS "${PROJECT_SOURCE_DIR}/${_link}" AND NOT _link MATCHES "^(doc|examples)/|^LICENSE$")
       list(APPEND _documents "${_link}")
     endif()

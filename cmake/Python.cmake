@@ -1,6 +1,5 @@
-# Which Python runs the tests and builds the module: the first in the PATH that has the packages which
-# the tests use, since another one may stand in front of the system's and lack them. Without tests it
-# is CMake's own choice. -DPython3_EXECUTABLE=... takes another.
+# The Python that runs the tests and for which the module is built: the first one in the PATH that has
+# the packages of the tests. Without tests CMake chooses it. -DPython3_EXECUTABLE=... sets another.
 function(_has_test_packages result candidate)
   execute_process(
     COMMAND "${candidate}" -c "import sys; from importlib.util import find_spec; \

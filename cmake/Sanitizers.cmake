@@ -1,6 +1,6 @@
-# Sanitizers for the whole build. They instrument the core and the grammars too: a fault that we
-# provoke shows itself there, and ThreadSanitizer needs to see every access to be believed. No check
-# is switched off for third-party code, since none was found to need it.
+# Sanitizers for the whole build. They instrument the core and the grammars too: faults that we cause
+# may show there, and ThreadSanitizer has to see every access. No check is switched off for third-party
+# code but one leak (sanitizer_defaults.cpp).
 if(NOT TREESITTER_ENGINE_SANITIZE)
   return()
 endif()
@@ -8,8 +8,8 @@ endif()
 add_compile_options(
   -fsanitize=${TREESITTER_ENGINE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
 add_link_options(-fsanitize=${TREESITTER_ENGINE_SANITIZE})
-# libFuzzer learns which paths an input took, in the core and the grammars too. Comparisons are not
-# traced: that takes more than half of the time, and the words of a grammar come from our mutator.
+# libFuzzer sees which paths an input takes, in the core and the grammars too. Comparisons are not
+# traced: that would take more than half of the time, and our mutator inserts the grammars' words.
 if(TREESITTER_ENGINE_FUZZ)
   add_compile_options(-fsanitize-coverage=inline-8bit-counters,pc-table)
 endif()

@@ -1,7 +1,9 @@
-# What sources are, as one number: the same on every machine and wherever they lie.
+# Digests of sources, which are the same on every machine and in every folder.
+#
+# Tested by tests/package/test_build_info.py.
 
-# treesitter_engine_digest(VARIABLE FOLDER FILE...): the SHA-256 over the FILEs' bytes and their names
-# relative to FOLDER, in the order of these names.
+# treesitter_engine_digest(VARIABLE FOLDER FILE...): the SHA-256 of the FILEs' bytes and of their paths
+# relative to FOLDER, in the order of these paths.
 function(treesitter_engine_digest variable folder)
   set(lines "")
   foreach(file ${ARGN})
@@ -15,11 +17,11 @@ function(treesitter_engine_digest variable folder)
   set(${variable} ${digest} PARENT_SCOPE)
 endfunction()
 
-# treesitter_engine_compiled_files(VARIABLE FILE... FOLDERS FOLDER... [ALSO FILE...]): the C FILEs and
-# what they include, directly or not, from beside them or from the FOLDERS; ALSO what they name by a
-# macro, which ends the build where nothing is said about it. A generated parser has tens of megabytes,
-# so includes are looked for in the first 64 KiB, where all of them stand. The core's engine for
-# WebAssembly is left out: no build of ours switches it on.
+# treesitter_engine_compiled_files(VARIABLE FILE... FOLDERS FOLDER... [ALSO FILE...]): the C FILEs, and
+# all files that they include, directly or not, from their own folder or from the FOLDERS. Files that
+# are included by a macro are given after ALSO; if none is given, such an include ends the build. A
+# generated parser has tens of megabytes, so only its first 64 KiB are searched for includes. The core's
+# engine for WebAssembly is left out, which no build of ours uses.
 function(treesitter_engine_compiled_files variable)
   cmake_parse_arguments(PARSE_ARGV 1 "" "" "" "FOLDERS;ALSO")
   set(found ${_UNPARSED_ARGUMENTS} ${_ALSO})

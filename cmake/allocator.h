@@ -1,6 +1,6 @@
-// What the core and the scanners call for memory, in the place of the core's allocator hook: the
-// arena of the calling thread's parse (engines/treesitter/parsing/parser.cpp defines them). A call
-// by name can be inlined when the whole is linked, one through a pointer cannot.
+// The functions by which the core and the scanners allocate memory, in place of the core's hook.
+// They take it from the arena of the calling thread's parse; engines/treesitter/parsing/parser.cpp
+// defines them. A call by name can be inlined at link time, one through a pointer cannot.
 #pragma once
 
 #include <stddef.h>

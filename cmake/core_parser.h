@@ -1,10 +1,10 @@
-// Compiled into the core's parser.c, by cmake/Grammars.cmake, in the place of the core's own
-// functions of the same names. They do the same, but that nothing is logged.
+// Functions that replace the core's own of the same names in its parser.c (cmake/Grammars.cmake).
+// They do the same in less time, but nothing is logged.
 //
 // Tested by tests/core_test.py.
 #pragma once
 
-// Nobody can set a logger here, and each action asks some ten times whether there is one.
+// The engine sets no logger, and the parser would ask for one several times for each action.
 #undef LOG
 #undef LOG_LOOKAHEAD
 #undef LOG_STACK
@@ -15,7 +15,7 @@
 #define LOG_TREE(...)
 static void ts_parser__log(TSParser* self) { (void)self; }
 
-// What every token and every node takes, and the compiler would call.
+// Functions that run for every token or node. The compiler would not inline them by itself.
 #define ALWAYS_INLINE __attribute__((always_inline))
 Subtree ts_subtree_new_leaf(SubtreePool*, TSSymbol, Length, Length, uint32_t, TSStateId, bool, bool,
                             bool, const TSLanguage*) ALWAYS_INLINE;
@@ -38,12 +38,11 @@ static StackVersion published_ts_parser__reduce(TSParser* self, StackVersion ver
                                                 int dynamic_precedence, uint16_t production_id,
                                                 bool is_fragile, bool end_of_non_terminal_extra);
 
-// What may be done in a state with a token. In a list a grammar has two actions for what begins the
-// next element, to end this one and to shift, and marks the second as one that the parser is to
-// skip. Without those one action is left nearly always, and what there is only one of is done in
-// place.
+// The actions for a token in a state, as the core's own function gives them, but without a last one
+// that the parser would skip: where a list may end or go on, a grammar has an action to reduce and,
+// marked as a repetition, one to shift. With one action left, ts_parser__reduce can work in place.
 //
-// An error asks this for every token of the grammar, and nearly always there is nothing to be done.
+// After an error the parser asks this for every token of the grammar, and most have no action.
 static inline void treesitter_engine_table_entry(const TSLanguage* self, TSStateId state,
                                                  TSSymbol symbol, TableEntry* result) {
   *result = (TableEntry){.actions = NULL, .action_count = 0, .is_reusable = false};
@@ -64,9 +63,10 @@ static inline void treesitter_engine_table_entry(const TSLanguage* self, TSState
 }
 #define ts_language_table_entry treesitter_engine_table_entry
 
-// Makes a node of the topmost `count` subtrees. The core's own makes a new version of the stack for
-// it, beside the old one, since a grammar may allow several reductions and since versions may meet.
-// Nearly always there is one version and one reduction, which are made here in place.
+// Makes a node of the topmost `count` subtrees. The core's own function makes a new version of the
+// stack for the node and then removes the old one, because a grammar may allow several reductions
+// at once and versions may merge. Nearly always there is one version and one reduction, and the
+// stack is changed in place.
 static StackVersion ts_parser__reduce(TSParser* self, StackVersion version, TSSymbol symbol,
                                       uint32_t count, int dynamic_precedence,
                                       uint16_t production_id, bool is_fragile,

@@ -1,27 +1,26 @@
-// Compiled into the core's stack.c, by cmake/Grammars.cmake, in the place of the core's own
-// functions of the same names. They do the same.
+// Functions that replace the core's own of the same names in its stack.c (cmake/Grammars.cmake).
+// They do the same in less time and without recursion.
 //
-// Tested by tests/core_test.py.
+// Tested by tests/core_test.py and tests/killers_test.cpp.
 #pragma once
 
 #include <string.h>
 
-// Whether the parse may go on (engines/treesitter/parsing/parser.cpp). Does not return if not.
+// Leaves the parse by an exception when its time is up (engines/treesitter/parsing/parser.cpp).
 void treesitter_engine_check_time(void);
 
 static uint32_t stack__subtree_node_count(Subtree subtree);
 StackSliceArray published_ts_stack_pop_count(Stack* self, StackVersion version, uint32_t count);
 
-// Gives a reference back. The core's own calls itself for every predecessor of a dead node but the
-// first, and broken code makes chains of such nodes as long as the file: 3 kB of `-;` in Rust
-// overflow a stack of 64 KiB. Here the nodes that are half released form a list, so that the native
-// stack stays as it is.
+// Releases one reference to a node. The core's own function calls itself for every predecessor of a
+// dead node but the first, and broken code makes chains of such nodes as long as the file: 3 kB of
+// `-;` in Rust overflow a native stack of 64 KiB. Here the nodes that are not yet fully released
+// form a list, so that no recursion is needed.
 //
-// A chain may have millions of nodes, so it is asked on the way whether the parse may go on.
-// Leaving in the middle loses nothing: stack and pool lie in the parse's arena, and nobody looks at
-// them again.
+// A chain may have millions of nodes, so the time is checked on the way. Leaving in the middle
+// loses nothing: stack and pool lie in the parse's arena and are not used again.
 static void stack_node_release(StackNode* self, StackNodeArray* pool, SubtreePool* subtree_pool) {
-  StackNode* dead = NULL;  // the newest; each names the one before it where its position was
+  StackNode* dead = NULL;  // the newest; each holds the next older one in place of its position
   for (uint32_t steps = 1;; ++steps) {
     if (steps % (16 * 1024) == 0) treesitter_engine_check_time();
     ts_assert(self->ref_count != 0);
@@ -45,8 +44,8 @@ static void stack_node_release(StackNode* self, StackNodeArray* pool, SubtreePoo
   }
 }
 
-// Writes a position as it will be read: its first two fields by one load, which would wait for two
-// stores.
+// Writes a position. Readers load its first two fields at once, and that load would wait for two
+// separate stores.
 static inline void store_position(Length* to, Length position) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   const uint64_t first = position.bytes | (uint64_t)position.extent.row << 32;
@@ -80,8 +79,8 @@ __attribute__((always_inline)) static inline StackNode* stack_node_new(
   return node;
 }
 
-// The node that lies `count` subtrees below `node`, extras not counted, and in `size` how many lie
-// above it with them; or NULL when the stack branches on the way or ends.
+// The node that lies `count` subtrees below `node`, not counting extras; NULL when the stack
+// branches or ends before. Sets `size` to the number of subtrees down to it, extras included.
 static StackNode* stack_node_below(StackNode* node, uint32_t count, uint32_t* size) {
   *size = 0;
   while (count > 0) {
@@ -94,8 +93,9 @@ static StackNode* stack_node_below(StackNode* node, uint32_t count, uint32_t* si
   return node;
 }
 
-// Adds a version of the stack whose top is `node`. The core's own puts the head together elsewhere
-// and copies it, by wide loads of what narrow stores have just written, for which processors wait.
+// Adds a version of the stack whose top is `node`. The core's own function builds the head in
+// another place and copies it: wide loads then read what narrow stores have just written, and the
+// processor waits.
 static StackVersion ts_stack__add_version(Stack* self, StackVersion original_version,
                                           StackNode* node) {
   if (self->heads.size == self->heads.capacity) {
@@ -114,8 +114,8 @@ static StackVersion ts_stack__add_version(Stack* self, StackVersion original_ver
   return (StackVersion)self->heads.size++;
 }
 
-// Pops `count` subtrees. The core's own follows all branches of the stack at once, with a callback
-// for each step; nearly every stretch has no branches, and is popped here by two loops along it.
+// Pops `count` subtrees. The core's own function follows all branches of the stack at once, with a
+// callback for each step. Nearly always there is no branch, and two loops along the stack do.
 StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t count) {
   StackNode* node = array_get(&self->heads, version)->node;
   uint32_t size = 0;
@@ -123,7 +123,7 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
   if (!bottom) return published_ts_stack_pop_count(self, version, count);
 
   SubtreeArray subtrees = array_new();
-  // They will be a node's children, whose own data comes behind them in the same block.
+  // They become a node's children, and the node's data is put behind them in the same block.
   const uint32_t room = (uint32_t)(ts_subtree_alloc_size(count) / sizeof(Subtree));
   array_reserve(&subtrees, size > room ? size : room);
   subtrees.size = size;
@@ -137,14 +137,13 @@ StackSliceArray ts_stack_pop_count(Stack* self, StackVersion version, uint32_t c
   self->slices.contents[0].subtrees = subtrees;
   self->slices.contents[0].version = ts_stack__add_version(self, version, bottom);
   self->slices.size = 1;
-  // Not self->slices as a whole: it would be loaded across the size that has just been stored.
+  // Field by field: a load of all of self->slices would wait for the store of its size above.
   return (StackSliceArray){self->slices.contents, 1, self->slices.capacity};
 }
 
-// Takes the topmost `count` subtrees, extras not counted, from the stack's only version, and
-// returns true; the version ends below them then. Returns false, and changes nothing, when there
-// are other versions, or when the stack branches on the way. The subtrees change hands, so that no
-// reference is counted.
+// Takes the topmost `count` subtrees, not counting extras, from the stack's only version and
+// returns true. Changes nothing and returns false when there are other versions, or when the stack
+// branches on the way. The caller gets the stack's own references to the subtrees.
 static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArray* subtrees) {
   if (self->heads.size != 1) return false;
   StackNode* node = self->heads.contents[0].node;
@@ -158,7 +157,7 @@ static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArr
     if (!ts_subtree_extra(subtree)) --left;
   }
   *subtrees = (SubtreeArray)array_new();
-  // They will be a node's children, whose own data comes behind them in the same block.
+  // They become a node's children, and the node's data is put behind them in the same block.
   const uint32_t room = (uint32_t)(ts_subtree_alloc_size(count) / sizeof(Subtree));
   array_reserve(subtrees, size > room ? size : room);
   subtrees->size = size;

@@ -1,15 +1,15 @@
-// Compiled into the core's subtree.c, by cmake/Grammars.cmake, in the place of the core's own
-// function of the same name.
+// A function that replaces the core's own of the same name in its subtree.c (cmake/Grammars.cmake).
 //
 // Tested by tests/core_test.py.
 #pragma once
 
 void published_ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* language);
 
-// Adds up in a node what its children have. The core's own also keeps what only a later parse of an
-// edited text asks for: the first leaf, how far the lexer looked ahead, whether nodes are fragile,
-// have external tokens or depend on their column. There is no later parse here. And it keeps the
-// sums in the node, where each step has to wait for the one before; here they are in registers.
+// Computes the fields of a node that depend on its children. The core's own function does more: it
+// also computes what only a later parse of an edited text needs (the first leaf, how far the lexer
+// looked ahead, whether nodes are fragile, have external tokens or depend on their column). It also
+// keeps the sums in the node itself, where each addition waits for the one before; here they are
+// in registers.
 void ts_subtree_summarize_children(MutableSubtree self, const TSLanguage* language) {
   SubtreeHeapData* const node = self.ptr;
   if (node->child_count == 0) {

@@ -1,12 +1,12 @@
-// What stands in a self-contained module for the parts of ICU that it never uses.
+// Replaces, in a Python module that is linked statically, the parts of ICU that it never uses.
 //
-// We ask ICU for properties of characters alone, and their tables are in its code. The same objects
-// can read ICU's data, though, of 30 MB: here it is a table of contents without an entry, as ICU
-// itself takes it for "there is none".
+// The engine asks ICU only for properties of characters, whose tables are in its code. The same
+// objects refer to ICU's data of 30 MB. Here that is a table of contents without entries, which ICU
+// takes for missing data.
 //
-// Distributions compile ICU's static library for programs, where it reaches the C library's
-// variables of time zones in a way that no shared object may. The linker puts those below in their
-// place (--wrap); what would read them is called by nobody.
+// Distributions compile ICU's static library for programs: it refers to the C library's variables
+// of time zones in a way that a shared object must not. The linker replaces them by those below
+// (--wrap); the functions that would read them are never called.
 //
 // Tested by tests/package/test_wheel.py.
 #include <unicode/udata.h>

@@ -1,9 +1,11 @@
-// The lexer's step from one ASCII character to the next, for the core and for the grammars' own
-// lexers, which take it once for each character of a file.
+// The lexer's step from one ASCII character to the next, for the core and for the generated lexers
+// of the grammars, which take it for each character of a file.
 //
-// A grammar knows only the beginning of the core's lexer, and reaches the rest by calls through
-// pointers. So that the step can be inlined there, the fields that it needs are described here once
-// more; cmake/core_lexer.h compares this with the core's own description while both are compiled.
+// A grammar's code sees only the first fields of the core's lexer and uses the rest by calls
+// through pointers. To inline the step there, the fields that it needs are declared here once more.
+// cmake/core_lexer.h compares them with the core's own declaration when the core is compiled.
+//
+// Tested by tests/core_test.py.
 #pragma once
 
 #include <stdbool.h>
@@ -21,7 +23,7 @@ typedef struct {
   uint32_t end_byte;
 } TreesitterEngineRange;
 
-// The core's Lexer, up to what is not needed here.
+// The core's Lexer, up to the last field that the step uses.
 typedef struct __attribute__((may_alias)) {
   int32_t lookahead;
   uint16_t result_symbol;
@@ -43,9 +45,8 @@ typedef struct __attribute__((may_alias)) {
   bool is_column_known;
 } TreesitterEngineLexer;
 
-// Moves on by one character, and returns true, when this one and the next are ASCII and lie in one
-// line: nothing can happen then of what the core's own function is prepared for. Otherwise does
-// nothing.
+// Moves on by one character and returns true when this character and the next are ASCII and in one
+// line, where none of the core's special cases can occur. Otherwise changes nothing.
 __attribute__((always_inline)) static inline bool treesitter_engine_step(
     TreesitterEngineLexer* self, bool skip) {
   const uint32_t next = self->current_position.bytes + 1;

@@ -1,19 +1,19 @@
-// Included by the compiler in front of each grammar's parser.c: faster ways to do what a generated
-// lexer does for each character.
+// Included by the compiler before each grammar's parser.c: faster ways to do what a generated lexer
+// does for each character.
 //
-// It moves on by one character, and asks whether the file ends there, by calls through pointers;
-// here it does so itself where the next character is ASCII, as nearly all are.
+// - It moves on by one character, and asks whether the file ends, by calls through pointers. Nearly
+//   all characters are ASCII, and for these the step is inlined (cmake/lexer_step.h).
+// - It asks whether a character is in one of the grammar's sets, such as the letters of
+//   identifiers. A set is a sorted list of ranges, often Unicode's 700 of letters and digits, and
+//   the grammar's own search takes ten steps for each character. ASCII is in the first five ranges.
 //
-// It asks whether a character is in one of the grammar's sets, such as the letters of identifiers.
-// A set is a sorted list of ranges, mostly Unicode's 700 of letters and digits, and the grammar's
-// own search halves it ten times for each character. What source files are made of, ASCII, is in
-// the first five ranges.
+// Tested by tests/core_test.py.
 #pragma once
 
 #include "lexer_step.h"
 #include "tree_sitter/parser.h"
 
-// As the grammars' own, but for the step.
+// The same as tree_sitter/parser.h has, except for the step.
 #undef START_LEXER
 #define START_LEXER()                                                 \
   bool result = false;                                                \
@@ -30,7 +30,8 @@
   skip = false;                                                       \
   lookahead = lexer->lookahead;
 
-// `lexer->eof(lexer)`: at the end of the file the next character is given as 0.
+// Turns `lexer->eof(lexer)` into a comparison and a call: at the end of the file the next character
+// is 0.
 #define eof(lexer) lookahead == 0 && (lexer)->eof(lexer)
 
 static inline bool treesitter_engine_set_contains(const TSCharacterRange* ranges, uint32_t count,

@@ -1,7 +1,5 @@
-// What the sanitizers are told by every executable of a sanitized build; compiled into no other
-// build.
-//
-// The names are the sanitizers' own, looked up in the executable at run time.
+// The defaults of the sanitizers, for every executable of a sanitized build
+// (cmake/Sanitizers.cmake). The sanitizers look these functions up by name at run time.
 
 // The SQL grammar's scanner forgets a dollar-quote tag when its state is restored: a few bytes for
 // each, in code that is not ours. Everything else that leaks is a fault.

@@ -1,23 +1,25 @@
-// Included by the compiler in front of each grammar's scanner.c: what the engine needs otherwise in
-// the installed sources, which stay untouched. The system headers that declare what is replaced
-// here come first, so that the macros meet calls only.
+// Included by the compiler before each grammar's scanner.c. It replaces functions and constants
+// that the scanners use; the installed sources stay unchanged. The system headers that declare the
+// replaced functions are included first, so that the macros replace calls only.
 //
-// Memory: every scanner's comes from the arena of the parse (allocator.h). Most scanners ask for it
-// by ts_malloc, but some (Python, Markdown, SQL) call malloc itself, and their memory would escape
-// the budget and the arena. The macros are function-like: a member or a variable called `free`
-// stays what it is.
+// Memory: all of it comes from the arena of the parse (allocator.h). Most scanners call ts_malloc,
+// but some (Python, Markdown, SQL) call malloc itself, and their memory would escape the budget and
+// the arena. The macros are function-like, so that a member or a variable called `free` keeps its
+// name.
 //
-// State: scanners stop, or write past the end, at the core's 1,024 bytes. The engine hands them a
-// larger buffer, keeps what the core has no room for, and checks each copy into it
-// (parsing/guarded_grammar.h).
+// State: at the core's 1,024 bytes some scanners stop, and others write past the end. The engine
+// gives them a larger buffer, stores states that the core has no room for, and checks each copy
+// into the buffer (engines/treesitter/parsing/guarded_grammar.h).
 //
-// Characters: the C library's answers about characters follow the locale that the host has set, so
-// that one file would give several results; the scanners get Unicode's
-// (text/text_for_scanners.cpp). Markdown asks isdigit about any code point, and the C library looks
-// it up in a table of 384.
+// Characters: the C library's functions depend on the locale that the host has set, so that one
+// file would give several results. The scanners get Unicode's answers
+// (engines/treesitter/text/text_for_scanners.cpp). Markdown calls isdigit with any code point, and
+// the C library looks it up in a table of 384.
 //
-// YAML: its scanner counts rows and columns in 16 bits, and finds no key from row 32,768 on.
-// Counted in 32 bits it does.
+// YAML: its scanner counts rows and columns in 16 bits, and finds no key from row 32,768 on. Here
+// it counts in 32 bits.
+//
+// Tested by tests/guards_test.cpp and tests/killers_test.cpp.
 #pragma once
 
 #include <ctype.h>
@@ -28,6 +30,7 @@
 #include <wctype.h>
 
 #include "allocator.h"
+#include "scanner_state.h"
 #include "tree_sitter/parser.h"
 
 #define malloc(size) treesitter_engine_allocate(size)
@@ -36,7 +39,7 @@
 #define free(block) treesitter_engine_deallocate(block)
 
 #undef TREE_SITTER_SERIALIZATION_BUFFER_SIZE
-#define TREE_SITTER_SERIALIZATION_BUFFER_SIZE (64 * 1024)
+#define TREE_SITTER_SERIALIZATION_BUFFER_SIZE TREESITTER_ENGINE_SCANNER_STATE_BYTES
 
 extern void* treesitter_engine_copy(void* destination, const void* source, size_t size);
 #undef memcpy
@@ -67,8 +70,9 @@ extern wint_t treesitter_engine_towlower(wint_t character);
 #define int16_t int32_t
 #endif
 
-// No scanner uses the following; one that begins to does not compile. The first ones allocate
-// inside the C library, past the arena, and their result would then be freed in the arena.
+// No scanner uses these functions; one that begins to will not compile. Those of the first two
+// lines allocate inside the C library, and the scanner would then free their result in the arena.
+// The others depend on the locale.
 #pragma GCC poison strdup strndup wcsdup asprintf vasprintf getline getdelim reallocarray
 #pragma GCC poison aligned_alloc posix_memalign open_memstream
 #pragma GCC poison isalnum isalpha isblank iscntrl isgraph islower isprint ispunct isspace isupper

@@ -1,5 +1,7 @@
-// What the symbol model accepts. A rejection costs the walk one symbol and one error text, so each
-// text says which field is at fault and why.
+// What the symbol model accepts. A walk goes on without a rejected symbol and keeps the error's
+// text, so the text says which field is at fault and why.
+//
+// Tested by tests/models_test.cpp.
 #include "models/symbol.h"
 
 #include <algorithm>
@@ -11,9 +13,18 @@ namespace engines::models {
 namespace {
 
 // In the order of SymbolKind.
-constexpr std::array<std::string_view, 9> KIND_TEXTS = {
-    "class", "function", "method", "interface", "type", "enum", "variable", "module", "constant",
-};
+constexpr auto KIND_TEXTS = std::to_array<std::string_view>({
+    "class",
+    "function",
+    "method",
+    "interface",
+    "type",
+    "enum",
+    "variable",
+    "module",
+    "constant",
+});
+static_assert(KIND_TEXTS.size() == static_cast<std::size_t>(SymbolKind::constant) + 1);
 
 SymbolKind require_kind(std::string_view text) {
   if (const auto kind = kind_from_text(text)) return *kind;

@@ -1,8 +1,7 @@
-// The symbol model: one record per declaration, in the shape that an index's store keeps.
+// The symbol model: one record per declaration, as an index stores it.
 //
-// A Symbol is built from SymbolArguments, named field by field, and its constructor rejects what no
-// store could keep. After that it is a plain value: compared field by field, copied, moved, read
-// from any thread that may read its memory.
+// A Symbol is built from SymbolArguments, and its constructor rejects a kind or lines that cannot
+// be. It is a plain value then: it owns its texts and is compared field by field.
 //
 // Tested by tests/models_test.cpp.
 #pragma once
@@ -34,8 +33,7 @@ std::string_view kind_text(SymbolKind kind);
 // The kind whose text this is, or none. Case counts.
 std::optional<SymbolKind> kind_from_text(std::string_view text);
 
-// What a Symbol is built from. None of the fields has a default, so every place that builds a
-// symbol says all eleven.
+// The arguments of a Symbol. No field has a default, so all have to be named.
 struct SymbolArguments {
   std::optional<std::int64_t> id;          // the store's key; none until a store gives one
   std::int64_t file_id;                    // the store's key of the file
@@ -53,9 +51,8 @@ struct SymbolArguments {
 // One declaration of a source file. The fields are those of SymbolArguments, with the kind as a
 // member of the enumeration.
 struct Symbol {
-  // Throws std::invalid_argument, with a text that names the fault, for a kind that is none of the
-  // nine and for lines that are not 1-based or run backwards. Texts are not judged: U+0000 is a
-  // character like another.
+  // Throws std::invalid_argument, whose text names the fault, for an unknown kind, a `start_line`
+  // of 0 and an `end_line` before it. Texts are not checked: they may be empty or hold U+0000.
   explicit Symbol(SymbolArguments&& arguments);
 
   std::optional<std::int64_t> id;

@@ -1,4 +1,4 @@
-# Run by CPack when the files of all packages are in their folders: hands these to debian/prepare.
+# Run by CPack when the files of all packages are in their folders. Calls debian/prepare for these.
 set(_packages "")
 foreach(_component ${CPACK_COMPONENTS_ALL})
   string(TOUPPER "${_component}" _upper)

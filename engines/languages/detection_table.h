@@ -1,21 +1,20 @@
-#pragma once
-
-// What names a file of each language: exact file names, and suffixes of file names.
+// The names of files in each language: whole file names, and suffixes.
 //
-// Internal to this folder: detection.cpp searches these lists, language_infos() shows them. They
+// Internal to this folder: detection.cpp searches these lists, language_infos() gives them. They
 // hold what the common catalogues of file types agree on. A suffix that several languages share
-// goes to the one that a reader would name first, where there is one (.ts is TypeScript and not a
-// translation of Qt, .rs Rust, .md Markdown); where there is none (.inc, .spec, .cgi, .gs, .res),
-// nobody has it, since a wrong grammar costs more than a file left out. Left out are also suffixes
-// that mostly name binary or tabular data (.pt, .tab), and languages that only resemble one of ours
-// (Starlark, Cython, JSON5). Files that may be JSON or YAML are YAML, which reads both; .eslintrc
-// is JSON, since its comments are.
+// belongs to the one that most readers would name (.ts is TypeScript and not a translation of Qt,
+// .rs is Rust, .md is Markdown). Where readers would differ (.inc, .spec, .cgi, .gs, .res) no
+// language has it, since a wrong grammar costs more than a file left out. Also left out are
+// suffixes that mostly name binary or tabular data (.pt, .tab), and languages that only resemble
+// one of ours (Starlark, Cython, JSON5). A file that may be JSON or YAML is YAML, whose grammar
+// reads both; .eslintrc is JSON, since its comments are JavaScript's.
 //
-// Names are compared letter by letter, so variants of case stand here where tools accept them.
-// Suffixes are in lower case, begin with a full stop and may have more of them. Each list is
-// sorted, which the compiler checks; that no text stands in two lists is for the tests.
+// File names are compared exactly, so there is an entry for each spelling that tools accept.
+// Suffixes are in lower case and begin with a full stop; they may have more full stops. The
+// compiler checks that each list is sorted, and the tests check that no text stands in two lists.
 //
-// Tested by tests/languages_test.cpp.
+// Tested by tests/detection_test.cpp.
+#pragma once
 
 #include <array>
 #include <span>
@@ -23,7 +22,7 @@
 
 namespace engines::languages {
 
-// Dense lists, which the formatter would spread over one line per entry.
+// The formatter would give each entry a line.
 // clang-format off
 
 inline constexpr std::string_view PYTHON_FILE_NAMES[] = {

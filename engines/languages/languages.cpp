@@ -1,14 +1,12 @@
-// The registry: sixteen languages, their grammars, and the handing out.
+// The registry of the sixteen languages and their grammars.
 //
-// Adding a language touches these places: REGISTRY below, its row in detection_table.h, its package
-// in package.json and cmake/Grammars.cmake, its node types in node_types.h where rules name new
-// ones, and its aliases in language.cpp where its grammar names nodes otherwise than the rules do.
+// To add a language, change: REGISTRY below; detection_table.h; package.json and
+// cmake/Grammars.cmake, for its package; node_types.h, if rules name new node types; language.cpp,
+// if its grammar names nodes otherwise than the rules do.
 //
-// Cost: a search through sixteen names per request, and once per process and language the
-// resolution of the grammar's symbols.
+// A request costs a search through sixteen names. The first one for a language builds it.
 //
 // Tested by tests/languages_test.cpp.
-
 #include "engines/languages/languages.h"
 
 #include <array>
@@ -49,7 +47,7 @@ struct Registration {
   std::string_view package;
 };
 
-// In the order of DETECTION, which the compiler checks.
+// In the order of DETECTION.
 constexpr auto REGISTRY = std::to_array<Registration>({
     {"python", "python", tree_sitter_python, "tree-sitter-python"},
     {"javascript", "javascript", tree_sitter_javascript, "tree-sitter-javascript"},
@@ -73,8 +71,9 @@ constexpr std::size_t COUNT = REGISTRY.size();
 static_assert(COUNT == DETECTION.size(), "every language has its row of detection");
 static_assert(
     [] {
-      for (std::size_t i = 0; i < COUNT; ++i)
+      for (std::size_t i = 0; i < COUNT; ++i) {
         if (REGISTRY[i].name != DETECTION[i].language) return false;
+      }
       return true;
     }(),
     "both tables stand in the same order");
@@ -85,30 +84,31 @@ constexpr auto NAMES = [] {
   return names;
 }();
 
-// What was compiled in. Evaluated by the compiler, which refuses a missing one.
-constexpr GrammarVersion _version_of(std::string_view grammar_name) {
-  for (const GrammarVersion& row : GRAMMAR_VERSIONS)
+// The version that was compiled in. Evaluated by the compiler, which refuses a missing one.
+constexpr GrammarVersion version_of(std::string_view grammar_name) {
+  for (const GrammarVersion& row : GRAMMAR_VERSIONS) {
     if (row.grammar == grammar_name) return row;
+  }
   throw grammar_name;
 }
 
 constexpr auto INFOS = [] {
   std::array<LanguageInfo, COUNT> infos;
   for (std::size_t i = 0; i < COUNT; ++i) {
-    const GrammarVersion compiled = _version_of(REGISTRY[i].grammar_name);
+    const GrammarVersion compiled = version_of(REGISTRY[i].grammar_name);
     infos[i] = {REGISTRY[i].name, REGISTRY[i].package,     compiled.version,
                 compiled.digest,  DETECTION[i].file_names, DETECTION[i].suffixes};
   }
   return infos;
 }();
 
-// Threads that ask for a language at once may each build it; one of them sets it, and the others
-// take that one. Nobody waits: a child that is forked while another thread builds would wait for
-// ever. The object is left to the process on purpose, since parsers in thread-local storage may
-// still use it while static objects are destroyed.
+// Several threads may build a language at once. The first one to finish stores it, and the others
+// drop theirs and take that one. No thread waits: a child that is forked while another thread
+// builds would wait for ever. The object is never destroyed, since parsers in thread-local storage
+// may still use it while static objects are destroyed.
 constinit std::array<std::atomic<const Language*>, COUNT> languages{};
 
-const Language* _language_at(std::size_t index) {
+const Language* language_at(std::size_t index) {
   const Language* known = languages[index].load(std::memory_order_acquire);
   if (known != nullptr) return known;
   auto mine = std::make_unique<const Language>(REGISTRY[index].name, REGISTRY[index].grammar());
@@ -126,8 +126,9 @@ std::span<const LanguageInfo> language_infos() { return INFOS; }
 std::string_view core_version() { return CORE_VERSION; }
 
 const Language* get_language(std::string_view name) {
-  for (std::size_t i = 0; i < COUNT; ++i)
-    if (REGISTRY[i].name == name) return _language_at(i);
+  for (std::size_t i = 0; i < COUNT; ++i) {
+    if (REGISTRY[i].name == name) return language_at(i);
+  }
   return nullptr;
 }
 

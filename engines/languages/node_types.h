@@ -1,17 +1,16 @@
-#pragma once
-
-// The node types that the engine's rules name, as one small enumeration.
+// The node types that the engine's rules name.
 //
-// A node type is its text: a grammar may have several symbol ids of one text, and a keyword token
-// `class` is of the same type as the node `class` (it has no name, so it declares nothing). Each
-// grammar's symbol ids are translated to these enumerators once, when its Language is built; from
-// then on the walks compare bytes instead of texts. Every type that no rule names is `other`.
+// A node type is its text. A grammar may have several symbols of one text, and the keyword `class`
+// is of the same type as the node `class`; it has no name, so it declares nothing. A grammar's
+// symbols are translated into these enumerators once, when its Language is built, so that walks
+// compare bytes and not texts. Every type that no rule names is `other`.
 //
-// Enumerators are spelled as the texts; what is a C++ keyword gets an underscore behind it, and
-// punctuation is written as a word. To add one: the enumerator, and its row at the same place in
-// NODE_TYPE_TEXTS below; the compiler refuses a table that is out of step.
+// Enumerators are spelled as the texts, with an underscore behind C++ keywords; punctuation is
+// written as a word. To add one, add the enumerator and a row at the same place of NODE_TYPE_TEXTS.
+// The compiler refuses a table in another order.
 //
 // Tested by tests/languages_test.cpp.
+#pragma once
 
 #include <algorithm>
 #include <array>
@@ -155,7 +154,7 @@ enum class NodeType : std::uint8_t {
   qualified_name,
   import_specifier,
 
-  // What the parser could not make sense of. Stays last: the table's length is checked by it.
+  // Text that did not parse. Stays last: the table's length is checked by it.
   error,
 };
 
@@ -302,8 +301,9 @@ static_assert(NODE_TYPE_COUNT == static_cast<std::size_t>(NodeType::error) + 1,
               "every enumerator has one row");
 static_assert(
     [] {
-      for (std::size_t i = 0; i < NODE_TYPE_COUNT; ++i)
+      for (std::size_t i = 0; i < NODE_TYPE_COUNT; ++i) {
         if (NODE_TYPE_TEXTS[i].type != static_cast<NodeType>(i)) return false;
+      }
       return true;
     }(),
     "rows stand in the order of the enumerators");
@@ -313,8 +313,8 @@ constexpr std::string_view node_type_text(NodeType type) {
   return NODE_TYPE_TEXTS[static_cast<std::size_t>(type)].text;
 }
 
-// The node type of a text; `other` when no rule names it. A scan of the table, for building
-// languages and for tests: a walk asks its Language, which has the answer in one load.
+// The node type of a text; `other` when no rule names it. Reads the whole table, for building
+// languages and for tests. Walks ask their Language.
 constexpr NodeType node_type_of(std::string_view text) {
   const auto row = std::find_if(NODE_TYPE_TEXTS.begin(), NODE_TYPE_TEXTS.end(),
                                 [text](const NodeTypeText& entry) { return entry.text == text; });

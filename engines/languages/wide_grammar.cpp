@@ -1,3 +1,4 @@
+// See wide_grammar.h.
 #include "engines/languages/wide_grammar.h"
 
 #include <algorithm>
@@ -12,14 +13,14 @@ extern "C" {
 namespace engines::languages {
 namespace {
 
-// Grammars generated for older versions of the library end before the fields that came later.
-std::size_t _size_of(const TSLanguage& grammar) {
+// A grammar generated for an older version of the library ends before the fields that came later.
+std::size_t size_of(const TSLanguage& grammar) {
   return grammar.abi_version < 15 ? offsetof(TSLanguage, name) : sizeof(TSLanguage);
 }
 
-// Fills the row of a state that has a list: the number of its groups, then for each group the value
-// that its symbols have in the table, their number, and the symbols.
-void _fill(std::uint16_t* row, const std::uint16_t* list) {
+// Fills a state's row from its list. The list is the number of its groups, then for each group the
+// value of its symbols in the table, how many there are, and the symbols.
+void fill(std::uint16_t* row, const std::uint16_t* list) {
   for (std::uint16_t groups = *list++; groups > 0; --groups) {
     const std::uint16_t value = *list++;
     for (std::uint16_t symbols = *list++; symbols > 0; --symbols) row[*list++] = value;
@@ -28,8 +29,8 @@ void _fill(std::uint16_t* row, const std::uint16_t* list) {
 
 }  // namespace
 
-// The rows come from calloc, since fresh memory is zero already: for SQL's, clearing it once more
-// would cost as much as all the rest.
+// From calloc, since the system's fresh memory is zero already: clearing SQL's rows once more would
+// cost as much as all the rest.
 WideGrammar::WideGrammar(const TSLanguage& published)
     : _rows(static_cast<std::uint16_t*>(std::calloc(
           std::size_t{published.state_count} * published.symbol_count, sizeof(std::uint16_t)))),
@@ -39,10 +40,10 @@ WideGrammar::WideGrammar(const TSLanguage& published)
   const std::size_t large = published.large_state_count;
   std::copy_n(published.parse_table, large * width, _rows.get());
   for (std::size_t state = large; state < published.state_count; ++state) {
-    _fill(&_rows[state * width],
-          published.small_parse_table + published.small_parse_table_map[state - large]);
+    fill(&_rows[state * width],
+         published.small_parse_table + published.small_parse_table_map[state - large]);
   }
-  std::memcpy(_grammar.get(), &published, _size_of(published));
+  std::memcpy(_grammar.get(), &published, size_of(published));
   _grammar->parse_table = _rows.get();
   _grammar->large_state_count = published.state_count;
 }

@@ -1,12 +1,12 @@
-// WideGrammar: a grammar whose parse table is looked up in one step.
+// WideGrammar: a grammar whose parse table has a full row for every state.
 //
-// A generated grammar keeps a full row of its table for some states only. For the others, four of
-// five, it lists the symbols that can follow, and the library reads that list to find one of them:
-// at every step of a parse, and at every error once for each symbol of the grammar. Those searches
-// are a sixth of the parse of code and half of that of SQL. Here every state has its row.
+// A generated grammar has full rows for one state in five. For the others it lists the symbols that
+// can follow, and the library searches that list at every step of a parse, and at every error once
+// for each symbol of the grammar. These searches take a sixth of the time of parsing code, and half
+// of that of SQL. A full row needs no search.
 //
-// The rows take from 2 KB (JSON) to 9 MB (C#) and 25 MB (SQL) of memory, and half a millisecond for
-// each MB to fill, once per process and only for languages that are asked for.
+// The rows take 2 KB of memory for JSON, 9 MB for C# and 25 MB for SQL. Filling them takes half a
+// millisecond for each MB, once per process and only for languages that are asked for.
 //
 // Tested by tests/wide_grammar_test.cpp.
 #pragma once
@@ -21,7 +21,7 @@ namespace engines::languages {
 
 class WideGrammar {
  public:
-  // `published` must outlive this: everything but the rows stays there.
+  // `published` must outlive this, which refers to all of it but the rows. Throws std::bad_alloc.
   explicit WideGrammar(const TSLanguage& published);
   ~WideGrammar();
 

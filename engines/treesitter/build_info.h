@@ -1,8 +1,8 @@
-// What this build is made of, for whoever stores records: those of two builds are the same, byte
-// for byte, where build_info().digest is.
+// What this build is made of, for callers that store records: two builds with the same
+// build_info().digest give the same records, byte for byte. A part of treesitter.h, which includes
+// it.
 //
-// A part of treesitter.h, which includes it. Tested by tests/package/test_build_info.py and
-// tests/python/test_module.py.
+// Tested by tests/package/test_build_info.py and tests/python/test_module.py.
 #pragma once
 
 #include <cstdint>
@@ -14,16 +14,17 @@
 
 namespace engines::treesitter {
 
-// A digest is the SHA-256 over sources as they are compiled, in hexadecimal digits: of their bytes
-// and of their names below the part's own folder, so that it is the same on every machine. It
-// changes with each of them, comments included.
+// A digest is the SHA-256, in hexadecimal digits, of the compiled sources: of their bytes and of
+// their names below the part's own folder, so that it is the same on every machine. Any change of
+// them, also of a comment, changes it.
 struct BuildPart {
   std::string_view version;
   std::string_view digest;
 };
 
-// The bounds of one parse, for a file of `size` bytes: each is a floor and what `size` adds to it.
-// What a machine has less of ends a parse too (memory_room), and is no matter of the build.
+// The limits of one parse. Three of them grow with the file: the first number holds for an empty
+// file, the second is added for each unit of the file's size. Beside these there is memory_room(),
+// which depends on the machine and not on the build.
 struct BuildGuards {
   std::uint64_t operations;  // of the library
   std::uint64_t operations_per_kib;
@@ -32,20 +33,18 @@ struct BuildGuards {
   std::uint64_t seconds;  // of processor time
   std::uint64_t seconds_per_mib;
   std::uint64_t scanner_state;  // bytes for each token
-  std::uint64_t file;           // bytes that are parsed at all
+  std::uint64_t file;           // bytes; a larger file is not parsed
 };
 
 struct BuildInfo {
-  // The SHA-256 over all that decides about records: everything below but the compiler.
+  // The SHA-256 of everything below that can change a record: all but the compiler.
   std::string digest;
-  BuildPart engine;  // with the tables of its rules
+  BuildPart engine;  // including the tables of its rules
   BuildPart core;    // the tree-sitter library, with the functions of it that are replaced
-  // Each language with its grammar's package, version and digest.
   std::span<const languages::LanguageInfo> grammars;
   std::span<const std::string_view> rules;  // by name
   BuildGuards guards;
-  // The versions of Unicode by which characters are classed; those of the libraries that the
-  // process has loaded.
+  // The versions of Unicode that class characters: those of the loaded ICU and PCRE2.
   std::string unicode_of_text;
   std::string unicode_of_expressions;
   std::string_view compiler;

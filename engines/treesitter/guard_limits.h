@@ -1,6 +1,6 @@
-// What a parse may take at most, with the calibration of each number. The guards that hold a parse
-// to them: parsing/parse_meter.h, parsing/parser.cpp, parsing/guarded_grammar.h, and for what a
-// result holds symbols/symbol_list.h. Hosts learn the first by build_info().
+// The limits of one parse, and the measurements behind each number. They are enforced by
+// parsing/parse_meter.h, parsing/parser.cpp and parsing/guarded_grammar.h; those of a result's text
+// by symbols/symbol_list.h. build_info() gives them to hosts, but for that of a result's text.
 //
 // Tested by tests/guards_test.cpp.
 #pragma once
@@ -8,15 +8,17 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "cmake/scanner_state.h"
+
 namespace engines::treesitter {
 
-// Of 12,042 real files none needs more than 25 steps per KiB, dense legitimate text 31 to 51;
-// hostile text takes 2,500 and more.
+// No file of 12,042 real ones needs more than 25 steps per KiB. Dense legitimate text needs 31 to
+// 51, hostile text 2,500 and more.
 inline constexpr std::uint64_t STEPS_FLOOR = 4096;
 inline constexpr std::uint64_t STEPS_PER_KIB = 256;
 inline constexpr std::uint64_t OPERATIONS_PER_STEP = 100;  // of the library, between two callbacks
 
-// For operations that are slow themselves, such as a token that is read to the end of the file and
+// Against single operations that are slow, such as a token that is read to the end of the file and
 // given up, again and again. The slowest legitimate text takes 0.3 seconds per MiB.
 inline constexpr std::uint64_t SECONDS_FLOOR = 4;
 inline constexpr std::uint64_t SECONDS_PER_MIB = 4;
@@ -26,12 +28,12 @@ inline constexpr std::uint64_t SECONDS_PER_MIB = 4;
 inline constexpr std::uint64_t MEMORY_FLOOR = 24 << 20;
 inline constexpr std::uint64_t MEMORY_PER_BYTE = 704;
 
-// What the scanners take for the library's room (cmake/scanner_prelude.h). No legitimate file comes
-// near: its blocks would be nested 8,000 deep.
-inline constexpr std::size_t SCANNER_STATE_BYTES = 64 * 1024;
+// The room for one saved state of a scanner. A legitimate file comes nowhere near: its blocks would
+// be nested 8,000 deep.
+inline constexpr std::size_t SCANNER_STATE_BYTES = TREESITTER_ENGINE_SCANNER_STATE_BYTES;
 
-// The most text that the symbols of one file may hold. A file of minified keys has some 30 bytes of
-// signature and name for each of its own, and a megabyte of nested keys would have 28,000.
+// The most bytes of text in the symbols of one file. Minified keys have some 30 bytes of signatures
+// and names for each byte of the file; a megabyte of nested keys would have 28,000.
 inline constexpr std::uint64_t RESULT_TEXT_FLOOR = 16 << 20;
 inline constexpr std::uint64_t RESULT_TEXT_PER_BYTE = 192;
 

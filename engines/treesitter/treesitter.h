@@ -1,8 +1,7 @@
-// Tree-sitter parsing engine for symbol extraction: one source file, or a text and its language,
-// in; one ParseResult out, with the symbols that the file declares and the references that it
-// makes. This is the only header that a caller includes; what it stores and matches on stands in
-// engines/treesitter/records.h, what a parse that is to be explained tells in
-// engines/treesitter/report.h, and what the build is made of in engines/treesitter/build_info.h.
+// Tree-sitter parsing engine for symbol extraction. It parses one source file, or a text whose
+// language is given, and returns one ParseResult with the symbols that the file declares and the
+// references that it makes. A caller includes this header alone. It includes records.h (results,
+// errors and items), report.h (what `explain` tells) and build_info.h (what the build is made of).
 //
 //   #include "engines/treesitter/treesitter.h"
 //
@@ -13,32 +12,35 @@
 //     }
 //   }
 //
-// Many files, on all processors, in the order in which they were named:
+// Many files, on all processors; the outcomes come in the order of the paths:
 //
 //   for (auto& parsed : engine.parse_many(paths)) store(parsed.item.path, parsed.outcome);
 //
-// Ownership: everything that a call returns belongs to the caller; the engine keeps no reference to
-// it, and the result holds no view into the file.
+// Ownership: the caller owns everything that a call returns. The engine keeps no reference to it,
+// and a result holds no view into the file.
 //
-// Threads: one engine serves any number of threads at once, without a lock. Each thread owns its
-// parsers and caches, made on first use and freed when the thread or the engine ends, whichever is
-// first. The engine must outlive the calls made on it.
+// Threads: any number of threads may use one engine at once; it takes no lock. Each thread has
+// parsers and caches of its own, made on first use and freed when the thread or the engine ends,
+// whichever is first. The engine must outlive the calls made on it.
 //
-// Failures: what can be expected of files (unreadable, no grammar, a parser that gives up, a symbol
-// that the model rejects) is data, in ParseResult::errors. Syntax errors are no failures: the tree
-// holds error nodes and the walks run over it. All else is thrown by the operations that give a
-// ParseResult, and handed over as a value by `parse` and `parse_many`:
-//   Utf8Error              a rule read bytes that are no UTF-8: a name; or in Java, C# and PHP,
-//                          where visibility is looked for among the texts of all children, any byte
-//                          of a declaration that is not public at first sight, comments included
+// Failures: those to be expected of files become texts in ParseResult::errors: a file that cannot
+// be read, a language without a grammar, a parse that a guard ends, a symbol that the model
+// rejects. A syntax error is no failure: the rules run over the tree with its error nodes. The
+// following errors are thrown by the operations that return a ParseResult; `parse` and `parse_many`
+// return them as values:
+//   Utf8Error              under the standard rules: a name is no UTF-8; or, in Java, C# and PHP, a
+//                          declaration that is not public at first sight has such a byte anywhere,
+//                          comments included, since all its texts are searched for modifiers
 //   std::invalid_argument  the path has no last component
-//   ResultLimitError       the record would be out of all proportion to the file
-//   std::runtime_error     the regular expression of body digests gave up on a line
+//   ResultLimitError       the record would hold far more text than the file
+//   std::runtime_error     the regular expression of body digests reached a limit on a line
 //   std::bad_alloc         the process is short of memory
 //
-// Memory and time: a parse takes at most 64 MiB and 1 KiB per byte of the file, and 5 s and 5 s per
-// MiB of processor time, whatever the bytes are. All parses of the process together stay within
-// memory_room().
+// Memory and time: whatever the bytes are, a parse takes at most 64 MiB and 1 KiB per byte of the
+// file, and at most 5 s and 5 s per MiB of processor time. All parses of the process together stay
+// within memory_room().
+//
+// Tested by tests/engine_test.cpp, tests/parse_item_test.cpp and tests/parse_many_test.cpp.
 #pragma once
 
 #include <chrono>
@@ -78,11 +80,11 @@ struct ThreadStorage;
 
 // ---- Constants ----
 
-// The most code points that a docstring has, the suffix of a cut one included.
+// The most code points of a docstring; a cut one has TRUNCATION_SUFFIX within them.
 inline constexpr std::size_t MAX_DOCSTRING_LENGTH = 500;
-// What a cut docstring ends with.
+// The end of a cut docstring.
 inline constexpr std::string_view TRUNCATION_SUFFIX = "...";
-// The most code points that a body digest has.
+// The most code points of a body digest.
 inline constexpr std::size_t MAX_BODY_DIGEST_LENGTH = 800;
 // The kind of a reference to a module's path.
 inline constexpr std::string_view IMPORT_MODULE_KIND = "import_module";
@@ -90,59 +92,59 @@ inline constexpr std::string_view IMPORT_MODULE_KIND = "import_module";
 // ---- Many files ----
 
 struct ParseManyOptions {
-  // The most threads that parse; 0 for as many as processors may be used. They are started as there
-  // is work for them; a system that gives none leaves the work to the thread that calls next().
+  // The most threads that parse; 0 for one per usable processor. A thread is started when there is
+  // work for it. If the system starts none, the thread that calls next() parses.
   std::size_t threads = 0;
-  // Starts no thread: next() parses its item itself, and nothing is done ahead of it. The cheapest
-  // way to one thread's work, since no outcome is handed from one to another, which takes a tenth
-  // of the time of files of 2 KB.
+  // Starts no thread: next() parses its item itself. This is the cheapest way to use one thread.
+  // Handing an outcome from one thread to another takes a tenth of the time of a file of 2 KB.
   bool in_caller = false;
-  // Ends the run: items under way come out as cancelled, and no further ones are begun.
+  // Ends the run: the outcome of items under way is that they were cancelled, and no others are
+  // begun.
   std::stop_token stop = {};
-  // Called on the thread that parses an item, instead of parsing it: calls `parse`, which fills in
-  // the outcome, and may do what belongs to the item before and after. Without `parse` the outcome
-  // is what it leaves there, NoLanguage by default. What it throws
-  // becomes the outcome. Called by several threads at once.
+  // Lets a host work on the thread that parses an item: it is called in place of the parse, and
+  // calls `parse`, which sets the outcome. If it does not, the outcome is what it sets itself, else
+  // NoLanguage. An exception that it throws becomes the outcome. Several threads call it at once.
   std::function<void(ParsedItem& parsed, const std::function<void()>& parse)> perform = {};
 };
 
-// A run over many items: an iterator over their outcomes, in the order of the items.
+// A run over many items, which gives their outcomes in the order of the items.
 //
-// Items are taken from their source as the run proceeds, so that it may be endless: at most 16 for
-// each thread are ahead of the outcome taken last, and fewer while outcomes that nobody has taken
-// hold a quarter of memory_room().
+// Items are taken from their source as the run proceeds, so the source may be endless. At most 16
+// items for each thread are ahead of the outcome taken last, and no more are begun while the
+// outcomes that wait to be taken hold a quarter of memory_room().
 //
-// Threads: all operations are for one thread at a time. The source is called by one thread at a
-// time, though not always by the same; it may wait.
+// Threads: one thread at a time may use a run. One thread at a time calls the source, but not
+// always the same one. The source may wait.
 class ParseMany {
  public:
-  // Gives the next item, or none at the end. What it throws ends the run, and leaves next() in its
-  // place, behind the outcomes of the items before it.
+  // Gives the next item, or none at the end. An exception that it throws ends the run: next()
+  // throws it after the outcomes of the items before it.
   using Source = std::function<std::optional<ParseItem>()>;
 
   // The engine must outlive the run.
   ParseMany(const TreeSitterEngine& engine, Source source, ParseManyOptions options = {});
-  // Cancels what is under way, and waits for it and for a call of the source: some 50 ms without
-  // the latter.
+  // Cancels what is under way and waits for its end, which takes up to 50 ms, and for a call of the
+  // source to return.
   ~ParseMany();
   ParseMany(const ParseMany&) = delete;
   ParseMany& operator=(const ParseMany&) = delete;
 
-  // Waits for the next outcome; none at the end. Throws what the source threw, std::bad_alloc.
+  // Waits for the next outcome and returns it; none at the end. Throws what the source threw, and
+  // std::bad_alloc.
   std::optional<ParsedItem> next();
 
-  // Waits until next() would not wait for another thread, for at most so long; whether it would
-  // not.
+  // Waits, for at most this long, until next() would not have to wait for another thread. Returns
+  // whether that is so.
   bool wait_for(std::chrono::milliseconds at_most);
 
-  // The item that has been under way longest of those being parsed.
+  // The item that has been parsed for the longest time so far; none while nothing is parsed.
   struct UnderWay {
     std::string path;
     std::chrono::steady_clock::time_point since;
   };
   std::optional<UnderWay> longest_under_way() const;
 
-  // For range-based loops; an item is moved out of the run and lasts until the next step.
+  // For range-based loops. The iterator owns its item until the next step.
   class Iterator {
    public:
     using difference_type = std::ptrdiff_t;
@@ -170,94 +172,96 @@ class ParseMany {
   std::unique_ptr<Run> _run;
 };
 
-// A source of the files at these paths, which it owns.
+// A source that gives the files at these paths.
 ParseMany::Source files_at(std::vector<std::string> paths);
 
 // ---- What the process may take ----
 
-// The bytes that all parses of the process may take together, with their results as long as those
-// wait in a run: three quarters of the least of physical memory, the control group's limit and
-// RLIMIT_AS, unless set_memory_room said otherwise. A file that finds no room waits for others to
-// end and is then parsed alone. One file may take five eighths; one that takes more gives an error
-// text with both numbers, which is the same whatever else is under way. Memory of the host's own is
-// not counted.
+// The bytes that all parses of the process may take together, including results that wait in a run.
+// By default three quarters of the least of physical memory, the control group's limit and
+// RLIMIT_AS. A file for which there is no room waits until the others end and is then parsed alone.
+// A file that alone takes more than file_room() gets an error text with both numbers, whatever else
+// is under way. The host's own memory is not counted.
 std::uint64_t memory_room();
-std::uint64_t file_room();                  // of that, what one file may take
-void set_memory_room(std::uint64_t bytes);  // from any thread; holds for what begins later
+// The bytes that one file may take: five eighths of memory_room().
+std::uint64_t file_room();
+// Sets memory_room(). May be called from any thread; holds for parses that begin later.
+void set_memory_room(std::uint64_t bytes);
 
 // The processors that this process may run on.
 std::size_t usable_processors();
 
 // ---- Text helpers ----
 
-// A text of at most MAX_DOCSTRING_LENGTH code points, and whether it was cut to that. A cut text is
-// its first 497 code points and TRUNCATION_SUFFIX: no search for a word's end.
+// The text, cut to MAX_DOCSTRING_LENGTH code points, and whether it was cut. A cut text is its
+// first 497 code points and TRUNCATION_SUFFIX; it may end within a word.
 std::pair<std::string, bool> _truncate_docstring(std::string_view text);
 
-// The bytes that the node spans, decoded as strict UTF-8; none for zero bytes. The view points into
-// the file. Throws Utf8Error.
+// The text of the node; none when it has no bytes. The view points into the file. Throws Utf8Error
+// for bytes that are no UTF-8.
 std::optional<std::string_view> _node_text(const Node& node);
 
-// Without one matching outer pair of double quotes or apostrophes.
+// The text without one matching outer pair of double quotes or apostrophes.
 std::string_view _strip_matching_quotes(std::string_view text);
 
 // ---- The engine ----
 
-// Which declarations and references a record holds, and how they are named (doc/records.md).
+// Which declarations and references a record holds, and their names (doc/records.md).
 enum class Rules : std::uint8_t {
-  // A node's first child that looks like a name names it, the first declaration of an FQN counts.
+  // A declaration's name is its first child that looks like one. Of several declarations with one
+  // FQN the first counts.
   standard,
-  // What a reader looks for: names by the grammars' fields, every declaration, every call under the
-  // name of what is called. Ill-formed UTF-8 is replaced and raises nothing.
+  // For readers: names by the grammars' fields, every declaration, every call by the name of the
+  // function. Ill-formed UTF-8 is replaced and raises no error.
   navigation,
 };
 
 // Tree-sitter based code parser for symbol extraction.
 //
-// Private operations that read their arguments and nothing else are static, which is most of the
-// promise about threads; the others reach the calling thread's storage.
+// Private operations that use only their arguments are static, so the compiler proves most of the
+// promise about threads. The others use the calling thread's storage.
 class TreeSitterEngine {
  public:
   explicit TreeSitterEngine(Rules rules = Rules::standard);
   ~TreeSitterEngine();
-  Rules rules() const { return _rules; }  // of every parse of this engine
-  // Threads know an engine by its identity, so it stays where it is.
+  Rules rules() const { return _rules; }
+  // Neither copied nor moved: runs refer to it.
   TreeSitterEngine(const TreeSitterEngine&) = delete;
   TreeSitterEngine& operator=(const TreeSitterEngine&) = delete;
 
-  // Parse a source file and extract symbols. `file_id` is copied into every symbol. Gives none when
-  // the path tells no language; nothing is read then.
+  // Parses a source file. `file_id` is copied into every symbol. Returns none, and reads nothing,
+  // when the path has no known language.
   std::optional<ParseResult> parse_file(const std::filesystem::path& file_path,
                                         std::int64_t file_id = 0) const;
 
-  // Parse source code content directly. `content` is UTF-8 (else Utf8Error); `file_path` becomes
-  // the result's path as it stands, and names the symbols.
+  // Parses a text, which must be UTF-8 (else Utf8Error). `file_path` becomes the result's path,
+  // unchanged, and the symbols' FQNs begin with it.
   ParseResult parse_content(std::string_view content, std::string_view language,
                             std::string_view file_path, std::int64_t file_id = 0) const;
 
-  // parse_file for a file whose language the caller knows better than its path tells.
+  // Parses a file in the given language, whatever its path.
   ParseResult parse_file(const std::filesystem::path& file_path, std::string_view language,
                          std::int64_t file_id = 0) const;
 
-  // What parse_file does once the bytes are read, for bytes that are elsewhere, such as a blob of a
-  // repository. They may be no UTF-8.
+  // Parses the bytes of a file that are not on the disk, such as a blob of a repository. They need
+  // not be UTF-8.
   ParseResult parse_bytes(std::string_view bytes, std::string_view language,
                           const std::filesystem::path& file_path, std::int64_t file_id = 0) const;
 
-  // All of these as one operation that throws nothing: what they would throw is in the outcome.
+  // Does any of these, as the item says, and throws nothing: an error is returned as an outcome.
   Outcome parse(const ParseItem& item, const Cancellation& cancellation = {}) const noexcept;
 
-  // The same, and what it met and took. Costs a look at each node more.
+  // The same, and fills in a report. Costs one more loop over the nodes.
   Outcome explain(const ParseItem& item, ParseReport& report,
                   const Cancellation& cancellation = {}) const noexcept;
 
-  // What the FQNs of all symbols of a file begin with: "src.app" for "src/app.py". Throws
-  // std::invalid_argument.
+  // The beginning of the FQNs of all symbols of a file: "src.app" for "src/app.py". Throws
+  // std::invalid_argument for a path without a last component.
   static std::string fqn_prefix(const std::filesystem::path& file_path) {
     return _path_to_fqn(file_path);
   }
 
-  // Many items at once, on several threads.
+  // Parses many items on several threads. The engine must outlive the run.
   ParseMany parse_many(ParseMany::Source source, ParseManyOptions options = {}) const {
     return ParseMany(*this, std::move(source), std::move(options));
   }
@@ -266,7 +270,7 @@ class TreeSitterEngine {
   }
 
  private:
-  friend struct EnginePeer;  // the tests' door to the private operations
+  friend struct EnginePeer;  // by which tests call private operations
 
   struct ParseJob;
   class SymbolList;
@@ -274,7 +278,7 @@ class TreeSitterEngine {
   class DeclarationWalk;
   class ReferenceWalk;
 
-  // -- core/: storage for each thread, and the road from bytes to a result.
+  // -- core/: storage for each thread, and the steps from bytes to a result.
   // Whether files of this language are read by the navigation rules.
   bool _navigates(std::string_view language) const;
   // The calling thread's parsers and Ruby visibility cache, made on first use.
@@ -310,7 +314,7 @@ class TreeSitterEngine {
   static std::optional<std::string> _extract_body_digest(const Node& node, const Source& content);
 
   // -- docs/: the documentation of a declaration, by the convention of its language.
-  // The pairs tell the cleaned text, none when it is empty, and whether it was cut.
+  // The pairs hold the cleaned text, none when it is empty, and whether it was cut.
   static std::optional<std::string> _extract_docstring(const Node& node, const Source& content,
                                                        std::string_view language);
   // The same by the navigation rules. The comment above the holder documents the declaration.
@@ -321,8 +325,8 @@ class TreeSitterEngine {
   static std::optional<std::string> _extract_python_docstring(const Node& node,
                                                               const Source& content);
   static std::pair<std::optional<std::string>, bool> _clean_python_docstring(std::string_view text);
-  // Which of the comments above a declaration count: all of them, those that stand behind no code,
-  // or of these those on the lines directly above it.
+  // Which comments above a declaration count: all of them; those with no code in front of them on
+  // their line; of these, those on the lines directly above it.
   enum class Above : std::uint8_t { anywhere, alone, directly };
   static std::optional<std::string> _extract_preceding_block_comment(const Node& node,
                                                                      const Source& content,
@@ -353,7 +357,7 @@ class TreeSitterEngine {
   static bool _is_rust_public(const Node& node);
   static bool _is_php_public(const Node& node);
   bool _is_ruby_public(const Node& node) const;
-  // Changes of visibility among the direct children, as pairs of 0-based row and word, by row.
+  // The words that change visibility among the direct children, with their 0-based rows, by row.
   static std::vector<std::pair<std::uint32_t, std::string_view>> _build_ruby_visibility_map(
       const Node& parent);
   static std::optional<std::string_view> _get_ruby_call_name(const Node& node);
@@ -376,8 +380,7 @@ class TreeSitterEngine {
   static std::optional<std::string_view> _get_yaml_alias_name(const Node& node);
 
   const Rules _rules;
-  // One set of values per thread. Written by the constructor only; each thread reads and writes its
-  // own set and no other.
+  // The storage of each thread. The pointer is written by the constructor only.
   std::unique_ptr<ThreadLocal> _local;
 };
 

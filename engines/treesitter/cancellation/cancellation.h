@@ -1,4 +1,6 @@
-// What may end a parse before its end, from outside.
+// How a host ends a parse early. A part of treesitter.h, which includes it.
+//
+// Tested by tests/parse_item_test.cpp.
 #pragma once
 
 #include <functional>
@@ -7,20 +9,19 @@
 
 namespace engines::treesitter {
 
-// A call that was cancelled gives up within 50 ms, while it reads, hashes, parses or walks. When it
-// holds hundreds of megabytes, giving them back to the system comes on top: up to 0.1 ms for each.
-// And the library asks nobody while it makes or takes down the one node of all that is open at the
-// end of a text, which takes up to 20 ms for each MiB of brackets that nobody closes.
+// A cancelled call ends within 50 ms, whether it reads, hashes, parses or walks. There are two
+// exceptions. A call that holds hundreds of megabytes gives them back to the system, which takes up
+// to 0.1 ms for each. And the library does not check while it makes or frees the node of everything
+// that is open at the end of a text, which takes up to 20 ms for each MiB of unclosed brackets.
 struct Cancellation {
-  // May be stopped by any thread.
+  // Any thread may request the stop.
   std::stop_token stop = {};
-  // Asked every 20 ms or so by the thread that parses; true ends the parse. For hosts that have to
-  // look for signals themselves. It must not throw, and not call the same engine; another one it
-  // may.
+  // Called about every 20 ms on the thread that parses; true ends the parse. For hosts that have to
+  // check for signals. It must not throw. It may call another engine, but not the same one.
   std::function<bool()> poll = {};
 };
 
-// What a cancelled call throws.
+// Thrown by a cancelled call.
 class CancelledError : public std::runtime_error {
  public:
   CancelledError() : std::runtime_error("cancelled") {}

@@ -1,3 +1,4 @@
+// See stop_check.h.
 #include "engines/treesitter/cancellation/stop_check.h"
 
 namespace engines::treesitter {
@@ -9,7 +10,7 @@ constexpr std::chrono::milliseconds BETWEEN_POLLS(20);
 
 void StopCheck::poll() {
   const bool is_first = _next_poll == Clock::time_point{};
-  // Not at the start: most parses are over before it is time.
+  // The first poll comes after 20 ms, when most parses are over.
   if (!is_first && _cancellation->poll()) throw CancelledError();
   _next_poll = Clock::now() + BETWEEN_POLLS;
 }

@@ -1,9 +1,7 @@
-// StopCheck: whether the call under way has been cancelled.
+// StopCheck: whether the current call of the engine has been cancelled.
 //
-// Whatever runs long asks it at least every few milliseconds. A question costs two loads where
-// nobody polls.
-//
-// One StopCheck serves one call on one thread.
+// Every long loop checks it at least every few milliseconds. A check costs two loads, and a look at
+// the clock where the host polls. One StopCheck serves one call on one thread.
 //
 // Tested by tests/parse_item_test.cpp.
 #pragma once
@@ -18,7 +16,7 @@ namespace engines::treesitter {
 
 class StopCheck {
  public:
-  constexpr StopCheck() = default;  // of a call that nobody can cancel
+  constexpr StopCheck() = default;  // for a call that cannot be cancelled
   // The cancellation must outlive this.
   explicit StopCheck(const Cancellation& cancellation) : _cancellation(&cancellation) {}
 
@@ -42,12 +40,14 @@ class StopCheck {
 
 inline constinit StopCheck never_cancelled;
 
-// Calls `work` with the bytes in pieces of at most a MiB, and asks between them.
+// How many bytes are read or hashed between two checks.
+inline constexpr std::size_t BYTES_PER_CHECK = 1 << 20;
+
+// Calls `work` with the bytes in pieces of at most BYTES_PER_CHECK, and checks between them.
 template <typename Work>
 void in_pieces(std::string_view bytes, StopCheck& stop, Work work) {
-  constexpr std::size_t PIECE = 1 << 20;
-  for (; bytes.size() > PIECE; bytes.remove_prefix(PIECE)) {
-    work(bytes.substr(0, PIECE));
+  for (; bytes.size() > BYTES_PER_CHECK; bytes.remove_prefix(BYTES_PER_CHECK)) {
+    work(bytes.substr(0, BYTES_PER_CHECK));
     stop.check();
   }
   work(bytes);

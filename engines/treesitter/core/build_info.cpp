@@ -13,8 +13,8 @@
 namespace engines::treesitter {
 namespace {
 
-// In the order of Rules.
-constexpr std::array<std::string_view, 2> RULES = {"standard", "navigation"};
+// In the order of Rules (treesitter.h).
+constexpr auto RULES = std::to_array<std::string_view>({"standard", "navigation"});
 
 #ifdef __clang__
 constexpr std::string_view COMPILER = "clang " __clang_version__;
@@ -33,7 +33,8 @@ constexpr BuildGuards GUARDS = {
     .file = MAX_PARSED_BYTES,
 };
 
-// The guards' numbers stand in the engine's own sources, and so in its digest, as the rules do.
+// The guards' numbers and the rules are not added: they stand in the sources that the parts'
+// digests are made of.
 std::string digest_of(const BuildInfo& info) {
   Sha256 sha;
   sha.start();

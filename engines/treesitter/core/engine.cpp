@@ -1,4 +1,4 @@
-// The engine object: its storage per thread, and the parser that a thread keeps per language.
+// The engine object: the storage of each thread, and its parser for each language.
 //
 // Tested by tests/engine_test.cpp.
 #include "engines/languages/language.h"
@@ -21,7 +21,7 @@ bool TreeSitterEngine::_navigates(std::string_view language) const {
 
 ThreadStorage& TreeSitterEngine::_get_thread_local_storage() const { return _local->get(); }
 
-// A missing grammar is not remembered: each request asks the registry, and says so, again.
+// A missing grammar is not remembered: each request asks the registry again and logs it again.
 Parser* TreeSitterEngine::_get_parser(std::string_view language) const {
   ParserCache& parsers = _get_thread_local_storage().parsers;
   if (const auto found = parsers.find(language); found != parsers.end()) return &found->second;

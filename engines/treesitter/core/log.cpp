@@ -1,4 +1,4 @@
-// The log's only state is the sink, one atomic pointer.
+// See log.h. The log's only state is the sink, an atomic pointer.
 #include "engines/treesitter/core/log.h"
 
 #include <atomic>

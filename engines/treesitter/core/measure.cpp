@@ -10,14 +10,12 @@
 namespace engines::treesitter {
 namespace {
 
-constexpr std::size_t EXAMINED = 8192;  // as for what is binary
 constexpr std::string_view UTF8_MARK = "\xEF\xBB\xBF";
-constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
 
-// Text of most scripts has its NULs in one half of each pair only, with ASCII in most pairs.
+// Of UTF-16 that is mostly ASCII: NULs in one half of the pairs of bytes only, and in most pairs.
 std::optional<Encoding> utf16_by_nuls(std::string_view bytes) {
   if (bytes.size() % 2 != 0) return std::nullopt;
-  bytes = bytes.substr(0, EXAMINED);
+  bytes = bytes.substr(0, JUDGED_BYTES);
   std::array<std::size_t, 2> nuls{};  // at even and at odd places
   for (std::size_t i = 0; i < bytes.size(); ++i) nuls[i % 2] += bytes[i] == '\0' ? 1 : 0;
   const std::size_t pairs = bytes.size() / 2;
@@ -44,11 +42,11 @@ void measure_bytes(const Source& source, ParseReport* report) {
 
 void measure_tree(const SyntaxTree& tree, ParseReport* report) {
   if (report == nullptr) return;
-  std::vector<std::uint32_t> open;  // ends of the subtrees around a node
+  std::vector<std::uint32_t> open;  // ends of the subtrees around the node
   report->nodes = tree.size();
   report->depth = report->error_nodes = report->missing_nodes = report->first_error_line = 0;
   report->error_bytes = 0;
-  std::uint32_t counted_to = 0;  // byte, since error nodes lie within each other
+  std::uint32_t counted_to = 0;  // the byte up to which error_bytes counts: error nodes are nested
   for (std::uint32_t index = 0; index < tree.size(); ++index) {
     if (index % NODES_PER_CHECK == 0) tree.source().check_cancelled();
     const NodeRecord& node = tree.record(index);

@@ -1,12 +1,11 @@
-// What fills a ParseReport in while a parse goes on. A parse that nobody wants explained has none,
-// and pays one comparison for each of its steps.
+// Fills in a ParseReport during a parse. An ordinary parse has no report and pays one comparison
+// for each of its steps.
 //
 // Tested by tests/report_test.cpp.
 #pragma once
 
 #include <chrono>
 #include <optional>
-#include <string_view>
 
 #include "engines/treesitter/parsing/syntax_tree.h"
 #include "engines/treesitter/reading/source.h"
@@ -14,7 +13,7 @@
 
 namespace engines::treesitter {
 
-// Does one step, and tells what it took, also when it throws.
+// Does one step and stores the time that it took, also when it throws.
 template <typename Work>
 auto timed(ParseReport* report, std::optional<ParseReport::Duration> ParseReport::*step,
            const Work& work) {
@@ -28,10 +27,11 @@ auto timed(ParseReport* report, std::optional<ParseReport::Duration> ParseReport
   return work();
 }
 
-// Reads 8 KiB at most.
+// Stores what the bytes look like. Reads 8 KiB at most.
 void measure_bytes(const Source& source, ParseReport* report);
 
-// Takes some nanoseconds for each node, and four bytes for each level of depth.
+// Counts nodes, depth and syntax errors. Takes some nanoseconds for each node, and four bytes for
+// each level of depth.
 void measure_tree(const SyntaxTree& tree, ParseReport* report);
 
 }  // namespace engines::treesitter

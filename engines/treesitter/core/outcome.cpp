@@ -1,3 +1,4 @@
+// See outcome.h.
 #include "engines/treesitter/core/outcome.h"
 
 #include <new>
@@ -6,7 +7,7 @@
 namespace engines::treesitter {
 namespace {
 
-// Derived types stand before their bases.
+// Derived types are caught before their bases.
 void describe(Raised& raised) {
   try {
     std::rethrow_exception(raised.error);
@@ -31,7 +32,7 @@ void describe(Raised& raised) {
 }
 
 std::size_t size_of(const std::string& text) {
-  // Shorter ones lie in the string itself.
+  // A short text is stored in the string object.
   return text.capacity() < sizeof(std::string) / 2 ? 0 : text.capacity() + 1;
 }
 

@@ -1,16 +1,16 @@
 // The entry points: from a path, a text or bytes to one ParseResult.
 //
-// Only reading and parsing are guarded; what either walk throws reaches the caller, or becomes the
-// outcome of `parse`.
+// A file that cannot be read or parsed gives a result with an error text. Exceptions of the walks
+// reach the caller, or become the outcome of `parse`.
 //
-// Tested by tests/engine_test.cpp.
-#include <algorithm>
+// Tested by tests/engine_test.cpp and tests/parse_item_test.cpp.
 #include <new>
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/core/measure.h"
 #include "engines/treesitter/core/outcome.h"
 #include "engines/treesitter/core/thread_storage.h"
+#include "engines/treesitter/guard_limits.h"
 #include "engines/treesitter/memory/room.h"
 #include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/parsing/parser.h"
@@ -21,7 +21,7 @@
 namespace engines::treesitter {
 namespace {
 
-// The log's formats name the path as each entry point's callers do.
+// The formats of log records. They call the argument `file` or `path`, as the entry point does.
 struct Messages {
   std::string_view no_parser;
   std::string_view parse_error;
@@ -36,21 +36,21 @@ constexpr Messages CONTENT_MESSAGES = {
     .parse_error = "Tree-sitter parse error for path=%s language=%s: %s",
 };
 
-// How much memory a parse is expected to take, to begin no more at once than will find room: what
-// code takes in the middle, so that few have to begin again.
+// The memory that a parse is expected to take, so that no more begin at once than there is room
+// for. Typical of code, so that few parses have to begin again.
 constexpr std::uint64_t EXPECTED_FLOOR = 1 << 20;
 constexpr std::uint64_t EXPECTED_PER_BYTE = 48;
 
 bool is_utf8(std::string_view bytes, StopCheck& stop) {
   for (std::size_t offset = 0; offset < bytes.size(); stop.check()) {
-    const IllFormed fault = find_ill_formed(bytes, offset, offset + (1 << 20));
+    const IllFormed fault = find_ill_formed(bytes, offset, offset + BYTES_PER_CHECK);
     if (fault.size > 0) return false;
     offset = fault.offset;
   }
   return true;
 }
 
-// Why nothing can be read at this path, or nothing when there is something.
+// The error text for a path at which there is nothing, else an empty text.
 std::string reading_error(const std::filesystem::path& path) {
   std::error_code error;
   (void)std::filesystem::status(path, error);
@@ -60,16 +60,16 @@ std::string reading_error(const std::filesystem::path& path) {
 
 }  // namespace
 
-// One parse, from the path to the record.
+// The arguments of one parse, and what is found out about its file on the way.
 struct TreeSitterEngine::ParseJob {
-  std::string_view path;  // as the result shows it
+  std::string_view path;  // of the result
   const std::filesystem::path& file_path;
   std::int64_t file_id;
   const Messages& messages;
   StopCheck& stop;
   KnownOfFile known;            // so far
-  std::string_view bytes = {};  // once they are at hand
-  std::uint64_t size = 0;       // more than `bytes` has when the file is too large to parse
+  std::string_view bytes = {};  // empty until they are read
+  std::uint64_t size = 0;       // of the file; a file too large to parse has no `bytes`
   ParseReport* report = nullptr;
 
   void report_size(std::uint64_t found) const {
@@ -94,7 +94,7 @@ struct TreeSitterEngine::ParseJob {
 
 ParseResult TreeSitterEngine::_parse(ParseJob& job) const {
   ThreadStorage& storage = _get_thread_local_storage();
-  storage.ruby_visibility_cache.clear();  // of an attempt that found no room
+  storage.ruby_visibility_cache.clear();  // also of an attempt that found too little memory
   Parser* const parser = _get_parser(job.known.language);
   if (parser == nullptr) {
     log(LogLevel::debug, job.messages.no_parser, {job.known.language, job.path});
@@ -111,7 +111,7 @@ ParseResult TreeSitterEngine::_parse(ParseJob& job) const {
           [&] { tree.emplace(parser->parse(source, storage.arena, fields, job.report)); });
     measure_tree(*tree, job.report);
   } catch (const std::bad_alloc&) {
-    // The process is short of memory, which is no fault of the file and no fact about it.
+    // The process is short of memory, which says nothing about the file.
     throw;
   } catch (const CancelledError&) {
     throw;
@@ -138,8 +138,8 @@ ParseResult TreeSitterEngine::_walk(const ParseJob& job, const SyntaxTree& tree)
           .errors = std::move(errors)};
 }
 
-// Runs `attempt` among the other parses of the process, and again without them when it finds too
-// little memory beside them.
+// Runs `attempt` beside the other parses of the process. If there is too little memory beside them,
+// runs it again alone.
 template <typename Attempt>
 Outcome TreeSitterEngine::_in_turn(const ParseJob& job, std::uint64_t size,
                                    const Attempt& attempt) {
@@ -207,7 +207,7 @@ Outcome TreeSitterEngine::_parse_bytes(ParseJob& job, std::string_view bytes, bo
   }
 }
 
-// Both numbers are the same whatever else is under way.
+// Both numbers depend on the file and the machine only, not on other parses.
 ParseResult TreeSitterEngine::_failed_for_want_of_room(const ParseJob& job, const OverRoom& over) {
   const ParseError error(std::to_string(over.wanted) + " bytes of memory needed, " +
                          std::to_string(over.allowed) + " allowed to one file");

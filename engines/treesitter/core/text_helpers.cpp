@@ -1,7 +1,6 @@
-// The helpers that every room reads a node's text with.
+// How the rules read a node's text, and the error for bytes that are no UTF-8.
 //
 // Tested by tests/text_test.cpp.
-#include <algorithm>
 #include <array>
 #include <cstdio>
 

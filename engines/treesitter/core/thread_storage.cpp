@@ -1,8 +1,8 @@
-// The hand-over between threads and engines that end in either order.
+// See thread_storage.h. Threads and engines may end in either order, and at once.
 //
-// A thread's list of slots is freed by the destructor of a POSIX key. A thread_local with a
-// destructor would be simpler, but registering that destructor ends the process when memory is
-// short, and reports nothing that could be handled.
+// A thread's list of slots is freed by the destructor of a POSIX key. A thread_local object would
+// be simpler, but when memory is short, the registration of its destructor ends the process and
+// gives no error that could be handled.
 #include "engines/treesitter/core/thread_storage.h"
 
 #include <pthread.h>
@@ -17,8 +17,8 @@ namespace {
 enum class SlotState : std::uint8_t {
   vacant,    // its thread has ended; a new thread may claim it
   occupied,  // a thread's storage is in it
-  leaving,   // its thread is ending and frees the storage
-  orphaned,  // its engine has ended, and freed the storage unless the thread was leaving
+  leaving,   // its thread is ending and frees the storage, or a new thread is making one
+  orphaned,  // its engine has ended; it freed the storage unless the thread was leaving
 };
 
 std::uint64_t next_identity() {
@@ -26,7 +26,7 @@ std::uint64_t next_identity() {
   return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
-// The thread's last answer. Identity 0 belongs to no engine.
+// The storage that the thread found last. No engine has the identity 0.
 struct LastFound {
   std::uint64_t identity;
   ThreadStorage* storage;
@@ -37,17 +37,17 @@ thread_local constinit LastFound last_found = {0, nullptr};
 
 struct ThreadLocal::Slot {
   std::atomic<SlotState> state = SlotState::occupied;
-  std::atomic<int> holders = 2;  // the engine, and the thread while there is one
+  std::atomic<int> holders = 2;  // the engine, and a thread
   Slot* next = nullptr;          // written before the slot is published
   std::optional<ThreadStorage> storage;
 
-  // Whoever holds it last frees it.
+  // The last holder frees the slot.
   void release() {
     if (holders.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
 };
 
-// The slots of one thread, by engine. Its destructor runs at the end of the thread.
+// The slots of one thread, by engine. Destroyed at the end of the thread.
 class ThreadSlots {
  public:
   ThreadSlots() = default;
@@ -64,8 +64,9 @@ class ThreadSlots {
     return found == _entries.end() ? nullptr : &*found->slot->storage;
   }
 
-  // Room for one more, so that the claim that follows can't fail halfway. Engines that have ended
-  // are forgotten here, or a thread that outlives a million of them would remember them all.
+  // Makes room for one more slot, so that `add` cannot fail after a claim. Drops the slots of
+  // engines that have ended, or a thread that outlives a million engines would keep a million
+  // slots.
   void make_room() {
     std::erase_if(_entries, [](const Entry& entry) {
       if (entry.slot->state.load(std::memory_order_acquire) != SlotState::orphaned) return false;
@@ -99,8 +100,8 @@ namespace {
 
 thread_local constinit ThreadSlots* thread_slots = nullptr;
 
-// Made when the library is loaded. Without one (a process has 1,024) storages are freed when their
-// engine ends, and not before.
+// The POSIX key, made when the library is loaded. A process has 1,024 keys at most; without one,
+// storages are freed when their engine ends.
 class EndOfThread {
  public:
   EndOfThread() : _exists(::pthread_key_create(&_key, end) == 0) {}
@@ -110,7 +111,7 @@ class EndOfThread {
   EndOfThread(const EndOfThread&) = delete;
   EndOfThread& operator=(const EndOfThread&) = delete;
 
-  // False when there is no memory for it.
+  // Makes the thread free `slots` at its end. False when there is no memory for that.
   bool arrange_for(ThreadSlots* slots) const {
     return !_exists || ::pthread_setspecific(_key, slots) == 0;
   }

@@ -1,4 +1,4 @@
-// Per-thread storage of an engine: what each thread keeps between its calls.
+// The storage of an engine's threads: what each of them keeps between its calls.
 //
 // Tested by tests/thread_storage_test.cpp, under ThreadSanitizer too.
 #pragma once
@@ -19,10 +19,11 @@
 
 namespace engines::treesitter {
 
-// Language name to the parser that the thread made for it; only languages that have a parser.
+// The thread's parsers by name of language.
 using ParserCache = std::map<std::string, Parser, std::less<>>;
 
-// Changes of visibility in one body: 0-based row and "private", "protected" or "public", by row.
+// The words in one body that change visibility, by row: the 0-based row, and "private", "protected"
+// or "public".
 using RubyVisibilityMap = std::vector<std::pair<std::uint32_t, std::string_view>>;
 
 // The 0-based row and column of a body's start.
@@ -33,8 +34,7 @@ struct HashRubyBodyKey {
   }
 };
 
-// The bodies of the file being parsed, by position. Emptied at the start of every parse, since a
-// position says nothing about another file.
+// The bodies of the file being parsed, by position. Emptied at the start of every parse.
 using RubyVisibilityCache = std::unordered_map<RubyBodyKey, RubyVisibilityMap, HashRubyBodyKey>;
 
 struct ThreadStorage {
@@ -44,19 +44,19 @@ struct ThreadStorage {
   Sha256 digest;
 };
 
-// One independent ThreadStorage for each thread that asks, without a lock. It is freed when its
-// thread or the ThreadLocal ends, whichever is first.
+// One ThreadStorage for each thread that asks for it, without a lock. It is freed when its thread
+// or the ThreadLocal ends, whichever is first.
 //
-// A thread finds its storage through a one-entry cache, checked against the identity of the
-// ThreadLocal (a number never used twice; addresses are), and behind it a list of all storages of
-// the thread. Thread and engine share a slot for each storage: whoever ends first takes the storage
-// by an atomic exchange, so that exactly one side frees it, and whoever ends last frees the slot. A
-// slot whose thread has ended serves the next new thread, so that a pool which starts and ends
-// threads for years holds as many slots as it ever had threads at once.
+// Each thread has a list of its storages, and remembers the one found last. Both name a ThreadLocal
+// by its identity, a number that is never used twice, as an address may be. Thread and ThreadLocal
+// share a slot for each storage. The one that ends first takes the storage by an atomic exchange,
+// so that exactly one of them frees it; the one that ends last frees the slot. A slot whose thread
+// has ended is used by the next new thread: a process that starts and ends threads for years has as
+// many slots as it had threads at once.
 class ThreadLocal {
  public:
   ThreadLocal();
-  // No thread may be inside a call on this object, or begin one.
+  // No thread may be in a call on this object, or begin one.
   ~ThreadLocal();
   ThreadLocal(const ThreadLocal&) = delete;
   ThreadLocal& operator=(const ThreadLocal&) = delete;
@@ -72,7 +72,7 @@ class ThreadLocal {
   Slot* claim();
 
   const std::uint64_t _identity;        // written by the constructor only
-  std::atomic<Slot*> _slots = nullptr;  // a list that only grows, pushed to by any thread
+  std::atomic<Slot*> _slots = nullptr;  // a list that only grows; any thread may push
 };
 
 }  // namespace engines::treesitter

@@ -1,9 +1,9 @@
-// Documentation in block comments: the nearest one above the declaration that begins as a doc
-// comment does, and what is left of a block comment without its decoration.
+// Documentation in block comments: finds the nearest doc comment above a declaration, and removes
+// the decoration of a block comment.
 //
-// The search steps back over siblings: comments and pieces that did not parse are passed,
-// everything else ends it. It reads the comments between two declarations, so that a file's
-// declarations together read each comment once.
+// The search goes back over the siblings. It passes comments and text that did not parse, and ends
+// at anything else. So it reads the comments between two declarations, and all searches in a file
+// together read each comment once.
 //
 // Tested by tests/docs_test.cpp.
 #include <optional>
@@ -20,21 +20,22 @@
 namespace engines::treesitter {
 namespace {
 
-// What an accepted block comment begins with.
+// The beginning of a doc comment.
 constexpr std::string_view DOC_COMMENT_PREFIX = "/**";
 
-// What opens the body or the file that a comment behind it stands in.
+// A comment behind one of these is the first in a body or in the file, and not about code before
+// it.
 constexpr std::string_view OPENINGS[] = {"{", "(", "[", "php_tag"};
 
-// Whether the comment speaks of the code in front of it. Where the declaration follows on the same
-// line, it does not.
+// Whether the comment is about the code in front of it on its line. It is not if the declaration
+// follows on the line on which it ends.
 bool is_of_code_before(const Node& comment, const Node& declaration) {
   if (comment.end_row() == declaration.start_row() || !is_trailing(comment)) return false;
   const std::optional<Node> before = comment.previous_sibling();
   return before && !is_one_of(before->type_text(), OPENINGS);
 }
 
-// "/**" is one opening, so that of "/**/" only the "/" is left and no closing is found in it.
+// "/**" is removed first, so that "/" is left of "/**/", without an end to remove.
 std::string_view without_delimiters(std::string_view text) {
   if (text.starts_with("/**")) {
     text.remove_prefix(3);
@@ -45,7 +46,7 @@ std::string_view without_delimiters(std::string_view text) {
   return text;
 }
 
-// One asterisk is the margin; a second one is the author's.
+// Only one asterisk is the margin. A second one is text.
 std::string_view without_margin(std::string_view line) {
   line = trim(line);
   return line.starts_with('*') ? trim(line.substr(1)) : line;
@@ -67,7 +68,7 @@ std::optional<std::string> TreeSitterEngine::_extract_preceding_block_comment(co
   return std::nullopt;
 }
 
-// Lines become one text. Empty lines stay, as two spaces in a row.
+// Joins the lines to one text. An empty line gives two spaces in a row.
 std::pair<std::optional<std::string>, bool> TreeSitterEngine::_clean_block_comment(
     std::string_view text) {
   std::string joined;

@@ -1,8 +1,8 @@
-// Documentation in the run of comments directly above a declaration: Go, Rust, C# and Ruby.
+// Documentation in a run of comments above a declaration, in Go, Rust, C# and Ruby.
 //
-// One walk steps back over siblings and shows each comment to the language's handler, which decides
-// what the comment contributes and whether the walk goes on. A run ends at the previous
-// declaration, so that a file's declarations together read each comment once.
+// The search goes back over the siblings and calls the language's handler for each comment. The
+// handler adds the comment's text and decides whether the search goes on. A run ends at the
+// previous declaration, so all searches in a file together read each comment once.
 //
 // Tested by tests/docs_test.cpp.
 #include <algorithm>
@@ -13,7 +13,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "engines/treesitter/docs/trailing_comment.h"
@@ -25,37 +24,37 @@
 namespace engines::treesitter {
 namespace {
 
-// What counts as a comment.
+// The types of comments.
 constexpr std::array GO_COMMENTS{NodeType::comment};
 constexpr std::array RUST_COMMENTS{NodeType::line_comment, NodeType::block_comment};
 constexpr std::array CSHARP_COMMENTS{NodeType::comment};
 constexpr std::array RUBY_COMMENTS{NodeType::comment};
 
-// What a run of comments may be interrupted by: a line end, in grammars that have nodes for them
-// (none of ours has), and what did not parse.
+// Nodes that a run of comments may contain: line ends, for which none of our grammars has nodes,
+// and text that did not parse.
 constexpr std::array SEPARATORS{NodeType::newline, NodeType::error};
 
-// What a line of a Ruby comment begins with that speaks to a tool.
+// The beginnings of lines of Ruby comments that are for tools.
 constexpr std::string_view RUBY_DIRECTIVES[] = {
     ":nodoc:", "rubocop:",     "frozen_string_literal:",    "encoding:",
     "coding:", "warn_indent:", "shareable_constant_value:", "typed:",
 };
 
-// Removed from a C# line wherever they stand, in this order. The third has no closing bracket, so
-// that of `<param name="x">` the attribute and the bracket stay.
+// Removed from a line of C#, at any place, in this order. The third has no closing bracket, so that
+// `name="x">` is left of `<param name="x">`.
 constexpr std::string_view CSHARP_TAGS[] = {
     "<summary>", "</summary>", "<param ",   "</param>",
     "<returns>", "</returns>", "<remarks>", "</remarks>",
 };
 
-// What the comments of one declaration contribute. The walk goes upwards, so each text comes before
-// those already there; they are kept in the order of the walk and joined backwards, because 100,000
+// The texts of the comments of one declaration. The search goes upwards, so each text comes before
+// those found already. They are kept in the order of the search and joined from the back: 100,000
 // insertions at the front of a list would move five thousand million texts.
 class Collected {
  public:
   void insert_at_front(std::string_view text) { _from_last_to_first.emplace_back(text); }
 
-  // All texts from the top line down, one space between each two.
+  // All texts from the top line down, with a space between them.
   std::string joined() const {
     std::string text;
     for (auto it = _from_last_to_first.rbegin(); it != _from_last_to_first.rend(); ++it) {
@@ -80,8 +79,7 @@ std::string without_each(std::string_view text, std::string_view piece) {
   return rest.append(text.substr(begin));
 }
 
-// Without everything from a `<` to the next `>`, both included. What is left of the first `<` holds
-// no other, so removing from left to right is one pass.
+// The text without each part from a `<` to the next `>`.
 std::string without_tags(std::string_view text) {
   std::string rest;
   std::size_t begin = 0;
@@ -96,7 +94,7 @@ std::string without_tags(std::string_view text) {
   return rest.append(text.substr(begin));
 }
 
-// What a tag says by itself: of `<see cref="T"/>` that is "T", of `<param name="n">` "n: ".
+// The text that replaces a tag: "T" for `<see cref="T"/>`, "n: " for `<param name="n">`.
 std::string said_by(std::string_view tag) {
   for (const std::string_view attribute : {" cref=\"", " name=\""}) {
     const std::size_t found = tag.find(attribute);
@@ -108,7 +106,7 @@ std::string said_by(std::string_view tag) {
   return {};
 }
 
-// With each tag replaced by what it says. A `<` that begins none is text.
+// The text with each tag replaced. A `<` that begins no tag is text.
 std::string without_markup(std::string_view text) {
   std::string rest;
   while (true) {
@@ -130,8 +128,8 @@ std::string without_markup(std::string_view text) {
 
 }  // namespace
 
-// `comment_types` is a range of node types. `handler(text, comment, collected)` gives true to go on
-// and false to stop; it may keep state of its walk.
+// `comment_types` is a range of node types. `handler(text, comment, collected)` returns whether to
+// go on. It may have state.
 template <typename CommentTypes, typename Handler>
 std::optional<std::string> TreeSitterEngine::_collect_preceding_comments(
     const Node& node, const Source& content, const CommentTypes& comment_types, Handler handler,
@@ -172,7 +170,7 @@ std::optional<std::string> TreeSitterEngine::_extract_go_doc(const Node& node,
   return _collect_preceding_comments(node, content, GO_COMMENTS, handler);
 }
 
-// Every block comment counts, documentation or not; an ordinary line comment is left out.
+// Every block comment counts, whether or not it is a doc comment. Ordinary line comments do not.
 std::optional<std::string> TreeSitterEngine::_extract_rust_doc(const Node& node,
                                                                const Source& content) {
   const auto handler = [](std::string_view text, const Node&, Collected& collected) {
@@ -203,7 +201,7 @@ std::optional<std::string> TreeSitterEngine::_extract_csharp_doc(const Node& nod
   return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);
 }
 
-// Both forms of documentation, and what their markup says.
+// Lines of `///` and blocks of `/**`, with the text of their markup.
 std::optional<std::string> TreeSitterEngine::_extract_xml_doc(const Node& node,
                                                               const Source& content) {
   const auto handler = [](std::string_view text, const Node& comment, Collected& collected) {
@@ -221,8 +219,8 @@ std::optional<std::string> TreeSitterEngine::_extract_xml_doc(const Node& node,
   return _collect_preceding_comments(node, content, CSHARP_COMMENTS, handler);
 }
 
-// Rows are looked at between comments only: however many blank ones stand above the declaration,
-// the nearest comment counts. A line that is left out is no neighbour either.
+// Only blank rows between comments end the run, not those between the last comment and the
+// declaration. A comment that is left out does not count as one of the rows.
 std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
                                                                const Source& content) {
   return _extract_ruby_doc(node, content, Above::anywhere);
@@ -235,10 +233,10 @@ std::optional<std::string> TreeSitterEngine::_extract_ruby_doc(const Node& node,
     const std::int64_t comment_end_line = comment.end_row();
     if (last_comment_line && *last_comment_line - comment_end_line > 1) return false;
     if (!text.starts_with('#')) return true;
-    // Two signs open a block for Ruby's own documentation tools.
+    // Two hash signs begin a block for Ruby's own documentation tools.
     const bool is_opening = above == Above::directly && text.starts_with("##");
     const std::string_view stripped = trim(text.substr(is_opening ? 2 : 1));
-    // A shebang, or a line for the editor or about the encoding.
+    // A shebang, or a line that sets the editor's mode or the encoding.
     if (stripped.starts_with('!') || stripped.starts_with("-*-")) return true;
     const auto begins_line = [&](std::string_view mark) { return stripped.starts_with(mark); };
     const bool is_said =

@@ -1,9 +1,9 @@
-// The documentation of a declaration under the navigation rules, where the language itself tells it
-// from other comments: by how a comment begins, by what stands in between, by blank lines. For Go,
-// Rust, SQL and Java's lines of Markdown.
+// Documentation in a run of comments under the navigation rules, in Go, Rust, SQL and in Java's
+// lines of Markdown. The table says which beginnings of comments count, what may be between comment
+// and declaration, and whether a blank line ends the run.
 //
-// A run goes from the declaration upwards and ends at the one before, so that a file's declarations
-// together read each comment once.
+// A run goes from the declaration upwards and ends at the previous declaration, so all searches in
+// a file together read each comment once.
 //
 // Tested by the navigation cases in tests/golden.
 #include <algorithm>
@@ -24,22 +24,22 @@ namespace {
 
 struct RunRow {
   In language;
-  std::string_view openings;  // of what is documentation
-  std::string_view others;    // of what begins so and is none
-  std::string_view inner;     // of those at the head of a body, which document what has it
-  std::string_view passed;    // a type of node that may stand between
-  bool is_adjacent;           // a blank line ends the run, and so does code on a comment's line
+  std::string_view openings;  // the beginnings of documentation
+  std::string_view others;    // longer beginnings, of comments that are none
+  std::string_view inner;     // the beginnings of documentation at the start of the body
+  std::string_view passed;    // a type of node that may be in the run
+  bool is_adjacent;           // a blank line ends the run, and so does code in front of a comment
 };
 
 constexpr RunRow RUNS[] = {
-    // What is left out are directives, which stand among the lines of a text.
+    // Directives, which are among the lines of a text, are left out.
     {In::go, "// /*", "//go: //nolint //lint: //line //export //extern", "", "", true},
     {In::rust, "/// /** #[doc", "//// /*** /**/ #[doc(", "//! /*!", "attribute_item", false},
     {In::sql, "-- /*", "", "", "", true},
     {In::java, "///", "////", "", "", true},
 };
 
-// A language's row with its texts resolved.
+// A language's row, translated.
 struct RunRules {
   explicit RunRules(const languages::Language& language) {
     for (const RunRow& row : RUNS) {
@@ -64,14 +64,14 @@ std::string_view opening_of(std::string_view text, const std::vector<std::string
   return found == openings.end() ? std::string_view() : *found;
 }
 
-// What is quoted behind the sign: of `#[doc = "Text."]` that is `Text.`
+// The quoted text behind the equals sign: `Text.` for `#[doc = "Text."]`.
 std::string_view value_of(std::string_view text) {
   const std::string_view value = trim(text.substr(std::min(text.find('='), text.size() - 1) + 1));
   if (!value.starts_with('"')) return {};
   return trim(value.substr(1, value.rfind('"') - 1));
 }
 
-// The comments above the declaration, and what is passed, in source order.
+// The comments above the declaration, and the nodes passed between them, in source order.
 std::vector<Node> run_above(const Node& declaration, const RunRules& rules) {
   std::vector<Node> run;
   std::uint32_t row_below = declaration.start_row();
@@ -90,7 +90,7 @@ std::vector<Node> run_above(const Node& declaration, const RunRules& rules) {
   return run;
 }
 
-// The comments that a body begins with.
+// The comments at the start of a body.
 std::vector<Node> run_within(const Node& body) {
   std::vector<Node> run;
   for (const Node child : body.children()) {

@@ -1,10 +1,9 @@
-// Where a language keeps its documentation, Python's docstrings, and the cap that all of them end
-// with.
+// Which function reads the documentation of a language under the standard rules; Python's
+// docstrings; and the cut to the greatest length.
 //
-// Python's documentation is the string that opens a body; the other languages' stands in comments
-// above the declaration (block_comments.cpp, comment_runs.cpp). Comments and strings are read with
-// replacement, never strictly: a bad byte in a comment costs one U+FFFD and no file. Each costs
-// what it reads.
+// Python's documentation is the string at the start of a body. That of other languages is in
+// comments above the declaration (block_comments.cpp, comment_runs.cpp). Comments and strings are
+// decoded with replacement, so that an ill-formed byte becomes one U+FFFD and no error.
 //
 // Tested by tests/docs_test.cpp.
 #include <algorithm>
@@ -22,7 +21,7 @@
 namespace engines::treesitter {
 namespace {
 
-// A Python body that is not under the field `body`.
+// The types of a Python body that is not under the field `body`.
 constexpr NodeType PYTHON_BODY_TYPES[] = {NodeType::block, NodeType::class_body, NodeType::suite};
 
 // The order decides which prefix is removed, so the longer ones come first.
@@ -51,7 +50,7 @@ bool starts_with_ignoring_case(std::string_view text, std::string_view lower_cas
   });
 }
 
-// A delimiter of three quotes begins with a delimiter of one.
+// Three quotes begin with one, so these two tests suffice.
 bool starts_with_quote(std::string_view text) {
   return text.starts_with('"') || text.starts_with('\'');
 }
@@ -65,12 +64,13 @@ std::string_view without_prefix(std::string_view text) {
   return text;
 }
 
-// Without its first and last `count` bytes; empty when it has fewer than both.
+// The text without its first and last `count` bytes; empty if it has fewer.
 std::string_view without_ends(std::string_view text, std::size_t count) {
   return text.size() < 2 * count ? std::string_view() : text.substr(count, text.size() - 2 * count);
 }
 
-// A text may be too short to hold both delimiters: `'''` begins and ends with one and is empty.
+// A text may be too short for both delimiters: `'''` begins and ends with three quotes, and is
+// empty.
 std::string_view without_quotes(std::string_view text) {
   for (const std::string_view quotes : TRIPLE_QUOTES) {
     if (text.starts_with(quotes) && text.ends_with(quotes)) {
@@ -114,8 +114,8 @@ std::optional<std::string> TreeSitterEngine::_extract_docstring(const Node& node
   return std::nullopt;
 }
 
-// The first statement decides, and only as one literal: several adjacent ones have a type of their
-// own and document nothing.
+// The first statement is the docstring if it is one string. Several adjacent strings are a node of
+// another type, and no docstring.
 std::optional<std::string> TreeSitterEngine::_extract_python_docstring(const Node& node,
                                                                        const Source& content) {
   const std::optional<Node> body = python_body(node);
@@ -130,7 +130,8 @@ std::optional<std::string> TreeSitterEngine::_extract_python_docstring(const Nod
       .first;
 }
 
-// Prefix, quotes and outer whitespace go; indentation, blank lines and escapes stay as written.
+// Removes prefix, quotes and outer whitespace. Indentation, blank lines and escapes stay as
+// written.
 std::pair<std::optional<std::string>, bool> TreeSitterEngine::_clean_python_docstring(
     std::string_view text) {
   auto [docstring, was_truncated] = _truncate_docstring(trim(without_quotes(without_prefix(text))));

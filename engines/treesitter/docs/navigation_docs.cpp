@@ -1,5 +1,5 @@
-// The documentation of a declaration under the navigation rules: which comment it is by the
-// language's convention, looked for where the declaration's holder stands (navigation/holder.h).
+// Finds the documentation of a declaration under the navigation rules, by the convention of its
+// language. The comments are those above the declaration's holder (navigation/holder.h).
 //
 // Costs the comments above the declaration, and few steps around it.
 //
@@ -17,14 +17,14 @@
 namespace engines::treesitter {
 namespace {
 
-// Where a language's documentation stands, and how it is told from other comments.
+// Where the documentation of a language is.
 enum class Convention : std::uint8_t {
-  block_above,         // a block comment above the holder, or above what may stand in between
-  block_or_run_above,  // that one, or where there is none a run
-  run_above,           // comments that begin in a certain way (doc_runs.cpp)
-  xml_above,           // comments that hold markup
-  lines_above,         // comments directly above what begins with the holder
-  within,              // a text at the head of the body, or behind what has none
+  block_above,         // a block comment above the holder, or above nodes that may be between
+  block_or_run_above,  // the same; if there is none, run_above
+  run_above,           // comments with certain beginnings (doc_runs.cpp)
+  xml_above,           // comments with markup
+  lines_above,         // comments directly above the line on which the holder begins
+  within,              // a string at the start of the body, or behind a declaration without a body
 };
 
 struct ConventionRow {
@@ -40,7 +40,7 @@ constexpr ConventionRow CONVENTIONS[] = {
     {In::python, Convention::within},
 };
 
-// What may stand between a declaration and its block comment, where the grammar makes it a sibling.
+// Siblings that may be between a declaration and its block comment.
 struct PassedRow {
   In languages;
   std::string_view types;
@@ -49,17 +49,17 @@ constexpr PassedRow PASSED_ROWS[] = {
     {In::typed_script, "decorator"},
 };
 
-// What may stand in front of a declaration's block comment within it.
+// Children of a declaration that may be in front of its block comment.
 constexpr PassedRow LED_BY_ROWS[] = {
     {In::php, "attribute_list"},
 };
 
-// What has no body, and the statement behind it whose first part is a text.
+// Declarations without a body, which the string behind them documents.
 struct BehindRow {
   In languages;
-  std::string_view types;
-  std::string_view statement;
-  std::string_view text;
+  std::string_view types;      // of the declaration
+  std::string_view statement;  // the type of the node behind its holder
+  std::string_view text;       // the type of that node's first child
 };
 constexpr BehindRow BEHIND_ROWS[] = {
     {In::python, "assignment", "expression_statement", "string"},
@@ -84,7 +84,7 @@ struct DocumentationRules {
     }
   }
 
-  // The text behind the holder of a declaration that has no body.
+  // The string behind the holder of a declaration without a body.
   std::optional<Node> text_behind(const Node& node, const Node& holder) const {
     if (!bodiless.contains(node.symbol())) return std::nullopt;
     const std::optional<Node> behind = holder.next_sibling();
@@ -100,11 +100,11 @@ struct DocumentationRules {
   SymbolSet bodiless, statement, text;
 };
 
-// As far as a declaration stands below what its comment stands above.
+// No declaration is deeper than this below the outermost node that begins with it.
 constexpr int MOST_STEPS = 4;
 
-// The outermost node that begins with this one. What stands above the first declaration of a body,
-// a grammar may hang beside the body.
+// The outermost node that begins with this one: a comment above the first declaration of a body may
+// be a sibling of the body.
 Node beginning_with(Node node) {
   for (int i = 0; i < MOST_STEPS && !node.previous_record(); ++i) {
     const std::optional<Node> parent = node.parent();
@@ -114,7 +114,7 @@ Node beginning_with(Node node) {
   return node;
 }
 
-// What follows, within the node, that which may stand in front of a comment, if it begins so.
+// If the node begins with such a child, the first child behind it that is no comment.
 std::optional<Node> behind(const Node& node, const SymbolSet& leading) {
   if (leading.empty()) return std::nullopt;
   bool is_led = false;

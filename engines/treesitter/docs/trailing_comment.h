@@ -1,4 +1,6 @@
-// Whether a comment speaks of the code in front of it on its line, and not of what is below.
+// Whether there is code in front of a comment on its line, so that it is not about the lines below.
+//
+// Tested by tests/docs_test.cpp and the navigation cases in tests/golden.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +11,7 @@
 
 namespace engines::treesitter {
 
-// Costs the blanks in front of it.
+// Reads the blanks in front of the comment.
 inline bool is_trailing(const Node& comment) {
   const std::string_view before = comment.tree().source().bytes().substr(0, comment.start_byte());
   const std::size_t end = before.find_last_not_of(" \t\r");

@@ -1,13 +1,13 @@
-// A run over many items: threads that take them from the source and parse them, and outcomes in
-// their order.
+// A run over many items: threads take items from the source and parse them; the outcomes are given
+// in the order of the items.
 //
-// The threads take items one at a time, so a source that reads a folder reads it while its first
-// files are being parsed. Each starts the next thread when it has an item, so that two files start
-// two threads and not sixty-four.
+// The threads take items one at a time, so a source may read a folder while its first files are
+// being parsed. A thread that has taken an item starts the next thread, so that two files start two
+// threads and not sixty-four.
 //
-// What is ahead of the outcome taken last is bounded by number and by memory, so that a slow first
-// file does not let the rest of the run pile up. Nobody waits for himself: outcomes wait only while
-// an earlier one is still being made, and its maker has its item already.
+// The items ahead of the outcome taken last are limited by number and by memory, so that outcomes
+// do not pile up behind a slow file. This cannot deadlock: outcomes wait only for an earlier one,
+// and the thread that makes that one has its item already.
 //
 // Tested by tests/parse_many_test.cpp.
 #include <algorithm>
@@ -26,14 +26,11 @@
 namespace engines::treesitter {
 namespace {
 
-// Enough that a file which takes as long as ten others leaves no thread without work.
+// Enough that the threads have work while one file takes as long as ten others.
 constexpr std::size_t AHEAD_PER_THREAD = 16;
 
-// Of memory_room(), what outcomes that nobody has taken may hold before no more items are begun;
-// file_room() leaves it to them.
-constexpr std::uint64_t WAITING_SHARE = 4;
-
-// Signals are for the host's threads; a new thread inherits what is blocked.
+// Blocks all signals while it exists. A thread started meanwhile inherits that, so that the host's
+// own threads get the signals.
 class BlockedSignals {
  public:
   BlockedSignals() {
@@ -49,7 +46,7 @@ class BlockedSignals {
   sigset_t _before;
 };
 
-// 0 where the thread that takes the outcomes makes them.
+// 0 if the thread that takes the outcomes parses.
 std::size_t most_threads(const ParseManyOptions& options) {
   if (options.in_caller) return 0;
   return std::min(options.threads > 0 ? options.threads : usable_processors(),
@@ -76,7 +73,7 @@ class ParseMany::Run {
   std::optional<UnderWay> longest_under_way() const;
 
  private:
-  // An item that was taken from the source; its outcome waits here until it is taken.
+  // An item taken from the source, and its outcome until that is taken.
   struct Place {
     ParsedItem parsed;
     std::size_t bytes = 0;  // of the outcome
@@ -103,20 +100,21 @@ class ParseMany::Run {
   std::mutex _claiming;  // held while the source is called
   Source _source;
 
-  mutable std::mutex _mutex;  // of all below
-  // Each is told only of what it waits for: a needless waking costs a small file's parse a tenth.
+  mutable std::mutex _mutex;  // protects all below
+  // Two variables, so that no thread is woken needlessly: that costs a tenth of a small file's
+  // parse.
   std::condition_variable _next_is_ready;  // for the thread that takes the outcomes
-  std::condition_variable _may_claim;      // for the one thread that waits to call the source
-  bool _awaits_claim = false;
-  std::deque<Place> _places;  // the next to be taken in front; a thread works on its place without
-                              // the lock, so places stay where they are
+  std::condition_variable _may_claim;      // for the thread that waits to call the source
+  bool _awaits_claim = false;              // whether a thread waits for that
+  std::deque<Place> _places;  // in the order of the items. A thread works on its place without the
+                              // lock, so places must not move
   std::size_t _waiting_bytes = 0;
   bool _has_begun = false;
-  bool _has_ended = false;      // the source gives no more
-  std::exception_ptr _failure;  // the source's, until next() throws it
+  bool _has_ended = false;      // no more items are taken from the source
+  std::exception_ptr _failure;  // of the source, until next() throws it
   std::vector<std::thread> _threads;
 
-  // Last, so that nobody is called back once the rest is going.
+  // Last, so that it is destroyed first: it must not be called when the rest is gone.
   std::optional<std::stop_callback<std::function<void()>>> _stopping;
 };
 
@@ -134,7 +132,8 @@ void ParseMany::Run::begin() {
   start_thread();
 }
 
-// A system that gives no more threads slows the run down; if it gives none, next() does the work.
+// If the system starts no more threads, the run goes on with fewer; with none, next() does the
+// work.
 void ParseMany::Run::start_thread() {
   const std::scoped_lock lock(_mutex);
   if (_has_ended || _threads.size() >= _most_threads) return;
@@ -149,7 +148,7 @@ void ParseMany::Run::start_thread() {
   }
 }
 
-// False at the end of the source.
+// Takes an item and parses it. False at the end of the source.
 bool ParseMany::Run::work_once() noexcept {
   try {
     Place* const place = claim();
@@ -165,7 +164,7 @@ bool ParseMany::Run::work_once() noexcept {
 
 bool ParseMany::Run::has_room() const {
   return _places.size() < std::max<std::size_t>(_most_threads, 1) * AHEAD_PER_THREAD &&
-         _waiting_bytes <= memory_room() / WAITING_SHARE;
+         _waiting_bytes <= memory_room() / 8 * WAITING_EIGHTHS;
 }
 
 ParseMany::Run::Place* ParseMany::Run::claim() {
@@ -185,7 +184,7 @@ ParseMany::Run::Place* ParseMany::Run::claim() {
     failure = std::current_exception();
   }
   if (!item) {
-    // Before another thread may claim: a source that failed has nothing that can be trusted.
+    // Before another thread can claim: a source that threw must not be called again.
     end_source(std::move(failure));
     return nullptr;
   }
@@ -278,7 +277,7 @@ bool ParseMany::Run::wait_for(std::chrono::milliseconds at_most) {
 
 std::optional<ParseMany::UnderWay> ParseMany::Run::longest_under_way() const {
   const std::scoped_lock lock(_mutex);
-  // Items are begun in their order.
+  // Items are begun in their order, so the first that is not done was begun first.
   const auto found = std::find_if(_places.begin(), _places.end(),
                                   [](const Place& place) { return !place.is_done; });
   if (found == _places.end()) return std::nullopt;
@@ -289,12 +288,12 @@ ParseMany::Run::~Run() {
   _stopping.reset();
   _stop.request_stop();
   end_source(nullptr);
-  // Nobody starts a thread any more.
+  // No thread is started any more.
   for (std::thread& thread : _threads) thread.join();
   uncount_room(_waiting_bytes);
 }
 
-// ---- The face of it ----
+// ---- ParseMany ----
 
 ParseMany::ParseMany(const TreeSitterEngine& engine, Source source, ParseManyOptions options)
     : _run(std::make_unique<Run>(engine, std::move(source), std::move(options))) {}

@@ -1,3 +1,4 @@
+// See arena.h.
 #include "engines/treesitter/memory/arena.h"
 
 #include <algorithm>
@@ -15,7 +16,7 @@ namespace {
 
 constexpr std::size_t FIRST_CHUNK_BYTES = 64 * 1024;
 constexpr std::size_t LARGEST_CHUNK_BYTES = 4 * 1024 * 1024;
-// What a thread keeps between parses: enough for files of some 200 KB.
+// The chunks that a thread keeps between parses: enough for files of some 200 KB.
 constexpr std::size_t KEPT_BYTES = 8 * 1024 * 1024;
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -36,13 +37,13 @@ constexpr bool is_large(std::size_t size) {
   return EVERY_BLOCK_IS_LARGE || size > LARGEST_SMALL_BYTES;
 }
 
-// Sizes of small blocks: 32, 40, 48 and 56 times a power of two.
+// Small blocks have sizes of 32, 40, 48 or 56 times a power of two.
 constexpr std::size_t SMALLEST_BITS = 5;
 constexpr std::size_t SMALLEST_BYTES = std::size_t{1} << SMALLEST_BITS;
 
 constexpr std::size_t size_class_of(std::size_t size) {
   if (size <= SMALLEST_BYTES) return 0;
-  // The leading bit of size - 1 and the two bits behind it name the class below.
+  // The leading bit of size - 1 and the two bits behind it give the next smaller class.
   const auto bits = static_cast<std::size_t>(std::bit_width(size - 1)) - 1;
   const std::size_t quarter = (size - 1) >> (bits - 2) & 3;
   return (bits - SMALLEST_BITS) * 4 + quarter + 1;
@@ -58,10 +59,10 @@ static_assert(size_of_class(size_class_of(LARGEST_SMALL_BYTES)) == LARGEST_SMALL
 
 }  // namespace
 
-// Stands before every block.
+// Precedes every block.
 struct ParseArena::Header {
   std::size_t capacity;  // of the block, without the header
-  // A free block's first bytes hold the next free one of its class.
+  // The first bytes of a free block point to the next free one of its class.
   Header*& next_free() { return *reinterpret_cast<Header**>(this + 1); }
 };
 
@@ -99,9 +100,9 @@ void ParseArena::uncharge(std::size_t bytes) {
   _elsewhere -= bytes;
 }
 
-// Each chunk is twice as large as the one before it, so that a small file touches little memory.
-// One that an earlier parse left is charged as a new one: what a file may take is the same on any
-// thread.
+// Each chunk is twice as large as the one before it, so that a small file uses little memory. A
+// chunk kept from an earlier parse counts as a new one, so that the limit of a file is the same on
+// each thread.
 void ParseArena::open_chunk() {
   const bool is_kept = _next_chunk < _chunks.size();
   const std::size_t size = is_kept ? _chunks[_next_chunk].size
@@ -126,6 +127,7 @@ void ParseArena::open_chunk() {
 }
 
 void* ParseArena::allocate_small(std::size_t size_class) {
+  static_assert(size_class_of(LARGEST_SMALL_BYTES) + 1 == CLASS_COUNT);
   if (Header* const block = _free[size_class]) {
     _free[size_class] = block->next_free();
     return block + 1;
@@ -143,15 +145,15 @@ void ParseArena::close_last_chunk() {
   _chunks.pop_back();
 }
 
-// Large blocks have sizes of classes too. A scanner's list that grows with every tag would
-// otherwise ask for a size slightly above all that were given back before, and where something
-// small lies between those, the process keeps them all: 460 MB for 30 KB of XML.
+// The sizes of large blocks are rounded up in the same steps. A scanner's list that grows with
+// every tag would otherwise ask each time for slightly more than any freed block has. If small
+// blocks lie between the freed ones, the process keeps them all: 460 MB for 30 KB of XML.
 void* ParseArena::allocate_large(std::size_t size) {
   if (size > SIZE_MAX / 2) throw std::bad_alloc();
   if (!EVERY_BLOCK_IS_LARGE) size = size_of_class(size_class_of(size));
   const std::size_t total = sizeof(LargeBlock) + size;
   charge(total);
-  _elsewhere -= total;  // the block itself tells
+  _elsewhere -= total;  // the list of large blocks counts it
   void* const memory = ::operator new(total, std::nothrow);
   if (memory == nullptr) {
     give_room(total);
@@ -207,7 +209,7 @@ void ParseArena::reset() {
   _next_chunk = 0;
   _cut = _cut_end = nullptr;
   uncharge(_elsewhere);
-  give_kept_room(std::exchange(_charged, 0));  // what is left is chunks
+  give_kept_room(std::exchange(_charged, 0));  // only chunks are left
   _most_charged = 0;
   while (kept_bytes() > (may_keep_room() ? KEPT_BYTES : 0)) close_last_chunk();
 }

@@ -1,16 +1,14 @@
 // ParseArena: the memory of one parse, freed as a whole.
 //
-// The library asks for its memory here (parsing/parser.cpp directs it). Everything of a
-// parse, the library's parser and the grammar's scanner included, lies in the arena and goes with
-// one reset: a tree is never freed node by node, a scanner that leaks leaks nothing, and a guard
-// may leave a parse by an exception wherever it stands. Parsing is about a fifth faster than with
-// the C library's allocator.
+// All memory that the library and the grammar's scanner allocate during a parse comes from the
+// arena (parsing/parser.cpp), and one reset frees it. So a tree is not freed node by node, a
+// scanner cannot leak, and a guard may leave the parse by an exception at any place. Parsing is
+// about a fifth faster than with the C library's allocator.
 //
-// Small blocks are cut from chunks and reused by size; a large block has memory of its own and
-// gives it back at once. Under AddressSanitizer every block is large, so that it sees each one's
-// ends.
+// Small blocks are cut from chunks and reused by size. A large block is allocated by itself and
+// freed at once. Under AddressSanitizer every block is large, so that it sees where each one ends.
 //
-// An arena belongs to one thread.
+// An arena is used by one thread.
 //
 // Tested by tests/arena_test.cpp.
 #pragma once
@@ -30,39 +28,40 @@ class ParseArena {
   ParseArena(const ParseArena&) = delete;
   ParseArena& operator=(const ParseArena&) = delete;
 
-  // A block of at least `size` bytes, aligned for any pointer or 64-bit integer. Throws
-  // std::bad_alloc, OverBudget when the parse would then take more than its budget, and OverRoom
-  // and Crowded (memory/room.h).
+  // Returns a block of at least `size` bytes, aligned for pointers and 64-bit integers. Throws
+  // OverBudget when the parse would take more than its budget; std::bad_alloc; OverRoom and Crowded
+  // (memory/room.h).
   void* allocate(std::size_t size);
-  // As realloc: `block` may be null, and its bytes move with it.
+  // As realloc. `block` may be null.
   void* reallocate(void* block, std::size_t size);
-  // Makes a block's memory available to later ones. `block` may be null.
+  // As free. `block` may be null.
   void deallocate(void* block);
 
-  // Frees all blocks. Keeps up to KEPT_BYTES for the next parse while memory is plentiful.
+  // Frees all blocks. Keeps up to 8 MiB for the next parse, if the process uses little memory.
   void reset();
 
   struct OverBudget {};
-  // The most bytes that a parse may take until the next reset, with blocks given back.
+  // The most bytes that the parse may hold at once.
   void set_budget(std::size_t bytes) { _budget = bytes; }
   void raise_budget(std::size_t bytes) { _budget += bytes; }
-  // Counts memory that belongs to the parse and lies elsewhere, until it is uncharged or the arena
-  // is reset; throws as for a block.
+  // Counts memory of the parse that is not in the arena, until it is uncharged or the arena is
+  // reset. Throws as `allocate` does.
   void charge(std::size_t bytes);
   void uncharge(std::size_t bytes);
-  // What all that takes now, and the most that it took since the last reset.
+  // The bytes that count against the budget now, and the most since the last reset.
   std::size_t charged_bytes() const { return _charged; }
   std::size_t most_charged_bytes() const { return _most_charged; }
   std::size_t budget() const { return _budget; }
-  // The memory of the chunks, which outlives a reset in part.
+  // The bytes of all chunks. A reset keeps some of them.
   std::size_t kept_bytes() const;
 
  private:
   struct Header;
   struct LargeBlock;
 
-  // Four classes for each doubling of the size, so that at most a fifth of a block is unused.
-  static constexpr std::size_t CLASS_COUNT = 41;  // up to 32 KiB
+  // Classes of sizes of small blocks: four for each doubling, so that at most a fifth of a block is
+  // unused.
+  static constexpr std::size_t CLASS_COUNT = 41;
 
   void* allocate_small(std::size_t size_class);
   void* allocate_large(std::size_t size);
@@ -77,14 +76,14 @@ class ParseArena {
   };
 
   std::vector<Chunk> _chunks;
-  std::size_t _next_chunk = 0;  // the first chunk that no block has been cut from
+  std::size_t _next_chunk = 0;  // the first chunk from which no block was cut since the reset
   std::byte* _cut = nullptr;    // where the next block is cut
   std::byte* _cut_end = nullptr;
-  std::array<Header*, CLASS_COUNT> _free{};  // lists of blocks given back, by class
+  std::array<Header*, CLASS_COUNT> _free{};  // lists of freed blocks, by class
   LargeBlock* _large = nullptr;              // a doubly linked list
   std::size_t _charged = 0;
   std::size_t _most_charged = 0;
-  std::size_t _elsewhere = 0;  // of that, what lies in no block
+  std::size_t _elsewhere = 0;  // the part of _charged that is in no block or chunk
   std::size_t _budget = SIZE_MAX;
 };
 

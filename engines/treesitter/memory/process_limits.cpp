@@ -1,3 +1,4 @@
+// See process_limits.h.
 #include "engines/treesitter/memory/process_limits.h"
 
 #include <sched.h>
@@ -20,12 +21,11 @@ namespace {
 
 constexpr std::uint64_t UNLIMITED = UINT64_MAX;
 
-// Address space that a thread reserves, used or not: malloc's arena and the stack, of the C
-// library's usual sizes.
+// The address space that a thread reserves, used or not: malloc's arena and the stack, in the C
+// library's default sizes.
 constexpr std::uint64_t RESERVED_PER_THREAD = (64 + 8) << 20;
 
-// Where the controllers of memory are mounted on every common system, and what their files are
-// called.
+// Where common systems mount the controllers of memory, and the names of their files.
 constexpr std::string_view VERSION_2_ROOT = "/sys/fs/cgroup";
 constexpr std::string_view VERSION_2_FILE = "/memory.max";
 constexpr std::string_view VERSION_1_ROOT = "/sys/fs/cgroup/memory";
@@ -36,7 +36,7 @@ using Line = std::array<char, 4352>;  // longer than the longest path
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 File open_for_reading(const char* path) { return {std::fopen(path, "re"), std::fclose}; }
 
-// The number in the file, or no limit: there is no such file, or it says "max".
+// The number in the file, or UNLIMITED when there is no such file or it says "max".
 std::uint64_t limit_in(const char* path) {
   const File file = open_for_reading(path);
   Line line{};
@@ -48,7 +48,7 @@ std::uint64_t limit_in(const char* path) {
   return parsed.ec == std::errc() ? limit : UNLIMITED;
 }
 
-// The least limit of the group and of those around it.
+// The least limit of the group and of the groups around it.
 std::uint64_t limit_of_groups(std::string_view root, std::string_view group,
                               std::string_view file) {
   std::uint64_t least = UNLIMITED;

@@ -1,4 +1,4 @@
-// What the system allows this process: memory and processors.
+// How much memory, and how many threads, the system allows this process.
 //
 // Tested by tests/room_test.cpp.
 #pragma once
@@ -8,11 +8,12 @@
 
 namespace engines::treesitter {
 
-// Bytes: the least of physical memory, RLIMIT_AS and the limits of the process's control groups,
-// version 1 or 2. Reads some small files, and allocates nothing by the operator new.
+// The least of physical memory, RLIMIT_AS and the limits of the process's control groups (version 1
+// or 2), in bytes. Reads some small files, and does not call operator new.
 std::uint64_t process_memory_limit();
 
-// How many threads that parse leave most of RLIMIT_AS to what they parse; at least one.
+// How many threads may parse so that their own address space takes at most a quarter of RLIMIT_AS;
+// at least one.
 std::size_t affordable_threads();
 
 }  // namespace engines::treesitter

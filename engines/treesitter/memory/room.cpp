@@ -1,3 +1,4 @@
+// See room.h.
 #include "engines/treesitter/memory/room.h"
 
 #include <pthread.h>
@@ -15,27 +16,27 @@ namespace {
 
 constexpr std::chrono::milliseconds BETWEEN_LOOKS(2);
 
-// How much a share counts ahead of what it holds.
+// How many bytes a RoomShare takes ahead of its need.
 constexpr std::size_t SHARE_STEP = 256 * 1024;
 
-constinit std::atomic<std::uint64_t> room_limit = 0;  // 0 until it is known
+constinit std::atomic<std::uint64_t> room_limit = 0;  // memory_room(); 0 until it is known
 constinit std::atomic<std::uint64_t> in_use = 0;
 
-// Turns. Whoever enters first counts himself and then looks whether somebody wants to be alone;
-// whoever wants to be alone says so first and then looks who is in. So one of two always sees the
-// other.
-constinit std::atomic<std::uint32_t> under_way = 0;
-constinit std::atomic<std::uint64_t> begun = 0;          // turns, ever
-constinit std::atomic<std::uint32_t> wanting_alone = 0;  // waiting for it, or alone
-constinit std::atomic<bool> is_taken_alone = false;
+// Turns. A parse that enters first counts itself and then looks whether another one wants to run
+// alone. A parse that wants to run alone says so first and then looks whether others are under way.
+// So at least one of the two sees the other.
+constinit std::atomic<std::uint32_t> under_way = 0;      // turns now
+constinit std::atomic<std::uint64_t> begun = 0;          // turns since the start of the process
+constinit std::atomic<std::uint32_t> wanting_alone = 0;  // turns that wait to run alone, or do
+constinit std::atomic<bool> is_taken_alone = false;      // whether one runs alone, or is about to
 thread_local constinit bool has_turn = false;
-thread_local constinit bool may_exceed = false;    // what all may hold
-thread_local constinit std::uint64_t own_use = 0;  // of the thread's parse
+thread_local constinit bool may_exceed = false;    // whether the parse may exceed memory_room()
+thread_local constinit std::uint64_t own_use = 0;  // bytes of the thread's parse
 
-constinit std::atomic<std::uint32_t> forks = 0;  // that led here
+constinit std::atomic<std::uint32_t> forks = 0;  // between the first process and this one
 
-// The other threads are not in the child. Nor is a turn of the forking thread counted there, which
-// may be in one when it forks in Cancellation::poll.
+// The child has none of the other threads. A turn of the forking thread, which may fork in
+// Cancellation::poll, is not counted in the child either.
 void forget_all() {
   ++forks;
   in_use = 0;
@@ -63,8 +64,7 @@ std::uint64_t memory_room() {
   return room_limit.compare_exchange_strong(known, found) ? found : known;
 }
 
-// Outcomes that wait may hold a quarter (many/parse_many.cpp), and idle threads an eighth.
-std::uint64_t file_room() { return memory_room() / 8 * 5; }
+std::uint64_t file_room() { return memory_room() / 8 * FILE_EIGHTHS; }
 
 void set_memory_room(std::uint64_t bytes) { room_limit = std::max<std::uint64_t>(bytes, 1); }
 
@@ -91,7 +91,7 @@ void give_room(std::size_t bytes) noexcept {
 
 void count_room(std::size_t bytes) noexcept { in_use.fetch_add(bytes, std::memory_order_relaxed); }
 
-// Not below 0: in a forked child memory is given back that was counted before the fork.
+// Not below 0: a forked child frees memory that was counted in its parent.
 void uncount_room(std::size_t bytes) noexcept {
   std::uint64_t known = in_use.load(std::memory_order_relaxed);
   while (!in_use.compare_exchange_weak(known, less(known, bytes), std::memory_order_relaxed)) {
@@ -100,7 +100,7 @@ void uncount_room(std::size_t bytes) noexcept {
 
 bool may_keep_room() noexcept {
   return wanting_alone.load(std::memory_order_relaxed) == 0 &&
-         in_use.load(std::memory_order_relaxed) <= memory_room() / 8;
+         in_use.load(std::memory_order_relaxed) <= memory_room() / 8 * IDLE_EIGHTHS;
 }
 
 void RoomShare::count_more() {
@@ -156,7 +156,7 @@ bool RoomTurn::was_alone() const noexcept {
 void RoomTurn::become_alone(StopCheck& stop) {
   leave();
   _forks = forks;
-  wanting_alone.fetch_add(1);  // from here on nobody enters
+  wanting_alone.fetch_add(1);  // no other parse enters from here on
   try {
     while (is_taken_alone.exchange(true)) wait_a_little(stop);
   } catch (...) {

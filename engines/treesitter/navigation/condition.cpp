@@ -9,14 +9,14 @@
 namespace engines::treesitter {
 namespace {
 
-// Whether the text begins with the mark, which is then taken away.
+// Whether the text begins with the mark, which is removed then.
 bool take(std::string_view& text, char mark) {
   if (!text.starts_with(mark)) return false;
   text.remove_prefix(1);
   return true;
 }
 
-// Letters beyond ASCII have no case here.
+// Only ASCII letters count.
 bool is_all_upper_case(std::string_view text) {
   const auto has_between = [&](char first, char last) {
     return std::any_of(text.begin(), text.end(), [&](char c) { return first <= c && c <= last; });
@@ -24,7 +24,7 @@ bool is_all_upper_case(std::string_view text) {
   return has_between('A', 'Z') && !has_between('a', 'z');
 }
 
-// Letters beyond ASCII are letters.
+// All characters outside ASCII count as letters.
 bool is_name(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
     return c == '.' || c == '_' || ('0' <= c && c <= '9') || ('a' <= c && c <= 'z') ||

@@ -1,17 +1,16 @@
-// What a row of the navigation tables asks of a node beside its type.
+// The conditions of a row of the navigation tables, beside the type of the node:
 //
 //   FIELD: TYPES   the child under the field is of one of these types
-//   FIELD= TEXTS   it reads as one of these texts
-//   FIELD~ upper   it has letters, and all of them in upper case
-//   FIELD~ name    it has letters, digits, underscores and full stops alone
-//   FIELD          there is one
+//   FIELD= TEXTS   its text is one of these
+//   FIELD~ upper   its text has ASCII letters, all of them in upper case
+//   FIELD~ name    its text has only letters, digits, underscores and full stops
+//   FIELD          there is such a child
 //
-// "!" in front says that it does not hold.
-// A field may be any path of places (own_name.h). "^" in front of it asks the parent, "^^" the
-// parent's parent; "^" alone is the parent itself. Several conditions stand with ";" between them
-// and must all hold.
+// "!" in front negates a condition. FIELD may be any path of places (own_name.h). "^" in front of
+// it asks the parent of the node, "^^" the parent's parent, and so on; "^" alone is the parent
+// itself. Several conditions are separated by ";", and all must hold.
 //
-// A question costs the node's children up to the one that is looked for.
+// A condition reads the node's children up to the one it looks for.
 //
 // Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once

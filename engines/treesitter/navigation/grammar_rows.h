@@ -1,8 +1,8 @@
-// What the tables of the navigation rules share: how a row says which languages, node types and
-// fields it speaks of, and how that is turned into a grammar's own numbers.
+// Shared by the tables of the navigation rules: how a row names its languages, node types and
+// fields, and how these are translated into a grammar's numbers.
 //
-// A row is written in texts, as the grammars have them. Each language resolves the rows that speak
-// of it once; from then on a walk finds the rows of a node by its symbol, in one load.
+// A row is written in texts, as the grammars have them. The rows of a language are translated once.
+// A walk then finds the rows of a node by its symbol, in one load.
 //
 // Tested by tests/navigation_test.cpp.
 #pragma once
@@ -46,7 +46,7 @@ struct InRow {
   std::string_view language;
   In bit;
 };
-inline constexpr std::array<InRow, 11> IN_ROWS = {{
+inline constexpr auto IN_ROWS = std::to_array<InRow>({
     {"python", In::python},
     {"javascript", In::javascript},
     {"typescript", In::typescript},
@@ -58,14 +58,15 @@ inline constexpr std::array<InRow, 11> IN_ROWS = {{
     {"ruby", In::ruby},
     {"php", In::php},
     {"sql", In::sql},
-}};
+});
 
-// Whether the navigation rules say anything of the language; those of data are the same under all.
+// Whether the language has navigation rules. The languages of data have the standard rules only.
 constexpr bool is_navigated(std::string_view language) {
   return std::any_of(IN_ROWS.begin(), IN_ROWS.end(),
                      [&](const InRow& row) { return row.language == language; });
 }
 
+// Whether the set contains the language.
 constexpr bool speaks_of(In languages, std::string_view language) {
   return std::any_of(IN_ROWS.begin(), IN_ROWS.end(), [&](const InRow& row) {
     return row.language == language &&
@@ -73,11 +74,11 @@ constexpr bool speaks_of(In languages, std::string_view language) {
   });
 }
 
-// The symbols of some node types, few of them.
+// A small set of symbols.
 class SymbolSet {
  public:
   SymbolSet() = default;
-  // `types`: texts of node types with spaces between them.
+  // `types` are the texts of node types, separated by spaces.
   SymbolSet(const languages::Language& language, std::string_view types) {
     for (const std::string_view type : split_whitespace(types)) {
       for (const std::uint16_t symbol : language.symbols_of(type)) _symbols.push_back(symbol);
@@ -95,7 +96,7 @@ class SymbolSet {
   std::vector<std::uint16_t> _symbols;
 };
 
-// Values by a node's symbol, for all nodes of a grammar. ERROR has the one outside its own.
+// A table of values by symbol. ERROR, which is outside the grammar's own symbols, has one too.
 template <typename Value>
 class BySymbol {
  public:
@@ -111,9 +112,9 @@ class BySymbol {
   Value _outside{};
 };
 
-// One `Table`, made of a Language, for each language that was asked for; made at the first question
-// and left to the process. Threads may make one at once; the first to be done is taken, and nobody
-// waits.
+// The `Table` of a language, which its constructor makes of the Language. Made at the first call
+// and never destroyed. Several threads may make one at once; the first to finish stores its own,
+// and none waits. The language must be one of IN_ROWS.
 template <typename Table>
 const Table& table_of(const languages::Language& language) {
   static constinit std::array<std::atomic<const Table*>, IN_ROWS.size()> tables{};

@@ -11,7 +11,7 @@ struct TypesRow {
   std::string_view types;
 };
 
-// What stands around one declaration and belongs to it.
+// The types of holders.
 constexpr TypesRow HOLDERS[] = {
     {In::python, "decorated_definition expression_statement"},
     {In::java, "field_declaration constant_declaration"},
@@ -26,7 +26,7 @@ constexpr TypesRow HOLDERS[] = {
     {In::typed_script, "ambient_declaration"},
 };
 
-// Children that are modifiers, or that modifiers stand in.
+// Children that are modifiers or contain them.
 constexpr TypesRow MODIFIERS[] = {
     {In::java, "modifiers"},
     {In::csharp, "modifier"},
@@ -34,16 +34,16 @@ constexpr TypesRow MODIFIERS[] = {
     {In::typed_script, "accessibility_modifier override_modifier"},
 };
 
-// Children that are a modifier as a whole: PHP's `private(set)` is not `private`.
+// Children whose whole text is the modifier: PHP's `private(set)` is not `private`.
 constexpr TypesRow WHOLE_MODIFIERS[] = {
     {In::php, "visibility_modifier"},
 };
 
-// What shows that a node is one of several, or has a comment of its own.
+// In front of a node these show that it is one of several, or has a comment of its own.
 constexpr std::string_view SEPARATORS[] = {"(", "{", ",", ";", "\n"};
 
-// A declaration stands in fewer holders, and has fewer modifiers, than anybody writes by hand:
-// a file that was made to have more would be read once for each of its declarators.
+// Nobody writes more holders around a declaration, or more modifiers, by hand. Without these
+// limits, a hostile file could be read once for each of its declarators.
 constexpr int MOST_HOLDERS = 4;
 constexpr int MOST_MODIFIERS = 64;
 

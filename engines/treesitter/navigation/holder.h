@@ -1,6 +1,6 @@
-// The holder of a declaration: the outermost node around it that belongs to it alone, such as
-// `export default`, a decorated definition, or a statement with one declarator. Modifiers,
-// decorators and the comment above a declaration are the holder's.
+// The holder of a declaration: the outermost node around it that is part of the same statement,
+// such as `export default` or a decorated definition. Modifiers, decorators and the comment above
+// belong to the holder.
 //
 // Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
@@ -18,11 +18,11 @@ class Holders {
 
   Node of(const Node& declaration) const;
 
-  // The part of the holder that a comment above it documents for this declaration: of several
-  // declarators in one statement the first has the statement, the others are their own.
+  // The node whose comment above documents this declaration. Of several declarators in one
+  // statement this is the holder for the first, and the declarator itself for the others.
   Node documented(const Node& declaration) const;
 
-  // Whether the word, such as "static", stands among the modifiers of a holder.
+  // Whether the word, such as "static", is among the modifiers of a holder.
   bool has_modifier(const Node& holder, std::string_view word) const;
 
  private:

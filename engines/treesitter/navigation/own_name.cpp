@@ -14,7 +14,7 @@ namespace {
 struct NameRow {
   In languages;
   std::string_view types;
-  std::string_view place;  // of what carries the name of such a node (Place)
+  std::string_view place;  // of the child that has the name of such a node (Place)
 };
 
 constexpr NameRow NAME_ROWS[] = {
@@ -97,13 +97,13 @@ constexpr NameRow NAME_ROWS[] = {
     {In::typed_script, "nested_identifier", "."},
 };
 
-// What stands around a quoted name.
+// The quotes around a name.
 constexpr char QUOTES[] = {'"', '\'', '`'};
 
-// A child has fewer keywords, signs and comments beside it than this, unless the file was made so.
+// Nobody writes more keywords, signs and comments beside a child than this.
 constexpr int MOST_TOKENS = 8;
 
-// Whether no named child but comments stands on that side of the node.
+// Whether the node has no named sibling on that side but comments.
 bool is_outermost(Node child, std::optional<Node> (Node::*next)() const) {
   for (int i = 0; i < MOST_TOKENS; ++i) {
     const std::optional<Node> beside = (child.*next)();

@@ -1,5 +1,7 @@
-// What a walk knows about a declaration from outside of it, when it asks whether the declaration is
-// seen outside its file.
+// The facts around a declaration that decide, under the navigation rules, whether it is visible
+// outside its file. The walk in symbols/ fills them in, and visibility/ reads them.
+//
+// Tested by the navigation cases in tests/golden.
 #pragma once
 
 #include <optional>
@@ -7,13 +9,13 @@
 
 namespace engines::treesitter {
 
-class FileVisibility;  // visibility/file_visibility.h
+class FileVisibility;  // visibility/navigation_visibility.cpp
 
 struct Surroundings {
   const FileVisibility& file;
-  std::string_view qualified_name;       // what the declaration adds to the FQN around it
-  bool is_at_top = false;                // nothing is open around it
-  bool is_local = false;                 // it stands within a function
+  std::string_view qualified_name;       // the part of the FQN that the declaration adds
+  bool is_at_top = false;                // no declaration or scope is around it
+  bool is_local = false;                 // it is within a function
   std::optional<bool> is_owner_visible;  // of the declaration around it, if there is one
 };
 

@@ -1,3 +1,4 @@
+// See guarded_grammar.h.
 #include "engines/treesitter/parsing/guarded_grammar.h"
 
 #include <tree_sitter/api.h>
@@ -17,17 +18,17 @@ extern "C" {
 namespace engines::treesitter {
 namespace {
 
-// The library's room. A state of just this size is never passed on as it is, so that the size tells
-// a state's number from a state.
+// The size of the library's buffer. States of this size are stored in the arena too, so that only a
+// state's number has this size.
 constexpr unsigned LIBRARY_STATE_BYTES = TREE_SITTER_SERIALIZATION_BUFFER_SIZE;
 
-// Room behind the state. Scanners check before they write, some of them up to 8 bytes late. Ruby's
-// reads at most 255 literals of 5 bytes and 255 heredocs of 259, whatever the state's true size is,
-// and compares sizes only then.
+// The room behind the largest state. Scanners check before they write, but some of them up to 8
+// bytes late. Ruby's reads up to 255 literals of 5 bytes and 255 heredocs of 259, whatever the
+// state's size is, and compares sizes only afterwards.
 constexpr std::size_t ROOM_BEHIND = 72 * 1024;
 
-// A scanner that reads to the end of a large file for every token takes long between two steps of
-// the library.
+// Scanners may read to the end of a large file for every token, between two steps of the library,
+// so the time is checked here too.
 constexpr std::uint32_t ADVANCES_PER_CHECK = 64 * 1024;
 
 thread_local constinit ScannerStates* current_states = nullptr;
@@ -48,10 +49,10 @@ void advance_guarded(TSLexer* lexer, bool skip) { current_states->advance(lexer,
 
 }  // namespace
 
-// What `memcpy` means in the scanners. Markdown's copies its whole stack of blocks into the state
-// without asking whether it fits.
+// Replaces `memcpy` in the scanners (cmake/scanner_prelude.h). Markdown's copies its whole stack of
+// blocks into the state without checking whether it fits.
 extern "C" void* treesitter_engine_copy(void* destination, const void* source, std::size_t size) {
-  if (size == 0) return destination;  // the source may then be null
+  if (size == 0) return destination;  // the source may be null then
   if (current_states != nullptr) current_states->require_room(destination, size);
   return std::memcpy(destination, source, size);
 }
@@ -93,7 +94,7 @@ void ScannerStates::advance(TSLexer* lexer, bool skip) {
 void ScannerStates::require_room(const void* destination, std::size_t size) const {
   const auto* const begin = static_cast<const char*>(destination);
   const char* const end = _buffer + SCANNER_STATE_BYTES;
-  if (begin < _buffer || begin >= end + ROOM_BEHIND) return;  // it is no state that is written
+  if (begin < _buffer || begin >= end + ROOM_BEHIND) return;  // not into the state
   if (begin > end || size > static_cast<std::size_t>(end - begin)) {
     throw GuardSpoke{Guard::scanner_state};
   }

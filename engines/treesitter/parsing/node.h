@@ -1,10 +1,10 @@
-// Node: a small value that names one node of a SyntaxTree.
+// Node: one node of a SyntaxTree.
 //
-// It offers what the tree-sitter library's node offers, at one step each: the library descends from
-// the root to find a parent, so that rules which ask for ancestors and siblings would be quadratic
-// on wide and deep trees.
+// It has the operations of the library's node, and parent, sibling and first child cost one step
+// each. The library finds a parent by descending from the root, which would make rules quadratic on
+// wide and deep trees.
 //
-// A Node is two words, copied freely, and valid as long as its tree.
+// A Node is a tree and an index: cheap to copy, and valid as long as its tree.
 //
 // Tested by tests/syntax_tree_test.cpp against the library's own accessors.
 #pragma once
@@ -24,7 +24,7 @@ namespace engines::treesitter {
 using languages::Field;
 using languages::NodeType;
 
-// Whether a rule's table holds this node type, or this text.
+// Whether a table holds this value.
 template <typename Value, typename Table>
 constexpr bool is_one_of(const Value& value, const Table& table) {
   return std::find(std::begin(table), std::end(table), value) != std::end(table);
@@ -36,9 +36,9 @@ class Node {
  public:
   Node(const SyntaxTree& tree, std::uint32_t index) : _tree(&tree), _index(index) {}
 
-  // What the engine's tables call the node's type; NodeType::other for a type that no rule names.
+  // The node's type; NodeType::other if no rule names it.
   NodeType type() const { return record().type; }
-  // The type's text, as the grammar (after the registry's aliases) has it.
+  // The text of the type, with the renamings of engines/languages/language.cpp.
   std::string_view type_text() const { return _tree->language().type_name(record().symbol); }
 
   std::uint32_t start_byte() const { return record().start_byte; }
@@ -47,10 +47,10 @@ class Node {
   std::uint32_t start_column() const { return record().start_column; }  // 0-based, in bytes
   std::uint32_t end_row() const { return record().end_row; }            // 0-based
 
-  std::uint16_t symbol() const { return record().symbol; }  // the grammar's
+  std::uint16_t symbol() const { return record().symbol; }  // of the grammar
   bool is_named() const { return _tree->language().is_named(record().symbol); }
-  // The grammar's id of the field under which the parent has this node, or 0. Known in a tree that
-  // was read with Fields::all only.
+  // The grammar's id of the field under which the parent has this node, or 0. Always 0 in a tree
+  // that was read with Fields::on_demand.
   std::uint8_t field() const { return record().field; }
 
   // All children, named and anonymous, in source order.
@@ -61,20 +61,20 @@ class Node {
 
   std::optional<Node> parent() const { return node_at(record().parent); }
   std::optional<Node> previous_sibling() const;
-  // The siblings before and behind it in the array. They are what the library names, but for nodes
-  // without width, of which previous_sibling knows more.
+  // The siblings before and behind it in the array. The library gives the same ones, except for the
+  // previous sibling of a node without width, which previous_sibling() asks the library for.
   std::optional<Node> previous_record() const { return node_at(record().previous); }
   std::optional<Node> next_sibling() const {
     const std::optional<Node> owner = parent();
     if (!owner || record().subtree_end == owner->record().subtree_end) return std::nullopt;
     return Node(*_tree, record().subtree_end);
   }
-  // The nearest ancestor of a type in SCOPE_TYPES (syntax_tree.h): the ones at which the rules'
-  // upward searches end. One step, however deep the tree is.
+  // The nearest ancestor whose type is in SCOPE_TYPES (syntax_tree.h), at which the rules' searches
+  // among ancestors end. Costs one step at any depth.
   std::optional<Node> scope() const { return node_at(record().scope); }
 
-  // The child under a field, as the library gives it: it may be a deeper descendant where a grammar
-  // passes a field through a hidden or aliased rule (`typeof a.b.c` in TypeScript).
+  // The child under a field, as the library gives it. It may be a deeper descendant, where a
+  // grammar passes a field through a hidden or aliased rule (`typeof a.b.c` in TypeScript).
   std::optional<Node> child_by_field(Field field) const;
 
   // The bytes that the node spans.

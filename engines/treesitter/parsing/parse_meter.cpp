@@ -1,3 +1,4 @@
+// See parse_meter.h.
 #include "engines/treesitter/parsing/parse_meter.h"
 
 #include <ctime>
@@ -33,15 +34,15 @@ void ParseMeter::step() {
   check_time();
 }
 
-// The thread's own time decides, so that a busy machine ends no parse; it costs a system call, so
-// it is asked for only once that much time has passed at all.
+// The thread's processor time decides, so that a busy machine ends no parse. Reading it costs a
+// system call, so it is read only after that much wall-clock time has passed.
 void ParseMeter::check_time() const {
   _stop.check();
   if (std::chrono::duration<double>(Clock::now() - _start).count() < _seconds) return;
   if (thread_seconds() - _thread_start > _seconds) throw GuardSpoke{Guard::time};
 }
 
-// The step that found none left is counted on, past 0.
+// The step that exceeds the budget makes `_steps_left` wrap around to a number above `_steps`.
 ParseReport::Spent<std::uint64_t> ParseMeter::operations() const {
   const std::uint64_t done = _steps_left > _steps ? _steps : _steps - _steps_left;
   return {done * OPERATIONS_PER_STEP, _steps * OPERATIONS_PER_STEP};

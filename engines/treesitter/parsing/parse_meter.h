@@ -1,4 +1,5 @@
-// ParseMeter: what one parse may take of the processor, in the library's steps and in time.
+// ParseMeter: limits the processor time of one parse, by counting the library's steps and by the
+// clock.
 //
 // Tested by tests/guards_test.cpp.
 #pragma once
@@ -11,8 +12,8 @@
 
 namespace engines::treesitter {
 
-// Thrown out of the library by a guard that ends the parse. Its C frames hold nothing that needs
-// unwinding; core and grammars are compiled with -fexceptions.
+// The guards that end a parse, and what they throw. The exception passes through C frames of the
+// library, which is possible since they need no clean-up and are compiled with -fexceptions.
 enum class Guard : std::uint8_t { operations, time, scanner_state, assertion };
 struct GuardSpoke {
   Guard guard;
@@ -24,12 +25,12 @@ class ParseMeter {
   ParseMeter(std::uint64_t size, StopCheck& stop);
 
   // To be called once per step, which is 100 operations of the library. Throws GuardSpoke, and
-  // CancelledError when somebody has cancelled the parse.
+  // CancelledError when the call was cancelled.
   void step();
-  // To be called from within operations that may take long. Throws the same.
+  // To be called within long operations. Throws the same.
   void check_time() const;
 
-  // So far, for a parse that is to be explained.
+  // The figures so far, for a report.
   ParseReport::Spent<std::uint64_t> operations() const;
   ParseReport::Spent<ParseReport::Duration> time() const;
 

@@ -1,7 +1,5 @@
-// A parse runs in an arena, with the library's own parser in it. It is made anew for each parse, at
-// the cost of a dozen allocations, so that nothing of a parse that a guard ended can live on.
-//
-// The guards throw through the library's C frames (parsing/parse_meter.h).
+// See parser.h. The library's own parser lies in the arena too. It is made anew for each parse,
+// which costs a dozen allocations, so that nothing is left of a parse that a guard ended.
 #include "engines/treesitter/parsing/parser.h"
 
 #include <tree_sitter/api.h>
@@ -45,18 +43,18 @@ const char* read_source(void* payload, std::uint32_t offset, TSPoint /*position*
 
 // ---- The library's memory ----
 
-// The library asks nobody while it takes a stack of a million nodes down at the end of a parse, but
-// it gives memory back then.
+// At the end of a parse the library may free a stack of a million nodes without calling `step`, so
+// the time is also checked when it frees memory.
 constexpr std::uint32_t RELEASES_PER_CHECK = 1024;
 
-// What serves the library during one parse.
+// The memory of one parse, as the library sees it.
 struct LibraryMemory {
   ParseArena& arena;
   const ParseMeter& meter;
   std::uint32_t releases = 0;
 
   void release(void* block) {
-    // In front of the release, so that a parse which ends here has lost nothing of its state.
+    // Before the release, so that the library's state is whole if this throws.
     if (++releases % RELEASES_PER_CHECK == 0) meter.check_time();
     arena.deallocate(block);
   }
@@ -64,8 +62,8 @@ struct LibraryMemory {
 
 thread_local constinit LibraryMemory* current_memory = nullptr;
 
-// Directs the library's memory to that of the calling thread's parse while there is one. Another
-// may be in the middle: a host's Cancellation::poll may use an engine of its own.
+// Makes the library use this memory on the calling thread while it exists. Scopes may be nested: a
+// host's Cancellation::poll may parse with another engine.
 class MemoryScope {
  public:
   explicit MemoryScope(LibraryMemory& memory) : _before(std::exchange(current_memory, &memory)) {}
@@ -77,7 +75,7 @@ class MemoryScope {
   LibraryMemory* const _before;
 };
 
-// Tells what the guards counted, however the parse ends.
+// Stores what the guards counted in the report, however the parse ends.
 struct CountsAtEnd {
   ParseReport* report;
   const ParseMeter& meter;
@@ -120,12 +118,12 @@ extern "C" void treesitter_engine_deallocate(void* block) {
   }
 }
 
-// What the core asks on a long way (cmake/core_stack.h).
+// Called by long loops of the core (cmake/core_stack.h).
 extern "C" void treesitter_engine_check_time() {
   if (current_memory != nullptr) current_memory->meter.check_time();
 }
 
-// What `assert` calls in the core and the grammars, which are compiled to call it by this name.
+// Called by a failed `assert` in the core and the grammars (cmake/Grammars.cmake).
 extern "C" [[noreturn]] void treesitter_engine_assert_fail(const char* /*assertion*/,
                                                            const char* /*file*/, unsigned /*line*/,
                                                            const char* /*function*/) {

@@ -1,12 +1,12 @@
-// Parser: tree-sitter's parser for one language, with guards around every parse.
+// Parser: parses one language with tree-sitter's parser, within limits of time and memory.
 //
-// Grammars and their scanners are programs that somebody wrote for well-meant input: 17 bytes of
-// TSX can make one loop for ever, 300 letters make one abort the process. Every parse therefore has
-// an operation budget (the same on every machine), a memory budget and a time limit, and a failed
-// assertion ends the parse and not the process. All of them end as a ParseError, and the next parse
-// on the thread finds nothing of it.
+// Grammars and scanners are written for well-formed text. Sixteen bytes of TSX make one loop for
+// ever, and a name of 300 letters makes one abort the process. So every parse has a budget of
+// operations, which is the same on every machine, a budget of memory and a time limit, and a failed
+// assertion ends the parse and not the process. Each of these throws a ParseError, and leaves
+// nothing behind that could change the thread's next parse.
 //
-// A Parser belongs to the thread that made it.
+// A Parser is used by one thread.
 //
 // Tested by tests/guards_test.cpp.
 #pragma once
@@ -24,13 +24,13 @@
 
 namespace engines::treesitter {
 
-// A parse that gave no tree. The text says which guard ended it, and the size of the file.
+// Thrown when a guard ends a parse. The text names the guard and the size of the file.
 class ParseError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Of more than MAX_PARSED_BYTES.
+// Throws the ParseError for a file of more than MAX_PARSED_BYTES.
 [[noreturn]] void refuse_size(std::uint64_t size);
 
 class Parser {
@@ -39,9 +39,10 @@ class Parser {
   // the grammar's version.
   explicit Parser(const languages::Language& language);
 
-  // The tree of the source, which must outlive it, as must this parser and the arena: the tree lies
-  // in there, and the arena is reset when the tree ends. `report`, if any, gets what the guards
-  // counted, also when one of them spoke. Throws ParseError; std::bad_alloc.
+  // Returns the tree of the source. It lies in the arena, which is reset when the tree is
+  // destroyed. The source, this parser and the arena must outlive the tree. `report`, if any, gets
+  // what the guards counted, also when one of them ends the parse. Throws ParseError,
+  // CancelledError, OverRoom, Crowded, std::bad_alloc.
   SyntaxTree parse(const Source& source, ParseArena& arena, Fields fields = Fields::on_demand,
                    ParseReport* report = nullptr);
 

@@ -1,4 +1,4 @@
-// What only the library can answer about a node, asked of it and translated into records.
+// The questions about a node that only the library can answer.
 //
 // Tested by tests/syntax_tree_test.cpp.
 #include "engines/treesitter/parsing/syntax_tree.h"
@@ -19,8 +19,8 @@ TSNode SyntaxTree::library_node(std::uint32_t index) const {
           _tree};
 }
 
-// Start bytes never decrease in document order, so that a node is found by bisection among the
-// records that may hold it.
+// Finds the record of a library's node. Start bytes never decrease in document order, so a
+// bisection does.
 std::uint32_t SyntaxTree::find(const TSNode& node, std::uint32_t first, std::uint32_t end) const {
   const std::uint32_t start = ts_node_start_byte(node);
   const auto begin = std::lower_bound(
@@ -53,7 +53,7 @@ Recovery SyntaxTree::recovery(std::uint32_t index) const {
 }
 
 std::optional<Node> Node::previous_sibling() const {
-  // Of a node without width the library may name another sibling than the one before it.
+  // For a node without width the library may give another sibling than the record before it.
   if (start_byte() == end_byte()) return node_at(_tree->library_previous_sibling(_index));
   return node_at(record().previous);
 }

@@ -1,9 +1,8 @@
 // SyntaxTree: the library's tree, read once into an array in document order.
 //
-// A node is followed by its descendants, so that its first child is the next record, its next
-// sibling the record at its subtree's end, and skipping what a node contains is one assignment.
-// Both walks are loops over the array, and nothing recurses over the input. One record takes 40
-// bytes; a file of code has about one node in six bytes.
+// A node's descendants follow it, so its first child is the next record, and its next sibling is
+// the record at the end of its subtree. Walks are loops over the array, without recursion. A record
+// takes 40 bytes, and a file of code has about one node in six bytes.
 //
 // Tested by tests/syntax_tree_test.cpp against the library's own accessors.
 #pragma once
@@ -23,11 +22,13 @@ struct TSNode;
 
 namespace engines::treesitter {
 
-// The types at which the rules' upward searches end: functions and classes for Python's constants,
-// the export wrapper, the module and the whole program for the exports of JavaScript and
-// TypeScript. Neither search ends at a type of the other's: Python has no export statements, and
-// those have no types named function_definition and class_definition. A module ends Python's at the
-// top of a file.
+// How many nodes a loop over the records visits between two checks for cancellation.
+inline constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
+
+// The types at which the rules' searches among ancestors end. That for Python's constants ends at
+// functions, classes and the module; that for exports of JavaScript and TypeScript ends at the
+// export statement, the program and the module. One list serves both: Python's grammar has no
+// export_statement, and the others have no function_definition or class_definition.
 inline constexpr std::array SCOPE_TYPES = {
     languages::NodeType::function_definition,
     languages::NodeType::class_definition,
@@ -45,29 +46,30 @@ struct NodeRecord {
   std::uint32_t start_column;
   std::uint32_t end_row;
   std::uint32_t parent;       // NONE for the root
-  std::uint32_t previous;     // the sibling before it, or NONE
+  std::uint32_t previous;     // the previous sibling, or NONE
   std::uint32_t subtree_end;  // one past the last descendant
-  std::uint32_t scope;        // the nearest ancestor that is a scope, or NONE
+  std::uint32_t scope;        // the nearest ancestor whose type is in SCOPE_TYPES, or NONE
   std::uint16_t symbol;       // the grammar's symbol, or the alias that replaces it
   languages::NodeType type;
-  std::uint8_t field;  // under which the parent has it, or 0; read for Fields::all only
+  std::uint8_t field;  // under which the parent has it, or 0; always 0 for Fields::on_demand
 };
 static_assert(sizeof(NodeRecord) == 40);
 
-// Whether the fields of all nodes are read. The library answers for a few nodes at a time; rules
-// that ask for the field of every name want them in the records.
+// Whether the fields of all nodes are read into the records. The navigation rules ask for the field
+// of every name; the standard rules ask the library for a few.
 enum class Fields : std::uint8_t { on_demand, all };
 
-// What a node tells of syntax errors: it is around what fits no rule, or was made up to go on.
+// Whether a node comes from a syntax error: `error` is around text that fits no rule, `missing` was
+// inserted by the parser.
 enum class Recovery : std::uint8_t { none, error, missing };
 
-// What it takes to ask the library about a node: the address of its subtree and its alias.
+// Identifies a node to the library: the address of its subtree, and its alias.
 struct NodeHandle {
   const void* subtree;
   std::uint16_t alias;
 };
 
-// The memory in which the library's tree lies, given back as a whole when the tree ends.
+// The arena that holds the library's tree; reset when the tree is destroyed.
 struct ResetArena {
   void operator()(ParseArena* arena) const { arena->reset(); }
 };
@@ -75,20 +77,20 @@ using ArenaLease = std::unique_ptr<ParseArena, ResetArena>;
 
 class SyntaxTree {
  public:
-  // Reads the whole tree, which lies in the leased arena. The language lives as long as the
-  // process; the source must outlive the SyntaxTree.
+  // Reads the whole tree, which lies in the arena of `lease`. The language and the source must
+  // outlive this.
   SyntaxTree(ArenaLease lease, const TSTree& tree, const languages::Language& language,
              const Source& source, Fields fields = Fields::on_demand);
 
   const NodeRecord& record(std::uint32_t index) const { return _records[index]; }
-  // At least 1: record 0 is the root.
+  // At least 1. Record 0 is the root.
   std::uint32_t size() const { return static_cast<std::uint32_t>(_records.size()); }
 
   const languages::Language& language() const { return *_language; }
   const Source& source() const { return *_source; }
 
-  // The library's answers, for the few questions where only it knows: as indexes of records, NONE
-  // where there is no such node.
+  // Questions that only the library can answer. The nodes are indexes of records; NONE if there is
+  // no such node.
   std::uint32_t child_by_field(std::uint32_t index, std::uint16_t field) const;
   std::uint32_t library_previous_sibling(std::uint32_t index) const;
   Recovery recovery(std::uint32_t index) const;

@@ -1,17 +1,16 @@
 // Reads a parsed tree into the array of a SyntaxTree, by walking the core's own subtrees.
 //
-// The public ways cost 15 to 19 % of a parse, because each step rebuilds what the step before it
-// knew; this one costs about 6 %. It relies on three facts of the core at its pinned version, all
-// in the core's private headers: a subtree's children lie before its data; the padding of a first
-// child is its parent's; and an alias, given per production and position among the children that
-// are no extras, makes a hidden node visible. A hidden node's children belong to its nearest
-// visible ancestor. The equality with the public accessors is tested on every golden input.
+// The public cursor costs 15 to 19 % of a parse, since each step computes again what the step
+// before it computed; this costs about 6 %. It relies on three facts of the core's pinned version:
+// a subtree's children lie before its data; the padding of a first child is also its parent's; and
+// an alias makes a hidden node visible. Aliases are given for each production, by position among
+// the children that are no extras. The children of a hidden node belong to its nearest visible
+// ancestor. The test compares all records with the public accessors, on every golden input.
 //
 // Tested by tests/syntax_tree_test.cpp.
 #include <tree_sitter/api.h>
 
 #include <algorithm>
-#include <array>
 
 #include "engines/treesitter/parsing/syntax_tree.h"
 
@@ -30,8 +29,8 @@ bool is_scope(NodeType type) {
   return std::find(SCOPE_TYPES.begin(), SCOPE_TYPES.end(), type) != SCOPE_TYPES.end();
 }
 
-// What the walk asks of a subtree. A small leaf lies in the word that its parent holds for it; what
-// is larger lies elsewhere, and most often not in a cache.
+// The facts about a subtree that the walk needs. A small leaf is stored in its parent's pointer to
+// it. Other subtrees lie elsewhere in memory, mostly outside the caches, so each is read once.
 struct Facts {
   Length padding;
   Length size;
@@ -62,8 +61,8 @@ struct Facts {
 
 }  // namespace
 
-// All of the walk is to be one loop, with the frame and the facts in registers: left to itself the
-// compiler calls, and passes both through memory, for a third more time.
+// The walk is inlined into one loop, with frame and facts in registers. Without the attributes the
+// compiler makes calls and passes both through memory, which takes a third more time.
 template <Fields FIELDS>
 class TreeReader {
  public:
@@ -87,42 +86,43 @@ class TreeReader {
     do {
       while (frame.next != frame.end) {
         visit(frame);
-        if (++visits % VISITS_PER_CHECK == 0) _tree._source->check_cancelled();
+        // Visits are counted, not frames: one may have millions of children, and millions may be
+        // open.
+        if (++visits % NODES_PER_CHECK == 0) _tree._source->check_cancelled();
       }
     } while (close(frame));
   }
 
  private:
   static constexpr std::size_t LEAST_PARENTS = 64;
-  // What the stack may take beyond the budget of the parse: a chain of operators has two frames for
-  // each byte, and two and a half times that while the stack grows. It is gone before the texts of
-  // the result are made.
+  // The memory of `_parents`, beyond the budget of the parse. A chain of operators has two frames
+  // for each byte, and two and a half times that while the vector grows. The memory is free again
+  // before the texts of the result are made.
   static constexpr std::size_t STACK_PER_BYTE = 288;
-  // Not of frames: one may have millions of children, and millions may be open.
-  static constexpr std::uint32_t VISITS_PER_CHECK = 64 * 1024;
 
   // The visible node to which children are being added.
   struct Owner {
     std::uint32_t index;
     std::uint32_t last_child;  // so far, or NONE
-    std::uint32_t scope;       // of its children: itself, or its own; or NONE
+    std::uint32_t scope;       // of its children, or NONE
   };
 
-  // A subtree whose children are being read. A hidden one hands its owner back when it is done.
+  // A subtree whose children are being read. A hidden one has its parent's owner, and gives it back
+  // at its end.
   struct Frame {
     const Subtree* next;
     const Subtree* end;
     const TSSymbol* alias;  // of the next child that is no extra, or null
-    Length position;        // where the last child read ends
+    Length position;        // of the end of the child read last
     bool is_first;
     bool is_hidden;
-    std::uint8_t field;        // under which a hidden one stands, and so all that it shows
+    std::uint8_t field;        // of a hidden subtree, and so of the nodes in its place
     std::uint8_t child_index;  // of the next child that is no extra, in the production
     TSMapSlice fields;         // of the production
     Owner owner;
   };
 
-  // Reads the next child of `frame`, and makes the child the frame when it has children itself.
+  // Reads the next child of `frame`. If the child has children, it becomes the frame.
   [[gnu::always_inline]] void visit(Frame& frame) {
     const Subtree& child = *frame.next++;
     const Facts facts = facts_of(child);
@@ -148,9 +148,8 @@ class TreeReader {
     frame = frame_of(child, facts, start, owner, is_hidden, field);
   }
 
-  // The field of the frame's next child. A field that a production gives to a hidden child, or
-  // that a hidden frame stands under, is that of every node which shows up in its place; one that a
-  // hidden child's own production gives to a part of it goes before.
+  // The field of the frame's next child. The field of a hidden child is that of every node that
+  // appears in its place, unless the hidden child's own production gives the node a field.
   [[gnu::always_inline]] std::uint8_t field_of_next(Frame& frame) const {
     if (frame.fields.length > 0) {
       const std::uint8_t position = frame.child_index++;
@@ -198,7 +197,7 @@ class TreeReader {
     return true;
   }
 
-  // By half: twice the depth is then never held three times over.
+  // Grows by half, which takes less memory at once than doubling.
   [[gnu::noinline]] void grow_parents() {
     const std::size_t before = _parents.capacity();
     const std::size_t after = std::max<std::size_t>(before + before / 2, LEAST_PARENTS);
@@ -232,7 +231,7 @@ class TreeReader {
   }
 
   SyntaxTree& _tree;
-  std::vector<Frame> _parents;  // of the frame, the outermost first
+  std::vector<Frame> _parents;  // of the current frame, the outermost first
 };
 
 SyntaxTree::SyntaxTree(ArenaLease lease, const TSTree& tree, const languages::Language& language,

@@ -1,3 +1,4 @@
+// See file.h.
 #include "engines/treesitter/reading/file.h"
 
 #include <fcntl.h>
@@ -12,19 +13,18 @@
 namespace engines::treesitter {
 namespace {
 
-constexpr std::size_t CHUNK = 1024 * 1024;  // of one read, between two looks at the cancellation
-constexpr std::size_t SMALLEST = 4096;      // the first buffer for a file that claims to be empty
-constexpr std::size_t JUDGED_BYTES = 8 * 1024;
+constexpr std::size_t CHUNK = BYTES_PER_CHECK;  // the most that one read takes
+constexpr std::size_t SMALLEST = 4096;          // the buffer for a file that claims to be empty
 
 int open_for_reading(const std::filesystem::path& path) {
   for (;;) {
-    // Without O_NONBLOCK, opening a FIFO waits for somebody to write to it.
+    // Without O_NONBLOCK, opening a FIFO waits for a writer.
     const int number = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (number >= 0 || errno != EINTR) return number;
   }
 }
 
-// 0 for a regular file, else what it is refused with.
+// 0 for a regular file, else the error number of the refusal.
 int refusal_of(int descriptor, struct stat& status) {
   if (::fstat(descriptor, &status) != 0) return errno;
   if (S_ISDIR(status.st_mode)) return EISDIR;
@@ -59,9 +59,9 @@ std::size_t SourceFile::read_some(char* buffer, std::size_t capacity) const {
   }
 }
 
-// A claim is no promise: files of /proc claim 0, and others change while they are read. One byte
-// more than claimed lets the read that finds the end follow without growing. False, with what was
-// read so far, when the file is too large to be parsed.
+// The claimed size may be wrong: files of /proc claim 0 bytes, and a file may change while it is
+// read. The buffer has one byte more than claimed, so that the read that finds the end needs no
+// larger one. Returns false, with the bytes read so far, when the file is too large to be parsed.
 bool SourceFile::read_all(std::string& bytes, RoomShare& room, StopCheck& stop) const {
   const auto grow = [&](std::size_t size) {
     room.add(size - bytes.size());

@@ -1,4 +1,4 @@
-// Reading a whole file, whatever its path names.
+// Reads a whole file, and refuses everything at a path that is no regular file.
 //
 // Tested by tests/file_test.cpp.
 #pragma once
@@ -14,29 +14,29 @@
 
 namespace engines::treesitter {
 
-// A file as it was read. `bytes` holds all of it when it has at most `MAX_PARSED_BYTES`; of a
-// larger one, which nobody parses, only the digest and the size are known.
+// The content of a file. A file of more than MAX_PARSED_BYTES is not parsed: it has no `bytes`,
+// only its digest and size.
 struct FileContent {
   std::string bytes;
-  std::string content_hash;  // only of a file whose bytes were not kept
+  std::string content_hash;  // empty when `bytes` holds the file
   std::uint64_t size;
 };
 
 class SourceFile {
  public:
-  // Opens the file. Directories, FIFOs, sockets and devices are refused without waiting for them.
-  // Throws FileReadError. The path must outlive this.
+  // Opens the file. Directories, FIFOs, sockets and devices are refused, without waiting. Throws
+  // FileReadError. The path must outlive this.
   explicit SourceFile(const std::filesystem::path& path);
   SourceFile(const SourceFile&) = delete;
   SourceFile& operator=(const SourceFile&) = delete;
   ~SourceFile();
 
-  // The bytes that it claims to have; where reading ends tells how many they are.
+  // The size in bytes according to the file system, which may be wrong (file.cpp).
   std::uint64_t claimed_size() const { return _claimed; }
 
-  // Reads it from its beginning, in order, into memory: never by a mapping, which a file that is
-  // cut short meanwhile would turn into a signal. What it keeps is counted in `room`. Throws
-  // FileReadError, OverRoom, Crowded, CancelledError; std::bad_alloc.
+  // Reads the file from its beginning. It is not mapped into memory: if a mapped file is cut short,
+  // the process gets a signal. The memory of the bytes is counted in `room`. Throws FileReadError,
+  // OverRoom, Crowded, CancelledError, std::bad_alloc.
   FileContent read(Sha256& digest, RoomShare& room, StopCheck& stop) const;
 
  private:
@@ -49,7 +49,10 @@ class SourceFile {
   std::uint64_t _claimed = 0;
 };
 
-// Whether there is a NUL among the first 8 KiB, by which git tells what is binary.
+// How many bytes from the start of a file decide whether it is binary.
+inline constexpr std::size_t JUDGED_BYTES = 8 * 1024;
+
+// Whether there is a NUL among the first 8 KiB: git's test for binary files.
 bool is_binary(std::string_view bytes);
 
 }  // namespace engines::treesitter

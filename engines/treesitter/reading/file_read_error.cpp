@@ -1,4 +1,4 @@
-// The text of a file that could not be read.
+// The text of the error for a file that cannot be read.
 //
 // Tested by tests/file_test.cpp.
 #include "engines/treesitter/text/text.h"
@@ -28,8 +28,8 @@ void append_quoted(std::string& text, std::string_view character, char32_t value
   }
 }
 
-// The path in quotes, on one line, whatever its bytes are: as Python's repr shows a path, so that
-// our texts read as its own do. A byte that is no UTF-8 is U+DC00 and the byte there.
+// The path in quotes, on one line, as Python's repr shows it, so that our error texts look like
+// Python's. A byte that is no UTF-8 becomes the code point U+DC00 plus the byte.
 std::string quoted(const std::filesystem::path& path) {
   const std::string_view bytes = path.native();
   const bool has_apostrophe = bytes.find('\'') != std::string_view::npos;

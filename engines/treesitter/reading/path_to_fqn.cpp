@@ -1,4 +1,4 @@
-// What a path gives to the FQNs of its file's symbols.
+// The beginning of the FQNs of a file's symbols, made from the file's path.
 //
 // Tested by tests/engine_test.cpp.
 #include <algorithm>
@@ -11,8 +11,8 @@
 
 namespace engines::treesitter {
 
-// The suffix goes first, from the last component that names something; then the rest is joined in
-// its normal form, and both kinds of separator become dots.
+// The suffix of the last component is removed. The components are then joined with full stops, and
+// backslashes become full stops too.
 std::string TreeSitterEngine::_path_to_fqn(const std::filesystem::path& file_path) {
   std::vector<std::string_view> components = split(file_path.native(), '/');
   std::erase_if(components,

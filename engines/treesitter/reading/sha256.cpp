@@ -1,8 +1,8 @@
-// libcrypto's functions of SHA-256 itself, which OpenSSL 3 calls deprecated, and not those of EVP.
-// The latter look the algorithm up behind locks, and the first look-up in a process reads
-// libcrypto's configuration: a child forked meanwhile, of a program whose other threads hash, waits
-// for ever for a lock that nobody holds any more. These have no state but the one that they are
-// given, and cost the same per byte.
+// See sha256.h. This calls libcrypto's functions for SHA-256, which OpenSSL 3 calls deprecated, and
+// not those of EVP. EVP looks the algorithm up under locks, and its first look-up in a process
+// reads libcrypto's configuration. A child that is forked meanwhile would wait for ever for a lock
+// whose holder does not exist in the child. The functions used here have no state but their
+// argument, and cost the same per byte.
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include "engines/treesitter/reading/sha256.h"
 
@@ -26,7 +26,7 @@ std::string Sha256::of(std::string_view bytes, StopCheck& stop) {
   return finish();
 }
 
-// None of the three can fail.
+// None of the three functions of libcrypto can fail.
 void Sha256::start() { SHA256_Init(_state.get()); }
 
 void Sha256::update(std::string_view bytes) {

@@ -1,4 +1,4 @@
-// SHA-256. The door of OpenSSL's libcrypto.
+// SHA-256, by OpenSSL's libcrypto. No other file includes its headers.
 //
 // Tested by tests/engine_test.cpp.
 #pragma once
@@ -13,17 +13,17 @@ struct SHA256state_st;
 
 namespace engines::treesitter {
 
-// One digest after the other, on one thread. Takes no lock, so that it works in any forked child.
+// Makes one digest after the other, on one thread. It takes no lock, so it works in a forked child.
 class Sha256 {
  public:
   Sha256();  // throws std::bad_alloc
 
   // The digest of these bytes, as 64 lower-case hexadecimal digits.
   std::string of(std::string_view bytes);
-  // The same; throws CancelledError.
+  // The same. Throws CancelledError.
   std::string of(std::string_view bytes, StopCheck& stop);
 
-  // The same in pieces.
+  // The same for bytes in pieces: start, update for each piece, finish.
   void start();
   void update(std::string_view bytes);
   std::string finish();

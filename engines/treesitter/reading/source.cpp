@@ -1,8 +1,7 @@
-// What is asked of the file's bytes more than once, worked out once.
+// See source.h.
 #include "engines/treesitter/reading/source.h"
 
 #include <algorithm>
-#include <array>
 
 #include "engines/treesitter/text/regex.h"
 #include "engines/treesitter/text/text.h"
@@ -10,17 +9,14 @@
 namespace engines::treesitter {
 namespace {
 
-// What a line of a comment or docstring begins with, as a body digest sees it. A slash and an
-// asterisk are not among them: such a line stays when it holds a keyword or a call.
-constexpr std::array<std::string_view, 5> COMMENT_PREFIXES = {"#", "//", "*", "\"\"\"", "'''"};
-
-// How much is read between two looks at whether somebody has cancelled the parse.
-constexpr std::size_t BYTES_PER_CHECK = 1 << 20;
+// The beginnings of lines that body digests take for comments or docstrings. The line that opens a
+// block comment is not among them: it is kept when it holds a keyword or a call.
+constexpr std::string_view COMMENT_PREFIXES[] = {"#", "//", "*", R"(""")", "'''"};
 
 }  // namespace
 
 bool is_comment_line(std::string_view trimmed) {
-  return std::any_of(COMMENT_PREFIXES.begin(), COMMENT_PREFIXES.end(),
+  return std::any_of(std::begin(COMMENT_PREFIXES), std::end(COMMENT_PREFIXES),
                      [&](std::string_view prefix) { return trimmed.starts_with(prefix); });
 }
 
@@ -43,10 +39,11 @@ bool Source::is_utf8(std::size_t begin, std::size_t end) const {
       std::upper_bound(_ill_formed.begin(), _ill_formed.end(), begin,
                        [](std::size_t at, const Range& run) { return at < run.end; });
   if (after != _ill_formed.end() && after->begin < end) return false;
-  // No ill-formed run meets the range, so that only its ends can cut a character.
+  // No ill-formed run overlaps the range, but its ends may cut a character.
   const auto cuts_character = [&](std::size_t at) {
-    if (at >= _bytes.size() || (static_cast<unsigned char>(_bytes[at]) & 0xC0) != 0x80)
+    if (at >= _bytes.size() || (static_cast<unsigned char>(_bytes[at]) & 0xC0) != 0x80) {
       return false;
+    }
     return after == _ill_formed.end() || after->begin != at;
   };
   return !cuts_character(begin) && !cuts_character(end);

@@ -1,8 +1,8 @@
-// The bytes of the file being parsed, with what several rules ask about them and what is therefore
-// worked out once: where they are ill-formed UTF-8, and which lines carry logic.
+// Source: the bytes of the file being parsed, and facts about them that several rules need and that
+// are found once: where they are ill-formed UTF-8, and which lines carry logic.
 //
-// The decoded text of a whole file is never built: every rule reads lines or nodes, and U+000A is
-// never part of an ill-formed sequence, so that decoding a line equals the line of the decoding.
+// The whole file is never decoded. Every rule reads lines or nodes, and a line feed is never part
+// of an ill-formed sequence, so a line can be decoded by itself.
 //
 // One Source serves one parse on one thread.
 //
@@ -20,16 +20,16 @@
 
 namespace engines::treesitter {
 
-// A line that carries control flow or a call, as a body digest keeps it. Offsets count the file's
-// bytes.
+// A line with control flow or a call; body digests are made of these. Offsets are in bytes of the
+// file.
 struct LogicLine {
   std::uint32_t row;            // 0-based
-  std::uint32_t trimmed_begin;  // the line without its leading and trailing whitespace
+  std::uint32_t trimmed_begin;  // the line without whitespace at its ends
   std::uint32_t trimmed_end;
   std::uint32_t logic_end;  // where the first keyword or call of the line ends
 };
 
-// The prefixes of comments and docstrings, whose lines carry no logic whatever they hold.
+// Whether a line begins as comments and docstrings do. It carries no logic then, whatever it holds.
 bool is_comment_line(std::string_view trimmed);
 
 class Source {
@@ -39,49 +39,48 @@ class Source {
     std::size_t end;
   };
 
-  // The bytes, less than 4 GiB, and `stop` must outlive the Source. Throws CancelledError.
+  // `bytes`, which are less than 4 GiB, and `stop` must outlive this. Throws CancelledError.
   explicit Source(std::string_view bytes, StopCheck& stop = never_cancelled);
 
-  // Whoever reads the file or its tree from one end to the other asks in between. Throws
-  // CancelledError.
+  // To be called from loops over the whole file or tree. Throws CancelledError.
   void check_cancelled() const { _stop.check(); }
   StopCheck& stop() const { return _stop; }
 
   std::string_view bytes() const { return _bytes; }
 
-  // Where the first byte stands that is no UTF-8, if there is one.
+  // The offset of the first byte that is no UTF-8, if there is one.
   std::optional<std::size_t> first_ill_formed() const {
     return _ill_formed.empty() ? std::nullopt : std::optional(_ill_formed.front().begin);
   }
 
   // Whether the bytes from `begin` up to `end` are well-formed UTF-8. Costs two comparisons in a
-  // well-formed file and a bisection in any other, however long the range is: rules ask for the
-  // text of whole bodies, once per level of nesting.
+  // well-formed file and a bisection in others, whatever the length of the range: rules ask about
+  // whole bodies, once per level of nesting.
   bool is_utf8(std::size_t begin, std::size_t end) const;
 
-  // The bytes from `begin` up to `end`, each ill-formed sequence replaced by one U+FFFD. The view
-  // points into the file when nothing is to be replaced, and otherwise into `storage`.
+  // The bytes from `begin` up to `end`, with one U+FFFD for each ill-formed sequence. The view
+  // points into the file when nothing is replaced, and otherwise into `storage`.
   std::string_view decoded(std::size_t begin, std::size_t end, std::string& storage) const;
 
-  // Whether `word`, which must live as long as the process, stands in the bytes from `begin` up to
-  // `end`. Its places in the file are worked out at the first question and searched by bisection:
-  // modifiers hold annotations, whose arguments hold classes with modifiers of their own, so that
-  // searching the text of each would read a file once per level of nesting.
+  // Whether the bytes from `begin` up to `end` contain `word`, which must live as long as the
+  // process. The first call for a word finds its places in the file; a call costs a bisection among
+  // them. Searching each text would read a file once per level of nesting: modifiers hold
+  // annotations, whose arguments hold classes with modifiers.
   bool contains(std::size_t begin, std::size_t end, std::string_view word) const;
 
-  // The line, without its line feed, that holds the byte at `offset`.
+  // The line that holds the byte at `offset`, without its line feed.
   Range line_at(std::size_t offset) const;
 
-  // The range without the whitespace at its ends, as its decoded text would be trimmed.
+  // The range without the whitespace at the ends of its text.
   Range trimmed(Range range) const;
 
-  // All lines that carry logic, by row. Worked out at the first call, in one pass over the file:
-  // nested functions would otherwise have their lines judged once per level.
+  // All lines that carry logic, by row. The first call finds them, in one pass over the file, so
+  // that the lines of nested functions are not searched once per level.
   const std::vector<LogicLine>& logic_lines() const;
 
  private:
-  // The bytes with each byte of an ill-formed sequence replaced by a question mark, which like
-  // U+FFFD is no letter, space or bracket: a line is judged alike and keeps its offsets.
+  // The bytes of a line, with a question mark for each byte that is no UTF-8. It is no letter,
+  // space or bracket, as U+FFFD is none, and keeps the offsets.
   std::string_view judged(Range line, std::string& storage) const;
 
   struct WordPlaces {
@@ -92,9 +91,9 @@ class Source {
 
   std::string_view _bytes;
   StopCheck& _stop;
-  std::vector<Range> _ill_formed;  // disjoint, in order; neighbours are joined
+  std::vector<Range> _ill_formed;  // in order; adjacent ones are joined
   mutable std::optional<std::vector<LogicLine>> _logic_lines;
-  mutable std::vector<WordPlaces> _word_places;  // of each word that was asked for, at most six
+  mutable std::vector<WordPlaces> _word_places;  // of the words asked for, few of them
 };
 
 }  // namespace engines::treesitter

@@ -1,12 +1,13 @@
-// The names that an import statement brings in, and the paths of the modules that it names.
+// The names that an import statement imports, and the paths of its modules, under the standard
+// rules.
 //
-// Names alone cannot tell which file an import reaches: `from pkg.mod import Handler` names only
-// `Handler`, and `import pkg.mod as m` only `m`. So a statement is asked twice. Python's
-// `from ... import ...` has a branch of its own in both; every other import of every language goes
-// through one generic procedure that sees the statement's children, and their children where a row
-// says so. What a grammar keeps deeper (Go, Java, Rust, JavaScript mostly) yields nothing.
+// Imported names do not say which file is imported: `from pkg.mod import Handler` imports
+// `Handler`. So names and modules are two lists. Python's `from ... import ...` has branches of its
+// own for both. All other imports of all languages are read by one generic procedure, which looks
+// at the statement's children, and at the children of those in SPECIFIER_TYPES. Names that a
+// grammar puts deeper (mostly in Go, Java, Rust and JavaScript) are not found.
 //
-// Each costs the children that it reads. Throws Utf8Error for a name that is no UTF-8.
+// Costs the children that it reads. Throws Utf8Error for a name that is no UTF-8.
 //
 // Tested by tests/references_test.cpp.
 #include <cstddef>
@@ -22,7 +23,7 @@ namespace {
 
 using Names = std::vector<std::string_view>;
 
-// Children that are a name, dotted or plain.
+// Children that are a name.
 constexpr NodeType NAME_TYPES[] = {
     NodeType::identifier,      // Java, Rust, C#: one word
     NodeType::dotted_name,     // Python
@@ -31,10 +32,10 @@ constexpr NodeType NAME_TYPES[] = {
     NodeType::qualified_name,  // C#, PHP
 };
 
-// Children whose own identifiers are the names, all of them.
+// Children of which all identifiers are names.
 constexpr NodeType SPECIFIER_TYPES[] = {NodeType::import_specifier, NodeType::aliased_import};
 
-// What follows the last full stop; the whole text when there is none.
+// The part behind the last full stop; the whole text if there is none.
 std::string_view last_piece(std::string_view dotted) {
   const std::size_t stop = dotted.rfind('.');
   return stop == std::string_view::npos ? dotted : dotted.substr(stop + 1);
@@ -44,8 +45,8 @@ void append_text(const Node& node, Names& names) {
   if (const auto text = _node_text(node)) names.push_back(*text);
 }
 
-// The whole text, and its last piece when it has several. The piece may be empty: a name that ends
-// in a full stop is a broken statement, and what it says is kept.
+// Adds the whole text and, if it has full stops, its last piece. The piece is empty if a broken
+// statement has a name that ends in a full stop.
 void append_dotted(const Node& node, Names& names) {
   const auto text = _node_text(node);
   if (!text) return;
@@ -58,8 +59,8 @@ bool is_python_from(const Node& node, std::string_view language) {
   return language == "python" && node.type() == NodeType::import_from_statement;
 }
 
-// What stands behind the keyword `import`: before it is the module. An alias does not count, the
-// name that is imported does.
+// The names behind the keyword `import`; before it is the module. Of an alias the imported name
+// counts.
 Names python_from_names(const Node& node) {
   Names names;
   bool seen_import = false;
@@ -82,7 +83,7 @@ Names python_from_names(const Node& node) {
 std::vector<std::string_view> TreeSitterEngine::_get_import_names(const Node& node,
                                                                   std::string_view language) {
   if (is_python_from(node, language)) {
-    // `from pkg import *` imports no name; the generic procedure then finds the module's.
+    // `from pkg import *` names nothing; the generic procedure then finds the module's name.
     if (Names names = python_from_names(node); !names.empty()) return names;
   }
   return _get_import_names_generic(node);

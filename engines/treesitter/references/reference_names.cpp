@@ -1,9 +1,11 @@
-// The name that a call, a member access, a type use or a YAML alias carries.
+// The name of a call, a member access, a type or a YAML alias under the standard rules.
 //
-// A resolver asks for a field, then reads the node's children in source order, one level deeper for
-// a member callee. The first candidate decides, even when its text is none, and what no resolver
-// knows has no name and no record: Go's `pkg.Func()` is none, JavaScript's `obj.run()` is `obj`.
-// Each costs the children that it reads. Throws Utf8Error for a name that is no UTF-8.
+// First the node's fields are asked, then its children are read in source order; in a callee that
+// is a member access, its children are read too. The first candidate decides, even if it has no
+// text. A node without a candidate gives no reference: Go's `pkg.Func()` has none. The name of
+// JavaScript's `obj.run()` is `obj`.
+//
+// Costs the children that it reads. Throws Utf8Error for a name that is no UTF-8.
 //
 // Tested by tests/references_test.cpp.
 #include <cstddef>
@@ -16,12 +18,12 @@
 namespace engines::treesitter {
 namespace {
 
-// Callees that are looked into.
+// Callees whose children are read.
 constexpr NodeType MEMBER_TYPES[] = {NodeType::member_expression,
                                      NodeType::member_access_expression, NodeType::attribute};
 
-// What names a member callee: its first child of any of these types, so that in `obj.run` the
-// object comes before the property.
+// The name of such a callee is its first child of any of these types. In `obj.run` the object is
+// before the property.
 constexpr NodeType MEMBER_NAME_TYPES[] = {NodeType::property_identifier, NodeType::identifier,
                                           NodeType::name};
 
@@ -37,7 +39,7 @@ std::optional<Node> first_child_of(const Node& node, const NodeType (&types)[N])
   return std::nullopt;
 }
 
-// The node under the call's field `function`, as far as that alone decides the name.
+// The node with the name, if the field `function` of the call decides.
 std::optional<Node> name_of_callee(const Node& call) {
   const std::optional<Node> callee = call.child_by_field(Field::function);
   if (!callee) return std::nullopt;
@@ -46,7 +48,7 @@ std::optional<Node> name_of_callee(const Node& call) {
   return std::nullopt;
 }
 
-// Only the field `attribute` is asked for here, which JavaScript's members do not have.
+// JavaScript's member accesses have no field `attribute`.
 std::optional<Node> name_of_member(const Node& member) {
   const std::optional<Node> attribute = member.child_by_field(Field::attribute);
   return attribute ? attribute : first_child_of(member, MEMBER_NAME_TYPES);
@@ -73,8 +75,8 @@ std::optional<std::string_view> TreeSitterEngine::_get_attribute_name(const Node
   return name ? _node_text(*name) : std::nullopt;
 }
 
-// Of a generic type this is its own name, of a list of bases the first that is a plain name; the
-// others are recorded when the walk meets them as type identifiers.
+// For a generic type its own name, for a list of bases the first plain name. The others are
+// recorded when the walk reaches them, where they are type identifiers.
 std::optional<std::string_view> TreeSitterEngine::_get_type_name(const Node& node) {
   if (node.type() == NodeType::type_identifier) return _node_text(node);
   const std::optional<Node> name = first_child_of(node, TYPE_NAME_TYPES);

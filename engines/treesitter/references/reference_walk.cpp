@@ -1,10 +1,8 @@
-// The walk that finds references: which nodes refer to something, under which kind they are
-// recorded, and which repeats are left out. The names come from reference_names.cpp and
-// import_names.cpp.
+// The walk that finds references, under both sets of rules, and leaves out repeats: references of
+// the same name, line and kind. Under the standard rules the names come from reference_names.cpp
+// and import_names.cpp, under the navigation rules from uses.h.
 //
-// One loop over the tree's records in document order, which is what a descent into every node would
-// visit. A node costs one load from a table by its type, and nothing more unless a row names that
-// type. A repeat is a reference of the same name, line and kind.
+// One loop over the tree's records in document order. A node that refers to nothing costs one load.
 //
 // Tested by tests/references_test.cpp.
 #include <array>
@@ -43,28 +41,25 @@ constexpr std::size_t count_of_uses() {
 }
 static_assert(count_of_uses() == std::size(STANDARD_USES), "a node type has one use");
 
-constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
-
 constexpr Use use_of(NodeType type) { return USE_BY_TYPE[index_of(type)]; }
 
 }  // namespace
 
-// The state of one walk: what was found, and where to look for repeats.
+// The references found so far, and a hash table to find repeats.
 //
-// A node starts where its parent starts or later, and where its previous sibling ends or later, so
-// that start rows never go back along the records, and a repeat can only stand among the references
-// of the line being read. `_slots` is a hash table of those alone and needs neither copies of the
-// names nor clearing: a slot holds a reference's position in `_references`, plus one, and counts as
-// empty when that reference belongs to an earlier line. It stays as small as the busiest line.
+// Start rows never decrease along the records, so a repeat is among the references of the current
+// line. `_slots` is a hash table of these alone. A slot holds a reference's index in `_references`
+// plus one, and counts as empty if that reference is on an earlier line. So the table needs no
+// copies of names and no clearing, and its size depends on the line with the most references.
 class TreeSitterEngine::ReferenceWalk {
  public:
   explicit ReferenceWalk(std::string_view language)
       : _language(language), _is_yaml(language == "yaml"), _slots(INITIAL_SLOTS) {}
 
-  // Records what the node itself refers to; its descendants are later records of the tree.
+  // Adds the references of the node itself, without those of its descendants.
   void extract_from_node(const Node& node, Use use);
 
-  // The same by the navigation rules. Names come in document order too, each on its own line.
+  // The same by the navigation rules. Each name is on its own line, also in document order.
   void find_in_node(const Node& node, std::uint8_t concern, const Uses& uses);
 
   std::vector<ReferenceInfo> take_references() { return std::move(_references); }
@@ -82,7 +77,7 @@ class TreeSitterEngine::ReferenceWalk {
   const bool _is_yaml;
   std::vector<ReferenceInfo> _references;
   std::uint32_t _line = 0;      // of the last reference
-  std::size_t _line_begin = 0;  // the position of that line's first reference
+  std::size_t _line_begin = 0;  // the index of that line's first reference
   std::vector<std::size_t> _slots;
   RoomShare _room;  // of the references
 
@@ -113,7 +108,7 @@ void TreeSitterEngine::ReferenceWalk::extract_from_node(const Node& node, Use us
       if (_is_yaml) add_named(_get_yaml_alias_name(node), line, "call");
       return;
     case Use::member: {
-      // The call around a callee has already named it.
+      // If it is the callee of a call, the call has added it.
       const std::optional<Node> parent = node.parent();
       if (!parent || use_of(parent->type()) == Use::call) return;
       return add_named(_get_attribute_name(node), line, "call");
@@ -166,8 +161,8 @@ void TreeSitterEngine::ReferenceWalk::add(std::string_view name, std::uint32_t l
   slot = _references.size();
 }
 
-// The slot that holds this line's reference of that name and kind, or else the one to put it into.
-// The kind is no part of the hash: a name has four references on a line at most.
+// The slot with this line's reference of that name and kind, or else the empty slot for it. The
+// kind is not hashed: a name has at most four references on a line, one of each kind.
 std::size_t& TreeSitterEngine::ReferenceWalk::slot_of(std::string_view name,
                                                       std::string_view kind) {
   const std::size_t mask = _slots.size() - 1;

@@ -1,5 +1,6 @@
-// What refers to something under the standard rules: one table for all languages, by the node's
-// type.
+// The references of all languages under the standard rules, by the type of the node.
+//
+// Tested by tests/references_test.cpp.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +9,7 @@
 
 namespace engines::treesitter {
 
-// How a node refers to something. A type stands in one row only.
+// How a node refers to something. A type has one row only, which reference_walk.cpp checks.
 enum class Use : std::uint8_t { none, call, import, type, alias, member };
 
 struct StandardUseRow {

@@ -1,9 +1,11 @@
-// What refers to something under the navigation rules: one table, by language.
+// The references of each language under the navigation rules.
 //
-// A row speaks of a name by what stands around it: the node above the name's whole
-// (navigation/own_name.h: of `a.b<T>()` the whole of `b` is `a.b<T>`), and the place that the whole
-// has in it. The first row that holds decides; "*" is any node above, and comes after those that
-// name theirs.
+// A row is about names by what is around them. The whole of a name is the outermost node that has
+// this name (navigation/own_name.h): in `a.b<T>()` the whole of `b` is `a.b<T>`. A row names the
+// type of the node above the whole, and the place of the whole in it. The first row that holds
+// decides. Rows for any node above, which have "*", are tried after the others.
+//
+// Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
 
 #include <string_view>
@@ -12,22 +14,22 @@
 
 namespace engines::treesitter {
 
-// Which part of a name becomes the reference's.
+// Which text becomes the name of the reference.
 enum class Reading : std::uint8_t {
-  own,    // the name alone
-  whole,  // the node as written, such as a dotted path; asked of the node itself and not of a name
+  own,       // the name alone
+  whole,     // the node as written, such as a dotted path; such rows are about nodes, not names
   in_group,  // the same, behind the paths of the groups around it
-  last,      // what follows the last slash, colon or full stop of a path
-  package,   // that, but no version: of `example.org/yaml/v3` that is `yaml`
+  last,      // the part behind the last slash, backslash, colon or full stop of a path
+  package,   // the same without a version: `yaml` for `example.org/yaml/v3`
 };
 
-// What a row may say beside its four columns.
+// The optional part of a row.
 struct UseTerms {
   std::string_view name = "";    // only names of these node types
-  std::string_view within = "";  // only in such a region
+  std::string_view within = "";  // only in this region (RegionRow)
   std::string_view when = "";    // asked of the node above (navigation/condition.h)
   Reading reading = Reading::own;
-  bool is_upper_case = false;  // only names that begin so, as types do and packages do not
+  bool is_upper_case = false;  // only names that begin in upper case, as those of types do
 };
 
 struct UseRow {
@@ -500,7 +502,7 @@ inline constexpr UseRow USE_ROWS[] = {
     {In::typed_script, "*", "", "type", {.name = "type_identifier"}},
 };
 
-// Nodes within which names are used in a way that only the node tells.
+// Nodes within which names are used in a special way. The innermost region around a name counts.
 struct RegionRow {
   In languages;
   std::string_view types;
@@ -526,7 +528,7 @@ inline constexpr RegionRow REGION_ROWS[] = {
     {In::script, "export_statement", "re-export", "source"},
 };
 
-// Nodes that begin with a path below which all others in them lie: `a::{b::C, d::E}`.
+// Nodes that begin with a path to which all other paths in them are relative: `a::{b::C, d::E}`.
 struct GroupRow {
   In languages;
   std::string_view types;
@@ -537,7 +539,7 @@ inline constexpr GroupRow GROUP_ROWS[] = {
     {In::rust, "scoped_use_list", "::"},
 };
 
-// Types that a language brings with it, where its grammar calls them as it calls others.
+// Built-in types whose nodes are of the same types as those of others. They give no references.
 struct BuiltinRow {
   In languages;
   std::string_view names;
@@ -548,7 +550,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
      "bool bytearray bytes complex dict float frozenset int list memoryview object range set slice "
      "str tuple type"},
     {In::java, "super var"},  // `T.super::f`
-    // What the grammar has no word for, in the two ways in which it is written.
+    // Types that the grammar does not know, in lower and in upper case.
     {In::sql,
      "any anyarray anyelement blob bool clob cstring float4 int2 int4 int8 integer internal "
      "longblob longtext mediumblob mediumtext nclob number nvarchar2 record tinyblob tinytext "
@@ -556,7 +558,7 @@ inline constexpr BuiltinRow BUILTIN_ROWS[] = {
     {In::sql,
      "BLOB BOOL CLOB FLOAT4 INT2 INT4 INT8 INTEGER LONGBLOB LONGTEXT MEDIUMBLOB MEDIUMTEXT NCLOB "
      "NUMBER NVARCHAR2 RECORD TINYBLOB TINYTEXT VARCHAR2 VOID YEAR"},
-    {In::csharp, "dynamic notnull unmanaged var case else"},  // the last two: not quite parsed
+    {In::csharp, "dynamic notnull unmanaged var case else"},  // the last two come from broken text
     {In::php, "parent self static"},
     {In::typed_script, "bigint"},
     {In::go,

@@ -1,8 +1,6 @@
 // See uses.h.
 #include "engines/treesitter/references/uses.h"
 
-#include <algorithm>
-
 #include "engines/treesitter/reading/source.h"
 #include "engines/treesitter/text/text.h"
 
@@ -11,8 +9,8 @@ namespace {
 
 constexpr std::string_view ANYWHERE = "*";
 
-// Nobody writes more levels of groups or longer paths by hand. Of a file that was made so the outer
-// ones are left out: they would be written again for each of the names below them.
+// Nobody writes more levels of groups or longer paths by hand. In a hostile file the outer ones are
+// left out, since they would be copied for each name within them.
 constexpr int MOST_LEVELS = 32;
 constexpr std::size_t LONGEST_PATH = 1024;
 
@@ -25,7 +23,7 @@ std::string_view last_part(std::string_view path) {
   return end == std::string_view::npos ? path : path.substr(end + 1);
 }
 
-// A folder may be called `v1`; from `v2` on it is the version of what is above.
+// Behind a slash, `v0` and `v1` are names of folders; from `v2` on it is a version.
 bool is_version(std::string_view part, char separator) {
   if (separator == '/' && (part == "v0" || part == "v1")) return false;
   return part.size() > 1 && part.front() == 'v' &&

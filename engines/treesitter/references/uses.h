@@ -1,7 +1,7 @@
-// What a name refers to under the navigation rules. What is looked for stands in use_table.h.
+// What a name refers to under the navigation rules, by the rows of use_table.h.
 //
-// The walk shows every node in document order. A node that is no name costs one load. A name costs
-// the way up to its whole, and no two names share a step of it.
+// A node that is no name costs one load. A name costs the way up to its whole; no two names share a
+// step of these ways.
 //
 // Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
@@ -18,7 +18,7 @@
 
 namespace engines::treesitter {
 
-// The rows of a language with their texts resolved.
+// The rows of a language, translated.
 class Uses {
  public:
   class Row {
@@ -44,27 +44,26 @@ class Uses {
 
   explicit Uses(const languages::Language& language);
 
-  // Why a node of this symbol may matter, as bits: it opens a region, it refers to something as it
-  // is written, it is a name.
+  // Why nodes of this symbol matter, as bits: they may open a region, refer to something as they
+  // are written, or be a name.
   enum Concern : std::uint8_t { REGION = 1, WRITTEN = 2, NAME = 4 };
   std::uint8_t concern(std::uint16_t symbol) const { return _concerned[symbol]; }
 
-  // The region that the node opens, or empty.
+  // The region that the node opens; empty if none.
   std::string_view region(const Node& node) const;
 
-  // The row that says what the node refers to as it is written, and the one that says what it does
-  // as a name; null for nothing.
+  // The row for the node as it is written, and the row for it as a name; null if there is none.
   const Row* of_written(const Node& node, std::string_view region) const;
   const Row* of_name(const Node& name, std::string_view region) const;
 
-  // How a name reads in a reference, ill-formed bytes replaced. The view points into the file or
-  // into `storage`.
+  // The name of the reference, ill-formed bytes replaced. The view points into the file or into
+  // `storage`.
   std::string_view text(const Node& name, Reading reading, std::string& storage) const;
 
   bool is_builtin(std::string_view type) const { return _builtins.contains(type); }
 
  private:
-  // Rows of one way of reading.
+  // The rows for names, or those for nodes as they are written.
   struct Rows {
     explicit Rows(const languages::Language& language) : by_above(language) {}
     BySymbol<std::vector<Row>> by_above;

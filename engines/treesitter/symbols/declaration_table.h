@@ -1,9 +1,10 @@
-// What declares something under the navigation rules: one table, by language.
+// The declarations of each language under the navigation rules.
 //
-// The first row of a node's type that holds names it. Conditions are written as
-// navigation/condition.h says. A name is a path as in navigation/own_name.h; "+" in front of a
-// place takes all that stand there,
-// "*" too, and gives each its own lines.
+// Of the rows for a node's type the first whose terms hold applies. Conditions are written as
+// navigation/condition.h says, and names as paths (navigation/own_name.h). "+" in front of a place
+// takes all children there; so does "*", and each symbol has the lines of its name then.
+//
+// Tested by the navigation cases in tests/golden.
 #pragma once
 
 #include <string_view>
@@ -12,20 +13,20 @@
 
 namespace engines::treesitter {
 
-// What a row may say beside its four columns.
+// The optional part of a row.
 struct DeclarationTerms {
-  std::string_view around = "";  // only within these: "file", "type", "value"
-  std::string_view when = "";
-  std::string_view words = "";  // only with all of these modifiers
-  std::string_view each = "";   // the names are the children of these types of what `name` says;
-                                // one that carries none is a list of the same kind
-  std::string_view blank = "";  // what reads so declares nothing
-  std::string_view owner = "";  // the place of the type that the declaration belongs to
-  bool is_whole_name = false;   // the name is all that `name` says, as written
-  bool opens_scope = true;      // what the node holds belongs to the declaration
-  bool stays_open = false;      // what follows in the same parent lies within it, to the next such
-  bool is_qualified = false;    // the FQN has all of it, the name only its last part
-  bool is_beside = false;       // belongs to what is around the declaration that it stands in
+  std::string_view around = "";  // only within these (Around): "file", "type", "value"
+  std::string_view when = "";    // only if these conditions hold
+  std::string_view words = "";   // only with all of these modifiers
+  std::string_view each = "";  // the names are the children, of these types, of the node at `name`;
+                               // a child without a name is a list of the same kind
+  std::string_view blank = "";  // a name with this text declares nothing
+  std::string_view owner = "";  // the path to the name of the type to which the declaration belongs
+  bool is_whole_name = false;   // the name is the text of the node at `name`, as written
+  bool opens_scope = true;      // declarations within the node belong to this one
+  bool stays_open = false;      // so do those behind it in the same parent, up to the next such
+  bool is_qualified = false;    // the FQN has the whole name, the symbol's name is its last part
+  bool is_beside = false;       // belongs to the scope around the declaration that it is in
 };
 
 struct DeclarationRow {
@@ -327,7 +328,7 @@ inline constexpr DeclarationRow DECLARATION_ROWS[] = {
      "object_reference",
      "function",
      {.owner = "object_reference/schema"}},
-    // The grammar knows no procedure and few triggers. Where the name still became a node, it
+    // The grammar has no procedures and few triggers. If the name became a node nevertheless, it
     // counts.
     {In::sql, "ERROR",
      "*keyword_create keyword_replace+keyword_function keyword_procedure keyword_trigger+"

@@ -1,8 +1,8 @@
 // The symbol walk by the navigation rules: every declaration counts, and one node may declare
-// several names. What declares stands in declaration_table.h; this loop knows no language.
+// several names. declaration_table.h says what declares; this loop is the same for all languages.
 //
-// Costs: one table lookup per node; per symbol its names, its texts and what is asked of the nodes
-// around it, which is a fixed number of steps.
+// Costs one load per node; per symbol its name, its texts and a fixed number of steps among the
+// nodes around it.
 //
 // Tested by tests/golden and tests/navigation_test.cpp.
 #include <memory>
@@ -19,12 +19,10 @@
 namespace engines::treesitter {
 namespace {
 
-// Whether what is declared within is local to it.
+// Whether declarations within one of this kind are local to it.
 bool is_body(std::string_view kind) {
   return kind.empty() || kind == "function" || kind == "method";
 }
-
-constexpr std::uint32_t NODES_PER_CHECK = 4096;
 
 }  // namespace
 
@@ -37,28 +35,28 @@ class TreeSitterEngine::DeclarationWalk {
         _file(_read_visibility(Node(tree, 0))),
         _list(list) {}
 
-  // From the root on: a row may speak of a file that is one ERROR.
+  // Begins with the root: a row may be about ERROR, and the whole file may be one.
   void run() {
     for (std::uint32_t index = 0; index < _tree.size(); ++index) {
-      if (index % NODES_PER_CHECK == 0) _content.check_cancelled();
+      if (index % SymbolList::NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().end <= index) _open.pop_back();
       if (_declarations.concern(_tree.record(index).symbol)) visit(Node(_tree, index));
     }
-    // Names with lines of their own are found together, before what stands between them.
+    // Names with lines of their own are found together, before symbols between them.
     _list.put_in_order();
   }
 
  private:
   using FqnId = SymbolList::FqnId;
 
-  // A declaration, or a scope without one, that is open around what is visited.
+  // A declaration, or a scope that declares nothing, around the node that is visited.
   struct Open {
     std::uint32_t node;
-    std::uint32_t end;  // of the nodes that lie within it
+    std::uint32_t end;  // one past the last node within it
     FqnId fqn;
-    Around around;  // what lies within is told to lie in
+    Around around;  // of the declarations within it
     bool is_visible;
-    bool is_local;  // a function, or within one
+    bool is_local;  // it is a function, or is within one
     bool stays_open;
   };
 
@@ -83,7 +81,7 @@ class TreeSitterEngine::DeclarationWalk {
                      is_local() || is_body(row->kind()), row->stays_open()});
   }
 
-  // Gives what lies within, if anything does: of several names, in the first.
+  // Adds the node's symbols. Returns the FQN for the declarations within it, if it opens a scope.
   std::optional<FqnId> declare(const Node& node, const Declaration& row) {
     std::optional<FqnId> opened;
     for (const Node& carrier : row.names(node, _declarations.own_names())) {
@@ -94,12 +92,12 @@ class TreeSitterEngine::DeclarationWalk {
       const FqnId id = add_symbol({parent(), node, lines, row.kind(), name, qualified_name});
       if (!opened && row.opens_scope()) opened = id;
     }
-    // What has no name that could be read, such as one that is computed, hides its locals too.
+    // A function without a readable name, such as a computed one, also makes its content local.
     if (!opened && row.opens_scope() && is_body(row.kind())) opened = parent();
     return opened;
   }
 
-  // A scope that declares nothing: its members stand under its name, if it has one.
+  // A scope that declares nothing. The FQNs of its members contain its name, if it has one.
   FqnId open_scope(const Node& node, const Declaration& row) {
     for (const Node& carrier : row.names(node, _declarations.own_names())) {
       const std::string name = qualified(node, row, carrier);
@@ -108,8 +106,8 @@ class TreeSitterEngine::DeclarationWalk {
     return parent();
   }
 
-  // Whether the node is what a declaration of the same name gives its name to, as in
-  // `f = function f() {}`, and no second declaration.
+  // Whether the node is the value of a declaration of the same name, as in `f = function f() {}`,
+  // and so no second declaration.
   bool is_named_above(const Node& node, std::string_view name) const {
     const std::optional<Node> above = node.parent();
     if (_open.empty() || !above || _open.back().node != above->index()) return false;
@@ -125,7 +123,7 @@ class TreeSitterEngine::DeclarationWalk {
   FqnId parent() const { return _open.empty() ? SymbolList::FILE_PREFIX : _open.back().fqn; }
   bool is_local() const { return !_open.empty() && _open.back().is_local; }
 
-  // What a name adds to the FQN around it.
+  // The part of the FQN that a name adds.
   std::string qualified(const Node& node, const Declaration& row, const Node& carrier) const {
     const OwnNames& own = _declarations.own_names();
     if (const auto owner = row.owner(node, own)) {

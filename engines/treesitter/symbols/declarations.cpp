@@ -13,7 +13,7 @@ struct AroundRow {
 constexpr AroundRow AROUND_ROWS[] = {
     {"file", Around::file}, {"type", Around::type}, {"value", Around::value}};
 
-// What a place begins with that takes more than one name.
+// The place without the sign for several names, if it has one.
 std::string_view without_quantity(std::string_view name) {
   return name.starts_with('+') || name.starts_with('*') ? name.substr(1) : name;
 }
@@ -77,8 +77,8 @@ std::vector<Node> Declaration::names(const Node& node, const OwnNames& own) cons
   return names;
 }
 
-// A child without a name is a list of its own, such as a pattern within a pattern. Costs the nodes
-// of the lists.
+// A child without a name is a list too, such as a pattern within a pattern. Visits each node of the
+// lists once.
 std::vector<Node> Declaration::names_in(const Node& list, const OwnNames& own) const {
   std::vector<Node> names;
   std::vector<Node> lists = {list};

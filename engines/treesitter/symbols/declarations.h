@@ -1,14 +1,11 @@
 // Which nodes declare something under the navigation rules, of which kind, and which nodes carry
-// the names. What is looked for stands in declaration_table.h.
-//
-// Costs one load for a node that declares nothing.
+// the names, by the rows of declaration_table.h. A node that declares nothing costs one load.
 //
 // Tested by tests/navigation_test.cpp and the navigation cases in tests/golden.
 #pragma once
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,17 +16,17 @@
 
 namespace engines::treesitter {
 
-// What is open around a node.
+// What kind of declaration is around a node.
 enum class Around : std::uint8_t {
   file = 1,   // nothing, or modules
   type = 2,   // a class, an interface, an enum or another type
   value = 4,  // a function, a method, a variable or a constant
 };
 
-// What encloses the declarations within a symbol of this kind.
+// What declarations within a symbol of this kind have around them.
 Around around_within(std::string_view kind);
 
-// One row of the table with its texts resolved for a language.
+// One row of the table, translated for a language.
 class Declaration {
  public:
   Declaration(const languages::Language& language, const DeclarationRow& row);
@@ -37,20 +34,21 @@ class Declaration {
   // Empty for a scope that declares nothing.
   std::string_view kind() const { return _row->kind; }
 
+  // Whether the row applies to the node, which is of one of its types.
   bool holds(const Node& node, Around around, const Holders& holders) const;
 
   // The nodes that carry the names, in source order.
   std::vector<Node> names(const Node& node, const OwnNames& own) const;
-  // Whether each name has its own lines, and not those of the node.
+  // Whether the lines of each symbol are those of its name, and not those of the node.
   bool has_own_lines() const { return _row->name.starts_with('*'); }
   bool is_whole_name() const { return _row->terms.is_whole_name; }
-  // Whether what the node holds belongs to the declaration: of several names, to the first.
+  // Whether declarations within the node belong to this one; of several names, to the first.
   bool opens_scope() const { return _row->terms.opens_scope && !has_own_lines(); }
   bool stays_open() const { return _row->terms.stays_open; }
   bool is_qualified() const { return _row->terms.is_qualified; }
   bool is_beside() const { return _row->terms.is_beside; }
 
-  // What carries the name of the type that the declaration says it belongs to.
+  // The node with the name of the type to which the declaration belongs, if it names one.
   std::optional<Node> owner(const Node& node, const OwnNames& own) const;
 
  private:
@@ -66,12 +64,12 @@ class Declaration {
   std::vector<std::string_view> _words;
 };
 
-// All that a language declares.
+// The rows of a language.
 class Declarations {
  public:
   explicit Declarations(const languages::Language& language);
 
-  // Whether a row speaks of nodes of this symbol.
+  // Whether any row is about nodes of this symbol.
   bool concern(std::uint16_t symbol) const { return _concerned[symbol] != 0; }
 
   // The first row that holds for the node, or null.
@@ -84,7 +82,7 @@ class Declarations {
   OwnNames _own_names;
   Holders _holders;
   BySymbol<std::vector<Declaration>> _rows;
-  BySymbol<std::uint8_t> _concerned;  // whether there are any
+  BySymbol<std::uint8_t> _concerned;  // whether there are rows
 };
 
 }  // namespace engines::treesitter

@@ -1,7 +1,6 @@
-// Whether a node declares a symbol, and of which kind.
+// Whether a node declares a symbol under the standard rules, and of which kind.
 //
-// The table (standard_kinds.h) is keyed by the node's type alone, and the language counts only for
-// Python's assignments.
+// The node's type decides (standard_kinds.h), except for Python's assignments.
 //
 // Tested by tests/symbols_test.cpp.
 #include <array>
@@ -14,13 +13,14 @@
 namespace engines::treesitter {
 namespace {
 
-// The same by node type, since it is asked for every node of a file.
+// The same table indexed by node type, since every node of a file is looked up.
 using KindTable = std::array<std::string_view, languages::NODE_TYPE_COUNT>;
 
 constexpr KindTable kinds_by_type() {
   KindTable kinds{};
-  for (const StandardKindRow& row : STANDARD_KINDS)
+  for (const StandardKindRow& row : STANDARD_KINDS) {
     kinds[static_cast<std::size_t>(row.type)] = row.kind;
+  }
   return kinds;
 }
 
@@ -30,8 +30,8 @@ bool is_constant_name(std::string_view name) {
   return name.find('_') != std::string_view::npos && is_upper(name);
 }
 
-// Module-level and class-level constants. Only functions and classes are scopes: an `if` or `try`
-// around the assignment leaves it at module level.
+// Whether the assignment is a constant of the module or of a class. An `if` or `try` around it
+// makes no difference, since only functions and classes are scopes.
 bool is_python_constant(const Node& assignment) {
   const std::optional<Node> scope = assignment.scope();
   const bool is_module_level = !scope || (scope->type() != NodeType::function_definition &&

@@ -1,9 +1,9 @@
-// Signatures and body digests: the line on which a declaration starts, and the lines of its body
-// that carry logic.
+// Signatures and body digests. A signature is the line on which a declaration starts; a body digest
+// is the lines of its body that carry logic.
 //
-// Neither reads more than it needs: a signature costs its line's ends and 200 code points, a digest
-// the lines that it keeps. Which lines of the file carry logic is found once per file (Source), so
-// that nested functions do not judge the lines of their common body again.
+// A signature costs a search for the ends of its line and 200 code points; a digest costs the lines
+// that it keeps. Source finds the lines that carry logic once per file, so that nested functions do
+// not search the same lines again.
 //
 // Tested by tests/signatures_test.cpp.
 #include <algorithm>
@@ -20,8 +20,8 @@ constexpr std::size_t MAX_SIGNATURE_LENGTH = 200;
 constexpr std::string_view SIGNATURE_SUFFIX = "...";
 constexpr std::size_t MAX_BYTES_PER_CODE_POINT = 4;
 
-// The decoded bytes from `begin` up to `end`, or as many of them as hold `count` code points: the
-// caps are short, and a minified line may have 50 MB.
+// The text from `begin` up to `end`, or its first `count` code points. Decodes no more than these
+// need, since a minified line may have 50 MB.
 std::string_view decoded_first(const Source& content, std::size_t begin, std::size_t end,
                                std::size_t count, std::string& storage) {
   end = std::min(end, begin + (count + 1) * MAX_BYTES_PER_CODE_POINT);
@@ -30,8 +30,8 @@ std::string_view decoded_first(const Source& content, std::size_t begin, std::si
 
 bool is_lower_letter(char byte) { return byte >= 'a' && byte <= 'z'; }
 
-// Whether the text before `cut` ends in a whole keyword. Where the file's line goes on with a word
-// character, the line as a whole does not have that keyword, and the body that ends here does.
+// Whether the text before `cut` ends in a whole keyword. If a word character follows in the file,
+// the whole line does not have this keyword, but the body that ends at `cut` does.
 bool ends_in_keyword(std::string_view bytes, std::size_t cut) {
   std::size_t begin = cut;
   while (begin > 0 && cut - begin <= LONGEST_KEYWORD && is_lower_letter(bytes[begin - 1])) --begin;
@@ -41,8 +41,8 @@ bool ends_in_keyword(std::string_view bytes, std::size_t cut) {
   return before.empty() || !is_word(last_code_point(before));
 }
 
-// Where the text of a body's last line begins, which goes up to the node's end, or none when it
-// carries no logic. `line` is the whole line's entry, or null when the whole line carries none.
+// The beginning of the last line of a body, which ends at `cut`; none if the line carries no logic
+// up to there. `line` is the entry of the whole line, or null if the whole line carries no logic.
 std::optional<std::size_t> last_line_begin(const Source& content, const LogicLine* line,
                                            std::size_t cut) {
   if (line != nullptr && line->logic_end <= cut) return line->trimmed_begin;
@@ -52,8 +52,8 @@ std::optional<std::size_t> last_line_begin(const Source& content, const LogicLin
   return begin;
 }
 
-// The lines kept so far, and the room that they take. A line's length counts one more, for the line
-// feed behind it, the last one's too.
+// The lines kept so far. Each line counts one code point more than it has, for its line feed; so
+// does the last one.
 class Digest {
  public:
   explicit Digest(const Source& content) : _content(content) {}

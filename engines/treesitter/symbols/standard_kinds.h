@@ -1,5 +1,7 @@
-// What declares something under the standard rules: one table for all languages, by the node's type
-// alone. So an entry of a JavaScript object literal is a `pair` as JSON's are, and a variable.
+// The declarations of all languages under the standard rules, by the type of the node alone. So an
+// entry of a JavaScript object literal, which is a `pair` as in JSON, is a variable.
+//
+// Tested by tests/symbols_test.cpp.
 #pragma once
 
 #include <string_view>

@@ -100,7 +100,7 @@ std::string TreeSitterEngine::SymbolList::qualified(FqnId parent, std::string_vi
   return text.append(prefix).append(1, '.').append(name);
 }
 
-// Symbols of one row have one signature, and a minified file has one row for all of them.
+// Symbols that start on one row have the same signature, and a minified file is one row.
 const std::optional<std::string>& TreeSitterEngine::SymbolList::signature(const Node& node) {
   if (_signature_row != node.start_row()) {
     _signature = _get_signature(node, _content, _language);

@@ -1,6 +1,5 @@
-// The symbols of one file while a walk finds them: their FQNs, their texts, and the bound on both.
-//
-// FQNs of nested symbols repeat their ancestors, so the total text of a result is bounded.
+// The symbols of one file, to which a walk adds. It makes FQNs, signatures and body digests, and
+// limits their total text: the FQN of a nested symbol repeats those of its ancestors.
 //
 // Tested by tests/symbols_test.cpp.
 #pragma once
@@ -20,20 +19,23 @@ namespace engines::treesitter {
 
 class TreeSitterEngine::SymbolList {
  public:
-  // Names an FQN: the symbol's that holds it, or, negative, one of those that have none. An FQN may
-  // be as long as the file, so that walks keep no copies.
+  // How many nodes a walk visits between two checks for cancellation. Symbols cost more than nodes.
+  static constexpr std::uint32_t NODES_PER_CHECK = 4096;
+
+  // Identifies an FQN: the index of the symbol that has it, or a negative number for an FQN without
+  // a symbol. An FQN may be as long as the file, so walks keep no copies.
   using FqnId = std::int64_t;
-  static constexpr FqnId FILE_PREFIX = INT64_MAX;  // what names at the top are joined to
+  static constexpr FqnId FILE_PREFIX = INT64_MAX;  // the beginning of all FQNs of the file
 
   SymbolList(const Source& content, std::string_view language, std::string fqn_prefix,
              std::int64_t file_id);
 
-  // Valid until the next symbol.
+  // The view is valid until the next symbol is added.
   std::string_view fqn(FqnId id) const;
   bool is_visible(FqnId id) const;
 
-  // What is found: `lines` gives the symbol's lines, `qualified_name` what it adds to the FQN of
-  // its parent.
+  // A declaration. `lines` is the node whose lines the symbol has, `qualified_name` the part of the
+  // FQN behind the parent's.
   struct Found {
     FqnId parent;
     Node node;
@@ -43,18 +45,18 @@ class TreeSitterEngine::SymbolList {
     std::string_view qualified_name;
   };
 
-  // A symbol is added in two steps, and the walk gives export flag and documentation in between.
-  // Both throw ResultLimitError when the texts of this file become too many.
+  // A symbol is added by `begin` and `add`. In between, the walk sets export flag and
+  // documentation. Both throw ResultLimitError when the file's symbols have too much text.
   models::SymbolArguments begin(const Found& found);
   FqnId add(const Found& found, models::SymbolArguments arguments);
 
-  // An FQN that has members here, and no symbol.
+  // Adds an FQN that has members but no symbol.
   FqnId add_scope(FqnId parent, std::string_view qualified_name);
 
-  // Puts the symbols in the order of their first lines, where a walk has not found them so. What
-  // fqn() tells is void from then on.
+  // Sorts the symbols by their first lines. FqnIds are invalid afterwards.
   void put_in_order();
 
+  // The symbols, and the error texts of those that the model rejected.
   std::pair<std::vector<models::Symbol>, std::vector<std::string>> take();
 
  private:

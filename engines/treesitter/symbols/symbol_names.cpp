@@ -1,9 +1,9 @@
-// The name of a node that declares a symbol.
+// The name of a declaration under the standard rules.
 //
-// Six rules name what the data languages declare; everything else is named by the generic rule,
-// which takes the first direct child of a naming type. It never looks deeper and never asks for a
-// field: a field declared with a plain type before its declarator is named after its type, and a
-// declaration whose name sits inside a declarator has none.
+// The languages of data have six rules of their own. All other declarations are named by the
+// generic rule: their first direct child of a naming type. It looks no deeper and asks for no
+// field. So a field whose type is a plain name in front of its declarator is named after its type,
+// and a declaration whose name is inside a declarator has no name.
 //
 // Tested by tests/symbols_test.cpp.
 #include <algorithm>
@@ -30,8 +30,8 @@ constexpr std::array YAML_SCALAR_TYPES = {
     NodeType::double_quote_scalar,
 };
 
-// The headers of block scalars whose content is folded into a name; one with an indentation digit
-// is not among them.
+// The headers of block scalars whose content is folded into one line for the name. Headers with an
+// indentation digit are not among them.
 constexpr std::array<std::string_view, 6> BLOCK_SCALAR_INDICATORS = {"|",  ">",  "|+",
                                                                      "|-", ">+", ">-"};
 
@@ -45,7 +45,7 @@ Name text_of_first(const Node& node, NodeType type) {
   return child ? copy(_node_text(*child)) : std::nullopt;
 }
 
-// The outer key is the text between its quotes as written: escapes stay.
+// The text between the quotes of the key. Escapes stay as written.
 Name json_pair_name(const Node& pair) {
   const auto key = pair.first_child(NodeType::string);
   const auto text = key ? _node_text(*key) : std::nullopt;
@@ -81,7 +81,8 @@ Name block_scalar_name(const Node& scalar) {
   return folded(text->substr(line_end));
 }
 
-// A child of a YAML pair either is the key, or says nothing, or is the colon that ends the search.
+// The result for one child of a YAML pair. The search ends at the key, or at the colon, without a
+// name.
 struct YamlKey {
   bool is_found;
   Name name;
@@ -114,7 +115,7 @@ Name yaml_pair_name(const Node& pair, std::string_view (*unquote)(std::string_vi
   return std::nullopt;
 }
 
-// Tables and pairs alike: the key comes first, and nothing behind an equals sign is one.
+// For tables and pairs. A key behind the equals sign of a pair is not its name.
 Name toml_name(const Node& node, bool is_pair, std::string_view (*unquote)(std::string_view)) {
   for (const Node child : node.children()) {
     if (child.type() == NodeType::bare_key || child.type() == NodeType::dotted_key) {

@@ -1,11 +1,10 @@
-// The symbol walk by the standard rules: from the tree to the symbols that a file declares.
+// The symbol walk by the standard rules.
 //
-// One loop over the tree's array, which is in document order. A declaration opens a scope that
-// lasts to its subtree's end, and the innermost open one names what is found inside; all other
-// nodes are transparent.
+// One loop over the tree's array, which is in document order. A declaration opens a scope up to the
+// end of its subtree. The FQN of a symbol is that of the innermost open scope and its own name;
+// other nodes do not count.
 //
-// Costs: one table lookup per node; per symbol its name and its texts; per repeat of a symbol its
-// name alone.
+// Costs one load per node; per symbol its name and its texts; per repeated symbol its name only.
 //
 // Tested by tests/symbols_test.cpp.
 #include <algorithm>
@@ -26,8 +25,6 @@ bool is_documented(std::string_view kind) {
          kind == "module";
 }
 
-constexpr std::uint32_t NODES_PER_CHECK = 4096;
-
 }  // namespace
 
 class TreeSitterEngine::SymbolWalk {
@@ -41,11 +38,11 @@ class TreeSitterEngine::SymbolWalk {
         _list(list),
         _prefix_hash(GrowingHash().append(list.fqn(SymbolList::FILE_PREFIX))) {}
 
-  // The root itself is never a symbol.
+  // Begins behind the root, which is never a symbol.
   void run() {
     std::uint32_t visited = 0;
     for (std::uint32_t index = 1; index < _tree.size();) {
-      if (++visited % NODES_PER_CHECK == 0) _content.check_cancelled();
+      if (++visited % SymbolList::NODES_PER_CHECK == 0) _content.check_cancelled();
       while (!_open.empty() && _open.back().subtree_end <= index) _open.pop_back();
       index = extract_node(Node(_tree, index));
     }
@@ -59,14 +56,14 @@ class TreeSitterEngine::SymbolWalk {
     FqnId parent;
   };
 
-  // A declaration that has an FQN, whether or not the model accepted it.
+  // An open scope. It counts also if the model rejected its symbol.
   struct Open {
     std::uint32_t subtree_end;
     FqnId fqn;
     GrowingHash hash;  // of the FQN
   };
 
-  // Gives the index of the node to visit next.
+  // Returns the index of the node to visit next.
   std::uint32_t extract_node(const Node& node) {
     const std::uint32_t next = node.index() + 1;
     const auto kind = _node_type_to_symbol_kind(node, _language);
@@ -74,7 +71,7 @@ class TreeSitterEngine::SymbolWalk {
     const auto name = _get_symbol_name(node, _language);
     if (!name) return next;
 
-    // The first declaration of an FQN wins; a later one goes with everything nested in it.
+    // The first declaration of an FQN counts; later ones are skipped with everything in them.
     const std::uint32_t subtree_end = _tree.record(node.index()).subtree_end;
     GrowingHash hash = _open.empty() ? _prefix_hash : _open.back().hash;
     hash.append(".").append(*name);
@@ -85,7 +82,8 @@ class TreeSitterEngine::SymbolWalk {
     return next;
   }
 
-  // The FQN is not made for this: a repeat costs its name, and not the names of its ancestors.
+  // Whether there is a symbol with this FQN, which is not put together for that: a repeat costs
+  // only its own name.
   bool is_seen(const GrowingHash& hash, std::string_view name) const {
     const std::string_view prefix = _list.fqn(parent());
     const auto [first, last] = _fqns_by_hash.equal_range(hash.value());
@@ -115,7 +113,7 @@ class TreeSitterEngine::SymbolWalk {
   SymbolList& _list;
   const GrowingHash _prefix_hash;
 
-  std::pmr::monotonic_buffer_resource _memory;  // of the table, given back as a whole
+  std::pmr::monotonic_buffer_resource _memory;  // of the table
   std::pmr::unordered_multimap<std::uint64_t, KnownFqn> _fqns_by_hash{&_memory};
   std::vector<Open> _open;  // innermost last
 };

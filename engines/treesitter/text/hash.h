@@ -1,8 +1,8 @@
-// The hashes of texts that come from a file.
+// Hashes of texts that come from a file.
 //
-// The standard library's is the same in every process, so that somebody can write a file whose
-// names all fall into one bucket: its table would be searched through for each of them. A number
-// drawn at the start of the process makes the buckets unforeseeable; no answer depends on it.
+// The standard library's hash is the same in every process. An attacker could write a file whose
+// names all have one hash, and every look-up would search through all of them. A random number that
+// each process draws once makes the hashes unforeseeable. No result depends on it.
 //
 // Tested by tests/killers_test.cpp.
 #pragma once
@@ -15,9 +15,9 @@ namespace engines::treesitter {
 
 std::size_t hash_of(std::string_view text);
 
-// The hash of a text that grows at its end, at the cost of what is appended: qualified names repeat
-// their ancestors, which may be as long as the file. A polynomial of the bytes modulo 2^61 - 1, at
-// a place that is drawn once.
+// The hash of a text that grows at its end. Appending costs only the appended bytes, which matters
+// for qualified names: each repeats those of its ancestors, which may be as long as the file. The
+// hash is a polynomial of the bytes modulo 2^61 - 1, evaluated at the random number.
 class GrowingHash {
  public:
   GrowingHash();

@@ -1,4 +1,5 @@
-// Regex: a compiled pattern, immutable and searched from any thread. The door of PCRE2.
+// Regex: a compiled pattern, which is immutable, so any thread may search with it. No other file
+// includes PCRE2.
 //
 // Tested by tests/regex_test.cpp.
 #pragma once
@@ -19,8 +20,9 @@ class Regex {
   Regex(const Regex&) = delete;
   Regex& operator=(const Regex&) = delete;
 
-  // Where the leftmost match in `text` ends, in bytes, or none. `text` must be valid UTF-8. Throws
-  // std::runtime_error when a resource limit ends the search, which must never read as «not found».
+  // The offset in bytes at which the leftmost match in `text` ends, or none. `text` must be valid
+  // UTF-8. Throws std::runtime_error when one of PCRE2's limits ends the search, which is not the
+  // same as no match.
   std::optional<std::size_t> find_end(std::string_view text) const;
 
  private:
@@ -31,15 +33,15 @@ class Regex {
 // The version of Unicode by which patterns class characters, such as "14.0.0".
 std::string regex_unicode_version();
 
-// Control flow or a call: one of 26 keywords as a whole word, or a word before an opening
-// parenthesis. What a body digest keeps of a function is the lines in which it is found.
+// Matches control flow or a call: one of 26 keywords as a whole word, or a word before an opening
+// parenthesis. A body digest keeps the lines with a match.
 extern const Regex _BODY_DIGEST_RE;  // NOLINT(bugprone-reserved-identifier): the constant's name
 
-// Where the leftmost match of _BODY_DIGEST_RE in `text` ends, or none; an own scan for ASCII text,
-// which is nearly all text, and _BODY_DIGEST_RE for the rest.
+// The offset at which the leftmost match of _BODY_DIGEST_RE in `text` ends, or none. ASCII text,
+// which is nearly all text, is scanned by hand.
 std::optional<std::size_t> find_logic_end(std::string_view text);
 
-// Whether `text` is one of the 26 keywords, of which none is longer than eight letters.
+// Whether `text` is one of the 26 keywords, and the length of the longest.
 inline constexpr std::size_t LONGEST_KEYWORD = 8;
 bool is_logic_keyword(std::string_view text);
 

@@ -1,20 +1,21 @@
-// Text arithmetic on UTF-8, and the door of ICU: the character properties come from there.
+// See text.h. The properties of characters come from ICU.
 //
-// Nearly all source text is ASCII, so each loop steps over ASCII bytes without decoding them.
+// Nearly all source text is ASCII, so where whole files are read, ASCII bytes are skipped eight at
+// a time.
 #include "engines/treesitter/text/text.h"
 
 #include <unicode/uchar.h>
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 
 #include "engines/treesitter/treesitter.h"
 
 namespace engines::treesitter {
 namespace {
 
-// Beyond ASCII and the two ranges U+2000-200A and U+001C-001F.
-constexpr std::array<char32_t, 8> RARE_WHITESPACE = {
+// All whitespace outside ASCII and U+2000-200A.
+constexpr char32_t RARE_WHITESPACE[] = {
     U'\x85', U'\xA0', U'\u1680', U'\u2028', U'\u2029', U'\u202F', U'\u205F', U'\u3000',
 };
 
@@ -26,8 +27,8 @@ unsigned char byte_at(std::string_view bytes, std::size_t offset) {
 
 bool is_continuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 
-// What the first byte of a sequence says: the sequence's size (0 for a byte that starts none) and
-// the range of its second byte, which is what excludes overlong forms, surrogates and values past
+// What follows from the first byte of a sequence: the sequence's size (0 for a byte that starts
+// none) and the range of its second byte, which excludes overlong forms, surrogates and values past
 // U+10FFFF.
 struct Lead {
   std::size_t size;
@@ -48,7 +49,8 @@ Lead lead_of(unsigned char byte) {
   return {0, 0, 0};
 }
 
-// How many bytes at `offset` are the start of a well-formed sequence, and the size it would have.
+// How many bytes at `offset` are the start of a well-formed sequence, and the size of that
+// sequence.
 struct Sequence {
   std::size_t present;
   std::size_t size;
@@ -68,7 +70,7 @@ Sequence sequence_at(std::string_view bytes, std::size_t offset) {
   return {present, lead.size};
 }
 
-// The first byte at or after `offset` that is not ASCII; eight bytes a step.
+// The offset of the first byte at or after `offset` that is not ASCII. Takes steps of eight bytes.
 std::size_t skip_ascii(std::string_view bytes, std::size_t offset) {
   constexpr std::uint64_t HIGH_BITS = 0x8080808080808080;
   while (offset + sizeof(std::uint64_t) <= bytes.size()) {
@@ -105,7 +107,8 @@ bool is_whitespace(char32_t value) {
   if (value <= U' ') return value == U' ' || (value >= 0x09 && value <= 0x0D) || value >= 0x1C;
   if (value < 0x80) return false;
   if (value >= 0x2000 && value <= 0x200A) return true;
-  return std::find(RARE_WHITESPACE.begin(), RARE_WHITESPACE.end(), value) != RARE_WHITESPACE.end();
+  return std::find(std::begin(RARE_WHITESPACE), std::end(RARE_WHITESPACE), value) !=
+         std::end(RARE_WHITESPACE);
 }
 
 std::string_view trim_start(std::string_view text) {
@@ -200,11 +203,12 @@ bool is_printable(char32_t value) {
 
 IllFormed find_ill_formed(std::string_view bytes, std::size_t offset, std::size_t until) {
   until = std::min(until, bytes.size());
-  // What ASCII is skipped beyond `until` costs next to nothing.
+  // This may skip ASCII beyond `until`, which costs next to nothing.
   while ((offset = skip_ascii(bytes, offset)) < until) {
     const Sequence sequence = sequence_at(bytes, offset);
-    if (sequence.present < sequence.size)
+    if (sequence.present < sequence.size) {
       return {offset, std::max<std::size_t>(sequence.present, 1)};
+    }
     offset += sequence.size;
   }
   return {offset, 0};

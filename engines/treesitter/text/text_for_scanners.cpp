@@ -1,12 +1,12 @@
-// What the grammars' scanners are told about characters (cmake/scanner_prelude.h directs them
-// here).
+// Replaces the C library's functions about characters in the grammars' scanners
+// (cmake/scanner_prelude.h).
 //
-// The C library's own answers depend on the locale: a host that has called setlocale finds the XML
-// element `<été>`, one that has not finds an error. These are the answers that it gives in a UTF-8
-// locale, in every host, as far as both know the same version of Unicode. Numbers outside of
-// Unicode, with which scanners mark the end of the file and ill-formed bytes, have no property.
+// The C library's functions depend on the locale: a host that has called setlocale finds the XML
+// element `<été>`, one that has not finds an error. These give, in every host, the answers of the C
+// library in a UTF-8 locale, if ICU has the same version of Unicode. Numbers outside Unicode, with
+// which scanners mark the end of the file and ill-formed bytes, have no property.
 //
-// ASCII is answered here: scanners ask about little else, and once for each character.
+// ASCII is answered without ICU: scanners ask about little else, and for each character.
 //
 // Tested by tests/guards_test.cpp.
 #include <unicode/uchar.h>
@@ -29,14 +29,14 @@ bool is_ascii_letter(wint_t character) {
 
 }  // namespace
 
-// The separators U+001C to U+001F, which ICU counts in, are no space to the C library; nor are the
-// no-break spaces, to neither of them.
+// The C library does not count the separators U+001C to U+001F as space, though ICU does. Neither
+// of them counts the no-break spaces.
 extern "C" int treesitter_engine_iswspace(wint_t character) {
   if (is_ascii(character)) return character == ' ' || (character >= '\t' && character <= '\r');
   return u_isWhitespace(code_point(character));
 }
 
-// To the C library the digits of other scripts are letters.
+// The C library counts the digits of scripts other than Latin as letters.
 extern "C" int treesitter_engine_iswalpha(wint_t character) {
   if (is_ascii(character)) return is_ascii_letter(character);
   const UChar32 value = code_point(character);

@@ -1,4 +1,4 @@
-// See export_lists.h. A name may be listed without being declared, and costs nobody anything.
+// See export_lists.h. A list may contain names that the file does not declare; they have no effect.
 #include "engines/treesitter/visibility/export_lists.h"
 
 #include <optional>
@@ -16,10 +16,10 @@ struct ListRow {
   In languages;
   std::string_view types;
   std::string_view when;  // navigation/condition.h
-  std::string_view
-      name;  // a path (navigation/own_name.h); empty for nodes in which nothing is listed
-  // If not empty: the names stand in the children of these types of what `name` says, at this
-  // place of each that the condition holds for.
+  // The path to the name (navigation/own_name.h). Empty for nodes in which no list counts.
+  std::string_view name;
+  // If not empty: the names are in the children, of these types, of the node at `name`, for which
+  // the condition holds, at this place in each.
   std::string_view each = "";
   std::string_view place_in_each = ".";
   std::string_view when_each = "";
@@ -37,10 +37,10 @@ constexpr ListRow LIST_ROWS[] = {
     {In::python, "call", "function= __all__.append", "arguments", "string", "string_content"},
 
     // ---- JavaScript, TypeScript
-    {In::script, "export_statement", "source", ""},  // exports of another file
+    {In::script, "export_statement", "source", ""},  // exports names of another file
     {In::script, "export_specifier", "", "name"},
     {In::script, "export_statement", "value: identifier", "value"},
-    // What is put on a name elsewhere is as visible as the name.
+    // Listed too, since members that are assigned to a name elsewhere are as visible as the name.
     {In::script, "export_statement",
      "^: program; declaration: function_declaration generator_function_declaration "
      "class_declaration",
@@ -66,7 +66,7 @@ constexpr ListRow LIST_ROWS[] = {
      "method_definition", "name"},
 };
 
-// A row with its texts resolved for a language.
+// A row, translated for a language.
 struct List {
   List(const languages::Language& language, const ListRow& row)
       : conditions(language, row.when),
@@ -77,7 +77,7 @@ struct List {
 
   bool is_empty() const { return name.is_empty(); }
 
-  // Calls `add` with each place that a name stands at.
+  // Calls `add` with the node of each name.
   template <typename Add>
   void names(const Node& node, Add add) const {
     const std::optional<Node> place = name.in(node);
@@ -115,8 +115,6 @@ struct Lists {
   BySymbol<std::uint8_t> is_list;  // whether there are rows
   bool is_empty = true;
 };
-
-constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
 
 }  // namespace
 

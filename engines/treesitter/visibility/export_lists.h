@@ -1,6 +1,7 @@
-// What a file's own lists say of the names that are seen outside it, such as `export { f }`.
+// ExportList: the names that a file lists as visible outside it, such as `export { f }`.
 //
-// One loop over the file's nodes, at one load for each of them, and over what the lists hold.
+// Found in one loop over the file's nodes, which costs one load for each node, and the names in
+// lists.
 //
 // Tested by the navigation cases in tests/golden.
 #pragma once

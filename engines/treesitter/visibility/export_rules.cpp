@@ -1,12 +1,14 @@
-// Whether a declaration is seen outside its file: one rule per language, kept in a table.
+// Whether a declaration is visible outside its file under the standard rules: one rule per
+// language.
 //
-// Rules read the node, its direct children and, for JavaScript's family, what encloses it. Texts
-// are read strictly and only where a rule needs them, with early exits: `class A { "\xff" }` in
-// Java fails on its body, `public class A { "\xff" }` is decided before. Modifiers are tested by
-// substring, so that an annotation which mentions "public" makes a declaration public.
+// Rules read the node, its direct children and, for JavaScript, TypeScript and TSX, its ancestors.
+// A text that a rule reads and that is no UTF-8 throws Utf8Error. Rules end as soon as they can: in
+// Java `class A { "\xff" }` throws for its body, and `public class A { "\xff" }` does not. A
+// modifier is found anywhere in a text, so an annotation that mentions "public" makes a declaration
+// public.
 //
-// A question costs the node's direct children: neither reading nor searching a child's whole text
-// costs a scan of it. Throws Utf8Error for such a text that is no UTF-8.
+// Costs one step for each direct child, whatever the length of its text: Source finds ill-formed
+// bytes and words by bisection.
 //
 // Tested by tests/visibility_test.cpp.
 #include <algorithm>
@@ -31,7 +33,7 @@ enum class Rule : std::uint8_t {
   php,               // not `private`, not `protected`
   rust,              // `pub`, of whatever scope
   ruby,              // not in a private or protected section (ruby_sections.cpp)
-  exported_by_form,  // inside an `export` statement, or with the keyword as a child
+  exported_by_form,  // in an `export` statement, or with the keyword as a child
   always,
 };
 
@@ -40,7 +42,7 @@ struct RuleRow {
   Rule rule;
 };
 
-// Every other language exports nothing.
+// Languages without a row export nothing.
 constexpr RuleRow RULES[] = {
     {"python", Rule::no_underscore},
     {"csharp", Rule::csharp},
@@ -59,7 +61,7 @@ constexpr RuleRow RULES[] = {
 constexpr NodeType MODIFIER_TYPES[] = {NodeType::modifiers, NodeType::modifier,
                                        NodeType::visibility_modifier};
 
-// Attributes that publish what they mark; parts of longer words count, as in `RoutePrefix`.
+// Attributes that make their declaration public. Parts of longer words count, as in `RoutePrefix`.
 constexpr std::string_view CONTROLLER_MARKERS[] = {"ApiController", "Controller", "Route",
                                                    "HttpGet", "HttpPost"};
 
@@ -70,11 +72,11 @@ constexpr std::string_view PHP_HIDING_WORDS[] = {"private", "protected"};
 
 constexpr std::string_view RUST_PUBLIC_PREFIX = "pub";
 
-// A node of no bytes reads as the empty text here.
+// The node's text; empty for a node without bytes.
 std::string_view text_or_empty(const Node& node) { return _node_text(node).value_or(""); }
 
-// Whether the node's text holds the word, anywhere. The text is read before it is searched, so that
-// one which is no UTF-8 fails.
+// Whether the node's text contains the word. The text is read first, so that one that is no UTF-8
+// throws.
 bool holds(const Node& node, std::string_view word) {
   return _node_text(node) &&
          node.tree().source().contains(node.start_byte(), node.end_byte(), word);
@@ -93,9 +95,8 @@ std::optional<Rule> rule_of(std::string_view language) {
   return std::nullopt;
 }
 
-// The search upwards ends at an `export` statement or at the program or module around the node.
-// These grammars have no other types of scope (function_definition and class_definition are not
-// theirs), so that the nearest scope is where the search ends.
+// Whether an `export` statement is around the node, within the program or module. In these grammars
+// these three are the only types of SCOPE_TYPES, so the nearest scope decides.
 bool is_exported_by_form(const Node& node) {
   const std::optional<Node> scope = node.scope();
   if (scope && scope->type() == NodeType::export_statement) return true;

@@ -12,33 +12,34 @@
 namespace engines::treesitter {
 namespace {
 
-// Words that hide or show the declarations of some node types.
+// Words that hide or show declarations of some node types.
 struct WordRow {
   In languages;
   std::string_view hiding;
   std::string_view showing;
   std::string_view types;
-  bool may_be_bare;  // for all that follows in the body, until the next one
+  // Whether a word without arguments holds for the rest of the body, up to the next such word.
+  bool may_be_bare;
 };
 
 constexpr WordRow WORD_ROWS[] = {
-    // attr_reader, define_method and their like are calls
+    // attr_reader and define_method are calls.
     {In::ruby, "private protected", "public module_function", "method call alias", true},
     {In::ruby, "private_class_method", "public_class_method", "singleton_method", false},
     {In::ruby, "private_constant", "public_constant", "class module assignment operator_assignment",
      false},
 };
 
-// The nodes that words stand in, all of them directly in a body.
+// How the words look in the tree. All of them are direct children of a body.
 struct FormRow {
   In languages;
-  std::string_view bodies;
-  std::string_view bare;  // a word alone
-  std::string_view call;  // a word with arguments
-  std::string_view word;  // the paths of both in it (navigation/own_name.h)
-  std::string_view arguments;
-  std::string_view addressee;  // a call that has this speaks of something else
-  std::string_view lists;      // arguments that hold others
+  std::string_view bodies;     // types
+  std::string_view bare;       // the type of a word without arguments
+  std::string_view call;       // the type of a word with arguments
+  std::string_view word;       // the path to the word in the call (navigation/own_name.h)
+  std::string_view arguments;  // the path to the arguments in the call
+  std::string_view addressee;  // a call with a node at this path is another call
+  std::string_view lists;      // the types of arguments that contain arguments
 };
 
 constexpr FormRow FORM_ROWS[] = {
@@ -46,10 +47,8 @@ constexpr FormRow FORM_ROWS[] = {
      "receiver", "array symbol_array string_array"},
 };
 
-// As far as a declaration stands from its body, such as in `private memoize def f`.
+// Nobody writes a declaration further below its body than this, as in `private memoize def f`.
 constexpr int MOST_STEPS = 6;
-
-constexpr std::uint32_t NODES_PER_CHECK = 64 * 1024;
 
 }  // namespace
 
@@ -94,7 +93,7 @@ struct HidingWords::Rules {
   SymbolSet bodies, bare, call, lists;
   Path word, arguments, addressee;
   std::unordered_map<std::string_view, Meaning> words;
-  BySymbol<Subject> subjects;  // 0 for what no word speaks of
+  BySymbol<Subject> subjects;  // 0 for nodes that no word is about
   OwnNames own_names;
 };
 

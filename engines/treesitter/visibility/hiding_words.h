@@ -1,8 +1,9 @@
-// Which declarations a file hides by words that stand beside them, such as Ruby's `private`: behind
-// a bare one, as its arguments, or named by those.
+// HidingWords: which declarations a file hides by words beside them, such as Ruby's `private`. A
+// word without arguments hides what follows in its body; a word with arguments hides its arguments,
+// or the declarations that they name.
 //
-// One loop over the file's nodes, for languages that have such words. A question costs a few steps
-// up and searches by bisection.
+// Found in one loop over the file's nodes, for languages that have such words. A look-up costs a
+// few steps up and bisections.
 //
 // Tested by the navigation cases in tests/golden.
 #pragma once
@@ -33,9 +34,10 @@ class HidingWords {
   void read_arguments(const Rules& rules, const Node& body, const Node& call,
                       const Meaning& meaning);
 
-  // A node is known by its index, and what a word speaks of by a number. What is said later holds.
+  // Nodes are indexes; a Subject is a row of the table of words, from 1. The last word about a
+  // declaration holds.
   using Subject = std::uint8_t;
-  using Switch = std::pair<std::uint32_t, bool>;  // a bare word, and whether it hides
+  using Switch = std::pair<std::uint32_t, bool>;  // a word without arguments, and whether it hides
   std::map<std::pair<std::uint32_t, Subject>, std::vector<Switch>> _switches;  // by body
   std::map<std::tuple<std::uint32_t, Subject, std::string>, bool> _names;      // by body
   std::unordered_map<std::uint32_t, bool> _arguments;                          // by node

@@ -1,7 +1,8 @@
-// Whether a declaration is seen outside its file, under the navigation rules: what the language's
-// own convention says, in a table.
+// Whether a declaration is visible outside its file under the navigation rules, by a table of the
+// languages' conventions.
 //
-// A question costs the first modifiers of the declaration's holder (navigation/holder.h).
+// A look-up costs the modifiers of the declaration's holder (navigation/holder.h), and few steps
+// beside.
 //
 // Tested by the navigation cases in tests/golden.
 #include <algorithm>
@@ -17,30 +18,43 @@
 #include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/text/text.h"
 #include "engines/treesitter/treesitter.h"
-#include "engines/treesitter/visibility/file_visibility.h"
+#include "engines/treesitter/visibility/export_lists.h"
+#include "engines/treesitter/visibility/hiding_words.h"
 
 namespace engines::treesitter {
+
+// The parts of a file that say which of its declarations are visible outside it. Read once per
+// file.
+class FileVisibility {
+ public:
+  explicit FileVisibility(const Node& root) : exports(root), hiding_words(root) {}
+
+  const ExportList exports;
+  const HidingWords hiding_words;
+};
+
 namespace {
 
-// The first row that holds decides. Where none does, it is the opposite of what the last one says.
+// The sign that a row asks for. The first row that holds decides. If none holds, the result is the
+// opposite of the last row's.
 enum class Sign : std::uint8_t {
   modifier,     // the holder has one of these modifiers
   name_prefix,  // the name begins with one of these
   upper_case,   // the name begins in upper case
   itself,       // the declaration is of one of these types
-  held,         // the holder is
+  held,         // the holder is of one of these types
   within,       // the holder's parent is of one of these types
-  member,       // the parent of the holder's parent is
-  around,       // one of the nodes around the holder is, not too far out
-  owner_field,  // that one has one of these fields in its head
-  below,        // right above it stands a node of the first type that has the second text in it
+  member,       // the parent of the holder's parent is of one of these types
+  around,       // one of the nodes around the holder is of one of these types, up to MOST_AROUND
+  owner_field,  // the parent of the holder's parent has one of these fields
+  below,        // above it is a node of the first type that contains the second text
   scope,        // the nearest scope (parsing/syntax_tree.h) is of one of these types
-  listed,       // the file's list of exports (export_lists.h) holds it
-  unlisted,     // it does not, though there is one
-  local,        // it stands within a function
+  listed,       // the file's list of exports (export_lists.h) contains it
+  unlisted,     // the file has a list of exports that does not contain it
+  local,        // it is within a function
   hidden,       // a word beside it hides it (hiding_words.h)
-  in_visible,   // it is declared in something that is visible
-  in_hidden,    // it is declared in something that is not
+  in_visible,   // the declaration around it is visible
+  in_hidden,    // the declaration around it is not visible
 };
 
 struct VisibilityRow {
@@ -85,18 +99,18 @@ constexpr VisibilityRow ROWS[] = {
     {In::script, true, Sign::listed},
     {In::script, false, Sign::local},
     {In::typed_script, true, Sign::held, "export_statement"},
-    {In::typed_script, true, Sign::itself, "module", "name: string"},  // for all that import it
+    {In::typed_script, true, Sign::itself, "module", "name: string"},  // any file may import it
     {In::typed_script, false, Sign::in_hidden},
-    {In::typed_script, true, Sign::around, "ambient_declaration"},  // there all is exported
+    {In::typed_script, true, Sign::around, "ambient_declaration"},  // exports everything in it
     {In::typed_script, false, Sign::member, "internal_module module"},
     {In::script, true, Sign::in_visible},
     {In::script, true, Sign::scope, "export_statement"},
 };
 
-// A head has fewer parts than this, unless the file was made so.
+// Nobody writes more children in front of a body than this.
 constexpr int MOST_PARTS = 64;
 
-// Ends at the declaration before, so that those of a file together look at each node once.
+// Ends at the previous declaration, so all searches in a file together visit each node once.
 bool stands_below(const Node& holder, const SymbolSet& types, std::string_view text) {
   for (auto above = holder.previous_record(); above; above = above->previous_record()) {
     if (types.contains(above->symbol())) {
@@ -108,7 +122,7 @@ bool stands_below(const Node& holder, const SymbolSet& types, std::string_view t
   return false;
 }
 
-// Nobody nests declarations deeper by hand than this many nodes.
+// Nobody nests declarations deeper than this many nodes by hand.
 constexpr int MOST_AROUND = 16;
 
 bool stands_within(const Node& holder, const SymbolSet& types) {
@@ -119,7 +133,7 @@ bool stands_within(const Node& holder, const SymbolSet& types) {
   return false;
 }
 
-// A row with its texts resolved for a language.
+// A row, translated for a language.
 class VisibilitySign {
  public:
   VisibilitySign(const languages::Language& language, const VisibilityRow& row)
@@ -204,7 +218,7 @@ class VisibilitySign {
     return around.is_at_top && around.file.exports.is_there();
   }
 
-  // What belongs to a name is listed with it.
+  // A member is listed if its owner is.
   static bool is_listed(std::string_view name, const Surroundings& around) {
     const std::string_view owner = around.qualified_name.substr(0, around.qualified_name.find('.'));
     return around.file.exports.contains(name) || around.file.exports.contains(owner);
@@ -212,8 +226,8 @@ class VisibilitySign {
 
   Sign _sign;
   std::vector<std::string_view> _texts;
-  SymbolSet _types;                    // the texts, where they are types
-  std::vector<std::uint16_t> _fields;  // the texts, where they are fields
+  SymbolSet _types;                    // the texts that are types
+  std::vector<std::uint16_t> _fields;  // the texts as fields; 0 for those that are none
   Conditions _conditions;
 };
 

@@ -1,11 +1,11 @@
-// Ruby's sections: a `private`, `protected` or `public` in a body changes the visibility of every
-// method defined after it in that body, until the next such word.
+// Ruby's sections under the standard rules: `private`, `protected` or `public` in a body sets the
+// visibility of all methods behind it in that body, up to the next such word.
 //
-// The changes of a body are collected once per file, kept in the thread's cache and searched by
-// bisection, so that 10,000 methods after 10,000 changes cost one pass and 10,000 short searches.
-// A word with arguments counts as a bare one: `private :helper` hides all later methods as well.
+// The changes of a body are found once per file, kept in the thread's cache and searched by
+// bisection, so that 10,000 methods among 10,000 changes cost one pass and 10,000 short searches. A
+// word with arguments counts as one without: `private :helper` hides all later methods too.
 //
-// Throws Utf8Error for a name among a body's calls that is no UTF-8.
+// Throws Utf8Error if the name of a call in the body is no UTF-8.
 //
 // Tested by tests/visibility_test.cpp.
 #include <algorithm>
@@ -26,7 +26,7 @@ namespace {
 constexpr std::string_view PUBLIC = "public";
 constexpr std::string_view VISIBILITY_WORDS[] = {"private", "protected", PUBLIC};
 
-// The word that this text is, living as long as the process, or none.
+// The word with this text, or none. The view lives as long as the process.
 std::optional<std::string_view> visibility_word(std::optional<std::string_view> text) {
   if (!text) return std::nullopt;
   const auto word = std::find(std::begin(VISIBILITY_WORDS), std::end(VISIBILITY_WORDS), *text);
@@ -36,8 +36,8 @@ std::optional<std::string_view> visibility_word(std::optional<std::string_view> 
 
 }  // namespace
 
-// The cache knows a body by its start and nothing else, so that two nodes that start at one place
-// share the changes of the one that was asked about first.
+// The cache identifies a body by its start alone. Two bodies that start at the same place have the
+// changes of the one that was looked up first.
 bool TreeSitterEngine::_is_ruby_public(const Node& node) const {
   if (node.type() != NodeType::method && node.type() != NodeType::singleton_method) return true;
   const std::optional<Node> parent = node.parent();
@@ -48,8 +48,8 @@ bool TreeSitterEngine::_is_ruby_public(const Node& node) const {
   if (entry == cache.end()) {
     entry = cache.emplace(key, _build_ruby_visibility_map(*parent)).first;
   }
-  // The last change up to the method's row holds; one on the row itself counts, on whichever side
-  // of the method it stands.
+  // The last change up to the method's row holds. One on the same row counts on both sides of the
+  // method.
   const RubyVisibilityMap& changes = entry->second;
   const auto later =
       std::upper_bound(changes.begin(), changes.end(), node.start_row(),
@@ -74,7 +74,7 @@ TreeSitterEngine::_build_ruby_visibility_map(const Node& parent) {
   return changes;
 }
 
-// Of `helper.private` this is the receiver.
+// The first identifier: `helper` for `helper.private`.
 std::optional<std::string_view> TreeSitterEngine::_get_ruby_call_name(const Node& node) {
   const std::optional<Node> name = node.first_child(NodeType::identifier);
   return name ? _node_text(*name) : std::nullopt;
