@@ -103,8 +103,7 @@ class RuleStack {
                         // repository around the first folder, or from that folder
   std::string _folded;  // an entry's path in lower case, where case is folded
   std::vector<File> _files;
-  std::size_t _first =
-      0;  // of _files, the first that applies; those before are of outer repositories
+  std::size_t _first = 0;                 // in _files; those before are of outer repositories
   std::vector<Repository> _repositories;  // around the current folder, the innermost last
   bool _is_ignored = false;               // git's rules ignore the current folder
   bool _folds_case = false;

@@ -85,7 +85,7 @@ bool read_path(Reader& reader, std::uint32_t version, std::size_t begin, std::st
 }  // namespace
 
 void TrackedFiles::add(std::string_view path) {
-  if (!is_empty() && this->path(_begins.size() - 1) == path) return;  // a conflict has it thrice
+  if (!is_empty() && this->path(_begins.size() - 1) == path) return;  // stages of a conflict
   _begins.push_back(_paths.size());
   _paths.append(path).append(1, '\0');
 }
