@@ -1,12 +1,15 @@
-// See answer_text.h.
-#include "tool/answer_text.h"
-
+// The text form of an answer. See answer_output.h.
 #include <algorithm>
 #include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "engines/treesitter/treesitter.h"
+#include "tool/answer_output.h"
 #include "tool/columns.h"
 #include "tool/escape.h"
 
@@ -22,11 +25,12 @@ using repository::Statistics;
 using repository::Use;
 
 constexpr std::size_t KIND_WIDTH = 13;  // of "import_module"
-// Columns grow with their texts up to here; a longer one moves what is behind it.
+// A column is as wide as its longest text, but not wider than this. A longer text pushes what
+// stands behind it to the right.
 constexpr std::size_t MOST_PLACE_WIDTH = 40;
 constexpr std::size_t MOST_NAME_WIDTH = 40;
 
-// The qualified name without what the path, which stands in front, says as well.
+// The qualified name without the prefix that it has from the file's path.
 std::string local_name(const Definition& symbol) {
   const std::string prefix = engines::treesitter::TreeSitterEngine::fqn_prefix(symbol.path) + '.';
   return escaped(symbol.fqn.starts_with(prefix) ? symbol.fqn.substr(prefix.size()) : symbol.fqn);
@@ -45,7 +49,38 @@ std::string joined(const std::vector<std::string_view>& texts) {
   return all;
 }
 
-}  // namespace
+class AnswerText final : public AnswerOutput {
+ public:
+  AnswerText(OutputBuffer& out, const Terminal& terminal, std::string root);
+
+  void write(std::span<const Definition> rows) override;
+  void write_outline(std::span<const Definition> rows) override;
+  void write(std::span<const Use> rows) override;
+  void write(const PendingChange& change) override;
+  void write(const Statistics& statistics) override;
+  void write_cut(std::size_t /*shown*/) override {}
+
+ private:
+  struct Line {
+    std::string place;
+    std::string kind;
+    std::string name;
+    std::string rest;                // behind the name, such as the signature
+    std::vector<std::string> below;  // further lines
+  };
+
+  std::string place(const std::string& path, std::uint32_t line) const;
+  std::vector<std::string> meanings(const Meanings& found) const;
+  void write_lines(const std::vector<Line>& lines);
+  void write_line(const Line& line, std::size_t place_width, std::size_t name_width);
+  void write_below(const Line& line);
+  void fit(std::string_view text, std::size_t& column);
+
+  OutputBuffer& _out;
+  const Terminal _terminal;
+  const std::string _root;
+  std::string _here;  // the current folder; empty when the system does not tell it
+};
 
 AnswerText::AnswerText(OutputBuffer& out, const Terminal& terminal, std::string root)
     : _out(out), _terminal(terminal), _root(std::move(root)) {
@@ -61,8 +96,7 @@ std::string AnswerText::place(const std::string& path, std::uint32_t line) const
   return line == 0 ? shown : shown + ':' + std::to_string(line);
 }
 
-// ---- Lines ----
-
+// Writes as much of a text as fits between `column` and the end of the line, and moves `column`.
 void AnswerText::fit(std::string_view text, std::size_t& column) {
   const std::size_t room = _terminal.width - std::min(_terminal.width, column);
   const std::size_t length = columns(text);
@@ -84,7 +118,7 @@ void AnswerText::write_line(const Line& line, std::size_t place_width, std::size
     std::string spaces(2 + width - std::min(width, column), ' ');
     fit(spaces, column);
   };
-  // Beside a place that fills the terminal there is no room for anything.
+  // A place that fills the terminal leaves no room, so that the rest goes on the next line.
   if (column >= _terminal.width) {
     _out.write('\n');
     column = 0;
@@ -106,8 +140,12 @@ void AnswerText::write_line(const Line& line, std::size_t place_width, std::size
     }
   }
   _out.write('\n');
+  write_below(line);
+}
+
+void AnswerText::write_below(const Line& line) {
   for (const std::string& below : line.below) {
-    column = 0;
+    std::size_t column = 0;
     _out.write(_terminal.begin(Colour::faint));
     fit(below, column);
     _out.write(_terminal.end());
@@ -128,8 +166,6 @@ void AnswerText::write_lines(const std::vector<Line>& lines) {
   }
 }
 
-// ---- Rows ----
-
 void AnswerText::write(std::span<const Definition> rows) {
   std::vector<Line> lines;
   lines.reserve(rows.size());
@@ -143,13 +179,13 @@ void AnswerText::write(std::span<const Definition> rows) {
   write_lines(lines);
 }
 
-// What is nested stands under what holds it. The depth shown is bounded, since that of a file is
-// not.
+// Indents a symbol below the one that contains it. The depth of a file has no bound, the indent
+// has.
 void AnswerText::write_outline(std::span<const Definition> rows) {
   constexpr std::size_t MOST_DEPTH = 20;
   std::vector<Line> lines;
   lines.reserve(rows.size());
-  std::vector<std::uint32_t> ends;  // of the symbols around
+  std::vector<std::uint32_t> ends;  // last lines of the symbols around
   for (const Definition& row : rows) {
     while (!ends.empty() && (ends.back() < row.first || ends.back() < row.last)) ends.pop_back();
     lines.push_back({place(row.path, row.first),
@@ -215,6 +251,27 @@ void AnswerText::write(const Statistics& statistics) {
     line(language.language, std::to_string(language.files) + " files, " +
                                 std::to_string(language.symbols) + " symbols");
   }
+}
+
+}  // namespace
+
+std::unique_ptr<AnswerOutput> answer_as_text(OutputBuffer& out, const Terminal& terminal,
+                                             std::string root) {
+  return std::make_unique<AnswerText>(out, terminal, std::move(root));
+}
+
+std::string_view pending_text(Pending kind) {
+  switch (kind) {
+    case Pending::added:
+      return "added";
+    case Pending::changed:
+      return "changed";
+    case Pending::removed:
+      return "removed";
+    case Pending::unreadable:
+      break;
+  }
+  return "unreadable";
 }
 
 }  // namespace tool

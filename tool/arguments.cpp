@@ -1,4 +1,4 @@
-// See arguments.h. CLI11's door, with command_options.cpp.
+// See arguments.h. Lets CLI11 read the options (command_options.h), and checks what it cannot.
 #include "tool/arguments.h"
 
 #include <unistd.h>
@@ -13,10 +13,9 @@
 #include "engines/languages/languages.h"
 #include "tool/command_options.h"
 #include "tool/escape.h"
-#include "tool/index_arguments.h"
-#include "tool/question_arguments.h"
 #include "tool/shield.h"
 #include "tool/suggestion.h"
+#include "tool/terminal.h"
 
 namespace tool {
 namespace {
@@ -26,7 +25,7 @@ constexpr const char* DESCRIPTION =
     "index and\n"
     "answers questions from it.";
 
-// CLI11's own words, which quote what the user gave.
+// CLI11's error texts quote what the user gave, shields included.
 UsageError usage_error(const CLI::ParseError& error) {
   std::string text = error.what();
   std::erase(text, SHIELD);
@@ -63,20 +62,17 @@ void require_checkable(const Arguments& parsed) {
   }
 }
 
-void require_usable_batch(const Arguments& parsed) {
-  if (!parsed.paths.empty() || parsed.files_from) {
-    throw UsageError("parse: --batch takes paths from standard input alone");
-  }
-  if (parsed.null_separated && !parsed.lists) {
-    throw UsageError("parse: --null needs --files-from, or --batch and --list");
-  }
-}
-
 void require_usable(const Arguments& parsed) {
-  if (parsed.is_batch) return require_usable_batch(parsed);
-  if (parsed.paths.empty() && !parsed.files_from) throw UsageError("parse: no PATH is given");
-  require_usable_input(parsed);
-  if (parsed.null_separated && !parsed.files_from) {
+  if (parsed.is_batch) {
+    if (!parsed.paths.empty() || parsed.files_from) {
+      throw UsageError("parse: --batch takes paths from standard input alone");
+    }
+  } else {
+    if (parsed.paths.empty() && !parsed.files_from) throw UsageError("parse: no PATH is given");
+    require_usable_input(parsed);
+  }
+  const bool has_list = parsed.is_batch ? parsed.lists : parsed.files_from.has_value();
+  if (parsed.null_separated && !has_list) {
     throw UsageError("parse: --null needs --files-from, or --batch and --list");
   }
   for (const std::string& path : parsed.paths) {
@@ -94,7 +90,7 @@ std::vector<std::string> command_names(const CLI::App& app) {
   return names;
 }
 
-// Turns `help COMMAND` into `COMMAND --help`, and finds what is no command.
+// Turns `help COMMAND` into `COMMAND --help`. Throws UsageError when the first word is no command.
 void settle_command(const CLI::App& app, std::vector<std::string>& arguments) {
   if (arguments.empty()) throw UsageError("no command is given, such as `parse PATH`");
   if (arguments.front() == "help") {
@@ -113,7 +109,7 @@ void settle_command(const CLI::App& app, std::vector<std::string>& arguments) {
   throw UsageError("unknown command '" + escaped(word) + "'" + meant);
 }
 
-// What is left of the arguments is an error, which CLI11 would put less helpfully.
+// Throws UsageError for arguments that the command does not take. CLI11's text has no suggestion.
 void require_all_taken(const CLI::App& command) {
   const auto rest = command.remaining();
   if (rest.empty()) return;
@@ -126,6 +122,20 @@ void require_all_taken(const CLI::App& command) {
   }
   word = word.substr(0, word.find('='));
   throw UsageError("unknown option '" + escaped(word) + "'" + suggestion(word, names));
+}
+
+// Finishes the arguments of `parse` and `check`.
+void settle_parse(const CLI::App& app, Arguments& parsed) {
+  std::for_each(parsed.paths.begin(), parsed.paths.end(), unshield);
+  if (parsed.files_from) unshield(*parsed.files_from);
+  if (parsed.stdin_path) unshield(*parsed.stdin_path);
+  settle_files(parsed);
+  if (app.got_subcommand("check")) {
+    parsed.command = Command::check;
+    require_checkable(parsed);
+  } else {
+    require_usable(parsed);
+  }
 }
 
 }  // namespace
@@ -154,7 +164,7 @@ void add_all(CLI::App& app, Arguments& parsed) {
 
 Arguments parse_arguments(int count, const char* const* arguments) {
   Arguments parsed;
-  parsed.format = ::isatty(STDOUT_FILENO) != 0 ? Format::text : Format::json;
+  parsed.format = is_terminal(STDOUT_FILENO) ? Format::text : Format::json;
   CLI::App app;
   add_all(app, parsed);
 
@@ -182,18 +192,7 @@ Arguments parse_arguments(int count, const char* const* arguments) {
     parsed.command = Command::languages;
     return parsed;
   }
-  if (settle_index(app, parsed)) return parsed;
-  if (settle_question(app, parsed)) return parsed;
-  std::for_each(parsed.paths.begin(), parsed.paths.end(), unshield);
-  if (parsed.files_from) unshield(*parsed.files_from);
-  if (parsed.stdin_path) unshield(*parsed.stdin_path);
-  settle_files(parsed);
-  if (app.got_subcommand("check")) {
-    parsed.command = Command::check;
-    require_checkable(parsed);
-  } else {
-    require_usable(parsed);
-  }
+  if (!settle_index(app, parsed) && !settle_question(app, parsed)) settle_parse(app, parsed);
   return parsed;
 }
 

@@ -1,6 +1,6 @@
-// The command line, read and checked: what is wrong with it is said before anything is parsed.
+// Reads and checks the command line, so that wrong use is reported before anything is parsed.
 //
-// Tested by tests/tool_test.py.
+// Tested by tests/tool_runs_test.py (wrong use) and tests/tool_test.py.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ namespace tool {
 // The most threads that --jobs takes.
 inline constexpr unsigned MAX_JOBS = 1024;
 
-// What stands for standard input among paths and as a list's name.
+// The name of standard input, as a path or as the file of --files-from.
 inline constexpr const char* STANDARD_INPUT = "-";
 
 enum class Command : std::uint8_t {
@@ -47,59 +47,62 @@ enum class Question : std::uint8_t {
   stats
 };
 
-// Of the commands that ask an index.
+// The arguments of the commands that ask an index. What a command has no option for keeps its
+// default.
 struct QuestionArguments {
   Question question = Question::find;
-  std::string text;                // what is asked for
-  std::vector<std::string> words;  // of a search
-  repository::Match match = repository::Match::exact;
+  std::string text;                // the name, path or words that are asked for
+  std::vector<std::string> words;  // of `search`; parse_arguments joins them into `text`
+  repository::Match match = repository::Match::exact;  // of `find`
   repository::Filter filter;
-  std::size_t limit = 100;  // 0 for none
-  std::string path = ".";
-  std::optional<std::string> database;
-  std::optional<std::string> catalogue;  // a folder; of `find` alone
+  std::size_t limit = 100;               // 0 for all rows; parse_arguments copies it to `filter`
+  std::string path = ".";                // a folder of the repository
+  std::optional<std::string> database;   // the index's file, if it is not at its usual place
+  std::optional<std::string> catalogue;  // of `find`: the folder of a catalogue to ask instead
   Format format = Format::text;
 };
 
 struct Arguments {
   Command command = Command::parse;
-  std::string help;              // the text, when the command is `help`
-  bool is_version_json = false;  // when it is `version`
+  std::string help;              // of `help`: the text to print
+  bool is_version_json = false;  // of `version`
 
-  // Of `parse`; `check` has the language, the format and the rules, and its file as the one path:
-  std::optional<std::string> language;  // forced; one of the sixteen
-  unsigned jobs = 0;                    // threads, at most MAX_JOBS; 0 for as many as processors
+  // Of `parse`. `check` has the language, the format and the rules of these, and its file as the
+  // only path.
+  std::optional<std::string> language;  // canonical name; the language of all that is named
+  unsigned jobs = 0;                    // threads, at most MAX_JOBS; 0 for one per processor
   Format format = Format::json;
   engines::treesitter::Rules rules = engines::treesitter::Rules::standard;
-  std::optional<std::string> files_from;  // a list of paths, or STANDARD_INPUT
-  bool null_separated = false;            // how that list is separated
-  std::vector<std::string> paths;         // any bytes; no folder where a language is forced
-  std::optional<std::string> stdin_path;  // of what standard input holds
-  bool is_batch = false;                  // contents and paths on standard input
-  bool skips_binary = false;              // also what is named
-  bool lists = false;                     // what would be parsed, and parses nothing
-  repository::FileRules files;            // those of folders, and the size of any
+  std::optional<std::string> files_from;  // the file of a list of paths, or STANDARD_INPUT
+  bool null_separated = false;            // paths in lists end with NUL and not with line feeds
+  std::vector<std::string> paths;         // any bytes; no folder when a language is given
+  std::optional<std::string> stdin_path;  // the path of what standard input holds
+  bool is_batch = false;                  // standard input holds contents, each with its path
+  bool skips_binary = false;              // leave out binary files that are named, too
+  bool lists = false;                     // print what would be parsed, and parse nothing
+  repository::FileRules files;            // which files of folders, and the largest size of any
   bool is_verbose = false;
 
-  // Of `index` and `watch`, beside `jobs`, `files` and `is_verbose`:
-  bool has_files = false;  // `files` is to hold from now on
-  std::optional<std::string> tags;
-  std::optional<std::string> from_shards;  // a folder; of `index` alone
-  std::optional<std::string> catalogue;    // a folder to make one in, of shards
-  std::string index_path = ".";
-  std::optional<std::string> database;
+  // Of `index` and `watch`, which have `jobs`, `files` and `is_verbose` as well.
+  bool has_files = false;                  // the user gave `files`; otherwise the index's own apply
+  std::optional<std::string> tags;         // a tags file to write
+  std::optional<std::string> from_shards;  // of `index`: the output folder of a cluster's run
+  std::optional<std::string> catalogue;    // of `index`: the folder to make a catalogue in
+  std::string index_path = ".";            // a folder of the repository
+  std::optional<std::string> database;     // the index's file, if it is not at its usual place
   engines::treesitter::Rules index_rules = engines::treesitter::Rules::navigation;
 
   QuestionArguments question;
 };
 
-// What the user has to change about the command line.
+// Wrong use. The text says what the user has to change about the command line.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Asks the system whether standard output is a terminal, and what is a folder. Throws UsageError.
+// Reads the arguments of main(). Asks the system which paths are folders, and whether standard
+// output is a terminal, on which `format` defaults to text. Throws UsageError.
 Arguments parse_arguments(int count, const char* const* arguments);
 
 }  // namespace tool

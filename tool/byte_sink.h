@@ -1,4 +1,6 @@
-// Where a record goes that is written in pieces: a string, a descriptor.
+// Where output goes that is written in pieces, such as a string or a descriptor.
+//
+// Tested by tests/tool_formats_test.cpp.
 #pragma once
 
 #include <string>
@@ -13,7 +15,7 @@ class ByteSink {
   ByteSink& operator=(const ByteSink&) = delete;
   virtual ~ByteSink() = default;
 
-  // Takes the bytes before it returns; pieces are of any size.
+  // `bytes`: a piece of any size, valid during the call.
   virtual void write(std::string_view bytes) = 0;
 };
 

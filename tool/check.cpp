@@ -1,8 +1,9 @@
-// See check.h.
+// See commands.h.
 #include "tool/check.h"
 
 #include <variant>
 
+#include "tool/commands.h"
 #include "tool/descriptors.h"
 #include "tool/interrupts.h"
 #include "tool/messages.h"
@@ -11,7 +12,6 @@
 namespace tool {
 namespace {
 
-using engines::treesitter::Encoding;
 using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseItem;
 using engines::treesitter::ParseReport;
@@ -52,42 +52,6 @@ Checked examine(const Arguments& arguments) {
 
 }  // namespace
 
-std::string_view encoding_text(Encoding encoding) {
-  switch (encoding) {
-    case Encoding::utf8:
-      return "UTF-8";
-    case Encoding::utf8_with_mark:
-      return "UTF-8 with a byte order mark";
-    case Encoding::utf16_little:
-      return "UTF-16, little-endian";
-    case Encoding::utf16_big:
-      return "UTF-16, big-endian";
-    case Encoding::binary:
-      return "binary, with a NUL among the first 8 KiB";
-    case Encoding::ill_formed:
-      return "no well-formed UTF-8";
-  }
-  return "";
-}
-
-std::string_view encoding_word(Encoding encoding) {
-  switch (encoding) {
-    case Encoding::utf8:
-      return "utf8";
-    case Encoding::utf8_with_mark:
-      return "utf8_with_mark";
-    case Encoding::utf16_little:
-      return "utf16_little";
-    case Encoding::utf16_big:
-      return "utf16_big";
-    case Encoding::binary:
-      return "binary";
-    case Encoding::ill_formed:
-      return "ill_formed";
-  }
-  return "";
-}
-
 std::array<std::pair<std::string_view, std::optional<ParseReport::Duration>>, 5> steps_of(
     const ParseReport& report) {
   return {{{"read", report.read},
@@ -97,7 +61,7 @@ std::array<std::pair<std::string_view, std::optional<ParseReport::Duration>>, 5>
            {"references", report.references}}};
 }
 
-int check(const Arguments& arguments) {
+int run_check(const Arguments& arguments) {
   const Checked checked = examine(arguments);
   std::string text;
   StringSink sink(text);

@@ -1,14 +1,32 @@
-// What `check` prints for programs. Every field is always there, null where the parse did not get.
+// The JSON form of `check`. See check.h.
 #include "tool/check.h"
 #include "tool/json_object.h"
-#include "tool/json_string.h"
 #include "tool/output_buffer.h"
 
 namespace tool {
 namespace {
 
+using engines::treesitter::Encoding;
 using engines::treesitter::ParseReport;
 using engines::treesitter::Rules;
+
+std::string_view encoding_word(Encoding encoding) {
+  switch (encoding) {
+    case Encoding::utf8:
+      return "utf8";
+    case Encoding::utf8_with_mark:
+      return "utf8_with_mark";
+    case Encoding::utf16_little:
+      return "utf16_little";
+    case Encoding::utf16_big:
+      return "utf16_big";
+    case Encoding::binary:
+      return "binary";
+    case Encoding::ill_formed:
+      return "ill_formed";
+  }
+  return "";
+}
 
 std::optional<std::string_view> none_if_empty(std::string_view text) {
   return text.empty() ? std::nullopt : std::optional(text);

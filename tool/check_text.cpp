@@ -1,4 +1,4 @@
-// What `check` prints for people: a line for each fact, none for what the parse did not reach.
+// The text form of `check`. See check.h.
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -11,6 +11,7 @@
 namespace tool {
 namespace {
 
+using engines::treesitter::Encoding;
 using engines::treesitter::ParseReport;
 using engines::treesitter::Rules;
 
@@ -29,7 +30,7 @@ std::string in_milliseconds(ParseReport::Duration time) {
 
 std::string share(double part, double whole) { return formatted(" (%.2f %%)", 100 * part / whole); }
 
-// Facts, one on a line.
+// Writes a fact on each line: a label, and what it says.
 class Lines {
  public:
   explicit Lines(OutputBuffer& out) : _out(out) {}
@@ -62,6 +63,24 @@ class Lines {
  private:
   OutputBuffer& _out;
 };
+
+std::string_view encoding_text(Encoding encoding) {
+  switch (encoding) {
+    case Encoding::utf8:
+      return "UTF-8";
+    case Encoding::utf8_with_mark:
+      return "UTF-8 with a byte order mark";
+    case Encoding::utf16_little:
+      return "UTF-16, little-endian";
+    case Encoding::utf16_big:
+      return "UTF-16, big-endian";
+    case Encoding::binary:
+      return "binary, with a NUL among the first 8 KiB";
+    case Encoding::ill_formed:
+      return "no well-formed UTF-8";
+  }
+  return "";
+}
 
 std::string language_fact(const Checked& checked) {
   if (checked.language.empty()) return "unknown: neither name nor suffix tells it";

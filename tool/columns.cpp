@@ -1,4 +1,4 @@
-// See columns.h. ICU's door, beside the engine's own.
+// See columns.h. Uses ICU directly, since the engine's text arithmetic has no widths.
 #include "tool/columns.h"
 
 #include <unicode/uchar.h>
@@ -22,11 +22,12 @@ std::size_t columns_of(UChar32 character) {
   }
 }
 
-// Where the first `most` columns end, and how many there are.
 struct Place {
-  std::size_t offset;
-  std::size_t columns;
+  std::size_t offset;   // in bytes
+  std::size_t columns;  // before it
 };
+
+// Where at most `most` columns end.
 
 Place place_of(std::string_view text, std::size_t most) {
   Place place{0, 0};

@@ -4,15 +4,13 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <functional>
-#include <initializer_list>
-#include <string>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
+#include "engines/languages/languages.h"
 #include "tool/escape.h"
-#include "tool/language_option.h"
 #include "tool/shield.h"
 #include "tool/suggestion.h"
 
@@ -21,55 +19,18 @@ namespace {
 
 using engines::treesitter::Rules;
 
-constexpr const char* PARSE_FOOTER = R"(
-Folders are walked in the order of their paths' bytes, to any depth. Hidden entries, symbolic links,
-files of unknown language and binary ones (with a NUL among their first 8 KiB, as UTF-16 has) are
-left out in them, and what is ignored:
-  in a git repository by its .gitignore files, also those above the folder that is named, its
-  .git/info/exclude and the user's core.excludesFile, but for what is tracked
-  everywhere by .ignore files, which are written alike and stronger than .gitignore beside them
-A GLOB of --exclude is such a pattern too, in the folder that is named, and stronger than all of
-them: '*.min.js', '/build/', '!kept.js'.
+// Usual names of languages that are neither canonical nor a suffix.
+constexpr std::pair<std::string_view, std::string_view> ALIASES[] = {
+    {"c#", "csharp"},       {"c-sharp", "csharp"}, {"ecmascript", "javascript"}, {"golang", "go"},
+    {"node", "javascript"}, {"python3", "python"}, {"typescriptreact", "tsx"},
+};
 
-What is named itself is taken whatever the rules say: a file is always answered, a folder entered, a
-link followed; but a link to a folder in the list of --files-from is left out. --language is for
-files: a folder beside it is an error.
+std::vector<std::string> names() {
+  const auto all = engines::languages::language_names();
+  return {all.begin(), all.end()};
+}
 
-The contents of --batch stand behind each other as `git cat-file --batch='%(objectsize) %(rest)'` prints
-them: a line `SIZE PATH`, SIZE bytes, a line feed; a PATH in double quotes is quoted as git quotes it.
-Each gets the record of a file of these bytes at PATH. A stream that is cut ends the run with status 2
-behind the records of what was whole.
-
-json prints one object per file and line, in the order of the paths, whatever --jobs is:
-  {"path","language","content_hash","symbols","references","errors"}
-  {"path","language":null}   the name tells no language, and no --language is given
-  {"path","raised"}          the parse ended with this error and has no result
-What cannot be read (a missing file, a folder without permission) or is larger than --max-filesize
-has the first form with the reason in "errors". Bytes of a path that are no UTF-8 become U+FFFD; the
-exact bytes of such a path follow in "path_bytes", as hexadecimal digits.
-
---list prints {"path","size"} for what is named and {"path","size","found":true} for what a folder holds;
-what cannot be read of folders has the record that the parse would give it. With --batch standard input
-holds paths alone, and those are printed that a walk of their folder would take by --hidden, --exclude and
---type, as they are.
-
-ctags prints a sorted tags file in the extended format when all is parsed: `--format ctags . > tags`.
-Its paths are as given, so make it where it is to lie. Lines of more than 64 KiB are left out and told.
-
-On standard error come the files that failed and, with --verbose or on a terminal, what was done
-and left out. Ctrl-C ends the run behind a whole record, a second one at once.
-
-Exit status: 0 when every file gave a result without error texts, 1 when some file failed (its record
-is there all the same), 2 when the run could not be done.)";
-
-constexpr const char* CHECK_FOOTER = R"(
-Parses one file and says what it met and took: what told the language, how the bytes look, how much of
-the tree is syntax errors, what is used of each budget whose end would end the parse, and the time of
-each step. json is one object on one line, with times in seconds.
-
-Exit status: as of parse.)";
-
-// "64M" as bytes; 0 for no limit.
+// The value of --max-filesize, such as "64M", in bytes. "0" means no limit: the largest number.
 std::uint64_t size_meant(std::string_view text) {
   constexpr std::string_view UNITS = "kmg";
   const std::string shown = escaped(text);
@@ -90,12 +51,41 @@ std::uint64_t size_meant(std::string_view text) {
   return size == 0 ? UINT64_MAX : size << shift;
 }
 
-// Hands the value of an option to whoever understands it.
+// A function for CLI11 that calls `take` with the value as the user wrote it.
 auto taking(std::function<void(const std::string&)> take) {
   return [take = std::move(take)](std::string value) {
     unshield(value);
     take(value);
   };
+}
+
+// An option whose value is one of `words`.
+void add_choice(CLI::App& command, const char* names, const char* help,
+                const std::vector<std::string>& words,
+                const std::function<void(const std::string&)>& take) {
+  command.add_option_function<std::string>(names, take, help)
+      ->type_name(CLI::detail::join(words, "|"))
+      ->check(CLI::IsMember(words).description(""));
+}
+
+}  // namespace
+
+std::string language_meant(std::string_view text) {
+  const std::string word = lower_case(text);
+  const std::string suffix = word.starts_with('.') ? word : '.' + word;
+  for (const auto& language : engines::languages::language_infos()) {
+    const auto& suffixes = language.suffixes;
+    if (word == language.name ||
+        std::find(suffixes.begin(), suffixes.end(), suffix) != suffixes.end()) {
+      return std::string(language.name);
+    }
+  }
+  for (const auto& [alias, name] : ALIASES) {
+    if (word == alias) return std::string(name);
+  }
+  const std::string meant = suggestion(word, names());
+  throw UsageError("unknown language '" + escaped(text) + "'" +
+                   (meant.empty() ? "; `treesitter-engine languages` lists them" : meant));
 }
 
 void add_language(CLI::App& command, Arguments& parsed) {
@@ -107,34 +97,27 @@ void add_language(CLI::App& command, Arguments& parsed) {
       ->type_name("NAME");
 }
 
-void add_rules(CLI::App& command, Arguments& parsed) {
+void add_format(CLI::App& command, Format& format, const char* help,
+                const std::vector<std::string>& words) {
+  add_choice(command, "-f,--format", help, words, [&format](const std::string& word) {
+    format = word == "ctags" ? Format::ctags : word == "text" ? Format::text : Format::json;
+  });
+}
+
+void add_rules(CLI::App& command, Rules& rules, const char* help,
+               const std::vector<std::string>& words) {
+  add_choice(command, "--rules", help, words, [&rules](const std::string& word) {
+    rules = word == "navigation" ? Rules::navigation : Rules::standard;
+  });
+}
+
+void add_jobs(CLI::App& command, Arguments& parsed) {
   command
-      .add_option_function<std::string>(
-          "--rules",
-          [&parsed](const std::string& name) {
-            parsed.rules = name == "navigation" ? Rules::navigation : Rules::standard;
-          },
-          "standard, or navigation for finding definitions and callers")
-      ->type_name("standard|navigation")
-      ->check(CLI::IsMember({"standard", "navigation"}).description(""));
+      .add_option("-j,--jobs", parsed.jobs,
+                  "Threads, 1 to 1024; by default as many as processors may be used")
+      ->type_name("N")
+      ->check(CLI::Range(1U, MAX_JOBS).description(""));
 }
-
-Format format_of(std::string_view name) {
-  if (name == "ctags") return Format::ctags;
-  return name == "text" ? Format::text : Format::json;
-}
-
-void add_format(CLI::App& command, Arguments& parsed, const std::string& description,
-                const std::string& shown, std::initializer_list<std::string> names) {
-  command
-      .add_option_function<std::string>(
-          "-f,--format", [&parsed](const std::string& name) { parsed.format = format_of(name); },
-          description)
-      ->type_name(shown)
-      ->check(CLI::IsMember(names).description(""));
-}
-
-}  // namespace
 
 void add_files(CLI::App& command, Arguments& parsed, const char* size_help) {
   walk::WalkOptions& walk = parsed.files.walk;
@@ -166,56 +149,6 @@ void settle_files(Arguments& parsed) {
     unshield(type);
     type = language_meant(type);
   }
-}
-
-void add_parse(CLI::App& app, Arguments& parsed) {
-  CLI::App* const parse = app.add_subcommand("parse", "Parse files and folders");
-  add_language(*parse, parsed);
-  add_format(*parse, parsed,
-             "json, text for people, ctags for editors; by default text on a terminal, else json",
-             "json|text|ctags", {"json", "text", "ctags"});
-  add_rules(*parse, parsed);
-  parse
-      ->add_option("-j,--jobs", parsed.jobs,
-                   "Threads, 1 to 1024; by default as many as processors may be used")
-      ->type_name("N")
-      ->check(CLI::Range(1U, MAX_JOBS).description(""));
-  parse
-      ->add_option("--files-from", parsed.files_from,
-                   "Take paths from the lines of FILE too (-: standard input)")
-      ->type_name("FILE");
-  parse->add_flag("-0,--null", parsed.null_separated,
-                  "The paths of --files-from end with NUL characters");
-  parse
-      ->add_option("--stdin-path", parsed.stdin_path,
-                   "What standard input is the content of: names its symbols, tells its language")
-      ->type_name("PATH");
-  parse->add_flag("--batch", parsed.is_batch,
-                  "Take contents from standard input, each behind a line of its size and path");
-  parse->add_flag("--skip-binary", parsed.skips_binary,
-                  "Leave out binary files also where they are named");
-  parse->add_flag("--list", parsed.lists,
-                  "Print what would be parsed, and its sizes; parse nothing");
-  add_files(*parse, parsed,
-            "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none, "
-            "where standard input is still refused beyond 4G and a quarter of what one file may "
-            "take");
-  parse->add_flag("-v,--verbose", parsed.is_verbose, "Say at the end what was done and left out");
-  parse
-      ->add_option("PATH", parsed.paths,
-                   "Files and folders; - is standard input, with --language or --stdin-path")
-      ->type_name("");
-  parse->footer(PARSE_FOOTER);
-}
-
-void add_check(CLI::App& app, Arguments& parsed) {
-  CLI::App* const check = app.add_subcommand("check", "Say what one file meets and takes");
-  add_language(*check, parsed);
-  add_format(*check, parsed, "json, or text for people; by default text on a terminal only",
-             "json|text", {"json", "text"});
-  add_rules(*check, parsed);
-  check->add_option("FILE", parsed.paths, "The file")->type_name("");
-  check->footer(CHECK_FOOTER);
 }
 
 }  // namespace tool

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -13,21 +14,20 @@
 namespace tool {
 namespace {
 
-// As in lists of paths: none that a repository holds comes near, and what is no stream may have no
-// line feed, ever.
+// In bytes. No path in a repository comes near. Input that is no such stream may have no line feed.
 constexpr std::size_t LONGEST_LINE = std::size_t{1} << 20;
 
-// Of a line that is wrong. Git's own say what is: the id of an object, and "missing".
+// How many bytes of a wrong line the message shows. For a missing object git prints its id and
+// "missing", which fits.
 constexpr std::size_t SHOWN = 100;
 
-// What git writes behind a backslash, and what that stands for.
+// The characters that git writes behind a backslash, and those that they stand for.
 constexpr std::string_view ESCAPES = "abtnvfr\"\\";
 constexpr std::string_view MEANT = "\a\b\t\n\v\f\r\"\\";
 
 bool is_octal(char character) { return character >= '0' && character <= '7'; }
 
-}  // namespace
-
+// The path that git has quoted; none when it is not well-formed.
 std::optional<std::string> unquoted_path(std::string_view quoted) {
   if (quoted.size() < 2 || quoted.front() != '"' || quoted.back() != '"') return std::nullopt;
   quoted = quoted.substr(1, quoted.size() - 2);
@@ -53,11 +53,14 @@ std::optional<std::string> unquoted_path(std::string_view quoted) {
   return path;
 }
 
+}  // namespace
+
 void ContentStream::fail(std::string_view text) const {
-  throw ContentStreamError("standard input, content " + std::to_string(_number) + ": " +
+  throw std::runtime_error("standard input, content " + std::to_string(_number) + ": " +
                            std::string(text));
 }
 
+// Reads more into the empty buffer. False at the end of the stream.
 bool ContentStream::fill() {
   const int error = read_some(_descriptor, _buffer.data(), _buffer.size(), _end);
   if (error != 0) fail(std::generic_category().message(error));
@@ -65,6 +68,7 @@ bool ContentStream::fill() {
   return _end > 0;
 }
 
+// The next line without its line feed; none at the end of the stream.
 std::optional<std::string> ContentStream::line() {
   std::string line;
   for (;;) {
@@ -84,6 +88,7 @@ std::optional<std::string> ContentStream::line() {
   }
 }
 
+// Reads `size` bytes and appends them to `content`, if there is one.
 void ContentStream::take(std::uint64_t size, std::string* content) {
   while (size > 0) {
     if (_begin == _end && !fill()) fail("the stream ends within the content");
@@ -113,7 +118,7 @@ std::optional<ContentStream::Entry> ContentStream::next() {
   if (entry.path.empty()) fail("no path behind the size");
   if (entry.path.find('\0') != std::string::npos) fail("a path with a NUL character");
   if (entry.size <= _limit) {
-    // Not all at once: a size that is a lie takes no memory.
+    // The rest is allocated as it is read, since the stream may be shorter than the size says.
     entry.content.emplace();
     entry.content->reserve(std::min<std::uint64_t>(entry.size, _buffer.size()));
   }

@@ -22,7 +22,7 @@ using engines::treesitter::ParseResult;
 
 void write_escape(OutputBuffer& out, char character) {
   constexpr std::string_view DIGITS = "0123456789ABCDEF";
-  // The characters that have letters of their own, and these.
+  // Characters that are escaped by a letter, and those letters.
   constexpr std::string_view SPECIAL = "\\\t\n\r\a\b\v\f";
   constexpr std::string_view LETTERS = "\\tnrabvf";
   out.write('\\');
@@ -50,8 +50,8 @@ void write_value(OutputBuffer& out, std::string_view text) {
   }
 }
 
-// A name that began as the lines of the head do would be taken for one, and a space sorts in front
-// of them.
+// Escapes a "!" at the beginning, with which the lines of the head begin, and a space, which sorts
+// before them.
 void write_name(OutputBuffer& out, std::string_view name) {
   if (name.front() == ' ' || name.front() == '!') {
     write_escape(out, name.front());
@@ -60,8 +60,8 @@ void write_name(OutputBuffer& out, std::string_view name) {
   write_value(out, name);
 }
 
-// Finds the declaration around a symbol by the FQN that its own begins with. Sorted, and not
-// hashed: a file may be made so that its names all fall into one bucket.
+// Finds the declaration around a symbol: the one whose FQN is the beginning of the symbol's. By
+// binary search and not by hashes, since a hostile file may have names that share one hash.
 class Scopes {
  public:
   Scopes(std::size_t prefix_size, const std::vector<Symbol>& symbols)
@@ -72,11 +72,11 @@ class Scopes {
     });
   }
 
-  // Writes the field, if there is one.
+  // Writes the field of the scope, if the symbol has one.
   void write(OutputBuffer& out, std::uint32_t index) const {
     const std::string_view name = _symbols[index].name;
     std::string_view above = _symbols[index].fqn;
-    if (!above.ends_with(name)) return;  // a name that is a path reads otherwise in an FQN
+    if (!above.ends_with(name)) return;  // a name that is a path is written otherwise in an FQN
     above.remove_suffix(name.size());
     if (above.size() <= _prefix_size + 2 || !above.ends_with('.')) return;
     above.remove_suffix(1);
@@ -87,8 +87,8 @@ class Scopes {
   }
 
  private:
-  // Of several declarations of an FQN, the nearest in front is the one that holds the symbol; only
-  // what stands apart from its scope, such as a method of Go, may stand in front of it.
+  // Of several declarations with this FQN, the nearest before the symbol contains it. Where none
+  // stands before it, the first one after it counts: a method of Go may stand before its type.
   std::string_view kind_of(std::string_view fqn, std::uint32_t index) const {
     const auto behind =
         std::partition_point(_by_fqn.begin(), _by_fqn.end(), [&](std::uint32_t each) {

@@ -1,19 +1,20 @@
-// The ctags form of a record: one line per symbol of a tags file in the extended format, which
-// editors read to go to a definition (vim: `:help tags-file-format`).
+// The ctags form of a record: one line for each symbol, in the extended format of tags files, which
+// editors read to find definitions (vim: `:help tags-file-format`).
 //
 //   matches<TAB>src/catalogue.py<TAB>18;"<TAB>method<TAB>line:18<TAB>language:python<TAB>class:Book
 //   <TAB>access:public<TAB>end:20
 //
-// The line number is the command that finds the symbol; a file that changes needs new tags anyway.
+// The command that finds the symbol is its line number, since a changed file needs new tags anyway.
 // `class:Book` is the scope: the kind of the declaration around the symbol, and its FQN without the
-// file's part; `unknown:Book` where that is none of this file, such as a receiver of Go. `access:`
-// is there for what is seen outside its file and for nothing else, since the record does not say
-// how far the rest is seen. There is no `signature:`, which is a list of parameters to readers, and
-// the record's is the whole line. References have no lines.
+// file's prefix. The kind is `unknown` when this file does not declare the scope, such as a
+// receiver of Go. Exported symbols have `access:public`; others have no `access:`, since the record
+// does not say where they are visible. There is no `signature:`: readers expect a list of
+// parameters there, and the record has a whole line. References have no lines, nor have symbols
+// without a name.
 //
-// Texts are escaped as TAG_OUTPUT_MODE u-ctags says: a backslash and control characters, and what
-// would make a name look like one of the head's lines. Bytes of paths that are no UTF-8 stay. A
-// symbol without a name has no line: nobody could ask for it.
+// Escaped are backslashes and control characters, as TAG_OUTPUT_MODE u-ctags says, and the first
+// character of a name that would look like a line of the head. Bytes of paths that are no UTF-8
+// remain.
 //
 // Tested by tests/ctags_test.py.
 #pragma once
@@ -29,18 +30,17 @@
 
 namespace tool {
 
-// What a file's record has no room for in a tags file, as an error text.
+// The error text of a file of which `count` tags are left out, being too long.
 std::string tags_left_out_text(std::size_t count);
 
-// The lines in front of all tags, for tags in the order of their bytes.
+// Writes the lines before all tags. They say that the tags are sorted by bytes.
 void write_ctags_head(ByteSink& sink);
 
-// The lines of the record's symbols, in its order. Beside the record it takes 64 KiB of stack, and
-// 4 bytes for each symbol.
+// Writes the lines of the record's symbols, in the record's order. Takes 64 KiB of stack and 4
+// bytes for each symbol, and sorts these.
 void write_ctags(ByteSink& sink, const engines::treesitter::ParsedItem& parsed);
 
-// The same of symbols that an index has kept. `path`: as the tags are to say it. `prefix`: what
-// their FQNs begin with.
+// The same for symbols from an index. `path`: the file's path to write. `prefix`: that of the FQNs.
 void write_ctags(ByteSink& sink, std::string_view path, std::string_view prefix,
                  std::string_view language, const std::vector<engines::models::Symbol>& symbols);
 

@@ -16,7 +16,8 @@
 namespace tool {
 namespace {
 
-// A descriptor that its creator made non-blocking is waited for, not given up.
+// Whether to try again after an error, for which it may wait: some creators of a pipe make it
+// non-blocking.
 bool may_go_on(int error, int descriptor, short events) {
   if (error == EINTR) return true;
   if (error != EAGAIN && error != EWOULDBLOCK) return false;
@@ -24,9 +25,8 @@ bool may_go_on(int error, int descriptor, short events) {
   return ::poll(&waiting, 1, -1) >= 0 || errno == EINTR;
 }
 
-[[noreturn]] void end_for_want_of_output(int error, int status) {
-  // No destructors and no waiting for threads: a parse that nobody will see may take minutes, and
-  // nothing that was begun needs an end.
+[[noreturn]] void end_without_output(int error, int status) {
+  // No destructors and no waiting for threads: a parse whose result is lost may take minutes.
   if (error == EPIPE) std::_Exit(status);
   complain("standard output: " + std::generic_category().message(error));
   std::_Exit(EXIT_NOT_RUN);
@@ -37,7 +37,8 @@ bool may_go_on(int error, int descriptor, short events) {
 void reserve_standard_descriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     if (::fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF) continue;
-    // The lowest free number is this one. Opened for the direction in which nobody uses it.
+    // The system takes the lowest free number, which is this one. Opened for the wrong direction,
+    // so that reads or writes fail.
     const int mode = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
     if (::open("/dev/null", mode) < 0) std::_Exit(EXIT_NOT_RUN);
   }
@@ -85,12 +86,12 @@ int write_all(int descriptor, std::string_view text) {
 
 void write_output(std::string_view text, int status) {
   if (const int error = write_all(STDOUT_FILENO, text); error != 0) {
-    end_for_want_of_output(error, status);
+    end_without_output(error, status);
   }
 }
 
 void close_output() {
-  if (::close(STDOUT_FILENO) != 0 && errno != EINTR) end_for_want_of_output(errno, EXIT_NOT_RUN);
+  if (::close(STDOUT_FILENO) != 0 && errno != EINTR) end_without_output(errno, EXIT_NOT_RUN);
 }
 
 }  // namespace tool

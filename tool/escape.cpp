@@ -17,8 +17,8 @@ struct CodePointRange {
   char32_t last;
 };
 
-// Code points from U+0080 on that show nothing or change how the line is laid out; whitespace other
-// than U+0020 comes on top of these.
+// Code points from U+0080 on that show nothing or change the layout of the line, without
+// whitespace, which is_invisible() adds.
 constexpr std::array<CodePointRange, 6> INVISIBLE = {{
     {0x0080, 0x009F},  // C1 control characters
     {0x00AD, 0x00AD},  // soft hyphen

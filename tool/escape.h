@@ -1,10 +1,9 @@
-// Any bytes as one line of visible text, for people: the text form of records, messages on standard
-// error. A file name can hold line feeds and terminal commands; neither may reach a terminal.
+// Turns any bytes into one line of visible text, for the text forms and for messages. A file name
+// can hold line feeds and terminal commands, and neither may reach a terminal.
 //
-// The form can be read back: a backslash is doubled; \xNN is a byte (a control character, or a byte
-// of ill-formed UTF-8), \u{NNNN} a code point that shows nothing or turns the line around, \n, \r
-// and \t are what they are everywhere; and a space at the very end, which nobody would see, is
-// \x20.
+// The result can be read back: \\ is a backslash; \n, \r and \t are as usual; \xNN is another
+// control character, or a byte of ill-formed UTF-8; \u{NNNN} is a code point that shows nothing or
+// changes the direction of the line; \x20 is a space at the end, which nobody would see.
 //
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
@@ -16,7 +15,7 @@
 
 namespace tool {
 
-// In pieces: the text may be as long as memory.
+// Needs no memory beside the buffer, however long the text is.
 void write_escaped(OutputBuffer& out, std::string_view bytes);
 
 std::string escaped(std::string_view bytes);

@@ -1,6 +1,4 @@
-// See index_command.h.
-#include "tool/index_command.h"
-
+// See commands.h.
 #include <chrono>
 #include <cstddef>
 #include <exception>
@@ -11,6 +9,7 @@
 #include "index/index_error.h"
 #include "index/update.h"
 #include "index/watch.h"
+#include "tool/commands.h"
 #include "tool/descriptors.h"
 #include "tool/interrupts.h"
 #include "tool/messages.h"
@@ -23,7 +22,7 @@ namespace {
 
 using repository::UpdateCounts;
 
-// As the line of progress counts.
+// The counts as messages.h has them. summary() has the others.
 Counts looked_at(const UpdateCounts& counts) {
   Counts shown;
   shown.files = counts.files();

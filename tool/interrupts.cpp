@@ -1,8 +1,7 @@
-// See interrupts.h. Handlers run on the main thread alone, since the engine's threads block all
-// signals; so what they read is that thread's own and needs no lock.
+// See interrupts.h. Handlers run on the main thread only, since the engine's threads block all
+// signals. So what handlers read needs no lock.
 #include "tool/interrupts.h"
 
-#include <pthread.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -19,10 +18,10 @@ namespace {
 constexpr std::array SIGNALS = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t is_writing = 0;
-volatile std::sig_atomic_t waiting = 0;  // the signal that came meanwhile
+volatile std::sig_atomic_t waiting = 0;  // the signal that came while writing, or 0
 std::atomic<const char*> last_words = nullptr;
 
-// Within a handler the signal is delivered as the handler returns.
+// Ends the process by the signal. Called in its handler, the signal takes effect when that returns.
 void end_by(int number) {
   if (const char* const text = last_words) (void)!::write(STDERR_FILENO, text, std::strlen(text));
   std::signal(number, SIG_DFL);
@@ -61,7 +60,7 @@ int interrupts_as_descriptor() {
     if (action.sa_handler != SIG_IGN) ::sigaddset(&signals, number);
   }
   const int descriptor = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-  if (descriptor < 0 || ::pthread_sigmask(SIG_BLOCK, &signals, nullptr) != 0) {
+  if (descriptor < 0 || ::sigprocmask(SIG_BLOCK, &signals, nullptr) != 0) {
     throw std::system_error(errno, std::generic_category(), "signals");
   }
   return descriptor;

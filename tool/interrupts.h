@@ -1,23 +1,25 @@
-// What becomes of Ctrl-C and its like: the process ends by the signal, so that shells see it, but
-// never in the middle of a record.
+// Handles Ctrl-C and its like: the process ends by the signal, so that shells see that, but not in
+// the middle of a record.
 //
-// While the main thread is within a record, the first signal waits for its end, also where that
-// waits for a reader of a full pipe; a second one does not. At all other times there is nothing
-// to be finished: parses that nobody will see are not waited for.
+// While the main thread writes a record, the first signal takes effect at its end, also when
+// writing has to wait for the reader of a pipe; a second one takes effect at once. At other times
+// the first one does: running parses are not waited for.
 //
 // Tested by tests/tool_runs_test.py.
 #pragma once
 
 namespace tool {
 
-// For SIGINT, SIGTERM and SIGHUP, where whoever started the tool has not told it to ignore them.
+// Handles SIGINT, SIGTERM and SIGHUP from now on, except those that the parent process has set to
+// be ignored.
 void catch_interrupts();
 
-// For what goes on until it is ended: from now on these signals do nothing but make the descriptor
-// readable, which is given. To be called before there are other threads. Throws std::system_error.
+// For commands that run until they are ended: from now on these signals only make the returned
+// descriptor readable, which the caller owns. Call it before other threads start. Throws
+// std::system_error.
 int interrupts_as_descriptor();
 
-// Lives while a record is being written.
+// Exists while the main thread writes a record.
 class WholeRecord {
  public:
   WholeRecord();
@@ -26,8 +28,8 @@ class WholeRecord {
   WholeRecord& operator=(const WholeRecord&) = delete;
 };
 
-// What standard error gets when a signal ends the process, such as what wipes a line of progress;
-// nullptr for nothing. The text must last.
+// Sets what is written to standard error when a signal ends the process, such as what wipes a line
+// of progress; nullptr for nothing. The text must stay valid until the next call.
 void set_last_words(const char* text);
 
 }  // namespace tool

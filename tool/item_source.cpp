@@ -25,14 +25,14 @@ constexpr const char* FOLDER_WITH_LANGUAGE =
 using engines::treesitter::FileReadError;
 using engines::treesitter::ParseItem;
 
-// Follows links, since whoever names a link to a folder means the folder.
+// Follows a symbolic link, since users who name one mean the folder.
 bool is_folder(const std::string& path) {
   std::error_code error;
   return std::filesystem::is_directory(path, error);
 }
 
-// A list may be made by whoever walked folders and met it there: its folder is then in the list, or
-// it is outside of what was to be walked, or it is a loop.
+// Links to folders in a list are left out. Such lists come from walks, and there a link leads to
+// what is in the list anyway, or out of the folder, or makes a loop.
 bool is_link(const std::string& path) {
   std::error_code error;
   return std::filesystem::is_symlink(path, error);
@@ -51,8 +51,8 @@ std::string walk_failure(const walk::Found& found, const std::string& path) {
   return what + std::string(FileReadError(found.error, path).what());
 }
 
-// The most that is read of what may never end: the engine parses less than 4 GiB, and while a text
-// grows it may be there twice, beside which it is to be parsed.
+// In bytes, of input that may never end. The engine parses less than 4 GiB. A quarter of the room,
+// since the text may be in memory twice while it grows, and the parse needs memory, too.
 std::uint64_t most_content() {
   return std::min<std::uint64_t>(engines::treesitter::file_room() / 4, UINT32_MAX);
 }
@@ -61,7 +61,7 @@ std::string too_large(std::uint64_t limit, const char* whose) {
   return "Failed to read file: more than the " + std::to_string(limit) + " bytes " + whose;
 }
 
-// Reads all that the descriptor gives into the item, whose limits hold, or says why it cannot.
+// Reads the descriptor to its end into the item, within the item's limits, or sets the failure.
 void read_content(int descriptor, ParseItem& item) {
   const std::uint64_t limit = std::min(item.max_size, most_content());
   int error = 0;
@@ -82,13 +82,13 @@ void read_content(int descriptor, ParseItem& item) {
   }
 }
 
-// Told to the engine where an item may be a failure, which has the language that is named alone.
+// The engine detects no language for an item with a failure, so it is set where there may be one.
 std::optional<std::string> detected(const std::string& path) {
   const auto language = engines::languages::detect_language(path);
   return language ? std::optional<std::string>(*language) : std::nullopt;
 }
 
-// A file whose path the system would not take.
+// Reads the file that the walk returned last, whose path is too long for the system.
 void read_through_folder(walk::FolderWalk& walk, ParseItem& item) {
   item.language = detected(item.path);
   const OwnedDescriptor file(walk.open_last());
@@ -138,7 +138,7 @@ std::optional<ParseItem> ItemSource::find() {
     auto path = next_named();
     if (!path) return std::nullopt;
     if (!is_listed && *path == STANDARD_INPUT) return standard_input();
-    const bool is_a_folder = is_folder(*path);  // one look at a file, of which there are millions
+    const bool is_a_folder = is_folder(*path);  // asked once: there may be millions of files
     if (is_listed && is_a_folder && is_link(*path)) {
       ++_left_out.links;
       continue;

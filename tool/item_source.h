@@ -1,5 +1,5 @@
-// What is to be parsed, in order: the paths of the command line, then those of the list, and for a
-// folder the files below it; or the contents that standard input holds.
+// The items of a run in their order: the paths of the command line, then those of the list, with
+// the files below it for a folder; or the contents that --batch reads from standard input.
 //
 // Tested by tests/tool_test.py.
 #pragma once
@@ -19,23 +19,22 @@
 
 namespace tool {
 
-// One item at a time, found when asked for. For one thread at a time, but for what is said to be
-// for any.
+// For one thread at a time, except for total().
 class ItemSource {
  public:
-  // The arguments must outlive it. Throws PathListError.
+  // The arguments must outlive it. Throws std::runtime_error when the list cannot be opened.
   explicit ItemSource(const Arguments& arguments);
 
-  // None at the end. What cannot be read, such as a folder, is an item with a failure. Reads
-  // standard input, for which it may wait. Throws PathListError,
-  // ContentStreamError, std::bad_alloc.
+  // The next item, found only now; none at the end. A folder or other thing that cannot be read is
+  // an item with a failure. May wait for standard input. Throws std::runtime_error when the list or
+  // the stream of contents cannot be read, std::bad_alloc.
   std::optional<engines::treesitter::ParseItem> next();
 
-  // How many items there are in all, as soon as that is known: at once when files alone were
-  // named, otherwise once the last one was found. For any thread.
+  // How many items there are in all. Known from the beginning when only files were named, otherwise
+  // once next() has returned none. For any thread.
   std::optional<std::size_t> total() const;
 
-  // What the folders held besides; complete at the end.
+  // What was left out in folders; complete at the end.
   const walk::LeftOut& left_out() const { return _left_out; }
 
  private:
@@ -52,7 +51,7 @@ class ItemSource {
   std::size_t _next_path = 0;
   std::optional<PathList> _list;
   std::optional<ContentStream> _contents;
-  std::optional<walk::FolderWalk> _walk;  // of the folder that was named last
+  std::optional<walk::FolderWalk> _walk;  // of the named folder, while its files are returned
   walk::LeftOut _left_out;
   std::size_t _given = 0;
   std::atomic<std::size_t> _total = UNKNOWN;

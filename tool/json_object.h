@@ -1,6 +1,6 @@
-// JsonObject: an object of JSON, written field by field on its way out.
+// An object of JSON that is written field by field.
 //
-// Tested by tests/check_test.py and tests/tool_test.py.
+// Tested by tests/check_test.py, tests/questions_test.py and tests/tool_test.py.
 #pragma once
 
 #include <array>
@@ -12,12 +12,14 @@
 #include <string_view>
 
 #include "engines/treesitter/treesitter.h"
+#include "tool/json_output.h"
 #include "tool/json_string.h"
 #include "tool/output_buffer.h"
 
 namespace tool {
 
-// An object whose fields are written one after the other.
+// Begins the object when it is made and ends it when it is destroyed. An inner object must be
+// destroyed before the outer one goes on. Keys must need no escapes: all are names in our sources.
 class JsonObject {
  public:
   explicit JsonObject(OutputBuffer& out) : _out(out) { _out.write('{'); }
@@ -25,22 +27,21 @@ class JsonObject {
   JsonObject(const JsonObject&) = delete;
   JsonObject& operator=(const JsonObject&) = delete;
 
-  void name(std::string_view name) {
-    if (!_is_first) _out.write(',');
-    _is_first = false;
-    write_json_string(_out, name);
-    _out.write(':');
-  }
   void add(std::string_view key, std::string_view text) {
-    name(key);
+    begin(key);
     write_json_string(_out, text);
   }
-  void add(std::string_view key, std::uint64_t number) {
-    name(key);
-    _out.write_number(number);
+  void add(std::string_view key, std::integral auto number) {
+    begin(key);
+    if constexpr (std::same_as<decltype(number), bool>) {
+      _out.write(number ? "true" : "false");
+    } else {
+      _out.write_number(number);
+    }
   }
+  // In seconds.
   void add(std::string_view key, engines::treesitter::ParseReport::Duration time) {
-    name(key);
+    begin(key);
     std::array<char, 32> text{};
     const double seconds = std::chrono::duration<double>(time).count();
     const int size = std::snprintf(text.data(), text.size(), "%.9f", seconds);
@@ -48,7 +49,7 @@ class JsonObject {
   }
   template <typename Number>
   void add(std::string_view key, const engines::treesitter::ParseReport::Spent<Number>& spent) {
-    name(key);
+    begin(key);
     JsonObject object(_out);
     object.add("used", spent.used);
     object.add("allowed", spent.allowed);
@@ -58,39 +59,68 @@ class JsonObject {
     if (value) {
       add(key, *value);
     } else {
-      name(key);
+      begin(key);
       _out.write("null");
     }
   }
-  // `write` is called with the inner object.
+  // The field "path", and "path_bytes" where it is needed.
+  void add_path(std::string_view path) {
+    separate();
+    write_json_path(_out, path);
+  }
+  // Calls `write` with the inner object.
   template <std::invocable<JsonObject&> Write>
   void add_object(std::string_view key, const Write& write) {
-    name(key);
+    begin(key);
     JsonObject object(_out);
     write(object);
   }
-  // Of pairs.
+  // `fields`: pairs of a key and a value.
   template <typename Fields>
   void add_object(std::string_view key, const Fields& fields) {
     add_object(key, [&fields](JsonObject& object) {
       for (const auto& [field, value] : fields) object.add(field, value);
     });
   }
-  // Of texts.
-  template <typename Texts>
-  void add_list(std::string_view key, const Texts& texts) {
-    name(key);
+  // Calls `write` with each item; it must write one value.
+  template <typename Items, typename Write>
+  void add_list(std::string_view key, const Items& items, const Write& write) {
+    begin(key);
     _out.write('[');
     bool is_first = true;
-    for (const std::string_view text : texts) {
+    for (const auto& item : items) {
       if (!is_first) _out.write(',');
       is_first = false;
-      write_json_string(_out, text);
+      write(item);
     }
     _out.write(']');
   }
+  // A list of texts.
+  template <typename Texts>
+  void add_list(std::string_view key, const Texts& texts) {
+    add_list(key, texts, [this](std::string_view text) { write_json_string(_out, text); });
+  }
+  // A list of objects: calls `write` with each inner object and its item.
+  template <typename Items, typename Write>
+  void add_objects(std::string_view key, const Items& items, const Write& write) {
+    add_list(key, items, [&](const auto& item) {
+      JsonObject object(_out);
+      write(object, item);
+    });
+  }
 
  private:
+  void separate() {
+    if (!_is_first) _out.write(',');
+    _is_first = false;
+  }
+  void begin(std::string_view key) {
+    separate();
+    _out.write('"');
+    _out.write(key);
+    _out.write("\":");
+  }
+
   OutputBuffer& _out;
   bool _is_first = true;
 };

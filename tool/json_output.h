@@ -1,12 +1,11 @@
 // The JSON form of a record: one object on one line, ended by a line feed.
 //
 //   {"path","language","content_hash","symbols":[...],"references":[...],"errors":[...]}
-//   {"path","raised"}             an error reached the caller; "raised" is its text
-//   {"path","language":null}      the path tells no language
+//   {"path","raised"}             the parse ended with an error, whose text is "raised"
+//   {"path","language":null}      the path has no language
 //
-// A path that cannot be read, or whose file is left out for its size, has the first shape with an
-// empty hash and its error text, and a null language when the path tells none: whoever watches
-// "errors" sees every failure of reading.
+// A file that cannot be read or is too large has the first shape, with an empty hash, an error
+// text, and null as the language when the path has none. So "errors" has every failure of reading.
 //
 // The output is valid UTF-8 whatever the paths hold. Ill-formed bytes become U+FFFD, and a path
 // that had any is followed by "path_bytes", its exact bytes in lower-case hexadecimal digits.
@@ -22,10 +21,10 @@
 
 namespace tool {
 
-// Writes the record's line, in pieces of bounded size: beside the record it takes 64 KiB of stack.
+// Writes the record's line. Takes 64 KiB of stack, and no memory for a copy of the line.
 void write_json(ByteSink& sink, const engines::treesitter::ParsedItem& parsed);
 
-// "path":"...", and "path_bytes" where it is needed.
+// Writes "path":"...", and ,"path_bytes":"..." where the path is no UTF-8.
 void write_json_path(OutputBuffer& out, std::string_view path);
 
 }  // namespace tool

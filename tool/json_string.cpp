@@ -1,5 +1,4 @@
-// See json_string.h. Eight plain bytes are copied at a step, so that a string costs little more
-// than its copy.
+// See json_string.h. Copies eight bytes at a time where none of them needs an escape.
 #include "tool/json_string.h"
 
 #include <algorithm>
@@ -14,17 +13,15 @@ namespace {
 
 constexpr std::string_view REPLACEMENT = "\xEF\xBF\xBD";  // U+FFFD
 
-// What a byte is multiplied by at most, as \u00NN.
+// The length of \u00NN.
 constexpr std::size_t LONGEST_ESCAPE = 6;
-// Of a string, so that it fits the buffer however many of its bytes are escaped.
+// How many bytes are written at a time: they fit into the buffer even if each is escaped.
 constexpr std::size_t PIECE = OutputBuffer::CAPACITY / LONGEST_ESCAPE;
 
-// Bytes that stand for themselves.
-constexpr char PLAIN = 0;
-// Control characters without a letter of their own.
-constexpr char BY_NUMBER = 'u';
+constexpr char PLAIN = 0;        // the byte stands for itself
+constexpr char BY_NUMBER = 'u';  // \u00NN
 
-// For each byte one of the two above, or what follows the backslash.
+// For each byte one of the above, or the character behind the backslash.
 constexpr std::array<char, 256> ESCAPES = [] {
   std::array<char, 256> escapes{};  // PLAIN
   for (std::size_t control = 0; control < 0x20; ++control) escapes[control] = BY_NUMBER;
@@ -44,7 +41,8 @@ using Word = std::uint64_t;
 constexpr Word EACH_BYTE = 0x0101010101010101;
 constexpr Word HIGH_BITS = 0x80 * EACH_BYTE;
 
-// Has a high bit set when some byte of the word is less than `limit`, which is at most 128.
+// The result has the high bit of some byte set when some byte of the word is less than `limit`,
+// which is at most 128.
 constexpr Word less_than(Word word, Word limit) { return (word - limit * EACH_BYTE) & ~word; }
 
 bool is_plain(Word word) {
@@ -95,7 +93,7 @@ void write_json_string(OutputBuffer& out, std::string_view bytes) {
   out.write('"');
   while (!bytes.empty()) {
     const auto bad = engines::treesitter::find_ill_formed(bytes);
-    // Nothing is escaped beyond ASCII, so a piece may end within a character.
+    // Only ASCII is escaped, so a piece may end within a character.
     for (std::size_t offset = 0; offset < bad.offset; offset += PIECE) {
       write_piece(out, bytes.substr(offset, std::min(PIECE, bad.offset - offset)));
     }

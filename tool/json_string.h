@@ -1,4 +1,6 @@
-// A string of JSON from any bytes, in pieces.
+// Writes any bytes as a string of JSON.
+//
+// Cost: little more than a copy of the bytes.
 //
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
@@ -9,9 +11,9 @@
 
 namespace tool {
 
-// With the quotation marks. Escaped are those two characters that must be, and control characters:
-// by \b, \f, \n, \r, \t or \u00NN with lower-case digits. Each maximal ill-formed subpart of the
-// bytes becomes one U+FFFD, as everywhere in the engine.
+// Writes the quotation marks, too. Escapes quotation marks and backslashes, and control characters
+// as \b, \f, \n, \r, \t or \u00NN with lower-case digits. Each maximal ill-formed subpart of the
+// bytes becomes one U+FFFD, as everywhere in the engine. Needs no memory beside the buffer.
 void write_json_string(OutputBuffer& out, std::string_view bytes);
 
 }  // namespace tool

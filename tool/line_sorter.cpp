@@ -22,7 +22,8 @@ static_assert(LineSorter::LONGEST_LINE <= OutputBuffer::CAPACITY, "lines reach t
   throw std::system_error(error, std::generic_category(), "temporary file");
 }
 
-// In TMPDIR, or where the system has such files.
+// Makes a file in TMPDIR, or in the system's own folder for such files, and unlinks it. Returns its
+// descriptor.
 int open_unnamed() {
   std::error_code error;
   std::string name = std::filesystem::temp_directory_path(error) / "treesitter-engine-XXXXXX";
@@ -33,7 +34,7 @@ int open_unnamed() {
   return descriptor;
 }
 
-// The lines of one piece, in order.
+// Reads the lines of one piece.
 class PieceReader {
  public:
   PieceReader(int descriptor, std::uint64_t begin, std::uint64_t end)
@@ -41,7 +42,7 @@ class PieceReader {
     advance();
   }
 
-  // With its line feed; empty at the end. Valid until the next step.
+  // The current line with its line feed; empty at the end. Valid until advance().
   std::string_view line() const { return _line; }
 
   void advance() {
@@ -80,10 +81,21 @@ class PieceReader {
   std::string_view _line;
 };
 
-// For a heap whose front has the least line.
+// The order of a heap whose front has the least line.
 bool is_behind(const PieceReader* one, const PieceReader* other) {
   return one->line() > other->line();
 }
+
+class FileSink final : public ByteSink {
+ public:
+  explicit FileSink(int descriptor) : _descriptor(descriptor) {}
+  void write(std::string_view bytes) override {
+    if (const int error = write_all(_descriptor, bytes); error != 0) fail(error);
+  }
+
+ private:
+  const int _descriptor;
+};
 
 }  // namespace
 
@@ -95,7 +107,7 @@ void LineSorter::write(std::string_view bytes) {
   }
 }
 
-// Takes no more than one line, which may have begun before.
+// `part`: of one line, or all of it.
 void LineSorter::take(std::string_view part) {
   const bool is_end = part.ends_with('\n');
   if (!_is_too_long && _text.size() - _line_begin + part.size() > LONGEST_LINE) {
@@ -107,13 +119,13 @@ void LineSorter::take(std::string_view part) {
     _is_too_long = !is_end;
     return;
   }
-  _text.reserve(_memory);  // address space, until it is written to
+  _text.reserve(_memory);  // only address space until it is written to
   _text += part;
   if (!is_end) return;
   _line_begin = _text.size();
   ++_line_count;
   const std::size_t held = _text.size() + _line_count * sizeof(std::string_view);
-  if (held + LONGEST_LINE > _memory) put_aside();
+  if (held + LONGEST_LINE > _memory) write_piece();
 }
 
 std::vector<std::string_view> LineSorter::sorted_lines() const {
@@ -127,21 +139,12 @@ std::vector<std::string_view> LineSorter::sorted_lines() const {
   return lines;
 }
 
-void LineSorter::put_aside() {
+void LineSorter::write_piece() {
   if (_pieces.size() == _memory / LONGEST_LINE) {
     throw std::length_error("these are more tags than can be sorted; take fewer files at a time");
   }
   if (!_file) _file.emplace(open_unnamed());
-  class FileSink : public ByteSink {
-   public:
-    explicit FileSink(int descriptor) : _descriptor(descriptor) {}
-    void write(std::string_view bytes) override {
-      if (const int error = write_all(_descriptor, bytes); error != 0) fail(error);
-    }
-
-   private:
-    const int _descriptor;
-  } sink(_file->number());
+  FileSink sink(_file->number());
   OutputBuffer out(sink);
   for (const auto line : sorted_lines()) out.write(line);
   out.flush();
@@ -158,14 +161,14 @@ void LineSorter::write_sorted(ByteSink& sink) {
     out.flush();
     return;
   }
-  if (_line_count > 0) put_aside();
+  if (_line_count > 0) write_piece();
   std::string().swap(_text);
   merge(sink);
 }
 
 void LineSorter::merge(ByteSink& sink) const {
   std::vector<PieceReader> readers;
-  readers.reserve(_pieces.size());  // they must stay where they are
+  readers.reserve(_pieces.size());  // the heap points to them, so they must not move
   std::vector<PieceReader*> heap;
   for (const auto& [begin, end] : _pieces) {
     heap.push_back(&readers.emplace_back(_file->number(), begin, end));

@@ -1,14 +1,14 @@
-// All lines of a run in the order of their bytes, in bounded memory.
+// Sorts lines by their bytes in bounded memory.
 //
-// Lines are collected until they fill what they may take, then sorted and put aside in a temporary
-// file that has no name any longer, so that nothing is left behind however the process ends. At the
-// end the pieces are merged, 64 KiB of each at a time. One file serves all pieces: descriptors do
-// not limit their number, memory does.
+// Lines are collected until the memory is full, then sorted and written to a temporary file as one
+// piece. At the end the pieces are merged, with 64 KiB of each in memory. All pieces are in one
+// file, so that memory and not descriptors limit their number. The file is unlinked when it is
+// made, so that nothing remains however the process ends.
 //
 // Refused: `sort` in a process of its own, which would have to be found, waited for and fed without
 // either side blocking the other.
 //
-// Cost: what sorting costs, and each byte written and read once where they are more than one piece.
+// Cost: sorting; and with more than one piece, each byte is written and read once.
 //
 // Tested by tests/line_sorter_test.cpp.
 #pragma once
@@ -25,26 +25,26 @@
 
 namespace tool {
 
-// Takes lines that end with a line feed, in pieces that may begin and end anywhere.
+// A sink for lines that end with a line feed. What is written may begin and end within a line.
 class LineSorter final : public ByteSink {
  public:
-  // Of a line, with its line feed; longer ones are left out. A merge holds that much of each piece.
+  // In bytes, with the line feed. Longer lines are left out. A merge holds that much of each piece.
   static constexpr std::size_t LONGEST_LINE = std::size_t{64} * 1024;
-  // Sorts up to 512 pieces, some 14 GiB of tags.
+  // In bytes. Enough for 512 pieces, some 14 GiB of tags.
   static constexpr std::size_t MEMORY = std::size_t{32} << 20;
 
-  // `memory`: the most bytes that it takes, several LONGEST_LINE.
+  // `memory`: the most bytes to use, several LONGEST_LINE.
   explicit LineSorter(std::size_t memory = MEMORY) : _memory(memory) {}
 
-  // Throws std::system_error when there is no room for the temporary file, std::length_error when
-  // the pieces are too many to be merged within the memory.
+  // Throws std::system_error when the temporary file cannot be made or written, std::length_error
+  // when there are too many pieces to be merged in the memory.
   void write(std::string_view bytes) override;
 
-  // How many lines were too long so far.
+  // How many lines so far were too long.
   std::size_t left_out() const { return _left_out; }
 
-  // Writes all lines that were taken, and takes no more. What reaches the sink at once is whole
-  // lines of at most 64 KiB together. Throws std::system_error.
+  // Writes all lines in order; call it last. Each piece that the sink gets is whole lines, at most
+  // 64 KiB together. Throws std::system_error.
   void write_sorted(ByteSink& sink);
 
  private:
@@ -54,15 +54,15 @@ class LineSorter final : public ByteSink {
   };
 
   void take(std::string_view part);
-  void put_aside();
+  void write_piece();
   std::vector<std::string_view> sorted_lines() const;
   void merge(ByteSink& sink) const;
 
   const std::size_t _memory;
-  std::string _text;            // whole lines, and the beginning of the next one
-  std::size_t _line_count = 0;  // of the whole ones
-  std::size_t _line_begin = 0;  // where the next one begins
-  bool _is_too_long = false;    // it, so that its rest is dropped
+  std::string _text;            // whole lines, and the beginning of the last one
+  std::size_t _line_count = 0;  // how many are whole
+  std::size_t _line_begin = 0;  // where the last one begins
+  bool _is_too_long = false;    // the last one, whose rest is dropped
   std::size_t _left_out = 0;
   std::optional<OwnedDescriptor> _file;
   std::vector<Piece> _pieces;

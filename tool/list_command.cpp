@@ -1,12 +1,11 @@
-// See list_command.h.
-#include "tool/list_command.h"
-
+// See commands.h.
 #include <sys/stat.h>
 
 #include <string>
 #include <utility>
 
 #include "engines/treesitter/treesitter.h"
+#include "tool/commands.h"
 #include "tool/descriptors.h"
 #include "tool/interrupts.h"
 #include "tool/item_source.h"
@@ -23,10 +22,10 @@ namespace {
 using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseItem;
 
-// Each write is a call of the system, and the lines are short.
+// In bytes. The lines are short, so that many go into one system call.
 constexpr std::size_t MUCH = 65536;
 
-// 0 for what cannot be looked at: the parse will say why.
+// In bytes; 0 when the system does not tell, since the parse will say why.
 std::uint64_t size_of(const ParseItem& item) {
   if (item.content) return item.content->size();
   struct stat status {};
@@ -43,12 +42,14 @@ void put(ByteSink& sink, const ParseItem& item, bool is_found) {
   out.flush();
 }
 
+// The record of what cannot be read, as `parse` would write it.
 void put_failure(ByteSink& sink, ParseItem item) {
   ParsedItem parsed{.item = std::move(item), .outcome = {}};
   parsed.outcome = engines::treesitter::TreeSitterEngine().parse(parsed.item);
   write_json(sink, parsed);
 }
 
+// With --batch: the paths of standard input that a walk would take.
 int list_named(const Arguments& arguments) {
   const char separator = arguments.null_separated ? '\0' : '\n';
   PathList paths(STANDARD_INPUT, separator);

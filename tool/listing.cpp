@@ -1,10 +1,9 @@
-// See listing.h.
-#include "tool/listing.h"
-
+// See commands.h.
 #include <string_view>
 
 #include "engines/languages/languages.h"
 #include "engines/languages/versions.h"
+#include "tool/commands.h"
 
 namespace tool {
 namespace {
@@ -12,7 +11,7 @@ namespace {
 constexpr std::size_t NAME_WIDTH = 12;
 constexpr std::size_t LINE_WIDTH = 80;
 
-// Words in lines of at most LINE_WIDTH columns, indented behind the name.
+// Writes words in lines of at most LINE_WIDTH columns, indented behind the name.
 class Paragraph {
  public:
   Paragraph(std::string& out, std::string_view name) : _out(out), _column(name.size()) {

@@ -1,13 +1,15 @@
-// treesitter-engine: takes files and folders and prints what each declares and refers to.
+// The program treesitter-engine: reads the command line and runs the command.
 //
-//   main -> arguments     what the user wants
-//        -> run           item_source finds files, the engine parses them on all threads,
-//                         json_output, text_output or ctags_output form the records
-//        -> check         what one file met and took, formed by check_text or check_json
-//        -> index_command, question_command
-//                         an index is made or kept up to date (watch), and asked
+//   arguments         reads the command line, with the options of command_options
+//   parse_command     item_source finds the files, the engine parses them on all threads, and
+//                     json_output, text_output or ctags_output format the records
+//   list_command      prints what parse would take
+//   check             parses one file; check_text or check_json print what was found
+//   index_command     makes an index, and keeps it up to date
+//   question_command  asks an index; answer_text or answer_json print the answer
+//   listing           prints the languages and versions
 //
-// Exit statuses and messages: messages.h.
+// The commands are declared in commands.h, exit statuses and messages in messages.h.
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -15,23 +17,18 @@
 
 #include "index/index_error.h"
 #include "tool/arguments.h"
-#include "tool/check.h"
+#include "tool/commands.h"
 #include "tool/descriptors.h"
 #include "tool/escape.h"
-#include "tool/index_command.h"
 #include "tool/interrupts.h"
-#include "tool/list_command.h"
-#include "tool/listing.h"
 #include "tool/messages.h"
-#include "tool/question_command.h"
-#include "tool/run.h"
 
 namespace {
 
 int execute(const tool::Arguments& arguments) {
   switch (arguments.command) {
     case tool::Command::parse:
-      return arguments.lists ? tool::run_list(arguments) : tool::run(arguments);
+      return arguments.lists ? tool::run_list(arguments) : tool::run_parse(arguments);
     case tool::Command::index:
       return tool::run_index(arguments);
     case tool::Command::watch:
@@ -39,7 +36,7 @@ int execute(const tool::Arguments& arguments) {
     case tool::Command::question:
       return tool::run_question(arguments.question);
     case tool::Command::check:
-      return tool::check(arguments);
+      return tool::run_check(arguments);
     case tool::Command::languages:
       tool::write_output(tool::languages_text(), tool::EXIT_ALL_PARSED);
       break;
@@ -58,9 +55,10 @@ int execute(const tool::Arguments& arguments) {
 
 int main(int count, char** arguments) {
   tool::reserve_standard_descriptors();
-  // A closed pipe is then an error of write, met where the records are written.
+  // Without these signals write() fails instead, for a closed pipe and for a file that has reached
+  // the limit of its size; write_output handles that.
   std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);  // and so is a file that may grow no further
+  std::signal(SIGXFSZ, SIG_IGN);
   tool::catch_interrupts();
   try {
     const int status = execute(tool::parse_arguments(count, arguments));

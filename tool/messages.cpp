@@ -1,7 +1,6 @@
 // See messages.h.
 #include "tool/messages.h"
 
-#include <sys/ioctl.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -13,28 +12,19 @@
 #include "tool/descriptors.h"
 #include "tool/escape.h"
 #include "tool/interrupts.h"
+#include "tool/terminal.h"
 
 namespace tool {
 namespace {
 
 using std::chrono::steady_clock;
 
-// Soon enough to be seen at once; a run that is over before it shows no line that only flickers.
+// Short runs show no line of progress, which would only flicker.
 constexpr std::chrono::milliseconds FIRST_PROGRESS{150};
 constexpr std::chrono::milliseconds BETWEEN_PROGRESS{200};
 constexpr const char* WIPE_LINE = "\r\x1b[K";
 
-bool is_terminal(int descriptor) { return ::isatty(descriptor) != 0; }
-
-// One write for the whole line, so that lines of several processes do not mix.
 void write_error(std::string_view line) { (void)write_all(STDERR_FILENO, line); }
-
-// In columns; a line that wrapped could not be wiped.
-std::size_t terminal_width() {
-  winsize size{};
-  const bool is_known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return is_known ? size.ws_col : 80;
-}
 
 iovec piece(std::string_view text) { return {const_cast<char*>(text.data()), text.size()}; }
 
@@ -52,7 +42,7 @@ std::string files(std::size_t count) {
   return std::to_string(count) + (count == 1 ? " file" : " files");
 }
 
-// The reasons that there were, behind their number.
+// ", 3 skipped (2 hidden, 1 linked)"; empty when nothing was skipped.
 std::string skipped(const Counts& counts, const walk::LeftOut& left_out) {
   std::size_t total = 0;
   std::string reasons;
@@ -74,6 +64,7 @@ std::string skipped(const Counts& counts, const walk::LeftOut& left_out) {
 }  // namespace
 
 void complain(std::string_view text) {
+  // One write for the whole line, so that lines of several processes do not mix.
   const std::array parts = {piece("treesitter-engine: "), piece(text), piece("\n")};
   (void)!::writev(STDERR_FILENO, parts.data(), static_cast<int>(parts.size()));
 }
@@ -117,7 +108,9 @@ void Messages::show_progress(const Counts& counts, std::optional<std::size_t> to
     line += ", " + (seconds < 1 ? "" : in_seconds(seconds) + " on ") + escaped(longest->path);
   }
   set_last_words(WIPE_LINE);
-  write_error(WIPE_LINE + std::string(first_columns(line, terminal_width() - 1)));
+  // A line that wraps could not be wiped.
+  const std::size_t width = terminal_width(STDERR_FILENO) - 1;
+  write_error(WIPE_LINE + std::string(first_columns(line, width)));
   _has_line = true;
 }
 

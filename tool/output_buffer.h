@@ -1,7 +1,7 @@
-// Output on its way to a sink, through a buffer of fixed size: a record of hundreds of megabytes
-// takes no more memory than a small one, and a small one reaches its sink in one piece.
+// A buffer of fixed size before a sink: a record of hundreds of megabytes takes no more memory than
+// a small one, and a small one reaches the sink in one piece.
 //
-// Lies on the stack, where its pages cost nothing until they are written to.
+// Cost: 64 KiB, meant for the stack, where the system provides pages only as they are written to.
 //
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
@@ -22,7 +22,7 @@ class OutputBuffer {
   static constexpr std::size_t CAPACITY = std::size_t{64} * 1024;
 
   explicit OutputBuffer(ByteSink& sink) : _sink(sink) {}
-  // Drops what was not flushed: a sink may throw, and then nobody wants the rest.
+  // Drops what was not flushed. A sink may have thrown, and then it must not be called again.
   ~OutputBuffer() = default;
   OutputBuffer(const OutputBuffer&) = delete;
   OutputBuffer& operator=(const OutputBuffer&) = delete;
@@ -43,20 +43,20 @@ class OutputBuffer {
   }
 
   void write_number(std::integral auto number) {
-    constexpr std::size_t LONGEST = 20;  // of 64 bits, with the sign
+    constexpr std::size_t LONGEST = 20;  // digits of 64 bits, with the sign
     char* const begin = room(LONGEST);
     _size += static_cast<std::size_t>(std::to_chars(begin, begin + LONGEST, number).ptr - begin);
   }
 
-  // Where the next `size` bytes, at most CAPACITY, may be put; `commit` takes the end of those that
-  // were.
+  // room: where the caller may put up to `size` bytes, at most CAPACITY. commit: the caller has put
+  // bytes there, up to `end`.
   char* room(std::size_t size) {
     if (size > CAPACITY - _size) flush();
     return _bytes.data() + _size;
   }
   void commit(const char* end) { _size = static_cast<std::size_t>(end - _bytes.data()); }
 
-  // To be called behind the last piece.
+  // Call it after the last piece.
   void flush() {
     if (_size > 0) _sink.write({_bytes.data(), _size});
     _size = 0;

@@ -2,6 +2,7 @@
 #include "tool/path_list.h"
 
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 
 #include "tool/arguments.h"
@@ -16,10 +17,11 @@ std::FILE* open_list(const std::string& name) {
 
 [[noreturn]] void fail(const std::string& name, const std::string& text) {
   const std::string shown = name == STANDARD_INPUT ? "standard input" : escaped(name);
-  throw PathListError(shown + ": " + text);
+  throw std::runtime_error(shown + ": " + text);
 }
 
-// No path that the system takes comes near, and what is no list may have no separators, ever.
+// In bytes. The system takes no path near this length. A file that is no list may have no
+// separator.
 constexpr std::size_t LONGEST_PATH = std::size_t{1} << 20;
 
 }  // namespace
@@ -43,7 +45,7 @@ std::optional<std::string> PathList::next() {
       if (!path.empty()) return path;
       continue;
     }
-    // No path holds a NUL, and the system would silently read the part in front of it.
+    // No path holds a NUL. The system would open the path that ends before it.
     if (character == 0) fail(_name, "holds NUL characters; is it a list for --null?");
     if (path.size() == LONGEST_PATH) fail(_name, "holds a path of more than a MiB; is it a list?");
     path += static_cast<char>(character);

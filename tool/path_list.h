@@ -1,5 +1,5 @@
-// A list of paths in a file or on standard input, read as it is used, so that the list may be
-// longer than memory and may still be growing.
+// A list of paths from a file or from standard input. It is read as it is used, so that it may be
+// longer than memory and somebody may still be writing it.
 //
 // Tested by tests/tool_test.py.
 #pragma once
@@ -7,24 +7,18 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 namespace tool {
 
-// The list cannot be read, or is none. Its text names it.
-class PathListError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 class PathList {
  public:
-  // `name`: a file, or "-" for standard input. `separator`: '\n' or '\0'. Throws PathListError.
+  // `name`: a file, or "-" for standard input. `separator`: '\n' or '\0'. Throws std::runtime_error
+  // when the file cannot be opened.
   PathList(const std::string& name, char separator);
 
-  // The next path, byte for byte what stands between two separators; none at the end. Empty ones
-  // are left out. Waits for a list that somebody is still writing. Throws PathListError.
+  // The bytes between two separators, empty paths left out; none at the end. Waits when the list is
+  // a pipe. Throws std::runtime_error when the list cannot be read, or is no list of paths.
   std::optional<std::string> next();
 
  private:

@@ -1,6 +1,4 @@
-// See question_command.h.
-#include "tool/question_command.h"
-
+// See commands.h.
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -8,9 +6,8 @@
 
 #include "index/catalogue.h"
 #include "index/questions.h"
-#include "tool/answer_json.h"
-#include "tool/answer_text.h"
-#include "tool/byte_sink.h"
+#include "tool/answer_output.h"
+#include "tool/commands.h"
 #include "tool/descriptors.h"
 #include "tool/escape.h"
 #include "tool/messages.h"
@@ -26,12 +23,8 @@ using repository::Questions;
 constexpr const char* INCOMPLETE =
     "the index is being made, or a run over it was ended: files may be missing";
 
-class OutputSink final : public ByteSink {
- public:
-  void write(std::string_view bytes) override { write_output(bytes, EXIT_ALL_PARSED); }
-};
-
-// A file that exists may be named from the current folder, one that is gone from the root.
+// The path from the root of a file that the user names. Relative to the current folder when there
+// is such a file; otherwise, as for a file that is gone, as it is given.
 std::string path_from_root(const std::string& path, const std::string& root) {
   std::error_code error;
   const auto whole = std::filesystem::weakly_canonical(path, error);
@@ -42,24 +35,20 @@ std::string path_from_root(const std::string& path, const std::string& root) {
 
 class Writing {
  public:
-  Writing(Format format, const std::string& root) : _out(_sink) {
-    if (format == Format::json) {
-      _form = std::make_unique<AnswerJson>(_out);
-    } else {
-      _form = std::make_unique<AnswerText>(_out, Terminal::of_output(), root);
-    }
-  }
+  Writing(Format format, const std::string& root)
+      : _form(format == Format::json ? answer_as_json(_out)
+                                     : answer_as_text(_out, Terminal::of_output(), root)) {}
 
   AnswerOutput& form() { return *_form; }
   void flush() { _out.flush(); }
 
-  // Whether there is any.
+  // Writes the rows, and says on standard error when there are more. False when there are none.
   template <typename Row>
   bool write(const Answer<Row>& answer);
 
  private:
-  OutputSink _sink;
-  OutputBuffer _out;
+  OutputSink _sink{EXIT_ALL_PARSED};
+  OutputBuffer _out{_sink};
   std::unique_ptr<AnswerOutput> _form;
 };
 

@@ -16,7 +16,7 @@ using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseResult;
 using engines::treesitter::Raised;
 
-// What the names of the fields and the punctuation of one entry take in JSON, the larger form.
+// The bytes of field names and punctuation in JSON, the longest of the formats.
 constexpr std::size_t SYMBOL_FRAME = 200;
 constexpr std::size_t REFERENCE_FRAME = 48;
 constexpr std::size_t RECORD_FRAME = 200;
@@ -30,7 +30,7 @@ struct ErrorTexts {
     return {outcome.error};
   }
   std::vector<std::string> operator()(const Declined& outcome) const {
-    // A binary file is left out on purpose, and nothing is missing without it.
+    // A binary file is left out on purpose.
     if (outcome.reason == Declined::Reason::binary) return {};
     return {repository::too_large_text(outcome.size, parsed.item.max_size)};
   }

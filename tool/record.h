@@ -1,4 +1,4 @@
-// What the output formats ask about the outcome of an item.
+// What the output formats need to know about the outcome of an item.
 //
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
@@ -11,16 +11,15 @@
 
 namespace tool {
 
-// The error texts of the outcome, in order. An item that has any makes the whole run end with
-// status 1. One of unknown language has none: lists made by other tools hold licences and pictures.
+// The error texts of the outcome, in order. An item that has any makes the run end with status 1.
+// An unknown language is no error: lists that other tools make hold licences and pictures, too.
 std::vector<std::string> error_texts(const engines::treesitter::ParsedItem& parsed);
 
-// An outcome without a result as one that has nothing but its error texts, for formats that show
-// both alike.
+// For an outcome without a result, a result that has only the language and the error texts.
 engines::treesitter::ParseResult without_entries(const engines::treesitter::ParsedItem& parsed);
 
-// How long the output is, roughly, in any format: at most six times that, since it does not look
-// for what has to be escaped. Takes some nanoseconds for each entry.
+// Roughly the bytes of the output in any format. The output may be up to six times as long, since
+// escapes are not counted. Takes some nanoseconds for each entry.
 std::size_t output_size_bound(const engines::treesitter::ParsedItem& parsed);
 
 }  // namespace tool

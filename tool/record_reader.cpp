@@ -34,7 +34,7 @@ Symbol symbol_of(json& record) {
                  .signature = optional_text(record, "signature"),
                  .is_export = record.at("is_export").get<bool>(),
                  .docstring = optional_text(record, "docstring"),
-                 .body_digest = {}});  // which no index keeps
+                 .body_digest = {}});  // no index keeps it
 }
 
 ReferenceInfo reference_of(json& record) {
@@ -42,6 +42,7 @@ ReferenceInfo reference_of(json& record) {
           std::move(text(record, "kind"))};
 }
 
+// The bytes that hexadecimal digits stand for.
 std::string bytes_of(const std::string& digits) {
   std::string bytes;
   for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
@@ -76,7 +77,7 @@ std::optional<repository::ImportedRecord> read_record(const std::string& line) {
   } else {
     return std::nullopt;
   }
-  // FQNs begin with the path as it is written, where its bytes are no text.
+  // The record's FQNs begin with this form of the path, which has U+FFFD for ill-formed bytes.
   read.result.path = std::move(text(record, "path"));
   const auto exact = record.find("path_bytes");
   read.path = exact == record.end() ? read.result.path : bytes_of(exact->get_ref<std::string&>());

@@ -1,6 +1,6 @@
-// A record as JSON, as json_output.h writes it, read back.
+// Reads a record from its JSON form (json_output.h).
 //
-// Cost: about ten times the record's memory for a moment.
+// Cost: for a moment about ten times the record's memory.
 //
 // Tested by tests/cluster/test_index.py.
 #pragma once
@@ -12,8 +12,8 @@
 
 namespace tool {
 
-// None for a file of unknown language. Throws std::runtime_error, which says why, for what is no
-// record.
+// `line`: one record, without its line feed. None for a file of unknown language. Throws some
+// std::exception, whose text says why, when the line is no record.
 std::optional<repository::ImportedRecord> read_record(const std::string& line);
 
 }  // namespace tool

@@ -4,8 +4,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <utility>
+#include <vector>
 
 #include "index/index_error.h"
 
@@ -16,7 +19,7 @@ using engines::treesitter::Rules;
 using nlohmann::json;
 using repository::IndexError;
 
-// Whole lines: one that is torn was never acknowledged to anybody.
+// The lines of a file. A last one without a line feed is left out: it was not written completely.
 std::vector<std::string> lines_of(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw IndexError("cannot read '" + path + "': " + std::strerror(errno));
@@ -26,7 +29,8 @@ std::vector<std::string> lines_of(const std::string& path) {
   return lines;
 }
 
-// What `get` takes out of a line; whatever is missing or of another type is told by the path.
+// What `get` reads from a line of JSON. A field that is missing or of another type is an error that
+// names the file.
 template <typename Get>
 auto taken(const std::string& path, const std::string& line, Get get) {
   try {
@@ -74,16 +78,31 @@ void Shards::read_manifest() {
                      digest + "; only that one makes an index of them");
   }
   for (std::size_t number = 1; number < lines.size(); ++number) {
-    _shards.push_back(taken(path, lines[number], [](const json& line) {
+    add(taken(path, lines[number], [](const json& line) {
       return Shard{line.at("first").get<std::size_t>(), line.at("count").get<std::size_t>(),
                    line.at("records").get<std::size_t>(), line.at("shard").get<std::string>()};
     }));
   }
+  _shard = _shards.begin();
+}
+
+// Replaces earlier shards that hold some of the same items: one that was lost is made again, and
+// perhaps of other batches.
+void Shards::add(Shard shard) {
+  const std::size_t first = shard.first;
+  const std::size_t end = first + shard.count;
+  auto at = _shards.lower_bound(first);
+  if (at != _shards.begin()) {
+    const auto before = std::prev(at);
+    if (before->first + before->second.count > first) at = before;
+  }
+  while (at != _shards.end() && at->first < end) at = _shards.erase(at);
+  _shards.emplace(first, std::move(shard));
 }
 
 void Shards::require_whole() const {
   std::size_t items = 0;
-  for (const Shard& shard : _shards) items += shard.count;
+  for (const auto& [first, shard] : _shards) items += shard.count;
   if (items == _items) return;
   throw IndexError("the run in '" + _folder + "' is not at its end, with " + std::to_string(items) +
                    " of " + std::to_string(_items) +
@@ -91,23 +110,23 @@ void Shards::require_whole() const {
 }
 
 void Shards::fail(const std::string& what) const {
-  throw IndexError("the shard '" + _folder + "/shards/" + _shards[_shard].name + "' " + what);
+  throw IndexError("the shard '" + _folder + "/shards/" + _shard->second.name + "' " + what);
 }
 
 std::string Shards::place() const {
-  return "'" + _folder + "/shards/" + _shards[_shard].name + "', line " + std::to_string(_line);
+  return "'" + _folder + "/shards/" + _shard->second.name + "', line " + std::to_string(_line);
 }
 
 void Shards::open() {
-  _file.open(_folder + "/shards/" + _shards[_shard].name, std::ios::binary);
+  _file.open(_folder + "/shards/" + _shard->second.name, std::ios::binary);
   if (!_file) fail(std::string("cannot be read: ") + std::strerror(errno));
   ZSTD_initDStream(_stream.get());
   _input = {_compressed.data(), 0, 0};
-  _is_frame_whole = true;  // one without any is empty
+  _is_frame_whole = true;  // a shard without any frame is empty
   _line = 0;
 }
 
-// Whether there was more in the shard.
+// Decompresses more of the shard into _text. False at the shard's end.
 bool Shards::read_more() {
   if (_input.pos == _input.size) {
     _file.read(_compressed.data(), static_cast<std::streamsize>(_compressed.size()));
@@ -127,8 +146,9 @@ bool Shards::read_more() {
   return true;
 }
 
+// Closes a shard that was read to its end, and goes on to the next one.
 void Shards::close() {
-  if (_begin != _text.size() || _line != _shards[_shard].records) {
+  if (_begin != _text.size() || _line != _shard->second.records) {
     fail("is damaged: it has not the records that the manifest tells");
   }
   _file.close();
@@ -136,7 +156,7 @@ void Shards::close() {
 }
 
 std::optional<std::string> Shards::next() {
-  while (_shard < _shards.size()) {
+  while (_shard != _shards.end()) {
     if (!_file.is_open()) open();
     const std::size_t end = _text.find('\n', std::max(_begin, _searched));
     if (end != std::string::npos) {

@@ -7,7 +7,7 @@
 namespace tool {
 namespace {
 
-// Its value may begin with anything, also where it stands in the same argument.
+// The one option whose value may begin with any character and stand in the same argument.
 constexpr std::string_view EXCLUDE_IS = "--exclude=";
 
 bool needs_shield(std::string_view argument) {

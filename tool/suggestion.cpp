@@ -2,15 +2,20 @@
 #include "tool/suggestion.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
+
+#include "walk/wildmatch.h"
 
 namespace tool {
 namespace {
 
-constexpr std::size_t LONGEST = 40;  // of words that are compared; the cost is its square
+// In bytes, of what a user typed. Longer words get no suggestion, since the cost grows with them.
+constexpr std::size_t LONGEST = 40;
 
-// How many letters have to be changed, added, left out or swapped with the next one.
+// How many letters have to be changed, added, left out or swapped with the next one to turn one
+// word into the other.
 std::size_t distance(std::string_view one, std::string_view other) {
   std::vector<std::size_t> before;  // the row before the previous one
   std::vector<std::size_t> previous;
@@ -30,16 +35,6 @@ std::size_t distance(std::string_view one, std::string_view other) {
   return row.back();
 }
 
-}  // namespace
-
-std::string lower_case(std::string_view text) {
-  std::string lower(text);
-  for (char& letter : lower) {
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  }
-  return lower;
-}
-
 std::optional<std::string> nearest(std::string_view word, std::span<const std::string> words) {
   if (word.size() < 2 || word.size() > LONGEST) return std::nullopt;
   const std::string typed = lower_case(word);
@@ -54,9 +49,17 @@ std::optional<std::string> nearest(std::string_view word, std::span<const std::s
   return found;
 }
 
+}  // namespace
+
 std::string suggestion(std::string_view word, std::span<const std::string> words) {
   const auto meant = nearest(word, words);
   return meant ? "; did you mean '" + *meant + "'?" : "";
+}
+
+std::string lower_case(std::string_view text) {
+  std::string lower(text);
+  walk::fold_case(lower, 0, lower.size());
+  return lower;
 }
 
 }  // namespace tool

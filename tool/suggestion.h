@@ -1,24 +1,21 @@
-// What somebody may have meant who mistyped a word.
+// The word that a user may have meant who mistyped it.
 //
-// Tested by tests/tool_test.py.
+// Tested by tests/tool_test.py and tests/tool_runs_test.py.
 #pragma once
 
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
 namespace tool {
 
-// The first of the words that are nearest to this one: a third of its letters at most may be
-// wrong, missing, too many or swapped with their neighbours, or it may be cut short. None when
-// no word is that near. Upper and lower case of ASCII letters are alike.
-std::optional<std::string> nearest(std::string_view word, std::span<const std::string> words);
-
-// "; did you mean 'WORD'?", or nothing.
+// "; did you mean 'NAME'?" with the nearest of `words`, the first of several, or nothing when none
+// is near. Near means that at most a third of the letters of `word` (one in short words) are wrong,
+// missing, too many or swapped with a neighbour, or that `word` begins the other one. The case of
+// ASCII letters does not count.
 std::string suggestion(std::string_view word, std::span<const std::string> words);
 
-// ASCII letters in lower case.
+// The text with ASCII letters in lower case.
 std::string lower_case(std::string_view text);
 
 }  // namespace tool

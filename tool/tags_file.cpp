@@ -40,7 +40,7 @@ class FileSink final : public ByteSink {
   const std::string& _path;
 };
 
-// What `parse` puts in front of the paths of a folder: "./", "../../" or "/srv/root/".
+// The root as paths in the tags begin with it: "./", "../../" or "/srv/root/".
 std::string way_to(const std::string& root, const fs::path& folder) {
   const fs::path down = folder.lexically_relative(root);
   if (down.empty() || *down.begin() == "..") return root.ends_with('/') ? root : root + '/';
@@ -57,7 +57,8 @@ fs::path folder_of(const std::string& file) {
   return folder;
 }
 
-// An interrupted process leaves none of it behind, since the signal waits.
+// Sorts the tags into a new file and renames it. Signals wait meanwhile (WholeRecord), so that they
+// leave no such file behind.
 void replace(const std::string& file, LineSorter& tags) {
   const fs::path path(file);
   const std::string beside =

@@ -1,8 +1,10 @@
-// A tags file of what an index holds, as `parse --format ctags` would print it.
+// Writes a tags file of the symbols in an index, the same as `parse --format ctags` would print.
 //
-// Written beside and renamed, so that an editor reads the old file or the new one.
+// It is written under another name beside the old file and then renamed, so that an editor reads
+// either the old or the new one.
 //
-// Cost: the index's symbols once (index/all_symbols.h), sorted in bounded memory (line_sorter.h).
+// Cost: reads the index's symbols once (index/all_symbols.h), and sorts in bounded memory
+// (line_sorter.h).
 //
 // Tested by tests/ctags_test.py.
 #pragma once
@@ -15,10 +17,10 @@
 
 namespace tool {
 
-// Of the index of the repository around `path`, or of that database. Paths in the tags lead from
-// the folder of `file` where that is the root or below it, else they are absolute. Gives how many
-// files have tags that are left out, of which `messages` are told. Throws repository::IndexError,
-// std::system_error.
+// `file`: the tags file. `path`, `database`: the index, as of `index`. Paths in the tags are
+// relative to the folder of `file` if that is the root or lies below it, else absolute. Returns how
+// many files have tags that had to be left out, and reports each to `messages`. Throws
+// repository::IndexError, std::system_error.
 std::size_t write_tags_file(const std::string& file, const std::string& path,
                             const std::optional<std::string>& database, Messages& messages);
 

@@ -18,11 +18,17 @@ std::string_view variable(const char* name) {
 
 }  // namespace
 
-Terminal Terminal::of_output() {
-  if (::isatty(STDOUT_FILENO) == 0) return {};
+bool is_terminal(int descriptor) { return ::isatty(descriptor) != 0; }
+
+std::size_t terminal_width(int descriptor) {
   winsize size{};
-  const bool is_known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return {.width = is_known ? size.ws_col : USUAL_WIDTH,
+  const bool is_known = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return is_known ? size.ws_col : USUAL_WIDTH;
+}
+
+Terminal Terminal::of_output() {
+  if (!is_terminal(STDOUT_FILENO)) return {};
+  return {.width = terminal_width(STDOUT_FILENO),
           .has_colours = variable("NO_COLOR").empty() && variable("TERM") != "dumb"};
 }
 

@@ -1,4 +1,4 @@
-// What standard output is: a terminal of so many columns, or none; and its colours.
+// Terminals: their width, and the colours of standard output.
 //
 // Tested by tests/questions_test.py.
 #pragma once
@@ -9,15 +9,22 @@
 
 namespace tool {
 
+bool is_terminal(int descriptor);
+
+// In columns; 80 when the terminal does not tell.
+std::size_t terminal_width(int descriptor);
+
 enum class Colour : std::uint8_t { place, name, faint };
 
+// What standard output is.
 struct Terminal {
-  std::size_t width = SIZE_MAX;  // in columns; where there is no terminal lines have any length
+  std::size_t width = SIZE_MAX;  // in columns; without a limit when it is no terminal
   bool has_colours = false;
 
-  // No colours where the environment has a NO_COLOR that is not empty, or a dumb terminal.
+  // Has no colours when the environment's NO_COLOR is set and not empty, or TERM is "dumb".
   static Terminal of_output();
 
+  // What switches a colour on and off; empty without colours.
   std::string_view begin(Colour colour) const;
   std::string_view end() const { return has_colours ? "\x1b[0m" : ""; }
 };

@@ -20,7 +20,8 @@ using engines::treesitter::ParseResult;
 using engines::treesitter::Raised;
 using engines::treesitter::ReferenceInfo;
 
-// Widths are fixed and not those of the longest entry: a new entry then changes no other line.
+// In code points. Fixed, and not as wide as the longest entry, so that an entry changes no other
+// line.
 constexpr std::size_t KIND_WIDTH = 10;
 constexpr std::size_t FQN_WIDTH = 40;
 constexpr std::size_t LABEL_WIDTH = 6;
@@ -56,7 +57,7 @@ void write_number(OutputBuffer& out, std::string_view label, std::int64_t number
 }
 
 void write_padded(OutputBuffer& out, std::string_view text, std::size_t width) {
-  constexpr std::size_t WIDEST = 4;  // bytes of a character; none gets narrower by being escaped
+  constexpr std::size_t WIDEST = 4;  // bytes of a character; escapes make no text shorter
   if (text.size() >= width * WIDEST) {
     write_escaped(out, text);
     return;
@@ -112,7 +113,7 @@ void write_entries(OutputBuffer& out, const ParseResult& result) {
   for (const auto& error : result.errors) write_line(out, "error", error);
 }
 
-// What follows the path in each outcome.
+// Writes what follows the path, for each outcome.
 struct WriteOutcome {
   OutputBuffer& out;
   const ParsedItem& parsed;

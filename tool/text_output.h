@@ -1,5 +1,5 @@
-// The text form of a record, for terminals, debuggers and the golden tests: line-based, so that a
-// difference between two of them is a difference of lines.
+// The text form of a record, for terminals, debuggers and the golden tests. It consists of lines,
+// so that records can be compared line by line.
 //
 //   class     input.Job                                 1-7  export
 //     sig   class Job
@@ -9,11 +9,11 @@
 //   ref call 4 puts
 //   error Invalid symbol x: name holds a NUL character
 //
-// An entry is a symbol (kind, qualified name, lines, "export" when it is exported), a reference
-// (kind, line, name) or an error text, each in the order of the record. Absent fields have no line.
-// A text of several lines goes on behind "|". A symbol's name has a line of its own only where it
-// is not what follows the last full stop of the qualified name. Texts are escaped (escape.h), so
-// that every change of a record changes its text form.
+// The entries are symbols (kind, qualified name, lines, "export" when exported), references (kind,
+// line, name) and error texts, each in the order of the record. A field that is absent has no line;
+// further lines of a text begin with "|". A symbol's name has a line only when it differs from what
+// follows the last full stop of the qualified name. Texts are escaped (escape.h), so that every
+// change of a record changes its text form.
 //
 // Tested by tests/tool_formats_test.cpp.
 #pragma once
@@ -23,11 +23,11 @@
 
 namespace tool {
 
-// Writes "file PATH  LANGUAGE" with the hash, the entries, and an empty line, in pieces of bounded
-// size: beside the record it takes 64 KiB of stack.
+// Writes "file PATH  LANGUAGE", the hash, the entries and an empty line. Takes 64 KiB of stack, and
+// no memory for a copy of the record.
 void write_text(ByteSink& sink, const engines::treesitter::ParsedItem& parsed);
 
-// Writes the entries of a result alone.
+// Writes only the entries of a result.
 void write_text_entries(ByteSink& sink, const engines::treesitter::ParseResult& result);
 
 }  // namespace tool

@@ -1,8 +1,8 @@
-// What `--version --json` prints: engines/treesitter/build_info.h, field by field.
+// The output of `--version --json` (commands.h): engines/treesitter/build_info.h, field by field.
 #include "engines/treesitter/treesitter.h"
 #include "tool/byte_sink.h"
+#include "tool/commands.h"
 #include "tool/json_object.h"
-#include "tool/listing.h"
 
 namespace tool {
 namespace {

@@ -16,19 +16,9 @@
 namespace walk {
 namespace {
 
-bool is_want_of_descriptors(int error) { return error == EMFILE || error == ENFILE; }
+bool is_out_of_descriptors(int error) { return error == EMFILE || error == ENFILE; }
 
 }  // namespace
-
-LeftOut& LeftOut::operator+=(const LeftOut& other) {
-  hidden += other.hidden;
-  links += other.links;
-  unknown += other.unknown;
-  other_type += other.other_type;
-  excluded += other.excluded;
-  ignored += other.ignored;
-  return *this;
-}
 
 FolderWalk::FolderWalk(const std::string& folder, WalkOptions options, Selection selection,
                        Entering entering)
@@ -48,16 +38,15 @@ FolderWalk::FolderWalk(const std::string& folder, WalkOptions options, Selection
 
 void FolderWalk::add(Level& level, const char* name, OpenFolder::Kind kind, int error) {
   if (error == ENOENT) return;  // gone since it was listed
-  if (name[0] == '.' && (!_options.hidden || std::string_view(name) == GIT_FOLDER)) {
+  if (!_options.takes_name(name)) {
     ++_left_out.hidden;
   } else if (kind == OpenFolder::Kind::link) {
     ++_left_out.links;
   } else if (kind == OpenFolder::Kind::folder) {
     level.entries.push_back({std::string(name) + '/', 0});
   } else if (const auto language = engines::languages::detect_language(name)) {
-    const auto& types = _options.types;
-    if (types.empty() || std::find(types.begin(), types.end(), *language) != types.end()) {
-      level.entries.push_back({name, 0});  // whoever opens it will see whether it is a file
+    if (_options.takes_language(*language)) {
+      level.entries.push_back({name, 0});  // a kind that is unknown shows when it is opened
     } else {
       ++_left_out.other_type;
     }
@@ -68,7 +57,7 @@ void FolderWalk::add(Level& level, const char* name, OpenFolder::Kind kind, int 
   }
 }
 
-// Gives an errno, 0 when all is known.
+// Returns 0, or the errno of what ended the list early.
 int FolderWalk::list(Level& level, RuleStack::Seen& seen) {
   return level.folder.for_each([&](const char* name, OpenFolder::Kind kind, int error) {
     seen.note(name);
@@ -76,6 +65,7 @@ int FolderWalk::list(Level& level, RuleStack::Seen& seen) {
   });
 }
 
+// In place of list(), for a folder of which only some entries are selected.
 void FolderWalk::look_at_selected(Level& level, RuleStack::Seen& seen) {
   for (const char* const name : RuleStack::NAMES) {
     int error = 0;
@@ -95,7 +85,7 @@ void FolderWalk::look_at_selected(Level& level, RuleStack::Seen& seen) {
   }
 }
 
-// Lists the folder that _path names.
+// Enters the folder that _path names: reads its entries and its rules.
 void FolderWalk::push(OpenFolder folder, const std::string& name) {
   if (_entering) _entering(_path, folder.descriptor());
   const std::string_view way = std::string_view(_path).substr(_prefix_size);
@@ -121,7 +111,8 @@ void FolderWalk::push(OpenFolder folder, const std::string& name) {
             [](const Entry& one, const Entry& other) { return one.name > other.name; });
 }
 
-// Reads the rules of the folder pushed last.
+// Reads the rules of the folder pushed last; a second time when descriptors were lacking and the
+// walk could close some of its own.
 void FolderWalk::follow_rules(const std::string& name, RuleStack::Seen seen) {
   const int folder = _levels.back().folder.descriptor();
   const auto enter = [&] {
@@ -135,7 +126,7 @@ void FolderWalk::follow_rules(const std::string& name, RuleStack::Seen seen) {
   };
   std::vector<Found> faults = enter();
   const bool wants_descriptors = std::any_of(faults.begin(), faults.end(), [](const Found& fault) {
-    return is_want_of_descriptors(fault.error);
+    return is_out_of_descriptors(fault.error);
   });
   if (wants_descriptors && _levels.size() > 1) {
     close_all_but_last();
@@ -155,7 +146,8 @@ bool FolderWalk::is_left_out(const Entry& entry) {
   return verdict != RuleStack::Verdict::kept && verdict != RuleStack::Verdict::tracked;
 }
 
-// Goes back to the parent, which may have been moved: then the child has another `..` now.
+// Goes back to the parent. If the child was moved meanwhile, its `..` is another folder, and the
+// parent stays closed.
 void FolderWalk::pop() {
   const OpenFolder child = std::move(_levels.back().folder);
   _levels.pop_back();
@@ -168,8 +160,8 @@ void FolderWalk::pop() {
   if (again.is_open() && again.is(parent.folder)) parent.folder = std::move(again);
 }
 
-// Gives an errno, 0 when the current folder is open. One that the way back has not found may still
-// be where its path says.
+// Opens the current folder again if it is closed. Returns 0 or an errno. Where pop() did not find
+// it through `..`, it may still be found by its path.
 int FolderWalk::require_open() {
   OpenFolder& folder = _levels.back().folder;
   if (folder.is_open()) return 0;
@@ -186,13 +178,13 @@ void FolderWalk::close_all_but_last() {
   }
 }
 
-// Gives what cannot be entered.
+// Enters a folder below the current one. Returns it as a fault when that fails.
 std::optional<Found> FolderWalk::enter(const std::string& name) {
   if (const int error = require_open(); error != 0) return Found{_path + name, error};
   const OpenFolder& parent = _levels.back().folder;
   OpenFolder folder = OpenFolder::in(parent, name);
-  if (!folder.is_open() && is_want_of_descriptors(errno)) {
-    // Others need descriptors too; the walk can do with two.
+  if (!folder.is_open() && is_out_of_descriptors(errno)) {
+    // Other parts of the process need descriptors too, and the walk can work with two.
     close_all_but_last();
     folder = OpenFolder::in(parent, name);
   }

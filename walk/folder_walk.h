@@ -1,11 +1,13 @@
-// The files below a folder that the engine has a language for and no rule leaves out, one at a
-// time: sorted, without recursion, and to any depth, also where paths are longer than the system
-// takes (PATH_MAX). A folder that is left out is not entered, so that no rule below it counts.
+// Walks a folder and returns its files one at a time: those that have a language and that no rule
+// leaves out. Sorted, without recursion, and to any depth, also where a path is longer than the
+// system takes (PATH_MAX). A folder that is left out is not entered, so ignore files in it are not
+// read.
 //
-// Cost: the names that are still to come of each folder on the way to the current one, one path,
-// the rules that hold there (rule_stack.h), and at most OPEN_FOLDERS descriptors. Folders further
-// up are closed, opened again through `..` on the way back, and recognised by device and inode: a
-// folder that was moved meanwhile is not taken for another one.
+// Cost: memory of the names that are still to come, of each folder from the first to the current
+// one; of one path; and of the rules that apply there (rule_stack.h). The OPEN_FOLDERS folders
+// nearest to the current one are open, and for a moment a descriptor or two more. Folders above
+// these are closed and opened again through `..` on the way back. Device and inode tell whether
+// that is the same folder, since somebody may have moved it meanwhile.
 //
 // Tested by tests/walk_test.cpp.
 #pragma once
@@ -26,47 +28,47 @@
 
 namespace walk {
 
-// Gives paths in the order of their bytes, as `LC_ALL=C sort` would put them. FIFOs and the like
-// are given: whoever reads them refuses them, and the user learns of it.
+// Returns paths sorted by bytes, as `LC_ALL=C sort` does. FIFOs and the like are returned too: the
+// engine refuses them with an error that the user sees. Not thread-safe: one thread at a time.
 class FolderWalk {
  public:
   static constexpr std::size_t OPEN_FOLDERS = 16;
 
-  // Told of each folder before it is listed, so that whoever watches it from then on misses
-  // nothing. `path`: as the walk calls it, with "/" at the end.
+  // Called with each folder before it is listed, so that a watch that is added in the call misses
+  // no change. `path`: as in Found, with "/" at the end. `descriptor`: the walk's, open during the
+  // call.
   using Entering = std::function<void(const std::string& path, int descriptor)>;
 
-  // A symbolic link to a folder is followed here, since somebody named it, and it is entered
-  // whatever the rules above it say. A folder that is only on the way to what is selected is not
-  // listed; its rules hold all the same.
+  // `folder` may be a symbolic link and is entered even where the rules above it ignore it, since
+  // the user named it. A folder that only leads to selected paths is not listed, but its rules
+  // apply.
   explicit FolderWalk(const std::string& folder, WalkOptions options = {}, Selection selection = {},
                       Entering entering = {});
 
-  // None at the end. Each folder that cannot be entered, and each ignore file that cannot be read,
-  // is met with its error, and the walk goes on without it.
+  // The next file, or a folder or ignore file that cannot be read, with its error: the walk goes on
+  // without it. None at the end.
   std::optional<Found> next();
 
-  // A descriptor of the file that next() gave last, which is the caller's, or -1 and errno. For
-  // files whose path is too long to be opened.
+  // Opens the file that next() returned last. Returns its descriptor, which the caller owns, or -1
+  // and errno. For files whose path is too long to be opened.
   int open_last();
 
-  // What the file that next() gave last is, without following a link. Gives an errno, 0 when it is
-  // known.
+  // lstat of the file that next() returned last. Returns 0 or an errno.
   int stat_last(struct stat& status);
 
-  // Of what has been listed so far.
+  // Counts of what was left out so far; complete at the end.
   const LeftOut& left_out() const { return _left_out; }
 
  private:
   struct Entry {
-    std::string name;  // of folders with "/" at the end, which is how they are sorted
-    int error;
+    std::string name;  // a folder's ends with "/", so that sorting names sorts whole paths
+    int error;         // errno, 0 for none
   };
   struct Level {
-    std::size_t path_size;       // of the path that its entries follow, in _path
-    OpenFolder folder;           // closed while far from the current one, or when it was lost
-    bool is_whole;               // otherwise only what is selected counts in it
-    std::vector<Entry> entries;  // the next one is last
+    std::size_t path_size;       // of this folder's path, the beginning of _path
+    OpenFolder folder;           // closed while far above the current one, or not found again
+    bool is_whole;               // all of it is selected
+    std::vector<Entry> entries;  // still to come, the next one last
   };
 
   void push(OpenFolder folder, const std::string& name);
@@ -88,7 +90,7 @@ class FolderWalk {
   std::size_t _prefix_size = 0;  // of the first folder's
   std::vector<Level> _levels;
   std::string _last_name;
-  std::vector<Found> _faults;  // of the folder entered last
+  std::vector<Found> _faults;  // of the folder entered last, not yet returned
   LeftOut _left_out;
 };
 

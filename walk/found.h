@@ -1,4 +1,6 @@
-// What a walk of folders gives and counts.
+// What a walk of folders returns and counts.
+//
+// Tested by tests/walk_test.cpp.
 #pragma once
 
 #include <cstddef>
@@ -6,26 +8,34 @@
 
 namespace walk {
 
-// A file, or what could not be read where `error` is an errno: a folder, an entry of which nobody
-// tells whether it is one, or a file of rules.
+// A file, when `error` is 0. Otherwise something that could not be read, and `error` is its errno:
+// a folder, an entry that may be a folder, or a file of ignore rules.
 struct Found {
-  std::string path;  // the first folder as given, "/", and the way from there
+  std::string path;  // the walk's folder as the caller gave it, "/", and the path below it
   int error = 0;
-  // The rules that the file at `path` holds are not followed. It may stand above the first folder.
+  // `path` is a file of ignore rules that are not applied. It may lie above the walk's folder.
   bool is_rules = false;
 };
 
-// How many entries a walk has met that are none of the indexer's business, each under the first
-// reason that holds. What lies in a folder that is left out is not met.
+// How many entries a walk has left out, each counted under the first reason that holds. The content
+// of a folder that is left out is not counted, since the walk does not see it.
 struct LeftOut {
-  std::size_t hidden = 0;      // the name begins with a full stop; files and folders
-  std::size_t links = 0;       // symbolic ones: so nothing is met twice and there are no loops
-  std::size_t unknown = 0;     // files whose name tells no language
+  std::size_t hidden = 0;      // files and folders whose name begins with a full stop
+  std::size_t links = 0;       // symbolic links: following them could give files twice, or loop
+  std::size_t unknown = 0;     // files whose name has no language
   std::size_t other_type = 0;  // files of a language that was not asked for
-  std::size_t excluded = 0;    // by a glob of the options; files and folders
-  std::size_t ignored = 0;     // by an ignore file; files and folders
+  std::size_t excluded = 0;    // files and folders, by WalkOptions::exclude
+  std::size_t ignored = 0;     // files and folders, by an ignore file
 
-  LeftOut& operator+=(const LeftOut& other);
+  LeftOut& operator+=(const LeftOut& other) {
+    hidden += other.hidden;
+    links += other.links;
+    unknown += other.unknown;
+    other_type += other.other_type;
+    excluded += other.excluded;
+    ignored += other.ignored;
+    return *this;
+  }
 };
 
 }  // namespace walk

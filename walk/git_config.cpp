@@ -14,9 +14,9 @@
 namespace walk {
 namespace {
 
-// Files may include each other, and themselves. So deep git goes; and nobody has so many.
-constexpr int MOST_DEEP = 10;
-constexpr int MOST_FILES = 256;
+// Files may include each other, and themselves.
+constexpr int MOST_DEEP = 10;    // git's own limit
+constexpr int MOST_FILES = 256;  // more than anybody has
 
 std::string environment(const char* name) {
   const char* const value = std::getenv(name);
@@ -31,15 +31,17 @@ bool is_true(std::string value) {
   return value.find_first_not_of("0+-") != std::string::npos;
 }
 
-// One `name = value` after the other.
+// Reads one `name = value` after the other.
 class Entries {
  public:
   explicit Entries(std::string_view text) : _text(text) {
     if (_text.starts_with("\xef\xbb\xbf")) _at = 3;
   }
 
-  std::string name;   // "core.ignorecase"; of a section that has a second name without the first
-  std::string value;  // "true" where none is written
+  // "core.ignorecase", in lower case. Without the section's name where that has a part in quotes:
+  // no setting that is asked for has one.
+  std::string name;
+  std::string value;  // "true" where the name stands alone
 
   bool next() {
     for (;;) {
@@ -96,10 +98,10 @@ class Entries {
     }
   }
 
-  // Up to the end of the line, unless a backslash stands there.
+  // Reads to the end of the line; a backslash there continues it.
   void read_value() {
     value.clear();
-    std::size_t kept = 0;  // blanks behind it are none of it
+    std::size_t kept = 0;  // the value's size without unquoted blanks at the end
     bool is_quoted = false;
     for (; _at < _text.size() && _text[_at] != '\n'; ++_at) {
       const char byte = _text[_at];
@@ -124,7 +126,8 @@ class Entries {
   std::size_t take_escaped(char byte) {
     if (byte == 'n') byte = '\n';
     if (byte == 't') byte = '\t';
-    if (byte != '\n' || _text[_at] == 'n') value += byte;  // else the line goes on
+    if (byte != '\n' || _text[_at] == 'n')
+      value += byte;  // a real line feed only continues the line
     return value.size();
   }
 
@@ -133,6 +136,7 @@ class Entries {
   std::string _section;
 };
 
+// `path`, relative to the folder of `file`.
 std::string beside(const std::string& file, const std::string& path) {
   return path.starts_with('/') ? path : file.substr(0, file.rfind('/') + 1) + path;
 }
@@ -142,7 +146,8 @@ class Reader {
   Reader(GitSettings& settings, std::vector<Found>& faults)
       : _settings(settings), _faults(faults) {}
 
-  // `tolerated`: an errno that means that there is no file. `depth`: how many files include it.
+  // `tolerated`: an errno that is no fault. `depth`: how many files include each other down to this
+  // one. Calls itself for included files, MOST_DEEP times at most.
   void read(const GitFile& file, int tolerated = 0, int depth = 0) {
     if (file.path.empty() || _has_ended) return;
     if (depth > MOST_DEEP || ++_files > MOST_FILES) {
@@ -195,7 +200,7 @@ GitSettings read_git_settings(const GitFile& of_repository, std::vector<Found>& 
   GitSettings settings;
   Reader reader(settings, faults);
   const auto read_users = [&](std::string path) {
-    // Homes may be closed to whom they do not belong to: then there is no file, as for git.
+    // A process that may not enter the user's home goes on without these files, as git does.
     reader.read({AT_FDCWD, std::move(path), ""}, EACCES);
   };
   if (!is_true(environment("GIT_CONFIG_NOSYSTEM"))) {

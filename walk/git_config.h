@@ -1,4 +1,6 @@
-// What git's configuration says about ignoring.
+// Reads git's configuration files for the settings that decide what is ignored.
+//
+// Cost: each file is read as a whole, at most 256 of them in all.
 //
 // Tested by tests/walk_test.cpp.
 #pragma once
@@ -15,29 +17,32 @@ namespace walk {
 
 struct GitSettings {
   bool folds_case = false;                   // core.ignoreCase
-  std::optional<std::string> excludes_file;  // core.excludesFile, as written; empty for none
-  std::size_t hash_size = 20;                // of objects' names, by extensions.objectFormat
+  std::optional<std::string> excludes_file;  // core.excludesFile as written; none if not set, empty
+                                             // if the user wants none
+  std::size_t hash_size = 20;                // bytes of an object's name (extensions.objectFormat)
 };
 
-// A file and the folder that its path is relative to, which is open (or AT_FDCWD).
+// Where a file lies.
 struct GitFile {
-  int folder;
+  int folder;  // descriptor of the folder to which `path` is relative, or AT_FDCWD
   std::string path;
-  std::string shown;  // in front of the path, for messages
+  std::string shown;  // what messages print before the path
 };
 
-// The system's, the user's and the repository's, of which the last one that speaks decides; with
-// what they include by include.path, but for includeIf, which asks what no walk knows. What is no
-// configuration is passed over. Adds those that cannot be read to `faults`.
+// Reads the configuration of the system, of the user and of the repository, in this order; the last
+// one that has a setting decides. Follows include.path but not includeIf. Skips what is no
+// configuration. Adds files that cannot be read to `faults`.
 GitSettings read_git_settings(const GitFile& of_repository, std::vector<Found>& faults);
 
-// The user's own file below the folder of settings, "git/ignore" say; empty when there is no home.
+// The path of a file in the user's folder of settings, such as "git/ignore". Empty when neither
+// XDG_CONFIG_HOME nor HOME is set.
 std::string in_user_settings(std::string_view path);
 
-// Whether an errno says that there is no such file. git passes over folders in their place.
+// Whether an errno of read_text means that there is no such file. A folder in its place counts as
+// none, as for git.
 bool is_absence(int error);
 
-// "~/" at the beginning as the user's home.
+// Replaces "~" by the user's home in a path that begins with "~/".
 std::string with_home(const std::string& path);
 
 }  // namespace walk

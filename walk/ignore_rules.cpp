@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
 constexpr std::size_t NONE = std::string_view::npos;
 
-// Without the spaces at the end that no backslash stands before.
+// Drops spaces from the end, up to one that a backslash protects.
 std::string_view trimmed(std::string_view line) {
   std::size_t size = 0;
   for (std::size_t i = 0; i < line.size(); ++i) {
@@ -59,7 +59,7 @@ void IgnoreRules::add_line(std::size_t begin, std::size_t end) {
   std::string_view line = std::string_view(_text).substr(begin, end - begin);
   if (line.starts_with('#')) return;
   if (line.ends_with('\r')) line.remove_suffix(1);
-  line = line.substr(0, line.find('\0'));  // where git's lines end
+  line = line.substr(0, line.find('\0'));  // git ends a line there, too
   add(begin, begin + trimmed(line).size());
 }
 
@@ -90,7 +90,8 @@ std::string_view IgnoreRules::text_of(std::uint32_t number) const {
   return std::string_view(_text).substr(_patterns[number].begin, _patterns[number].size);
 }
 
-// Of equal patterns only the last decides, so that each text stands there twice at most.
+// Sorts by text and keeps the last of equal patterns, since only that one decides. Each text is
+// then there twice at most: for folders, and for everything.
 void IgnoreRules::sort_literals(Numbers& numbers) const {
   const auto key = [this](std::uint32_t number) {
     return std::tuple(text_of(number), _patterns[number].is_for_folders);
@@ -112,7 +113,7 @@ void IgnoreRules::seal() {
   }
 }
 
-// -1 for none.
+// The highest number of a pattern that is this text, or -1.
 std::int64_t IgnoreRules::last_literal(const Numbers& numbers, std::string_view text,
                                        bool is_folder) const {
   std::int64_t last = -1;
@@ -132,8 +133,8 @@ bool IgnoreRules::matches(const Pattern& pattern, std::string_view path,
     if (pattern.is_suffix) return name.ends_with(text.substr(1));
     return name.starts_with(text.substr(0, pattern.literal)) && wildmatch(text, name, _folds_case);
   }
-  // What stands in front of the first wildcard is cut off, as git does it: in `a**/b` the stars
-  // then stand at the beginning and match folders.
+  // The text before the first wildcard is compared apart and cut off, as git does. So the stars of
+  // `a**/b` stand at the beginning and match folders.
   return path.starts_with(text.substr(0, pattern.literal)) &&
          wildmatch(text.substr(pattern.literal), path.substr(pattern.literal), _folds_case);
 }

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int FOLDER_FLAGS = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
-// Of entries that are read at a time: some hundreds.
+// The buffer for one call of getdents64, which holds some hundreds of entries.
 constexpr std::size_t ENTRY_BYTES = std::size_t{32} * 1024;
 
 OpenFolder::Kind asked_kind(int folder, const char* name, int& error) {
@@ -29,8 +29,8 @@ OpenFolder::Kind asked_kind(int folder, const char* name, int& error) {
   return S_ISLNK(status.st_mode) ? OpenFolder::Kind::link : OpenFolder::Kind::file;
 }
 
-// File systems may leave it open what an entry is; then it is asked for, which a folder that may be
-// listed and not entered does not allow.
+// Some file systems do not list the kinds of entries. Then each entry is asked for its kind, which
+// fails in a folder that may be read but not searched.
 OpenFolder::Kind kind_of(int folder, const dirent64& entry, int& error) {
   switch (entry.d_type) {
     case DT_DIR:
@@ -49,7 +49,7 @@ OpenFolder::Kind kind_of(int folder, const dirent64& entry, int& error) {
 OpenFolder& OpenFolder::operator=(OpenFolder&& other) noexcept {
   std::swap(_descriptor, other._descriptor);
   _device = other._device;
-  _number = other._number;
+  _inode = other._inode;
   other.close();
   return *this;
 }
@@ -58,21 +58,21 @@ void OpenFolder::close() {
   if (is_open()) ::close(std::exchange(_descriptor, -1));
 }
 
-// Asked only of folders that are closed on the way: most never are.
+// The identity is asked for here and not when the folder is opened: most are never set aside.
 void OpenFolder::set_aside() {
   struct stat status {};
   if (!is_open()) return;
   if (::fstat(_descriptor, &status) == 0) {
     _device = status.st_dev;
-    _number = status.st_ino;
+    _inode = status.st_ino;
   }
   close();
 }
 
 bool OpenFolder::is(const OpenFolder& aside) const {
   struct stat status {};
-  return aside._number != 0 && ::fstat(_descriptor, &status) == 0 &&
-         status.st_dev == aside._device && status.st_ino == aside._number;
+  return aside._inode != 0 && ::fstat(_descriptor, &status) == 0 &&
+         status.st_dev == aside._device && status.st_ino == aside._inode;
 }
 
 OpenFolder OpenFolder::at_path(const std::string& path) {
@@ -83,14 +83,14 @@ OpenFolder OpenFolder::in(const OpenFolder& parent, const std::string& name) {
   return OpenFolder(::openat(parent.descriptor(), name.c_str(), FOLDER_FLAGS | O_NOFOLLOW));
 }
 
-// Straight from the system: a stream of the C library's costs three more calls of it and a block of
-// 32 KiB for each folder, and an index is mostly asked of folders in which nothing has changed.
+// Uses getdents64 and not opendir, which makes three more system calls and allocates 32 KiB for
+// each folder. That shows in runs over an index in which nothing has changed.
 int OpenFolder::for_each(
     const std::function<void(const char* name, Kind kind, int error)>& take) const {
   alignas(dirent64) std::array<char, ENTRY_BYTES> bytes;
   for (;;) {
     const ssize_t size = ::getdents64(_descriptor, bytes.data(), bytes.size());
-    // One that is gone meanwhile has no entries.
+    // ENOENT: the folder was removed meanwhile, so it has no entries.
     if (size <= 0) return size == 0 || errno == ENOENT ? 0 : errno;
     for (std::size_t offset = 0; offset < static_cast<std::size_t>(size);) {
       const auto& entry = *reinterpret_cast<const dirent64*>(bytes.data() + offset);

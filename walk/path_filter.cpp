@@ -15,31 +15,26 @@ bool PathFilter::takes(std::string_view path) {
   const std::size_t slash = path.rfind('/');
   const std::size_t begin = slash == path.npos ? 0 : slash + 1;
   const auto language = engines::languages::detect_language(path.substr(begin));
-  if (!language) return false;
-  const auto& types = _options.types;
-  if (!types.empty() && std::find(types.begin(), types.end(), *language) == types.end()) {
-    return false;
-  }
-  return takes_folder(path.substr(0, begin == 0 ? 0 : slash)) && takes_name(path, begin, false);
+  if (!language || !_options.takes_language(*language)) return false;
+  return takes_folder(path.substr(0, begin == 0 ? 0 : slash)) && takes_entry(path, begin, false);
 }
 
-// From the top, since nothing brings back what lies in a folder that is left out.
-bool PathFilter::takes_folder(std::string_view way) {
-  if (way == _way) return _takes_way;
-  _way = way;
-  _takes_way = true;
-  for (std::size_t begin = 0; _takes_way && begin < way.size();) {
-    const std::size_t end = std::min(way.find('/', begin), way.size());
-    _takes_way = takes_name(way.substr(0, end), begin, true);
+// From the top down: below a folder that is left out no pattern can include anything again.
+bool PathFilter::takes_folder(std::string_view folder) {
+  if (folder == _folder) return _takes_folder;
+  _folder = folder;
+  _takes_folder = true;
+  for (std::size_t begin = 0; _takes_folder && begin < folder.size();) {
+    const std::size_t end = std::min(folder.find('/', begin), folder.size());
+    _takes_folder = takes_entry(folder.substr(0, end), begin, true);
     begin = end + 1;
   }
-  return _takes_way;
+  return _takes_folder;
 }
 
-bool PathFilter::takes_name(std::string_view path, std::size_t begin, bool is_folder) const {
-  const std::string_view name = path.substr(begin);
-  if (name.starts_with('.') && (!_options.hidden || name == ".git")) return false;
-  return _globs.verdict(path, is_folder) != IgnoreRules::Verdict::ignored;
+bool PathFilter::takes_entry(std::string_view path, std::size_t name_begin, bool is_folder) const {
+  return _options.takes_name(path.substr(name_begin)) &&
+         _globs.verdict(path, is_folder) != IgnoreRules::Verdict::ignored;
 }
 
 }  // namespace walk

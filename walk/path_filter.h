@@ -1,7 +1,8 @@
-// What a walk of a folder would take of paths that lie in none: those of a commit, say. By the
-// rules of its options alone; ignore files are for folders.
+// Whether a walk would give a file, by its path alone: for paths that lie in no folder, such as
+// those of a commit. Only the options decide; no ignore file is read.
 //
-// Cost: as much as the walk's rules; a folder is judged once where its paths follow each other.
+// Cost: matching against the patterns of the options. Consecutive paths of one folder judge that
+// folder once.
 //
 // Tested by tests/tool_test.py.
 #pragma once
@@ -18,17 +19,17 @@ class PathFilter {
  public:
   explicit PathFilter(WalkOptions options);
 
-  // `path`: from the folder that the patterns of the options are of, to a file.
+  // `path`: a file's, relative to the folder to which the options' patterns belong.
   bool takes(std::string_view path);
 
  private:
-  bool takes_folder(std::string_view way);
-  bool takes_name(std::string_view path, std::size_t begin, bool is_folder) const;
+  bool takes_folder(std::string_view folder);
+  bool takes_entry(std::string_view path, std::size_t name_begin, bool is_folder) const;
 
   const WalkOptions _options;
   const IgnoreRules _globs;
-  std::string _way;  // the folder that was judged last, without "/" at the end
-  bool _takes_way = true;
+  std::string _folder;  // the one judged last, without "/" at the end
+  bool _takes_folder = true;
 };
 
 }  // namespace walk

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view REDIRECTION = "gitdir:";
 
-// That of ten million files. It is held only while it is read.
+// In bytes: an index of ten million files. It is held only while it is read.
 constexpr std::size_t MOST_INDEX = std::size_t{1} << 30;
 
 std::string first_line(const std::string& text, std::size_t begin) {
@@ -40,13 +40,13 @@ IgnoreRules read_rules(const GitFile& file, Links links, int tolerated, bool fol
   return {};
 }
 
-// What `path` may be called in messages: absolute ones need nothing in front.
+// Messages print an absolute path as it is, and others behind `shown`.
 GitFile file_at(int folder, const std::string& path, const std::string& shown) {
   return {folder, path, path.starts_with('/') ? "" : shown};
 }
 
-// Where the working tree at `top` has what is its own, with "/" at the end. Submodules and further
-// working trees have a file in the place of the folder, which leads there.
+// The folder of what belongs to the working tree at `top` alone, with "/" at the end. In submodules
+// and linked working trees `.git` is a file that names that folder.
 std::string own_folder(int folder, const std::string& top) {
   std::string path = top + GIT_FOLDER;
   std::string text;

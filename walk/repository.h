@@ -1,4 +1,4 @@
-// Where a git repository begins, and the rules that hold in all of it.
+// Finds a git repository and reads the rules that apply to all of it.
 //
 // Tested by tests/walk_test.cpp.
 #pragma once
@@ -13,33 +13,34 @@
 
 namespace walk {
 
-// Whatever is called so, a folder or a file, makes the folder that it lies in a repository.
+// An entry of this name, folder or file, makes the folder that holds it the top of a repository.
 inline constexpr const char* GIT_FOLDER = ".git";
 
-// The repository around a folder that is none itself, when there is one: "/", and the way to its
-// top, with "/" at the end. `folder`: absolute and without links. Like git's, the search ends
-// where the file system does.
+// The top of the repository around a folder that is no top itself: an absolute path with "/" at the
+// end, or none. `folder`: absolute and without symbolic links. The search ends at the border of the
+// file system, as git's does.
 std::optional<std::string> repository_above(const std::string& folder);
 
-// Where the repository keeps what all its working trees share, as a path with "/" at the end.
-// `top`: relative to the open folder, with "/" at the end, or empty.
+// The folder in which the repository keeps what all its working trees share, with "/" at the end:
+// absolute, or relative to the descriptor `folder`. `top`: the top of the repository, relative to
+// `folder`, with "/" at the end; empty for `folder` itself.
 std::string common_folder(int folder, const std::string& top);
 
 struct RepositoryRules {
   bool folds_case = false;
   TrackedFiles tracked;       // of this working tree
-  IgnoreRules of_user;        // the weakest: core.excludesFile
+  IgnoreRules of_user;        // core.excludesFile; the weakest
   IgnoreRules of_repository;  // info/exclude
 };
 
-// Of the repository that `top` is the top of, which is relative to the open folder and has "/" at
-// the end, or is empty. `shown`: what stands in front of it in messages. Adds what cannot be read
-// to `faults`. Reads some six files.
+// Reads the rules of a repository. `folder`, `top`: as of common_folder. `shown`: what messages
+// print before paths relative to `folder`. Adds what cannot be read to `faults`. Reads some six
+// files.
 RepositoryRules read_repository(int folder, const std::string& top, const std::string& shown,
                                 std::vector<Found>& faults);
 
-// The rules of an ignore file, none where there is none. A link in its place is not followed, as by
-// git, and a fault.
+// Reads an ignore file; no rules where there is none. A symbolic link in its place is a fault,
+// since git does not follow it either.
 IgnoreRules read_ignore_file(int folder, const std::string& path, const std::string& shown,
                              bool folds_case, std::vector<Found>& faults);
 

@@ -79,7 +79,8 @@ void RuleStack::begin_repository(int folder, const std::string& top, const std::
   add(std::move(rules.of_repository));
 }
 
-// The rules of the repository in which the first folder lies, from its top down to that folder.
+// Reads the rules that apply above the first folder: from the top of its repository down to it, the
+// folder itself left to read_rules().
 void RuleStack::read_above(const std::string& path, std::vector<Found>& faults) {
   const std::string real = real_path(path);
   if (real.empty()) {
@@ -97,11 +98,11 @@ void RuleStack::read_above(const std::string& path, std::vector<Found>& faults) 
   _way = way;
 }
 
-// Those of one folder, which _way ends in.
+// Reads the rules of the folder whose path is _way.
 void RuleStack::read_rules(int folder, const std::string& path, Seen seen,
                            std::vector<Found>& faults) {
   if (!_reads_files) return;
-  // Only those above the first folder are reached by their paths.
+  // Folders above the first one have no descriptor and are read by their paths.
   const std::string prefix = folder == AT_FDCWD ? path : "";
   const auto read = [&](const char* name, bool is_git) {
     add(read_ignore_file(folder, prefix + name, prefix.empty() ? path : "", _folds_case, faults),
@@ -133,8 +134,8 @@ RuleStack::Verdict RuleStack::judge_way(bool is_folder) {
   return judge_by_files(is_folder);
 }
 
-// The strongest rule that speaks decides; but none of git's brings back what lies in a folder that
-// git ignores.
+// The strongest file with a matching pattern decides. But no pattern of git's keeps what lies in a
+// folder that git ignores.
 RuleStack::Verdict RuleStack::judge_by_files(bool is_folder) {
   std::string_view way = _way;
   if (_folds_case) {

@@ -1,13 +1,16 @@
-// All rules that hold for the entries of the folder where a walk stands, the nearest last.
+// The rules that apply to the entries of a walk's current folder, as a stack: those of the nearest
+// folder are the last and the strongest.
 //
-// Of the files of one folder `.ignore` is stronger than `.gitignore`, which counts in repositories
-// only; then come those of the folder above, and so on to the top of the repository, its
-// info/exclude and the user's own file. A repository within another begins anew. What git tracks
-// counts although git's patterns name it; of a folder that they name only that. `.ignore` files are
-// no business of git's, and leave out what is tracked, too.
+// From strong to weak: the globs of the options; `.ignore`, then `.gitignore`, of the current
+// folder; the same of each folder above, up to the top of the repository; its info/exclude; the
+// user's own file. `.gitignore` files apply in repositories only. A repository within another one
+// starts with no rules of the outer one.
 //
-// Cost: the rules of the folders from the current one up, the way from the top, and the paths that
-// the repositories on that way track; folders without ignore files cost nothing.
+// What git tracks is kept although git's patterns ignore it, and of an ignored folder that alone.
+// `.ignore` files are not git's and leave out tracked files, too.
+//
+// Cost: memory of the rules of the folders from the current one up, of one path, and of the paths
+// that the repositories around the folder track. Folders without ignore files cost nothing.
 //
 // Tested by tests/walk_test.cpp, and by tests/ignore_parity_test.py against git itself.
 #pragma once
@@ -29,14 +32,20 @@ namespace walk {
 
 class RuleStack {
  public:
-  enum class Verdict : std::uint8_t { kept, tracked, ignored, excluded };
+  enum class Verdict : std::uint8_t {
+    kept,
+    tracked,   // kept, although git's rules ignore it or a folder around it; a folder of this
+               // verdict is entered for the tracked files below it
+    ignored,   // left out by an ignore file
+    excluded,  // left out by the globs of the options
+  };
 
   explicit RuleStack(const WalkOptions& options);
 
-  // What entries of a folder are called on which its rules depend.
+  // The names of the entries on which a folder's rules depend.
   static constexpr std::array<const char*, 3> NAMES = {GIT_FOLDER, ".gitignore", ".ignore"};
 
-  // What a folder's list of entries tells of its rules.
+  // Which of NAMES a folder has. The walk lists the folder anyway, so nothing is opened in vain.
   struct Seen {
     bool repository = false;
     bool gitignore = false;
@@ -45,28 +54,29 @@ class RuleStack {
     void note(std::string_view name);
   };
 
-  // Enters the folder that the walk begins with, or one in the current folder. `path`: how the
-  // walk calls it, with "/" at the end. Adds what cannot be read to `faults`.
+  // Enter the folder with which the walk begins, or one in the current folder, and read its rules.
+  // `folder`: its descriptor. `path`: its path in messages, with "/" at the end. Both add what
+  // cannot be read to `faults`.
   void enter_first(int folder, const std::string& path, Seen seen, std::vector<Found>& faults);
   void enter(std::string_view name, int folder, const std::string& path, Seen seen,
              std::vector<Found>& faults);
+  // Goes back to the folder above, and drops the rules of this one.
   void leave();
 
-  // What becomes of an entry of the current folder. `tracked`: kept although git's rules name it,
-  // or a folder around it; such a folder is entered for what is tracked below it.
+  // What happens to an entry of the current folder.
   Verdict judge(std::string_view name, bool is_folder);
 
  private:
   struct File {
     IgnoreRules rules;
-    std::size_t base;  // where the paths begin that it speaks of, in _way
+    std::size_t base;  // its patterns are matched with _way from here on
     bool is_git;       // otherwise an `.ignore` file
   };
   struct Repository {
     TrackedFiles tracked;
-    std::size_t base;  // of its top, in _way
+    std::size_t base;  // paths from its top are _way from here on
   };
-  // What a folder changed, for the way back.
+  // The state before a folder was entered, for leave().
   struct Level {
     std::size_t way_size;
     std::size_t files;
@@ -89,12 +99,13 @@ class RuleStack {
   const bool _reads_files;
   IgnoreRules _globs;
   std::size_t _globs_base = 0;
-  std::string _way;     // from the top of the outermost repository, with "/" at the end
-  std::string _folded;  // the same of an entry in lower case, where case is folded
+  std::string _way;     // the current folder's path, with "/" at the end, from the top of the
+                        // repository around the first folder, or from that folder
+  std::string _folded;  // an entry's path in lower case, where case is folded
   std::vector<File> _files;
-  std::size_t _first = 0;  // of the files that count here; others are of repositories around
+  std::size_t _first = 0;                 // in _files; those before are of outer repositories
   std::vector<Repository> _repositories;  // around the current folder, the innermost last
-  bool _is_ignored = false;               // the current folder, by git's rules
+  bool _is_ignored = false;               // git's rules ignore the current folder
   bool _folds_case = false;
   std::vector<Level> _levels;
 };

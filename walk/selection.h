@@ -1,7 +1,6 @@
-// Which paths below a folder a walk looks at: all of them, or some together with whatever lies
-// below them.
+// Which paths below a folder a walk visits: all of them, or some paths with all that lies below.
 //
-// Cost: the paths; a question costs a search among them.
+// Cost: memory of the paths; at() is a binary search.
 //
 // Tested by tests/walk_test.cpp.
 #pragma once
@@ -15,18 +14,19 @@ namespace walk {
 
 class Selection {
  public:
-  Selection() : _ways{""} {}  // all
+  Selection() : _ways{""} {}  // everything
 
-  // Paths from the walk's folder, in any order and as often as one likes; "" is that folder.
+  // `paths`: relative to the walk's folder, in any order, repeats allowed; "" is that folder.
   explicit Selection(std::vector<std::string> paths);
 
   bool is_all() const { return !_ways.empty() && _ways.front().empty(); }
 
-  // The ways to what is selected: each path with "/" at the end, but for all, which is "". In the
-  // order of their bytes, and none below another one.
+  // The selected paths, each with "/" at the end (also a file's), or "" alone for everything.
+  // Sorted by bytes; none lies below another. Valid as long as the selection.
   std::span<const std::string> ways() const { return _ways; }
 
-  // Those at a folder and below it, which is `way` itself when all in it is looked at.
+  // Those ways that begin with `way`, a folder with "/" at the end or "". `way` itself comes first
+  // if all of the folder is selected.
   std::span<const std::string> at(std::string_view way) const;
 
  private:

@@ -10,7 +10,7 @@
 namespace walk {
 namespace {
 
-// Settings name it where there is to be no such file.
+// Users set core.excludesFile to it so that no file is read. It is no regular file.
 constexpr const char* NO_FILE = "/dev/null";
 
 int refusal(int descriptor, std::size_t most) {
@@ -21,7 +21,7 @@ int refusal(int descriptor, std::size_t most) {
   return status.st_size > static_cast<off_t>(most) ? EFBIG : 0;
 }
 
-// The file may grow meanwhile, so its size binds nobody.
+// Reads to the end and not by the size that fstat gave, since the file may grow meanwhile.
 int read_all(int descriptor, std::string& text, std::size_t most) {
   constexpr std::size_t CHUNK = std::size_t{16} << 10;
   for (;;) {

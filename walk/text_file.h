@@ -1,4 +1,4 @@
-// Files of rules and settings, which are read whole: ignore files and git's.
+// Reads a small file as a whole: ignore files, git's configuration and index.
 //
 // Tested by tests/walk_test.cpp.
 #pragma once
@@ -8,14 +8,16 @@
 
 namespace walk {
 
-// No such file that somebody wrote has a hundredth of it, and its patterns take as much again.
+// In bytes. No ignore file or configuration that people write has a hundredth of it; the patterns
+// read from it take as much memory again.
 inline constexpr std::size_t MOST_TEXT = std::size_t{16} << 20;
 
-enum class Links : bool { refused, followed };  // of the last component
+// What to do when the path's last component is a symbolic link.
+enum class Links : bool { refused, followed };
 
-// Reads the file at `path`, which is relative to the open folder (or AT_FDCWD), into `text`. Gives
-// an errno, 0 for success: EISDIR for a folder, EINVAL for a FIFO and the like, which is not waited
-// for, EFBIG beyond `most` bytes.
+// Reads the file at `path`, relative to the descriptor `folder` (or AT_FDCWD), into `text`. Returns
+// 0 or an errno: EISDIR for a folder, EINVAL for a FIFO and the like, for which it does not wait,
+// EFBIG for more than `most` bytes. "/dev/null" is an empty file.
 int read_text(int folder, const std::string& path, Links links, std::string& text,
               std::size_t most = MOST_TEXT);
 

@@ -8,14 +8,15 @@ namespace walk {
 namespace {
 
 constexpr std::string_view SIGNATURE = "DIRC";
-constexpr std::size_t STATUS = 40;     // of an entry, in front of its object's name
-constexpr std::size_t FLAGS = 2;       // behind it
-constexpr unsigned EXTENDED = 0x4000;  // among the flags: twice as many follow
-constexpr std::size_t ALIGNMENT = 8;   // of entries before version 4, with one NUL at least
+constexpr std::size_t STATUS = 40;     // bytes of an entry before its object's name
+constexpr std::size_t FLAGS = 2;       // bytes of flags after the name
+constexpr unsigned EXTENDED = 0x4000;  // a flag: as many bytes of further flags follow
+constexpr std::size_t ALIGNMENT = 8;   // of entries before version 4, filled up with NULs
 constexpr std::uint32_t OLDEST = 2;
-constexpr std::uint32_t COMPRESSED = 4;  // the version whose paths leave out what they share
+constexpr std::uint32_t COMPRESSED = 4;  // the version in which a path leaves out the beginning
+                                         // that it shares with the one before
 
-// The bytes of an index, from front to end. Nothing is read behind them.
+// Reads the bytes of an index from front to end, and never beyond.
 class Reader {
  public:
   explicit Reader(std::string_view bytes) : _bytes(bytes) {}
@@ -36,7 +37,8 @@ class Reader {
     return number;
   }
 
-  // Seven bits a byte, the highest first; each byte but the last also adds one.
+  // git's own form: seven bits in each byte, the highest first, and each byte but the last adds
+  // one.
   std::optional<std::size_t> varint() {
     std::size_t number = 0;
     for (bool goes_on = true; goes_on;) {
@@ -62,8 +64,8 @@ class Reader {
   std::size_t _at = 0;
 };
 
-// Reads the path of an entry that began at `begin`, by `version`, into `path`, which holds the one
-// before it.
+// Reads the path of an entry into `path`, which holds the one before it. `begin`: where the entry
+// begins.
 bool read_path(Reader& reader, std::uint32_t version, std::size_t begin, std::string& path) {
   if (version == COMPRESSED) {
     const auto dropped = reader.varint();
@@ -83,7 +85,7 @@ bool read_path(Reader& reader, std::uint32_t version, std::size_t begin, std::st
 }  // namespace
 
 void TrackedFiles::add(std::string_view path) {
-  if (!is_empty() && this->path(_begins.size() - 1) == path) return;  // in conflict
+  if (!is_empty() && this->path(_begins.size() - 1) == path) return;  // stages of a conflict
   _begins.push_back(_paths.size());
   _paths.append(path).append(1, '\0');
 }
@@ -105,7 +107,7 @@ int TrackedFiles::read(const std::string& index, std::size_t hash_size) {
     is_sorted = is_sorted && (is_empty() || this->path(_begins.size() - 1) <= path);
     add(path);
   }
-  // Every git writes them in this order, and refuses others.
+  // git always writes them sorted, and refuses an index that is not.
   return is_sorted ? 0 : EBADMSG;
 }
 
@@ -114,6 +116,7 @@ std::string_view TrackedFiles::path(std::size_t number) const {
   return std::string_view(_paths).substr(_begins[number], end - _begins[number] - 1);
 }
 
+// The number of the first path that is not less than this one.
 std::size_t TrackedFiles::first_from(std::string_view path) const {
   std::size_t first = 0;
   for (std::size_t count = _begins.size(); count > 0;) {

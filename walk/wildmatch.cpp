@@ -47,13 +47,13 @@ constexpr std::array<std::pair<std::string_view, Class>, 12> CLASSES{{
     {"xdigit", [](char byte) { return is_digit(byte) || is_between(to_lower(byte), 'a', 'f'); }},
 }};
 
-// Reads a set, of which `at` is the first position behind "[", and leaves it behind "]".
+// Reads a set of characters. `at` is the position behind "[" at first, and behind "]" afterwards.
 class Set {
  public:
   Set(std::string_view pattern, std::size_t& at, char byte, bool folds_case)
       : _pattern(pattern), _at(at), _byte(byte), _folds_case(folds_case) {}
 
-  // None when the set does not end, or names a class that there is not.
+  // Whether the set holds the byte. None when the set does not end, or names an unknown class.
   std::optional<bool> holds() {
     const bool is_negated = has() && (peek() == '!' || peek() == '^');
     if (is_negated) ++_at;
@@ -115,7 +115,7 @@ class Set {
   const char _byte;
   const bool _folds_case;
   bool _is_held = false;
-  std::optional<char> _low;  // what a range would begin with
+  std::optional<char> _low;  // the member before, with which a range may begin
 };
 
 class Match {
@@ -138,13 +138,13 @@ class Match {
   }
 
  private:
-  // Where to go on when what follows a star fails.
+  // A star to try again when what follows it does not match.
   struct Star {
-    std::size_t at = NONE;  // the pattern behind it
-    std::size_t in = 0;     // the text behind what it matches
+    std::size_t at = NONE;  // where the pattern goes on behind it; NONE for no star
+    std::size_t in = 0;     // where the text goes on behind what it matches
   };
 
-  // Whether nothing more is to be asked.
+  // Reads a run of stars. True when it matches all that is left of the text.
   bool begin_star() {
     const std::size_t begin = _at;
     _at = std::min(_pattern.find_first_not_of('*', begin), _pattern.size());
@@ -178,6 +178,7 @@ class Match {
     return byte == (_folds_case ? to_lower(wanted) : wanted);
   }
 
+  // Lets the last star match more, or else the last `**`. False when neither can.
   bool retry() {
     if (_star.at != NONE && next_in_component()) {
       _at = _star.at;
@@ -194,7 +195,7 @@ class Match {
     return true;
   }
 
-  // Lets the star match more, up to where what follows it may begin.
+  // Lets the star match more within its component, up to where the rest may match.
   bool next_in_component() {
     const std::size_t end = std::min(_text.find('/', _star.in), _text.size());
     if (_star.in == end) return false;
@@ -216,9 +217,9 @@ class Match {
   std::size_t _at = 0;
   std::size_t _in = 0;
   Star _star;
-  Star _wide;                  // `**`
-  bool _by_component = false;  // how _wide grows
-  bool _is_broken = false;
+  Star _wide;                  // the last `**`
+  bool _by_component = false;  // `**/` grows by whole components, `**` before "\/" by bytes
+  bool _is_broken = false;     // the pattern is ill-formed and matches nothing
 };
 
 }  // namespace

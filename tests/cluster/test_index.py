@@ -25,12 +25,16 @@ def tool(*arguments, statuses=(0,)):
     return done.stderr.decode() if done.returncode == 2 else done.stdout
 
 
+def run_over_folder(client, output):
+    parse(client, output, paths=["."], program=TOOL, batch_bytes=20_000,
+          options=["--rules", "navigation"])
+
+
 @pytest.fixture
 def output(client, folder, tmp_path):
     """A run over the folder, by whose name alone its records are found."""
     (folder / "top/.ignore").unlink()
-    parse(client, tmp_path / "out", paths=["."], program=TOOL, batch_bytes=20_000,
-          options=["--rules", "navigation"])
+    run_over_folder(client, tmp_path / "out")
     return tmp_path / "out"
 
 
@@ -40,7 +44,7 @@ def without_sizes(rows):
                   if row[0] != "file" or row[3] is not None)
 
 
-def test_an_index_is_as_that_of_the_files(folder, output):
+def test_an_index_is_as_that_of_the_files(client, folder, output):
     tool("index", "--from-shards", output, statuses=[0, 1])
     made = dump(folder / DATABASE)
     tool("index", statuses=[0, 1])  # which finds the bytes that the records are of
@@ -54,6 +58,11 @@ def test_an_index_is_as_that_of_the_files(folder, output):
     write(folder, "later.py", b"def later(): pass\n")
     tool("index", statuses=[0, 1])
     tool("index", "--from-shards", output, "--tags", "tags", statuses=[0, 1])
+    assert dump(folder / DATABASE) == made
+    # A shard that was lost and made again counts once, although the manifest has it twice.
+    sorted((output / "shards").iterdir())[1].unlink()
+    run_over_folder(client, output)
+    tool("index", "--from-shards", output, statuses=[0, 1])
     assert dump(folder / DATABASE) == made
 
 

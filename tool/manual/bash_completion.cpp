@@ -1,5 +1,5 @@
-// See completions.h. Files are left to readline, which knows what to do with odd names.
-#include "tool/manual/completions.h"
+// See manual.h. Files are left to readline, which quotes odd names.
+#include "tool/manual/manual.h"
 
 namespace tool::manual {
 namespace {

@@ -1,4 +1,4 @@
-// See commands.h.
+// See commands.h. Uses CLI11 directly, since it reads CLI11's own tables.
 #include "tool/manual/commands.h"
 
 #include <CLI/CLI.hpp>
@@ -23,7 +23,7 @@ struct Row {
   Source source;
 };
 
-// What a value is, told by what stands for it in the help. Alternatives (a|b) tell it themselves.
+// What each placeholder of the help stands for. One of the form a|b needs no row.
 constexpr std::array<Row, 15> ROWS = {{
     {false, "CATALOGUE", Source::folders},
     {false, "FILE", Source::files},
@@ -94,7 +94,7 @@ Option option_row(const CLI::Option& option, const CLI::App& app) {
   for (const auto& name : option.get_lnames()) row.names.push_back("--" + name);
   row.help = option.get_description();
   row.is_repeated = option.get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll;
-  // As CLI11's own help tells flags.
+  // CLI11's own help recognises flags in the same way.
   if (option.get_type_size() != 0) row.value = value_of(false, option.get_type_name(), app);
   return row;
 }

@@ -1,5 +1,5 @@
-// See completions.h.
-#include "tool/manual/completions.h"
+// See manual.h.
+#include "tool/manual/manual.h"
 
 #include <string_view>
 
@@ -15,8 +15,8 @@ std::string quoted(std::string_view text) {
   return out + "'";
 }
 
-// Nothing else than this, for the value of an option.
-std::string only(const Value& value) {
+// Offers the value of an option, and nothing else in its place.
+std::string value_part(const Value& value) {
   switch (value.offer) {
     case Offer::words:
       return " -x -a " + quoted(joined(value.words));
@@ -35,7 +35,7 @@ std::string option_line(const std::string& beginning, const Option& option) {
   for (const auto& name : option.names) {
     out += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
   }
-  if (!option.value.shown.empty()) out += only(option.value);
+  if (!option.value.shown.empty()) out += value_part(option.value);
   return out + " -d " + quoted(option.help) + "\n";
 }
 

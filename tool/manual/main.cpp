@@ -8,8 +8,7 @@
 #include <string>
 
 #include "tool/manual/commands.h"
-#include "tool/manual/completions.h"
-#include "tool/manual/man_page.h"
+#include "tool/manual/manual.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-// See man_page.h.
-#include "tool/manual/man_page.h"
+// See manual.h.
+#include "tool/manual/manual.h"
 
 #include <cctype>
 #include <sstream>
@@ -12,11 +12,11 @@ namespace {
 
 constexpr std::string_view STATUS = "Exit status: ";
 
-// A line of text, in which nothing is a request of the formatter. Signs that are typed stay what
-// they are: a plain - would become a hyphen, ` and ' quotation marks.
-std::string text_line(std::string_view line) {
-  std::string out = line.starts_with('.') || line.starts_with('\'') ? "\\&" : "";
-  for (const char letter : line) {
+// Text in which the formatter finds no request. Characters that users type are kept: the formatter
+// would print a plain - as a hyphen, and ` and ' as quotation marks.
+std::string escaped(std::string_view text) {
+  std::string out = text.starts_with('.') || text.starts_with('\'') ? "\\&" : "";
+  for (const char letter : text) {
     switch (letter) {
       case '\\':
         out += "\\e";
@@ -40,20 +40,12 @@ std::string text_line(std::string_view line) {
         out += letter;
     }
   }
-  return out + '\n';
+  return out;
 }
 
-std::string bold(std::string_view text) {
-  std::string line = text_line(text);
-  line.pop_back();
-  return "\\fB" + line + "\\fR";
-}
-
-std::string italic(std::string_view text) {
-  std::string line = text_line(text);
-  line.pop_back();
-  return "\\fI" + line + "\\fR";
-}
+std::string text_line(std::string_view text) { return escaped(text) + '\n'; }
+std::string bold(std::string_view text) { return "\\fB" + escaped(text) + "\\fR"; }
+std::string italic(std::string_view text) { return "\\fI" + escaped(text) + "\\fR"; }
 
 std::string option_title(const Option& option) {
   std::string title;
@@ -73,13 +65,13 @@ std::string synopsis(const CommandLine& line, const Command& command) {
   return out + '\n';
 }
 
-// The paragraphs of a help text. Lines that are indented stay as they are, and what begins with the
-// exit status is a section of its own.
+// The paragraphs of a help text. Indented lines are kept as they are, and the paragraph of the exit
+// status becomes a section.
 std::string paragraphs(const std::string& text) {
   std::string out;
   std::istringstream lines(text);
-  bool is_first = false;  // a paragraph's first line; the section's needs no break
-  bool is_kept = false;
+  bool is_first = false;  // a line begins a paragraph, but not the section
+  bool is_kept = false;   // the line before was indented
   for (std::string line; std::getline(lines, line);) {
     const bool keeps = line.starts_with("  ");
     if (is_kept && !keeps) out += ".EE\n";
@@ -127,17 +119,15 @@ std::string page_name(const CommandLine& line, const Command& command) {
 
 std::string man_page(const CommandLine& line, const Command& command) {
   const std::string name = page_name(line, command);
-  // Without a date: the page is of a version, and one that is made again is the same.
+  // Without a date, so that two builds of a version write the same page.
   std::string out = ".TH " + name + " 1 \"\" \"" + line.program + " ";
   out += engines::languages::ENGINE_VERSION;
   out += "\" \"User Commands\"\n.SH NAME\n";
-  // What index a page's name is looked up in takes one line, split at the first \-.
+  // The index of manual pages takes the first line of NAME and splits it at the first \-.
   const bool is_whole = command.name.empty();
   const std::string what =
       is_whole ? "find what source files declare and refer to" : one_line(command.what);
-  std::string title = text_line(name);
-  title.pop_back();
-  out += title + " \\- " + text_line(what);
+  out += escaped(name) + " \\- " + text_line(what);
   out += ".SH SYNOPSIS\n" + synopsis(line, command) + ".SH DESCRIPTION\n";
   out += text_line(one_line(command.what) + (command.what.ends_with('.') ? "" : "."));
   if (is_whole) {

@@ -1,12 +1,12 @@
-// See completions.h.
-#include "tool/manual/completions.h"
+// See manual.h.
+#include "tool/manual/manual.h"
 
 #include <string_view>
 
 namespace tool::manual {
 namespace {
 
-// Between single quotes, in a part that ends with a colon or a bracket.
+// A text within single quotes, in a part of a specification that ends with a colon or a bracket.
 std::string quoted(std::string_view text) {
   std::string out;
   for (const char letter : text) {
@@ -34,7 +34,7 @@ std::string action(const Value& value) {
   return " ";
 }
 
-// One name: a short one takes its value from the same word or the next, and so does a long one.
+// The specification for one name of an option. The value may stand in the same word or in the next.
 std::string option_argument(const Option& option, const std::string& name) {
   std::string out = "'";
   if (option.is_repeated) {

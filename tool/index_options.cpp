@@ -1,6 +1,4 @@
-// See index_arguments.h.
-#include "tool/index_arguments.h"
-
+// The commands `index` and `watch`. See command_options.h.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
@@ -12,8 +10,6 @@
 
 namespace tool {
 namespace {
-
-using engines::treesitter::Rules;
 
 constexpr const char* DEFAULT_FILES = "--default-files";
 constexpr const char* FROM_SHARDS = "--from-shards";
@@ -68,20 +64,10 @@ the system allows too few watches (fs.inotify.max_user_watches).)";
 void add(CLI::App& command, Arguments& parsed) {
   command.add_option("--database", parsed.database, "The file to keep the index in")
       ->type_name("FILE");
-  command
-      .add_option_function<std::string>(
-          "--rules",
-          [&parsed](const std::string& name) {
-            parsed.index_rules = name == "standard" ? Rules::standard : Rules::navigation;
-          },
-          "navigation, for finding definitions and callers, or standard")
-      ->type_name("navigation|standard")
-      ->check(CLI::IsMember({"navigation", "standard"}).description(""));
-  command
-      .add_option("-j,--jobs", parsed.jobs,
-                  "Threads, 1 to 1024; by default as many as processors may be used")
-      ->type_name("N")
-      ->check(CLI::Range(1U, MAX_JOBS).description(""));
+  add_rules(command, parsed.index_rules,
+            "navigation, for finding definitions and callers, or standard",
+            {"navigation", "standard"});
+  add_jobs(command, parsed);
   add_files(command, parsed,
             "Refuse larger files unread; in bytes, or with K, M or G; 64M by default, 0 for none");
   command.add_flag(DEFAULT_FILES)
@@ -93,7 +79,7 @@ void add(CLI::App& command, Arguments& parsed) {
       ->type_name("");
 }
 
-bool says_files(const CLI::App& command) {
+bool has_file_options(const CLI::App& command) {
   return std::any_of(FILE_OPTIONS.begin(), FILE_OPTIONS.end(),
                      [&](const char* name) { return command.count(name) > 0; });
 }
@@ -107,10 +93,10 @@ void settle(const CLI::App& command, Arguments& parsed) {
   if (parsed.tags && parsed.tags->empty()) throw UsageError(name + ": the path of --tags is empty");
   settle_files(parsed);
   const bool is_default = command.count(DEFAULT_FILES) > 0;
-  if (is_default && says_files(command)) {
+  if (is_default && has_file_options(command)) {
     throw UsageError(name + ": --default-files stands alone among the options about files");
   }
-  parsed.has_files = is_default || says_files(command);
+  parsed.has_files = is_default || has_file_options(command);
   if (parsed.catalogue && (!parsed.from_shards || parsed.database || parsed.tags)) {
     throw UsageError(name + ": --catalogue needs " + FROM_SHARDS +
                      ", and excludes --database and --tags");

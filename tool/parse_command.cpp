@@ -1,7 +1,5 @@
-// See run.h. The parsing threads form the records too; this one puts them out in order, or sorts
-// tags and puts them out at the end.
-#include "tool/run.h"
-
+// See commands.h. The threads that parse format the records, too. The main thread writes them in
+// order, or collects tags and writes them sorted at the end.
 #include <any>
 #include <chrono>
 #include <cstddef>
@@ -14,6 +12,7 @@
 
 #include "engines/treesitter/treesitter.h"
 #include "tool/byte_sink.h"
+#include "tool/commands.h"
 #include "tool/ctags_output.h"
 #include "tool/descriptors.h"
 #include "tool/interrupts.h"
@@ -33,24 +32,15 @@ using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseManyOptions;
 using engines::treesitter::ParseResult;
 
-// Larger records are formed when their turn has come, straight into standard output: a megabyte of
-// keys may give a hundred of output, which is not to be held beside the record.
+// In bytes. Larger records are formatted only when their turn to be written comes, directly into
+// standard output. The text of a megabyte of keys may take a hundred megabytes, which must not be
+// held beside the record.
 constexpr std::size_t LARGE_OUTPUT = std::size_t{1} << 20;
 
-// How often the line of progress is looked at while nothing comes.
+// How often progress is updated while no outcome comes.
 constexpr std::chrono::milliseconds TICK{50};
 
-// Standard output. Ends the process when that fails.
-class OutputSink : public ByteSink {
- public:
-  explicit OutputSink(int status) : _status(status) {}
-  void write(std::string_view bytes) override { write_output(bytes, _status); }
-
- private:
-  const int _status;
-};
-
-// The same, for what is whole records each time.
+// Standard output, for pieces that are whole records.
 class WholeRecordsSink final : public OutputSink {
  public:
   using OutputSink::OutputSink;
@@ -81,9 +71,9 @@ class Run {
 
  private:
   ParseManyOptions options();
-  void put(ByteSink& sink, const ParsedItem& parsed) const;
-  void put_formed(ByteSink& sink, const ParsedItem& parsed) const;
-  void form(ParsedItem& parsed, const std::function<void()>& parse) const;
+  void format(ByteSink& sink, const ParsedItem& parsed) const;
+  void write_formatted(ByteSink& sink, const ParsedItem& parsed) const;
+  void parse_and_format(ParsedItem& parsed, const std::function<void()>& parse) const;
   void write(const ParsedItem& parsed);
   void keep_tags(const ParsedItem& parsed, std::vector<std::string>& errors);
   void write_kept_tags();
@@ -94,10 +84,10 @@ class Run {
   Messages _messages;
   ItemSource _source;
   Counts _counts;
-  LineSorter _tags;  // of all files, which takes nothing in other formats
+  LineSorter _tags;  // of all files; empty in other formats
 };
 
-void Run::put(ByteSink& sink, const ParsedItem& parsed) const {
+void Run::format(ByteSink& sink, const ParsedItem& parsed) const {
   switch (_arguments.format) {
     case Format::json:
       return write_json(sink, parsed);
@@ -108,21 +98,22 @@ void Run::put(ByteSink& sink, const ParsedItem& parsed) const {
   }
 }
 
-void Run::put_formed(ByteSink& sink, const ParsedItem& parsed) const {
+void Run::write_formatted(ByteSink& sink, const ParsedItem& parsed) const {
   if (const auto* const text = std::any_cast<std::string>(&parsed.extra)) {
     sink.write(*text);
   } else {
-    put(sink, parsed);
+    format(sink, parsed);
   }
 }
 
-// On the threads that parse. What is formed needs no record any longer, but for its errors.
-void Run::form(ParsedItem& parsed, const std::function<void()>& parse) const {
+// Runs on the parsing threads: parses, and keeps the formatted record as `extra`. The symbols and
+// references are then not needed any more.
+void Run::parse_and_format(ParsedItem& parsed, const std::function<void()>& parse) const {
   parse();
   if (is_binary(parsed) || output_size_bound(parsed) > LARGE_OUTPUT) return;
   std::string text;
   StringSink sink(text);
-  put(sink, parsed);
+  format(sink, parsed);
   const std::size_t size = text.size();
   parsed.extra = std::move(text);
   parsed.extra_bytes = size;
@@ -146,7 +137,7 @@ void Run::count(const ParsedItem& parsed, bool has_failed) {
 
 void Run::keep_tags(const ParsedItem& parsed, std::vector<std::string>& errors) {
   const std::size_t before = _tags.left_out();
-  put_formed(_tags, parsed);
+  write_formatted(_tags, parsed);
   if (const std::size_t more = _tags.left_out() - before; more > 0) {
     errors.push_back(tags_left_out_text(more));
   }
@@ -161,7 +152,7 @@ void Run::write(const ParsedItem& parsed) {
   if (!keeps_tags) {
     const WholeRecord whole;
     OutputSink output(_counts.status());
-    put_formed(output, parsed);
+    write_formatted(output, parsed);
   }
   for (const auto& error : errors) _messages.report(parsed.item.path, error);
 }
@@ -177,7 +168,7 @@ ParseManyOptions Run::options() {
   options.threads = _arguments.jobs;
   options.in_caller = _arguments.jobs == 1 && !_messages.shows_progress();
   options.perform = [this](ParsedItem& parsed, const std::function<void()>& parse) {
-    form(parsed, parse);
+    parse_and_format(parsed, parse);
   };
   return options;
 }
@@ -201,6 +192,6 @@ int Run::operator()() {
 
 }  // namespace
 
-int run(const Arguments& arguments) { return Run(arguments)(); }
+int run_parse(const Arguments& arguments) { return Run(arguments)(); }
 
 }  // namespace tool

@@ -1,12 +1,10 @@
-// See question_arguments.h.
-#include "tool/question_arguments.h"
-
+// The commands that ask an index. See command_options.h.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <string>
 
-#include "tool/language_option.h"
+#include "tool/command_options.h"
 #include "tool/shield.h"
 
 namespace tool {
@@ -14,15 +12,15 @@ namespace {
 
 using repository::Match;
 
-constexpr unsigned MOST_ROWS = 1'000'000'000;  // whoever wants more takes all
+constexpr unsigned MOST_ROWS = 1'000'000'000;  // 0 is for more
 
 struct Row {
   const char* command;
   Question question;
-  const char* what;
-  const char* text;  // what is asked for; none for an empty one
+  const char* help;
+  const char* text;  // the operand as the help shows it; empty for a command without one
   const char* text_help;
-  bool has_filter;  // of files
+  bool has_filter;  // the options --language, --in and --limit
 };
 
 constexpr std::array<Row, 9> ROWS = {{
@@ -84,11 +82,12 @@ void add_filter(CLI::App& command, QuestionArguments& asked) {
       ->type_name("GLOB");
   command.add_option("--limit", asked.limit, "The most rows; 100 by default, 0 for all")
       ->type_name("N")
-      ->check(CLI::Range(0U, MOST_ROWS).description(""));  // without it -1 is the largest number
+      ->check(
+          CLI::Range(0U, MOST_ROWS).description(""));  // else CLI11 reads -1 as the largest number
 }
 
 void add_question(CLI::App& app, const Row& row, QuestionArguments& asked) {
-  CLI::App* const command = app.add_subcommand(row.command, row.what);
+  CLI::App* const command = app.add_subcommand(row.command, row.help);
   if (row.question == Question::find) {
     add_match(*command, asked);
     command->add_option("--kind", asked.filter.kind, "Of this kind only")
@@ -107,15 +106,7 @@ void add_question(CLI::App& app, const Row& row, QuestionArguments& asked) {
                      "Ask all indexes of a folder that `index --from-shards --catalogue` has made")
         ->type_name("FOLDER");
   }
-  command
-      ->add_option_function<std::string>(
-          "-f,--format",
-          [&asked](const std::string& name) {
-            asked.format = name == "json" ? Format::json : Format::text;
-          },
-          "text, which is the default, or json")
-      ->type_name("json|text")
-      ->check(CLI::IsMember({"json", "text"}).description(""));
+  add_format(*command, asked.format, "text, which is the default, or json", {"json", "text"});
   if (row.question == Question::search) {
     command->add_option(row.text, asked.words, row.text_help)->type_name("");
   } else if (*row.text != '\0') {
