@@ -9,9 +9,9 @@
 namespace repository {
 namespace {
 
-// The file that stands for its folder, by its name without the suffix.
+// Files that stand for their folder, by their names without the suffix.
 constexpr std::array<std::string_view, 3> FOLDERS_OWN = {"__init__", "__main__", "index"};
-// What names no folder in front of a module.
+// First components that name no folder.
 constexpr std::array<std::string_view, 4> ROOTS = {"crate", "self", "super", "@"};
 
 void split(std::string_view text, std::string_view separators, Components& components) {
@@ -68,7 +68,7 @@ Components from_folder(std::string_view module, Components components) {
   return components;
 }
 
-// ".a" is beside the asking file, "..a" above it.
+// ".a" lies in the folder itself, "..a" in the one above it.
 Components from_package(std::string_view module, Components components) {
   const std::size_t dots = std::min(module.find_first_not_of('.'), module.size());
   components.resize(components.size() - std::min(components.size(), dots - 1));

@@ -1,6 +1,5 @@
-// Modules as they are written, and files, as lists of components: which file a module may be is
-// told by comparing them from the end. No language's search path is known here, so that this is
-// evidence and not an answer.
+// Tells which files a module may be. Both become lists of components, which are compared from the
+// end. No language's search path is known here, so that this is evidence and not an answer.
 //
 // Cost: linear in the texts.
 //
@@ -15,12 +14,12 @@ namespace repository {
 
 using Components = std::vector<std::string>;
 
-// "src/pkg/mod.py" as src, pkg, mod. What stands for its folder (__init__.py, index.ts, mod.rs) is
-// left out.
+// "src/pkg/mod.py" as src, pkg, mod. The name of a file that stands for its folder (__init__.py,
+// index.ts, mod.rs) is left out.
 Components file_components(std::string_view path);
 
-// "pkg.mod", "./mod.js", "crate::pkg", "App\\Pkg", "\"fmt\"" as components; a relative one starts
-// from the asking file's folder.
+// A module as a source names it: "pkg.mod", "./mod.js", "crate::pkg", "App\\Pkg", "\"fmt\"". A
+// relative one starts from the folder of the file that names it.
 Components module_components(std::string_view module, std::string_view asking_path);
 
 bool ends_with(const Components& all, const Components& end);

@@ -1,11 +1,13 @@
-// The questions that symbols answer: by name, by words, by file.
+// The questions about symbols: by name, by words, by file, and all of them. questions.h says what
+// each answers.
 //
-// Tested by tests/questions_test.py.
+// Tested by tests/questions_test.py and tests/ctags_test.py.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +26,8 @@ class SymbolQuestions {
   Answer<Definition> find(const FindQuestion& question);
   Answer<Definition> search(const std::string& words, const Filter& filter);
   std::optional<Answer<Definition>> outline(const std::string& path);
+  // Reads the table of symbols once. Forgets after each file what the reader remembers.
+  void for_each_file(const std::function<void(const FileSymbols&)>& take);
 
  private:
   struct Row {

@@ -5,24 +5,20 @@
 #include <array>
 #include <string>
 
-#include "index/names.h"
+#include "index/words.h"
 
 namespace repository {
 namespace {
 
-// Of a folder or of a file's name, a component of which they are: test_a.py, a.spec.ts, ATest.java.
+// Words in the name of a folder or file that mark a test: test_a.py, a.spec.ts, ATest.java.
 constexpr std::array<std::string_view, 8> WORDS = {"test",  "tests",   "testing",  "spec",
                                                    "specs", "fixture", "fixtures", "mocks"};
 
 bool is_word(std::string_view word) {
-  std::string lower(word);
-  std::transform(lower.begin(), lower.end(), lower.begin(), [](char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-  });
-  return std::find(WORDS.begin(), WORDS.end(), lower) != WORDS.end();
+  return std::find(WORDS.begin(), WORDS.end(), folded(word)) != WORDS.end();
 }
 
-// Whether it may have one of the words, in any case: most paths have none.
+// A quick look for the beginnings of WORDS in any case: most paths have none.
 bool may_have_word(std::string_view path) {
   constexpr std::array<std::string_view, 4> BEGINNINGS = {"test", "spec", "fixture", "mock"};
   const auto is_same = [](char one, char other) { return (one | 0x20) == other; };
@@ -34,7 +30,7 @@ bool may_have_word(std::string_view path) {
 
 }  // namespace
 
-// A component's words are those of a name: "latest" is none, "__tests__" and "UserTest" are.
+// Split as a name: "latest" is no test, "__tests__" and "UserTest" are.
 bool is_test_path(std::string_view path) {
   if (!may_have_word(path)) return false;
   const std::string words = words_of(path);

@@ -1,4 +1,4 @@
-// Whether a file is a test, as far as its path tells: what is asked for is rarely there.
+// Tells by a file's path whether it is a test. Answers prefer other files.
 //
 // Tested by tests/index_test.cpp.
 #pragma once

@@ -18,11 +18,11 @@
 #include "index/index_error.h"
 #include "index/journal.h"
 #include "index/module_path.h"
-#include "index/names.h"
 #include "index/packed_file.h"
 #include "index/row_filter.h"
 #include "index/test_path.h"
 #include "index/varint.h"
+#include "index/words.h"
 
 namespace repository {
 namespace {
