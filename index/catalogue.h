@@ -1,5 +1,5 @@
-// A catalogue: many indexes that are asked as one, of more repositories than a database should
-// hold.
+// A catalogue: many indexes that are asked as one. One database should not hold so many
+// repositories.
 //
 //   FOLDER/catalogue.sqlite          the list: the repositories' names, and the folder that they
 //                                    lie in, the root

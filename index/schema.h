@@ -10,9 +10,8 @@
 //              `size`, `mtime` and `ctime` (in ns) and `inode`: as they were before the file was
 //              read. `mtime` is -1 when they prove nothing: the file may have been written again
 //              within the same tick of the clock. `symbols`: how many it has.
-//   file_use   `uses`: name << 2 | kind of each row that the file has in `reference`, rising,
-//   packed
-//              (varint.h). So `reference` needs no index by file.
+//   file_use   `uses`: name << 2 | kind of each row that the file has in `reference`, rising and
+//              packed (varint.h). So `reference` needs no index by file.
 //   error      the error texts of a file.
 //   name       the names of symbols, scopes and references, each once, and only while it is used.
 //              name_folded finds them in any case, and by their beginnings.

@@ -1,4 +1,4 @@
-// The object: opening and closing it. It holds nothing of Python's, so that it is in no cycle.
+// Opening and closing an Index. It refers to no Python object, so that it can be part of no cycle.
 //
 // Tested by tests/python/test_index.py.
 #include "bindings/python/index.h"
@@ -17,8 +17,6 @@
 
 #include "bindings/python/arguments.h"
 #include "bindings/python/errors.h"
-#include "bindings/python/index_arguments.h"
-#include "bindings/python/index_object.h"
 #include "bindings/python/owned.h"
 #include "bindings/python/texts.h"
 #include "index/place.h"

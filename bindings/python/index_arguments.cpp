@@ -75,11 +75,4 @@ bool filter_from(PyObject* const* objects, repository::Filter& filter) {
   return language_from(objects[0], filter) && limit_from(objects[2], filter);
 }
 
-bool file_path_from(PyObject* object, std::string& path) {
-  if (!path_from(object, path)) return false;
-  if (path.find('\0') == std::string::npos) return true;
-  PyErr_SetString(PyExc_ValueError, "embedded null byte");
-  return false;
-}
-
 }  // namespace engines::treesitter::python
