@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "index/answers.h"
-#include "index/module_path.h"
+#include "index/paths.h"
 #include "index/reader.h"
 
 namespace repository {

@@ -6,7 +6,6 @@
 #include "engines/treesitter/treesitter.h"
 #include "index/index_error.h"
 #include "index/statements.h"
-#include "index/test_path.h"
 #include "index/varint.h"
 
 namespace repository {

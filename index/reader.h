@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "index/answers.h"
-#include "index/module_path.h"
+#include "index/paths.h"
 #include "index/schema.h"
 
 namespace repository {

@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "index/meanings.h"
-#include "index/module_path.h"
+#include "index/paths.h"
 #include "index/questions.h"
 #include "index/reader.h"
 #include "index/row_filter.h"

@@ -3,16 +3,12 @@
 
 #include <Python.h>
 
-#include <cstddef>
 #include <vector>
 
 #include "bindings/python/state.h"
 #include "index/answers.h"
 
 namespace engines::treesitter::python {
-
-inline constexpr std::size_t DEFINITION_FIELD_COUNT = 11;
-inline constexpr std::size_t USE_FIELD_COUNT = 10;
 
 // Makes the types of these records and adds them to the module. False with an error set.
 bool add_answer_types(ModuleState& state, PyObject* module);

@@ -48,7 +48,7 @@ struct Iteration {
   std::unique_ptr<ParseMany> run;
 };
 
-// An iteration without items, whose threads wait for some.
+// An iteration whose `items` are still to be set.
 std::unique_ptr<Iteration> new_iteration(std::shared_ptr<const TreeSitterEngine> engine,
                                          std::size_t threads);
 

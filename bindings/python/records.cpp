@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <utility>
 
 #include "bindings/python/arguments.h"
@@ -58,6 +59,7 @@ PyObject* record_of(PyTypeObject* type, std::initializer_list<PyObject*> fields)
   const bool is_whole = std::find(fields.begin(), fields.end(), nullptr) == fields.end();
   PyObject* const record = is_whole ? new_record(type) : nullptr;
   if (record != nullptr) {
+    assert(fields.size() == all_items(record).size() && "one value for each field");
     std::copy(fields.begin(), fields.end(), items_of(record));
   } else {
     for (PyObject* const field : fields) Py_XDECREF(field);

@@ -71,7 +71,8 @@ bool add_dataclass_attributes(PyObject* module, PyTypeObject* type, const Record
 // A record whose fields are still to be filled. Null with an error set.
 inline PyObject* new_record(PyTypeObject* type) { return type->tp_alloc(type, 0); }
 
-// A record of these fields, which it takes over. Null with an error set when one of them is null.
+// A record of these values, one for each field, which it takes over. Null with an error set when
+// one of them is null.
 PyObject* record_of(PyTypeObject* type, std::initializer_list<PyObject*> fields);
 
 // A tuple of what `convert` makes of each value: a new reference, or null with an error set. Null

@@ -1,5 +1,7 @@
-// Tells which files a module may be. Both become lists of components, which are compared from the
-// end. No language's search path is known here, so that this is evidence and not an answer.
+// What a path tells of its file: which modules it may be, and whether it is a test.
+//
+// Modules and paths become lists of components, which are compared from the end. No language's
+// search path is known here, so that this is evidence and not an answer.
 //
 // Cost: linear in the texts.
 //
@@ -26,5 +28,8 @@ bool ends_with(const Components& all, const Components& end);
 
 // Whether the module may be the file, or the folder that it is in.
 bool may_be(const Components& module, const Components& file);
+
+// Answers prefer files that are no tests.
+bool is_test_path(std::string_view path);
 
 }  // namespace repository
