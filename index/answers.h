@@ -25,7 +25,7 @@ struct Definition {
   std::int64_t id;   // of the symbol, in this state of the index
   std::string path;  // from the root, any bytes
   std::string language;
-  std::string_view kind;  // of models::SymbolKind, which owns the text
+  std::string_view kind;  // the text of a models::SymbolKind
   std::string name;
   std::string fqn;
   std::uint32_t first;  // lines, 1-based

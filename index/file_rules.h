@@ -1,5 +1,5 @@
-// The rules which files of a repository belong in its index. The index keeps them (in `meta`), so
-// that later runs go by them until one is given others.
+// The rules by which files of a repository belong in its index. The index keeps them (in `meta`),
+// so that later runs go by them until one is given others.
 //
 // Tested by tests/index_command_test.py.
 #pragma once

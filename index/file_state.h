@@ -19,7 +19,7 @@ struct FileState {
 
   std::int64_t size = 0;           // in bytes
   std::int64_t mtime = UNTRUSTED;  // in nanoseconds; UNTRUSTED when equal states prove nothing
-  std::int64_t ctime = 0;          // in nanoseconds; nobody can set it back, as one can mtime
+  std::int64_t ctime = 0;          // in nanoseconds; unlike mtime it cannot be set back
   std::int64_t inode = 0;
 
   bool operator==(const FileState&) const = default;

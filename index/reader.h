@@ -47,7 +47,8 @@ class Reader {
 
   SQLite::Database& connection() { return _connection; }
 
-  // An id that is not in the index means a damaged one: what takes one throws IndexError then.
+  // Ids come from the index. When the row of one is missing, the index is damaged, and whoever
+  // reads that row gets an IndexError.
 
   std::optional<std::string> meta(const std::string& key);
   std::optional<std::int64_t> name_id(const std::string& text);

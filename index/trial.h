@@ -11,9 +11,9 @@
 
 namespace repository {
 
-// An error text that says what killed the process which parses the file; none when it came to its
-// end. Forks, so that the caller must be the only thread of its process. `to_close`: descriptors
-// that the child closes at once. Throws IndexError when the system gives no process.
+// Parses the item in a child. Gives an error text when the child was killed or failed, else none.
+// Forks, so that the caller must be the only thread of its process. `to_close`: descriptors that
+// the child closes first. Throws IndexError when the system gives no process.
 std::optional<std::string> trial_death(const engines::treesitter::TreeSitterEngine& engine,
                                        const engines::treesitter::ParseItem& item,
                                        const std::vector<int>& to_close);

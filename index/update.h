@@ -62,7 +62,7 @@ struct UpdateScope {
   std::function<walk::Selection(const FileRules& rules, bool is_complete)> select = {};
   // Called for each folder that the walk enters (FolderWalk).
   walk::FolderWalk::Entering entering = {};
-  // Ends the run; a run over a part then leaves the index as it was.
+  // Ends the run. What it has not committed is lost: all of a run over a part.
   std::stop_token stop = {};
 };
 

@@ -1,6 +1,4 @@
-// Converts an answer in one pass, with the GIL held.
-//
-// Tested by tests/python/test_index.py, against the tool's answers.
+// See answers.h. An answer is converted in one pass, with the GIL held.
 #include "bindings/python/answers.h"
 
 #include <concepts>

@@ -1,4 +1,6 @@
 // Converts an index's answers to Python's records.
+//
+// Tested by tests/python/test_index.py, against the tool's answers.
 #pragma once
 
 #include <Python.h>

@@ -3,6 +3,8 @@
 // An argument may be given by position or by name, as in a plain Python function; one that does not
 // fit is a TypeError in Python's own words. Python's own parsers of arguments were refused, since
 // none serves both ways in which C functions are called.
+//
+// Tested by tests/python/test_errors.py.
 #pragma once
 
 #include <Python.h>

@@ -1,8 +1,8 @@
+// See engine.h.
+//
 // Each TreeSitterEngine object has an engine of its own, with parsers for each thread. All
 // unpickled ones of the same rules are one object: a task that is sent to another process brings
 // its engine with it, and a new engine for each task would have to make its parsers again.
-//
-// Tested by tests/python/test_engine.py and test_processes.py.
 #include "bindings/python/engine.h"
 
 #include <Python.h>

@@ -1,4 +1,6 @@
 // The type TreeSitterEngine.
+//
+// Tested by tests/python/test_engine.py and test_processes.py.
 #pragma once
 
 #include <Python.h>

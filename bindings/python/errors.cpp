@@ -1,4 +1,4 @@
-// Tested by tests/python/test_errors.py.
+// See errors.h.
 #include "bindings/python/errors.h"
 
 #include <new>

@@ -1,4 +1,6 @@
 // Converts the engine's errors to Python's exceptions.
+//
+// Tested by tests/python/test_errors.py.
 #pragma once
 
 #include <Python.h>

@@ -1,6 +1,6 @@
-// Opening and closing an Index. It refers to no Python object, so that it can be part of no cycle.
+// See index.h.
 //
-// Tested by tests/python/test_index.py.
+// Opening and closing an Index. It refers to no Python object, so that it can be part of no cycle.
 #include "bindings/python/index.h"
 
 #include <Python.h>

@@ -1,4 +1,6 @@
 // The type Index, and how an object of it runs a question.
+//
+// Tested by tests/python/test_index.py.
 #pragma once
 
 #include <Python.h>

@@ -1,4 +1,4 @@
-// Tested by tests/python/test_index.py.
+// See index_arguments.h.
 #include "bindings/python/index_arguments.h"
 
 #include <algorithm>

@@ -1,4 +1,6 @@
 // Converts the arguments of a question to an index.
+//
+// Tested by tests/python/test_index.py.
 #pragma once
 
 #include <Python.h>

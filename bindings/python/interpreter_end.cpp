@@ -1,6 +1,4 @@
 // See interpreter_end.h.
-//
-// Tested by tests/python/test_interpreter_end.py and test_processes.py.
 #include "bindings/python/interpreter_end.h"
 
 #include <Python.h>

@@ -1,4 +1,4 @@
-// Tested by tests/python/test_paths.py, test_errors.py and test_parse_many.py.
+// See items.h.
 #include "bindings/python/items.h"
 
 #include "bindings/python/errors.h"

@@ -1,6 +1,8 @@
 // Converts arguments to items for the engine.
 //
 // Contents are copied: the engine works without the GIL, and a bytearray may change meanwhile.
+//
+// Tested by tests/python/test_paths.py, test_errors.py and test_parse_many.py.
 #pragma once
 
 #include <Python.h>

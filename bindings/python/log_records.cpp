@@ -1,7 +1,7 @@
+// See log_records.h.
+//
 // The logging package is imported with the first record, since that takes longer than our whole
 // import.
-//
-// Tested by tests/python/test_logging.py.
 #include "bindings/python/log_records.h"
 
 #include <new>

@@ -6,6 +6,8 @@
 // parse_many come in the order of its input, and a thread that the end of the interpreter stops
 // logs nothing. Refused: taking the GIL inside the sink. When the interpreter ends, that unwinds
 // the thread, which would go through functions that must not throw.
+//
+// Tested by tests/python/test_logging.py.
 #pragma once
 
 #include <Python.h>

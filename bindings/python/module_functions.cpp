@@ -1,4 +1,4 @@
-// Tested by tests/python/test_module.py.
+// See module_functions.h.
 #include "bindings/python/module_functions.h"
 
 #include <string>

@@ -1,5 +1,7 @@
 // The functions of the module: what is known of the languages and of this build, parse_many, and
 // text helpers.
+//
+// Tested by tests/python/test_module.py.
 #pragma once
 
 #include <Python.h>

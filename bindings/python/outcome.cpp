@@ -1,4 +1,4 @@
-// Tested by tests/python/test_engine.py and test_signals.py.
+// See outcome.h.
 #include "bindings/python/outcome.h"
 
 #include <any>

@@ -1,4 +1,6 @@
 // One parse for Python: what the parsing thread does around it, and the conversion of its outcome.
+//
+// Tested by tests/python/test_engine.py and test_signals.py.
 #pragma once
 
 #include <Python.h>

@@ -1,6 +1,4 @@
-// The iterator's type, and how one is made from the arguments of parse_many.
-//
-// Tested by tests/python/test_parse_many.py.
+// See parse_many.h.
 #include "bindings/python/parse_many.h"
 
 #include <Python.h>

@@ -1,4 +1,6 @@
 // parse_many: an iterator over the results of many items, in their order (iteration.h).
+//
+// Tested by tests/python/test_parse_many.py.
 #pragma once
 
 #include <Python.h>

@@ -1,6 +1,4 @@
-// What all records do alike, whatever their fields.
-//
-// Tested by tests/python/test_records.py.
+// See records.h. What all records do alike, whatever their fields.
 #include "bindings/python/records.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
+// See results.h.
+//
 // Converts a result in one pass with the GIL held, while other threads of Python wait.
 //
 // Cost: for each record one object, and one str for each text. What neighbouring records have in
 // common is made once: line numbers, and the signature of a minified row.
-//
-// Tested by tests/python/test_engine.py, against the tool's answers too.
 #include "bindings/python/results.h"
 
 #include <string>

@@ -1,4 +1,6 @@
 // Converts the engine's results to Python's.
+//
+// Tested by tests/python/test_engine.py, against the tool's answers too.
 #pragma once
 
 #include <Python.h>

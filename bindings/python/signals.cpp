@@ -1,6 +1,4 @@
 // See signals.h.
-//
-// Tested by tests/python/test_signals.py.
 #include "bindings/python/signals.h"
 
 #include "bindings/python/owned.h"

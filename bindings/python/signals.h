@@ -4,6 +4,8 @@
 // engine is one instruction. So a parse on that thread looks for signals now and then, and takes
 // the GIL for that. Other threads never do: the end of the interpreter could unwind them while they
 // wait for the GIL (gil.h), and the engine's own functions must not be unwound so.
+//
+// Tested by tests/python/test_signals.py.
 #pragma once
 
 #include <Python.h>

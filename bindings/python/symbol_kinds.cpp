@@ -1,4 +1,4 @@
-// Tested by tests/python/test_records.py.
+// See symbol_kinds.h.
 #include "bindings/python/symbol_kinds.h"
 
 #include <string>

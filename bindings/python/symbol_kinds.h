@@ -1,4 +1,6 @@
 // SymbolKind: the kinds of symbols as a Python enumeration, whose members equal their texts.
+//
+// Tested by tests/python/test_records.py.
 #pragma once
 
 #include <Python.h>

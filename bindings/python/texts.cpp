@@ -1,4 +1,4 @@
-// Tested by tests/python/test_paths.py and test_errors.py.
+// See texts.h.
 #include "bindings/python/texts.h"
 
 #include "bindings/python/owned.h"

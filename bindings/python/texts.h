@@ -5,6 +5,8 @@
 // bytes that are no UTF-8 come back as the lone surrogates that os.fsdecode makes of them. A path
 // that only names a content is a text, which need not be a file's name in this locale: lone
 // surrogates in it are encoded like other code points, and come back the same.
+//
+// Tested by tests/python/test_paths.py and test_errors.py.
 #pragma once
 
 #include <Python.h>
