@@ -32,8 +32,8 @@ bool bind_arguments(const Parameters& parameters, PyObject* arguments, PyObject*
 
 // The pointer to a function as a method table holds it, whatever parameters the method's flags give
 // it.
-template <typename... Parameters>
-PyCFunction as_method(PyObject* (*function)(Parameters...)) {
+template <typename... Arguments>
+PyCFunction as_method(PyObject* (*function)(Arguments...)) {
   return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
 }
 

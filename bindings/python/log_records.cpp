@@ -101,8 +101,9 @@ std::size_t size_of(const std::vector<StoredRecord>& records) {
   std::size_t size = 0;
   for (const StoredRecord& record : records) {
     size += sizeof record + record.format.size();
-    for (const std::string& argument : record.arguments)
+    for (const std::string& argument : record.arguments) {
       size += sizeof(std::string) + argument.size();
+    }
   }
   return size;
 }
