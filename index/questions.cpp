@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "index/all_symbols.h"
 #include "index/database.h"
 #include "index/index_error.h"
 #include "index/pending.h"
@@ -123,7 +124,7 @@ Answer<Use> Questions::importers(const std::string& module, const Filter& filter
 }
 
 void Questions::for_each_file(const std::function<void(const FileSymbols&)>& take) {
-  _state->ask([&] { _state->symbols().for_each_file(take); });
+  _state->ask([&] { repository::for_each_file(_state->reader(), take); });
 }
 
 void Questions::changed(const std::function<void(const PendingChange&)>& take) {

@@ -1,13 +1,11 @@
-// The questions about symbols: by name, by words, by file, and all of them. questions.h says what
-// each answers.
+// The questions about symbols: by name, by words, by file. questions.h says what each answers.
 //
-// Tested by tests/questions_test.py and tests/ctags_test.py.
+// Tested by tests/questions_test.py.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,8 +24,6 @@ class SymbolQuestions {
   Answer<Definition> find(const FindQuestion& question);
   Answer<Definition> search(const std::string& words, const Filter& filter);
   std::optional<Answer<Definition>> outline(const std::string& path);
-  // Reads the table of symbols once. Forgets after each file what the reader remembers.
-  void for_each_file(const std::function<void(const FileSymbols&)>& take);
 
  private:
   struct Row {

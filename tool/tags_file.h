@@ -2,8 +2,7 @@
 //
 // Written beside and renamed, so that an editor reads the old file or the new one.
 //
-// Cost: the index's symbols once (index/symbol_questions.h), sorted in bounded memory
-// (line_sorter.h).
+// Cost: the index's symbols once (index/all_symbols.h), sorted in bounded memory (line_sorter.h).
 //
 // Tested by tests/ctags_test.py.
 #pragma once
