@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "engines/treesitter/treesitter.h"
-#include "index/index_error.h"
 #include "index/statements.h"
 
 namespace repository {
@@ -17,11 +16,9 @@ using engines::models::SymbolKind;
 
 engines::models::Symbol symbol_of(SQLite::Statement& row, const FileSymbols& file, Reader& reader) {
   const auto number = [&](int column) { return row.getColumn(column).getInt64(); };
-  const std::int64_t scope = number(2);
   const auto first = static_cast<std::uint32_t>(number(4));
   std::string name = bytes_of(row.getColumn(1));
-  std::string fqn = file.prefix + reader.scope_text(scope < 0 ? -scope : scope);
-  if (scope >= 0) fqn.append(".").append(name);
+  std::string fqn = reader.fqn(file.prefix, number(2), name);
   return engines::models::Symbol(
       {.id = number(0),
        .file_id = file_of(number(0)),
@@ -38,7 +35,6 @@ engines::models::Symbol symbol_of(SQLite::Statement& row, const FileSymbols& fil
 
 }  // namespace
 
-// What the reader remembers is forgotten after each file.
 void for_each_file(Reader& reader, const std::function<void(const FileSymbols&)>& take) {
   SQLite::Statement rows(reader.connection(),
                          "SELECT symbol.id, text, scope, kind, first, lines, export FROM symbol "

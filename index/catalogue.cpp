@@ -18,6 +18,7 @@
 #include "index/index_error.h"
 #include "index/place.h"
 #include "index/statements.h"
+#include "index/system_calls.h"
 
 namespace repository {
 namespace {
@@ -32,6 +33,7 @@ std::string database_of(const std::string& folder, const std::string& repository
   return folder + REPOSITORIES + '/' + repository + ".sqlite";
 }
 
+// Gives the folder, which then exists.
 std::string made(const std::string& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder + REPOSITORIES, error);
@@ -42,6 +44,7 @@ std::string made(const std::string& folder) {
   return folder;
 }
 
+// The first column of each row.
 std::vector<std::string> texts(SQLite::Database& list, const char* question) {
   SQLite::Statement statement(list, question);
   std::vector<std::string> found;
@@ -75,7 +78,7 @@ class Merging {
   }
 
  private:
-  // As one index orders them.
+  // Sorts the rows as SymbolQuestions does, and keeps the first of them.
   void cut() {
     std::vector<Definition>& rows = _found.answer.rows;
     const auto key = [](const Definition& row) {
@@ -169,7 +172,7 @@ Catalogue::Found Catalogue::find(const FindQuestion& question, std::size_t threa
         others.emplace_back(ask);
       }
     } catch (const std::system_error&) {
-      // Those that the system allows, and this one, will do.
+      // This thread and those that the system has given are enough.
     }
     ask();
   }

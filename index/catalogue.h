@@ -1,12 +1,14 @@
-// Many indexes that are asked as one: of repositories that no single database should hold.
+// A catalogue: many indexes that are asked as one. One database should not hold so many
+// repositories.
 //
-//   FOLDER/catalogue.sqlite        which repositories there are, and the folder that they lie in
-//   FOLDER/repositories/NAME.sqlite  an index for each, with paths from that folder: NAME/...
+//   FOLDER/catalogue.sqlite          the list: the repositories' names, and the folder that they
+//                                    lie in, the root
+//   FOLDER/repositories/NAME.sqlite  an index for each, with paths from that root: NAME/...
 //
-// Whoever writes it gives its list at the end, in one transaction: until then the one before holds.
+// The list is written at the end, in one transaction: until then the old one holds.
 //
-// Cost of a question: that of the question to each index, over as many threads as one likes;
-// memory: the rows asked for, for each thread.
+// Cost: a question is put to each index, on several threads; memory for the rows asked for, on each
+// thread and some times over for the answer.
 //
 // Tested by tests/cluster/test_index.py.
 #pragma once
@@ -26,15 +28,17 @@ namespace repository {
 
 class CatalogueWriter {
  public:
-  // Makes the folder if need be. Throws IndexError, LockedError while another one writes.
+  // Makes the folder if there is none. `root`: absolute. Throws IndexError, LockedError while
+  // another process writes the catalogue, SQLite::Exception.
   CatalogueWriter(const std::string& folder, const std::string& root);
 
-  // Whether it was not yet added to this one.
+  // Adds a repository to the new list. False when it is there already.
   bool add(const std::string& repository) { return _repositories.insert(repository).second; }
-  // Where its index is to lie.
+  // The file of that repository's index, for the caller to make.
   std::string database(const std::string& repository) const;
 
-  // From now on the catalogue is of what was added; indexes of what was not are removed.
+  // Replaces the list, and removes the indexes of repositories that are in the old one alone.
+  // Throws SQLite::Exception.
   void finish();
 
  private:
@@ -49,7 +53,7 @@ class CatalogueWriter {
 
 class Catalogue {
  public:
-  // Throws IndexError when there is none.
+  // Throws IndexError when the folder holds no catalogue.
   explicit Catalogue(std::string folder);
 
   // The folder that paths start from; absolute.
@@ -57,11 +61,12 @@ class Catalogue {
 
   struct Found {
     Answer<Definition> answer;
-    bool is_complete = true;  // otherwise some index is just being made
+    bool is_complete = true;  // whether the last run over each index came to its end
   };
 
-  // As Questions::find, over all; `threads`: 0 for as many as there are processors. Throws
-  // IndexError when an index cannot be asked.
+  // Puts Questions::find to each index, and gives the best rows in the order of one index.
+  // `threads`: 0 for as many as processors may be used. For any thread. Throws IndexError when an
+  // index cannot be asked.
   Found find(const FindQuestion& question, std::size_t threads = 0) const;
 
  private:

@@ -10,15 +10,13 @@
 
 #include "engines/treesitter/treesitter.h"
 #include "index/place.h"
+#include "index/system_calls.h"
 
 namespace repository {
 namespace {
 
-std::string with_slash(const std::string& folder) {
-  return folder.ends_with('/') ? folder : folder + '/';
-}
-
-// The folder that a file of ignore rules speaks of. Rules from elsewhere hold for all.
+// The folder for which a file of ignore rules holds, "" for the root. Rules that lie elsewhere,
+// such as the user's, hold for all.
 std::string folder_of_rules(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   const std::string_view name = std::string_view(path).substr(slash + 1);
@@ -35,7 +33,7 @@ Changes::Changes(Look look, SQLite::Database connection, std::int64_t since)
             std::move(look.entering)),
       _since(since) {}
 
-// Whether there is something that was found and not yet dealt with.
+// Sees to it that _found has what the walk shows next. False at the end of the walk.
 bool Changes::advance() {
   if (_found || _has_ended) return _found.has_value();
   _found = _walk.next();
@@ -58,7 +56,7 @@ std::optional<Change> Changes::next() {
 Change Changes::fault() {
   const walk::Found found = *std::exchange(_found, std::nullopt);
   std::string inside = found.path.starts_with(_prefix) ? found.path.substr(_prefix.size()) : "";
-  // Nothing at all can be said then.
+  // Without the root nothing can be said of any file.
   if (inside.empty() && !found.is_rules) {
     errno = found.error;
     throw_system_error("read", found.path);
@@ -81,7 +79,7 @@ bool Changes::is_blind(const std::string& path) const {
   return false;
 }
 
-// The row is of a file that the walk has not shown.
+// For a row whose file the walk has not shown.
 std::optional<Change> Changes::removal() {
   const FileRow row = *_rows.peek();
   _rows.skip();
@@ -90,6 +88,7 @@ std::optional<Change> Changes::removal() {
   return std::nullopt;
 }
 
+// For a file that the walk shows; none when it is as it was.
 std::optional<Change> Changes::seen() {
   FileRow row;
   if (const FileRow* const known = _rows.peek(); known != nullptr && known->path == _found->path) {
@@ -97,7 +96,7 @@ std::optional<Change> Changes::seen() {
   }
   struct stat status {};
   const int error = _walk.stat_last(status);
-  if (error == ENOENT) {  // it went meanwhile, so that its row is next
+  if (error == ENOENT) {  // removed meanwhile: its row, if any, is next
     _found.reset();
     return std::nullopt;
   }
@@ -108,7 +107,8 @@ std::optional<Change> Changes::seen() {
     count_unchanged(row);
     return std::nullopt;
   }
-  // Trusted only if a later writing would show. What else is wrong with it, its reader will say.
+  // The times are kept only if they would show a later change. Whoever reads the file meets other
+  // errors again, and reports them.
   if (!now.is_proof(_since)) now.mtime = FileState::UNTRUSTED;
   if (row.id == 0) row.path = path;
   const bool is_long = _prefix.size() + path.size() >= PATH_MAX;

@@ -1,12 +1,12 @@
-// What is to be done to an index: the walk of the repository beside the rows of its files, both in
-// the order of their paths.
+// Finds what has changed since an index was made. The walk over the repository and the rows of the
+// index come in the same order, that of paths, so that they are compared in one pass.
 //
-// Cost: for a file that is as it was one fstatat() and no question to the database.
+// A file counts as removed only when a complete listing no longer shows it. What lies below a
+// folder that could not be read, or whose ignore rules could not, stays as it is.
 //
-// Only what a complete listing no longer shows is taken for removed. What lies below a folder that
-// could not be read, or whose ignore rules could not, stays as it is.
+// Cost: one fstatat() for a file that is as it was.
 //
-// Tested by tests/index_command_test.py.
+// Tested by tests/index_command_test.py and tests/watch_test.py.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -27,14 +27,13 @@ namespace repository {
 struct Change {
   enum class Kind : std::uint8_t { written, removed, fault };
   Kind kind;
-  FileRow row;      // as the index has it; only `path` is of use for a fault, and for a new file
-  FileState now{};  // of a written one
-  std::string fault{};   // a text for people
-  bool is_long = false;  // the system takes no such path: the walk has to open the file
+  FileRow row;           // as the index has it; of a new file and of a fault only `path` is set
+  FileState now{};       // of a written file
+  std::string fault{};   // of a fault: a text for people
+  bool is_long = false;  // the path is too long for the system: open_last() has to open the file
 };
 
-// What of a repository is looked at, and who is told of its folders (see FolderWalk). `root`:
-// absolute.
+// Where to look for changes. `root`: absolute. `entering`: called for each folder (FolderWalk).
 struct Look {
   std::string root;
   walk::WalkOptions options{};
@@ -44,16 +43,17 @@ struct Look {
 
 class Changes {
  public:
-  // `since`: what is written from now on has at least this time.
+  // `since`: no file that is written from now on gets a time before this one, in nanoseconds.
   Changes(Look look, SQLite::Database connection, std::int64_t since);
 
-  // None at the end. For one thread at a time. Throws IndexError when the root cannot be read.
+  // The next change, in the order of paths; none at the end. For one thread at a time. Throws
+  // IndexError when the root cannot be read.
   std::optional<Change> next();
 
-  // A descriptor of the file of the change that was given last, which is the caller's, or -1.
+  // Opens the file of the change that was given last. A descriptor that the caller closes, or -1.
   int open_last() { return _walk.open_last(); }
 
-  // Files that are as they were, so far. For any thread.
+  // How many files so far are as they were: those with a language, and binary ones. For any thread.
   std::size_t unchanged() const { return _unchanged; }
   std::size_t unchanged_binary() const { return _unchanged_binary; }
 
@@ -67,13 +67,13 @@ class Changes {
   bool advance();
   void count_unchanged(const FileRow& row) { ++(row.is_binary ? _unchanged_binary : _unchanged); }
 
-  const std::string _prefix;  // of the walk's paths: the root, "/"
+  const std::string _prefix;  // of the walk's paths: the root with a "/" behind it
   FileRows _rows;
   walk::FolderWalk _walk;
   const std::int64_t _since;
-  std::optional<walk::Found> _found;  // its path from the root
+  std::optional<walk::Found> _found;  // not dealt with yet; a file's path is from the root
   bool _has_ended = false;
-  std::unordered_set<std::string> _blind;  // folders of which not all is known
+  std::unordered_set<std::string> _blind;  // folders that may hold more than was listed; "" for all
   std::atomic<std::size_t> _unchanged = 0;
   std::atomic<std::size_t> _unchanged_binary = 0;
 };

@@ -16,23 +16,26 @@
 #include "index/index_error.h"
 #include "index/schema.h"
 #include "index/statements.h"
+#include "index/system_calls.h"
 
 namespace repository {
 namespace {
 
-// As SQLite documents its files: the magic is at their beginning, the application's number behind.
+// The layout of SQLite's files, as SQLite documents it: the magic at the beginning, the
+// application's number behind it.
 constexpr std::string_view MAGIC("SQLite format 3\0", 16);
 constexpr std::size_t APPLICATION_ID_PLACE = 68;
 constexpr std::size_t HEADER = 100;
 
-constexpr int BUSY_TIMEOUT = 10'000;  // ms; for readers of other kinds than ours
+// In ms. Our own writers never meet here (write_lock.h), but other programs may lock the database.
+constexpr int BUSY_TIMEOUT = 10'000;
 
-constexpr int STEPS_PER_POLL = 1000;  // of SQLite's machine, some 50 µs
+constexpr int STEPS_PER_POLL = 1000;  // instructions of SQLite's virtual machine, some 50 µs
 constexpr int BUSY_PAUSE = 10;        // ms
 
 constexpr const char* HOW_TO_MAKE_ONE = "; `treesitter-engine index` makes one";
 
-// Of the write-ahead log, in pages: as much is written twice at a time.
+// wal_autocheckpoint is in pages, cache_size in KiB.
 constexpr const char* SETTINGS = R"(
 PRAGMA trusted_schema = OFF;
 PRAGMA synchronous = NORMAL;
@@ -41,9 +44,10 @@ PRAGMA cache_size = -65536;
 PRAGMA temp_store = MEMORY;
 )";
 
-// How large a log may stay, in bytes and as a part of the database.
+// A log stays when it has at most so many bytes, and the database is at least so many times as
+// large.
 constexpr off_t MOST_LOG = off_t{2} << 20;
-constexpr off_t LEAST_DATABASE = 2;  // in logs
+constexpr off_t LEAST_DATABASE = 2;
 
 int should_end(void* poll) { return (*static_cast<const Poll*>(poll))() ? 1 : 0; }
 
@@ -53,7 +57,8 @@ int should_wait(void* poll, int times) {
   return 1;
 }
 
-// Its size, 0 where there is none. Throws when what is there is no file that can be read.
+// The size of a file, 0 where there is none. Throws when there is something that cannot be read, or
+// no regular file.
 off_t size_of_file(const std::string& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) {
@@ -65,9 +70,10 @@ off_t size_of_file(const std::string& path) {
   return status.st_size;
 }
 
-// Throws when the file is not empty, and no index. Reads by SQLite's own descriptor: closing one of
-// ours would take the locks of all connections of the process to that file with it, and another
-// process would then remove the log that they read. SQLite itself takes one byte for none.
+// Throws when the file is neither empty nor an index. Reads by SQLite's own descriptor: closing one
+// of ours would drop the locks that all connections of this process have on the file, and another
+// process would then remove the log that they read. A file of one byte is judged here, since SQLite
+// takes it for an empty one.
 void require_ours(const SQLite::Database& database, off_t size) {
   if (size == 0) return;
   const std::string& path = database.getFilename();
@@ -106,7 +112,7 @@ void set_meta(SQLite::Database& database, const std::string& key, const std::str
   statement.exec();
 }
 
-// Tables that search keep others, which go with them.
+// Virtual tables first: dropping one drops the tables in which it keeps its rows.
 void drop_all(SQLite::Database& database) {
   std::vector<std::string> names;
   {
@@ -120,7 +126,8 @@ void drop_all(SQLite::Database& database) {
   }
 }
 
-// The number first: from then on a killed run leaves what is known as ours.
+// The application's number comes first: from then on a killed run leaves a file that is known as
+// ours.
 void begin_file(SQLite::Database& database) {
   if (database.execAndGet("PRAGMA application_id").getInt64() != APPLICATION_ID) {
     database.exec("PRAGMA application_id = " + std::to_string(APPLICATION_ID));

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t ROWS_AT_A_TIME = 512;
 
-// Each page is read once, from the first to the last; memory for more would only have to be made.
+// In KiB. Each page is read once, in order, so that a larger cache would gain nothing.
 const char* const SMALL_CACHE = "PRAGMA cache_size = -256";
 
 SQLite::Database with_small_cache(SQLite::Database connection) {
@@ -21,16 +21,26 @@ SQLite::Database with_small_cache(SQLite::Database connection) {
 
 }  // namespace
 
+FileRow file_row(const SQLite::Statement& statement) {
+  const auto number = [&](int column) { return statement.getColumn(column).getInt64(); };
+  return {number(0), bytes_of(statement.getColumn(1)),
+          FileState{number(2), number(3), number(4), number(5)}, bytes_of(statement.getColumn(6)),
+          number(7) != 0};
+}
+
 FileRows::FileRows(SQLite::Database connection, const walk::Selection& selection)
     : _connection(with_small_cache(std::move(connection))),
-      _statement(_connection, std::string("SELECT id, path, size, mtime, ctime, inode, hash, "
-                                          "language IS NULL FROM file WHERE path >= ?1") +
+      _statement(_connection, std::string("SELECT ") + FILE_COLUMNS +
+                                  " FROM file WHERE path >= ?1" +
                                   (selection.is_all() ? "" : " AND path < ?2") +
                                   " ORDER BY path LIMIT " + std::to_string(ROWS_AT_A_TIME)),
       _is_all(selection.is_all()) {
-  if (_is_all) _ranges.push_back({});
-  if (_is_all) return;
-  // A folder's files do not always follow on a file of its name: `a`, `a.c`, `a/b`.
+  if (_is_all) {
+    _ranges.push_back({});
+    return;
+  }
+  // Two ranges for each path, since others may lie between it and what is below it: `a`, `a.c`,
+  // `a/b`.
   for (const std::string& way : selection.ways()) {
     const std::string path = way.substr(0, way.size() - 1);
     _ranges.push_back({path, path + '\0'});
@@ -40,15 +50,10 @@ FileRows::FileRows(SQLite::Database connection, const walk::Selection& selection
             [](const Range& one, const Range& other) { return one.begin < other.begin; });
 }
 
-void FileRows::read_more_of(Range& range) {
+void FileRows::read_more_of(const Range& range) {
   bind_bytes(_statement, 1, range.begin);
   if (!_is_all) bind_bytes(_statement, 2, range.end);
-  while (_statement.executeStep()) {
-    const auto number = [&](int column) { return _statement.getColumn(column).getInt64(); };
-    _rows.push_back({number(0), bytes_of(_statement.getColumn(1)),
-                     FileState{number(2), number(3), number(4), number(5)},
-                     bytes_of(_statement.getColumn(6)), number(7) != 0});
-  }
+  while (_statement.executeStep()) _rows.push_back(file_row(_statement));
   _statement.reset();
 }
 
@@ -61,7 +66,7 @@ void FileRows::read_more() {
     if (_rows.size() < ROWS_AT_A_TIME) {
       ++_range;
     } else {
-      range.begin = _rows.back().path + '\0';  // the least path behind it
+      range.begin = _rows.back().path + '\0';  // the next path that can be
     }
   }
 }

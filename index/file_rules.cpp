@@ -1,5 +1,5 @@
-// See file_rules.h. A row of `meta` for each rule that is not as by default; lists have a NUL
-// behind each of their texts.
+// See file_rules.h. `meta` has a row for each rule that is not the default; a list is kept as its
+// texts with a NUL behind each.
 #include "index/file_rules.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -81,7 +81,7 @@ void write_file_rules(SQLite::Database& database, const FileRules& rules) {
   keep("max_filesize",
        rules.max_size == FileRules().max_size ? "" : std::to_string(rules.max_size));
   if (rules.max_size == before.max_size) return;
-  // Without a hash: what is too large now, and what was or could not be read.
+  // What is too large now, and what has no hash: it was too large, or could not be read.
   SQLite::Statement look_again(
       database,
       "UPDATE file SET mtime = -1, hash = NULL WHERE size > ? OR (hash IS NULL AND language IS "

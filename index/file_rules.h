@@ -1,5 +1,5 @@
-// Which files of a repository its index takes. An index keeps these rules (in `meta`), so that a
-// later run, and who asks what it would do, goes by them until somebody says otherwise.
+// The rules by which files of a repository belong in its index. The index keeps them (in `meta`),
+// so that later runs go by them until one is given others.
 //
 // Tested by tests/index_command_test.py.
 #pragma once
@@ -22,14 +22,14 @@ struct FileRules {
   bool operator==(const FileRules&) const = default;
 };
 
-// The error text of a file that is refused for its size.
+// The error text of a file that is refused for its size; both in bytes.
 std::string too_large_text(std::uint64_t size, std::uint64_t max_size);
 
-// The rules that an index is by; those of a fresh one where it says nothing.
+// The rules that an index keeps; the default ones where it has none.
 FileRules read_file_rules(const SQLite::Database& database);
 
-// Keeps them, within the caller's transaction. What only the size decides is looked at again by the
-// next run: the walk tells the rest.
+// Keeps the rules, within the caller's transaction. When another largest size decides otherwise
+// about a file, the next run looks at that file again; all other rules take effect in its walk.
 void write_file_rules(SQLite::Database& database, const FileRules& rules);
 
 }  // namespace repository

@@ -8,6 +8,7 @@
 #include "engines/languages/languages.h"
 #include "index/catalogue.h"
 #include "index/database.h"
+#include "index/file_hash.h"
 #include "index/index_error.h"
 #include "index/packed_file.h"
 #include "index/place.h"
@@ -18,7 +19,7 @@
 namespace repository {
 namespace {
 
-// From the root, in the one spelling that an index has of a path.
+// The path from the root, without "." and "..": an index knows each file by one spelling.
 std::string path_inside(const std::string& path, const std::string& root) {
   const auto whole = (std::filesystem::path(root) / path).lexically_normal();
   std::string inside = whole.lexically_relative(root).native();
@@ -28,7 +29,7 @@ std::string path_inside(const std::string& path, const std::string& root) {
   return inside;
 }
 
-// A row of another kind would stand for one of ours.
+// A kind is stored as its number, and an unknown one has none.
 void require_our_kinds(const ImportedRecord& record) {
   for (const auto& reference : record.result.references) {
     if (std::find(REFERENCE_KINDS.begin(), REFERENCE_KINDS.end(), reference.kind) ==
@@ -52,15 +53,15 @@ class Import {
     StoredFile file;
     file.path = path;
     file.language = engines::languages::detect_language(path).value_or("");
-    file.hash = digest_bytes(record.result.content_hash);
-    const PackedFile packed = pack(record.result);  // which may add an error
+    file.hash = hash_bytes(record.result.content_hash);
+    const PackedFile packed = pack(record.result);  // may add an error
     file.errors = std::move(record.result.errors);
     const auto row = _store.find(path);  // a list may name a file twice
     _store.put(row ? row->id : 0, file, packed);
     _store.commit_if_due();
   }
 
-  // Tells the errors of all files, and gives how many have any.
+  // Ends the index. Tells the listener the errors of all files; gives how many files have one.
   std::size_t finish(const UpdateListener& listener) {
     _store.finish();
     keep_small_log(_opened.connection);
@@ -74,6 +75,7 @@ class Import {
   Store _store;
 };
 
+// Gives what `work` gives; an error of SQLite's becomes an IndexError.
 template <typename Work>
 auto explained(const std::string& database, Work work) {
   try {
@@ -83,7 +85,7 @@ auto explained(const std::string& database, Work work) {
   }
 }
 
-// The indexes of a catalogue, of which one is open at a time.
+// The indexes of a catalogue while they are written; one is open at a time.
 class CatalogueImport {
  public:
   CatalogueImport(const UpdateOptions& options, const std::string& folder,

@@ -1,8 +1,7 @@
-// Indexes out of records that were made elsewhere: those of a run over many machines.
+// Makes indexes out of records that were made elsewhere, by a run over many machines.
 //
-// What lay at their place is made anew. Nothing is known of the files themselves but their hashes,
-// so that the next run over the repository reads each of them once, and parses those with other
-// bytes.
+// An index that was there is made anew. Of the files themselves only the hashes are known, so that
+// the next run over the repository reads each file once, and parses those whose bytes differ.
 //
 // Cost: that of a first run without its parsing, on one thread.
 //
@@ -19,20 +18,22 @@
 namespace repository {
 
 struct ImportedRecord {
-  std::string path;                         // absolute, or from the root; any bytes
-  engines::treesitter::ParseResult result;  // with the path that its FQNs begin with
+  std::string path;  // absolute, or from the root; any bytes
+  // Its path is the one from which the FQNs were made.
+  engines::treesitter::ParseResult result;
 };
 
-// None at the end. What it throws ends the import, and leaves an incomplete index.
+// Gives the next record; none at the end. What it throws ends the import, and leaves an incomplete
+// index.
 using NextRecord = std::function<std::optional<ImportedRecord>()>;
 
-// One index. Of the options `path`, `database` and `rules`, by which the records were made. Throws
-// IndexError, also for a path that is not in the root, and as Updater.
+// Makes one index. Of the options it takes `path`, `database` and `rules`, by which the records
+// were made. Throws what Updater throws, and IndexError for a path that does not lie in the root.
 UpdateCounts import_records(const UpdateOptions& options, const UpdateListener& listener,
                             const NextRecord& next);
 
-// An index for each folder at the root, below the folder of a catalogue (catalogue.h). Of the
-// options `path` and `rules`. Throws as above.
+// Makes a catalogue (catalogue.h) in that folder, with an index for each folder at the root. Of the
+// options it takes `path` and `rules`. Throws as above.
 UpdateCounts import_catalogue(const UpdateOptions& options, const std::string& folder,
                               const UpdateListener& listener, const NextRecord& next);
 

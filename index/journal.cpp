@@ -1,16 +1,13 @@
-// See journal.h. Each path under way has a slot of its own, a NUL at its end; an empty one begins
-// with it.
+// See journal.h. Each path under way has a slot of its own and ends with a NUL; an empty slot
+// begins with one.
 #include "index/journal.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-
-#include "index/index_error.h"
-#include "index/place.h"
-#include "index/retried.h"
+#include "index/file_state.h"
+#include "index/system_calls.h"
 
 namespace repository {
 namespace {
@@ -51,7 +48,7 @@ std::int64_t Journal::now() {
   if (retried([&] { return ::pwrite(_file, "", 1, 0); }) != 1 || ::fstat(_file, &status) != 0) {
     throw_system_error("write", _path);
   }
-  return std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
+  return nanoseconds(status.st_mtim);
 }
 
 std::size_t Journal::take_slot() {
@@ -62,8 +59,8 @@ std::size_t Journal::take_slot() {
   return slot;
 }
 
-// What cannot be written is not noted: a full disk is met by the writer of the index too, which
-// says so.
+// A path that cannot be written is left out. When the disk is full, the writer of the index meets
+// that too, and says so.
 void Journal::write(std::size_t slot, const std::string& text) {
   (void)retried([&] { return ::pwrite(_file, text.data(), text.size(), begin_of(slot)); });
 }

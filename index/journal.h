@@ -1,5 +1,6 @@
-// Which files are being parsed, in a file beside the database: what a run that was killed leaves
-// there is tried again alone by the next one (trial.h), since one of them may have killed it.
+// Keeps the paths of the files that are being parsed, in a file beside the database. When a run was
+// killed, one of them may have killed it; so the next run first parses each of them in a process of
+// its own (trial.h).
 //
 // Cost: two writes of some bytes for each parse; on disk a block for each thread.
 //
@@ -16,25 +17,26 @@ namespace repository {
 
 class Journal {
  public:
-  // Opens it, and reads what is left of a run before. Throws IndexError.
+  // Opens or makes the file, and reads what an earlier run has left in it. Throws IndexError.
   explicit Journal(const std::string& database);
   ~Journal();
   Journal(const Journal&) = delete;
   Journal& operator=(const Journal&) = delete;
 
-  // The paths that were under way when the last run ended.
+  // The paths that were being parsed when the last run ended.
   const std::vector<std::string>& left() const { return _left; }
-  // Forgets them; to be called before the first Entry. Throws IndexError.
+  // Empties the file and left(); to be called before the first Entry. Throws IndexError.
   void clear();
-  // At the end of a run.
+  // Removes the file; to be called at the end of a run.
   void remove();
 
-  // Now, by the clock of the file system in which the journal lies. In nanoseconds.
+  // The time by the clock of the journal's file system, in nanoseconds. Throws IndexError.
   std::int64_t now();
 
   int descriptor() const { return _file; }
 
-  // Lives while a path is under way. For any thread; a path that does not fit is not noted.
+  // Made before a path is parsed, and destroyed after it. For any thread. A path of 8 KiB or more
+  // is left out.
   class Entry {
    public:
     Entry(Journal& journal, const std::string& path);

@@ -5,20 +5,15 @@
 #include <iterator>
 #include <utility>
 
-#include "index/varint.h"
+#include "index/schema.h"
 
 namespace repository {
 namespace {
 
-// So many candidates are listed; the others are counted.
+// Candidates that are listed; the others are only counted.
 constexpr std::size_t MOST_LISTED = 5;
 
-constexpr std::size_t IMPORT = 1;  // in REFERENCE_KINDS
-constexpr std::size_t IMPORT_MODULE = 2;
-static_assert(REFERENCE_KINDS[IMPORT] == "import");
-static_assert(REFERENCE_KINDS[IMPORT_MODULE] == "import_module");
-
-// Languages that call each other by name are one.
+// Languages whose code calls each other's by name count as one.
 std::string_view family(std::string_view language) {
   return language == "typescript" || language == "tsx" ? "javascript" : language;
 }
@@ -39,11 +34,9 @@ Imports imports_of(Reader& reader, std::int64_t file) {
   Imports imports;
   const std::string& path = reader.file(file).path;
   for (const std::uint64_t use : reader.uses_of(file)) {
-    const auto name = static_cast<std::int64_t>(use >> KIND_BITS);
-    const std::size_t kind = use & ((1U << KIND_BITS) - 1);
-    if (kind == IMPORT) imports.names.insert(name);
-    if (kind == IMPORT_MODULE) {
-      imports.modules.push_back(module_components(reader.name_text(name), path));
+    if (kind_of(use) == IMPORT) imports.names.insert(name_of(use));
+    if (kind_of(use) == IMPORT_MODULE) {
+      imports.modules.push_back(module_components(reader.name_text(name_of(use)), path));
     }
   }
   return imports;
@@ -57,7 +50,7 @@ Definitions::Definitions(Reader& reader, std::int64_t name, std::size_t at_most)
     if (!_is_partial) ids.push_back(symbol.id);
     return !_is_partial;
   });
-  // Those in tests are listed last.
+  // Definitions in tests are listed last.
   std::stable_partition(ids.begin(), ids.end(),
                         [&](std::int64_t id) { return !_reader.file(file_of(id)).is_test; });
   for (const std::int64_t id : ids) add(id);
@@ -124,7 +117,7 @@ Meanings Definitions::in(std::int64_t file, const Imports& imports) {
   const Reader::File& asking = _reader.file(file);
   const auto language = _by_family.find(family(asking.language));
   if (language == _by_family.end()) return listed(of_other_languages());
-  // What lies beside the file in another language is no nearer than what is elsewhere.
+  // The same folder counts only within the same language.
   Places beside;
   if (const auto found = _by_folder.find(folder_of(asking.path)); found != _by_folder.end()) {
     std::set_intersection(found->second.begin(), found->second.end(), language->second.begin(),

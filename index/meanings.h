@@ -1,8 +1,8 @@
-// Which definitions a name may mean in a file that uses it, by evidence: what the file declares,
-// what it imports, what lies beside it, its language. The strongest
-// evidence that some definition has narrows the candidates to those that have it.
+// Which definitions a name may mean in a file that uses it, by evidence: the file declares or
+// imports the name, it imports a definition's module, it lies in the same folder, it is in the same
+// language. The candidates are the definitions with the strongest evidence that any has.
 //
-// Cost: the definitions are read once per name, what a file imports once per file; then a look-up
+// Cost: the definitions of a name are read once, and the imports of each file once; then a look-up
 // for each module that the file imports.
 //
 // Tested by tests/questions_test.py.
@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "index/answers.h"
-#include "index/module_path.h"
+#include "index/paths.h"
 #include "index/reader.h"
 
 namespace repository {
@@ -33,9 +33,10 @@ Imports imports_of(Reader& reader, std::int64_t file);
 // The definitions of one name.
 class Definitions {
  public:
-  // Reads `at_most` of them, beside those of an asking file, which are found always.
+  // Reads `at_most` of them. Those in a file that asks are always found.
   Definitions(Reader& reader, std::int64_t name, std::size_t at_most);
 
+  // What the name may mean in a file that imports this.
   Meanings in(std::int64_t file, const Imports& imports);
 
  private:
@@ -55,7 +56,8 @@ class Definitions {
   Reader& _reader;
   const std::int64_t _name;
   std::vector<std::int64_t> _ids;
-  std::unordered_map<std::string, Places> _by_end;  // by the last component of file or folder
+  std::unordered_map<std::string, Places>
+      _by_end;  // by the last component of the file and its folder
   std::unordered_map<std::string, Places> _by_folder;
   std::unordered_map<std::string_view, Places> _by_family;  // of languages
   bool _is_partial = false;

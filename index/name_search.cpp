@@ -2,19 +2,20 @@
 #include "index/name_search.h"
 
 #include <algorithm>
+#include <vector>
 
-#include "index/names.h"
 #include "index/statements.h"
+#include "index/words.h"
 
 namespace repository {
 namespace {
 
 constexpr std::size_t TRIGRAM = 3;  // characters
 
-// Behind every text that begins so: no UTF-8 has this byte.
+// No UTF-8 has this byte: a text with it at the end sorts behind all that begin with the text.
 constexpr char LAST_BYTE = '\xFF';
 
-// Where the characters of a text begin, and its end.
+// Where each character of a text begins, then the text's size.
 std::vector<std::size_t> character_starts(std::string_view text) {
   std::vector<std::size_t> starts;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -35,7 +36,8 @@ std::vector<std::string> trigrams(std::string_view text) {
   return parts;
 }
 
-// What is not the name itself: the same case before others.
+// For all but whole names, which have 0 and 1: the beginning before other parts, and each in the
+// same case before other cases.
 unsigned part_quality(const std::string& name, const std::string& text) {
   if (name.starts_with(text)) return 2;
   if (name.find(text) != std::string::npos) return 4;
@@ -43,42 +45,6 @@ unsigned part_quality(const std::string& name, const std::string& text) {
 }
 
 }  // namespace
-
-std::vector<std::string> words_in(std::string_view text) {
-  const auto is_part = [](char byte) {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-           (byte >= '0' && byte <= '9') || static_cast<signed char>(byte) < 0;
-  };
-  std::vector<std::string> words;
-  for (auto at = text.begin(); at != text.end();) {
-    const auto begin = std::find_if(at, text.end(), is_part);
-    at = std::find_if_not(begin, text.end(), is_part);
-    if (begin != at) words.emplace_back(begin, at);
-  }
-  return words;
-}
-
-std::string all_of(const std::vector<std::string>& texts, std::string_view behind_each) {
-  std::string expression;
-  for (const std::string& text : texts) {
-    if (!expression.empty()) expression += " AND ";
-    expression += '"';
-    for (const char character : text) {
-      if (character == '"') expression += '"';
-      expression += character;
-    }
-    expression.append("\"").append(behind_each);
-  }
-  return expression;
-}
-
-std::string folded(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(), [](char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-  });
-  return lower;
-}
 
 NameSearch::NameSearch(SQLite::Database& connection)
     : _whole(connection,
@@ -122,7 +88,7 @@ bool NameSearch::beginning(const std::string& text, const Take& take) {
       _beginning, [&](const std::string& name) { return part_quality(name, text); }, take);
 }
 
-// The table knows no order of parts, so that each name that has all of them is looked at.
+// The table says which names have all trigrams, but not in which order; so each is compared.
 bool NameSearch::with_part(const std::string& text, const Take& take) {
   const auto parts = trigrams(text);
   if (parts.empty()) return with_words(text, take);

@@ -1,7 +1,8 @@
-// The names of an index that a question may mean, the best first: the whole name in any case, names
-// that begin so, then the others.
+// Finds the names of an index that fit a text, the best first: the whole name in any case, names
+// that begin with the text, then the others.
 //
-// Cost: a range of an index, or what the tables of parts and words give for all parts of the text.
+// Cost: a range of an index of names, or all names that the tables of trigrams and words give for
+// the text.
 //
 // Tested by tests/questions_test.py.
 #pragma once
@@ -13,29 +14,19 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
-#include <vector>
 
 #include "index/questions.h"
 
 namespace repository {
 
-// An expression of FTS5 for texts that hold all of these, which may be any.
-std::string all_of(const std::vector<std::string>& texts, std::string_view behind_each = {});
-
-// As the tables of words take a text apart, as far as ASCII goes.
-std::vector<std::string> words_in(std::string_view text);
-
-// ASCII letters in lower case, as the index compares names.
-std::string folded(std::string_view text);
-
 class NameSearch {
  public:
-  // `quality`: 0 for the name itself, then more. Gives no when it has enough.
+  // Takes the id of a name. `quality`: 0 is best. False ends the search.
   using Take = std::function<bool(std::int64_t name, unsigned quality)>;
 
   explicit NameSearch(SQLite::Database& connection);
 
-  // Gives each name once.
+  // Calls `take` once for each name.
   void operator()(std::string_view text, Match match, const Take& take);
 
  private:

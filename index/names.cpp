@@ -5,41 +5,17 @@
 #include <vector>
 
 #include "index/statements.h"
+#include "index/words.h"
 
 namespace repository {
 namespace {
 
-// Of names and of scopes; a repository with more asks the database for those that are rare.
+// How many names and how many scopes the caches hold. A full cache is emptied: in a larger
+// repository rare names are looked up in the database again and again.
 constexpr std::size_t MOST_CACHED = 400'000;
 constexpr std::size_t MOST_CACHED_BYTES = std::size_t{32} << 20;
 
-enum class Letter { none, lower, upper, digit };
-
-// Letters outside ASCII have no case here, and go on as what stands in front of them.
-Letter letter_of(char byte) {
-  if (byte >= 'A' && byte <= 'Z') return Letter::upper;
-  if (byte >= '0' && byte <= '9') return Letter::digit;
-  if ((byte >= 'a' && byte <= 'z') || static_cast<signed char>(byte) < 0) return Letter::lower;
-  return Letter::none;
-}
-
 }  // namespace
-
-std::string words_of(std::string_view name) {
-  std::string words;
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    const Letter letter = letter_of(name[i]);
-    const Letter before = i == 0 ? letter : letter_of(name[i - 1]);
-    const Letter after = i + 1 == name.size() ? Letter::none : letter_of(name[i + 1]);
-    const bool is_hump =
-        letter == Letter::upper &&
-        (before == Letter::lower || (before == Letter::upper && after == Letter::lower));
-    const bool is_number = (letter == Letter::digit) != (before == Letter::digit);
-    if (is_hump || is_number) words.push_back(' ');
-    words.push_back(letter == Letter::none ? ' ' : name[i]);
-  }
-  return words;
-}
 
 Names::Names(SQLite::Database& database)
     : _database(database),
@@ -75,8 +51,8 @@ std::int64_t Names::name(const std::string& text) {
   return id;
 }
 
-// RETURNING would do it too, but makes what finds words write out all that it has gathered, each
-// time.
+// The id of the new row; none when the row was there already. Refused: RETURNING, with which FTS5
+// writes out all that it has gathered, each time.
 std::optional<std::int64_t> Names::added_by(SQLite::Statement& statement) {
   const int changes = statement.exec();
   statement.reset();
@@ -124,7 +100,7 @@ void Names::release_scope(std::int64_t id) {
   if (id != 0) _released_scopes.insert(id < 0 ? -id : id);
 }
 
-// A scope that goes may be the last use of its parent.
+// A removed scope may have been the last use of its parent.
 void Names::remove_unused_scopes() {
   std::vector<std::int64_t> open(_released_scopes.begin(), _released_scopes.end());
   _released_scopes.clear();

@@ -1,10 +1,10 @@
-// The names and scopes of an index: each text and each place in the tree of scopes once, with what
-// finds parts and words of names.
+// Writes the names and scopes of an index: each text once, each place in the tree of scopes once,
+// and the rows by which parts and words of names are found.
 //
-// Cost: a name that the cache holds costs one hash, another one a look-up in the database. The
-// cache is bounded.
+// Cost: one hash for a cached name or scope, a look-up in the database for others. The caches are
+// bounded.
 //
-// Tested by tests/index_test.cpp.
+// Tested by tests/index_command_test.py.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -22,22 +22,20 @@
 
 namespace repository {
 
-// "parseHTTPHeader_2" as "parse HTTP Header 2".
-std::string words_of(std::string_view name);
-
-// For the one connection that writes, within its transactions.
+// For the connection that writes the index; every call within one of its transactions.
 class Names {
  public:
   explicit Names(SQLite::Database& database);
 
-  // The id of what is added where it is not yet known.
+  // The id of this name, or of this place in the tree of scopes; adds what is not there yet.
   std::int64_t name(const std::string& text);
   std::int64_t scope(std::int64_t parent, std::int64_t name);
 
-  // Something that used them is gone. For scopes 0 and negative ids: see schema.h.
+  // To be called when a row that used the name or scope is removed. A symbol's scope may be 0 or
+  // negative (schema.h).
   void release_name(std::int64_t id) { _released_names.insert(id); }
   void release_scope(std::int64_t id);
-  // Removes what nobody uses any more of all that was released.
+  // Removes what was released and has no use left.
   void remove_unused();
 
  private:

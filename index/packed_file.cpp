@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <deque>
-#include <numeric>
+#include <string_view>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
@@ -21,8 +21,8 @@ using engines::treesitter::ReferenceInfo;
 
 struct Hash {
   std::size_t operator()(std::string_view text) const { return engines::treesitter::hash_of(text); }
-  // A product by an odd number keeps numbers apart; they are places in a list, which nobody who
-  // writes a file can choose freely.
+  // Numbers stay apart when they are multiplied by an odd number. They are places in lists, so that
+  // no file can be written to make them collide.
   std::size_t operator()(std::pair<std::int64_t, std::uint32_t> pair) const {
     return static_cast<std::size_t>(pair.first) * 0x9E3779B97F4A7C15U + pair.second;
   }
@@ -40,9 +40,9 @@ class Packer {
   std::uint32_t name(std::string_view text);
   std::int64_t scope(std::string_view text);
 
-  const std::string _prefix;  // with its full stop
+  const std::string _prefix;  // of the file's FQNs, with the full stop behind it
   PackedFile _packed;
-  std::deque<std::string> _names;  // stay where they are
+  std::deque<std::string> _names;  // never move, since _numbers points into them
   std::unordered_map<std::string_view, std::uint32_t, Hash> _numbers;
   std::unordered_map<std::pair<std::int64_t, std::uint32_t>, std::int64_t, Hash> _scopes;
   std::string _last_scope;
@@ -96,8 +96,7 @@ void Packer::add(Symbol& symbol) {
 }
 
 void Packer::add(std::vector<ReferenceInfo>& references) {
-  // Name, kind, line.
-  std::vector<std::tuple<std::uint32_t, std::uint8_t, std::uint32_t>> uses;
+  std::vector<std::tuple<std::uint32_t, std::uint8_t, std::uint32_t>> uses;  // name, kind, line
   uses.reserve(references.size());
   for (const ReferenceInfo& reference : references) {
     const auto* const kind =
@@ -152,15 +151,6 @@ PackedFile pack(ParseResult& result) {
   for (Symbol& symbol : symbols) packer.add(symbol);
   packer.add(references);
   return packer.take();
-}
-
-std::string digest_bytes(std::string_view digits) {
-  const auto value = [](char digit) { return digit <= '9' ? digit - '0' : digit - 'a' + 10; };
-  std::string bytes;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    bytes.push_back(static_cast<char>(value(digits[i]) << 4 | value(digits[i + 1])));
-  }
-  return bytes;
 }
 
 }  // namespace repository

@@ -1,4 +1,5 @@
-// A file's record as the writer of the index needs it, made on the threads that parse.
+// A file's record in the form that the writer of the index needs. The parsing threads make it, so
+// that the one writer has less to do.
 //
 // Cost: one hash for each name, and for each component of an FQN.
 //
@@ -9,7 +10,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "engines/treesitter/treesitter.h"
@@ -19,26 +19,27 @@ namespace repository {
 struct PackedFile {
   static constexpr std::int64_t NO_SCOPE = -1;
 
-  // Numbers of names and scopes are places in the lists here; a scope's parent stands before it.
+  // A name or scope is given by its place in `names` or `scopes`. A parent stands before its
+  // scopes.
   struct Scope {
-    std::int64_t parent;
+    std::int64_t parent;  // NO_SCOPE at the top
     std::uint32_t name;
   };
   struct Symbol {
     std::uint32_t name;
     std::int64_t scope;
-    bool scope_is_all;  // the scope holds all of the FQN behind the file's prefix
-    std::uint8_t kind;
-    std::uint32_t first;
-    std::uint32_t lines;
+    bool scope_is_all;    // the FQN does not end with the name: it is the prefix and the scope
+    std::uint8_t kind;    // of models::SymbolKind
+    std::uint32_t first;  // line, 1-based
+    std::uint32_t lines;  // from the first line to the last; 0 where they are one
     bool is_export;
     std::optional<std::string> signature;
     std::optional<std::string> doc;
   };
   struct Reference {
     std::uint32_t name;
-    std::uint8_t kind;
-    std::string lines;
+    std::uint8_t kind;  // a place in REFERENCE_KINDS
+    std::string lines;  // packed (varint.h)
   };
 
   std::vector<std::string> names;  // each once
@@ -49,11 +50,8 @@ struct PackedFile {
   std::size_t size() const;  // in bytes, roughly
 };
 
-// Takes symbols and references out of the result; its errors stay, to which one is added when the
-// record has no room in an index.
+// Moves symbols and references out of the result. Its errors stay; one is added, and nothing
+// packed, when the file has more symbols than an index can number.
 PackedFile pack(engines::treesitter::ParseResult& result);
-
-// SHA-256 as its 32 bytes, from hexadecimal digits; empty when there are none.
-std::string digest_bytes(std::string_view digits);
 
 }  // namespace repository

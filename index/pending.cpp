@@ -1,7 +1,6 @@
 // See pending.h.
 #include "index/pending.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,18 +11,20 @@
 #include <utility>
 
 #include "index/changes.h"
-#include "index/file_digest.h"
+#include "index/file_hash.h"
 #include "index/file_rules.h"
 #include "index/index_error.h"
+#include "index/place.h"
+#include "index/system_calls.h"
 
 namespace repository {
 namespace {
 
-// As parse items decline binary files.
+// A file is binary when these first bytes have a NUL; ParseItem::declines_binary goes by the same.
 constexpr std::size_t BINARY_HEAD = 8192;
 
 bool is_binary(const std::string& path) {
-  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY);
+  const int file = open_file(path);
   if (file < 0) return false;
   std::array<char, BINARY_HEAD> head;
   const ssize_t size = ::pread(file, head.data(), head.size(), 0);
@@ -33,7 +34,7 @@ bool is_binary(const std::string& path) {
   return std::find(begin, end, '\0') != end;
 }
 
-// None for a file whose bytes are as they were, or that an index leaves out.
+// None for a file whose bytes are as they were, and for a binary one.
 std::optional<PendingChange> pending(const std::string& prefix, const Change& change,
                                      const Poll& poll) {
   const FileRow& row = change.row;
@@ -49,7 +50,7 @@ std::optional<PendingChange> pending(const std::string& prefix, const Change& ch
   const std::string path = prefix + row.path;
   const bool is_known = row.id != 0 && !row.is_binary;
   if (!is_known && is_binary(path)) return std::nullopt;
-  if (is_known && !row.hash.empty() && file_digest(path, poll) == row.hash) return std::nullopt;
+  if (is_known && !row.hash.empty() && file_hash(path, poll) == row.hash) return std::nullopt;
   return PendingChange{is_known ? Pending::changed : Pending::added, row.path};
 }
 
@@ -57,8 +58,8 @@ std::optional<PendingChange> pending(const std::string& prefix, const Change& ch
 
 void for_each_pending(const std::string& root, SQLite::Database connection, const Poll& poll,
                       const std::function<void(const PendingChange&)>& take) {
-  const std::string prefix = root.ends_with('/') ? root : root + '/';
-  // Nothing is written, so that no time is too young to be trusted.
+  const std::string prefix = with_slash(root);
+  // Nothing is stored here. So no file is too young for its times to be trusted.
   const FileRules rules = read_file_rules(connection);
   Changes changes({.root = root, .options = rules.walk}, std::move(connection),
                   std::numeric_limits<std::int64_t>::max());

@@ -1,5 +1,4 @@
-// What the next run over a repository would do to its index, found as that run finds it and without
-// doing it.
+// Finds what the next run over a repository would change in its index, in the way of that run.
 //
 // Cost: that of a run without changes, and one reading of each file that looks changed.
 //
@@ -16,7 +15,8 @@
 
 namespace repository {
 
-// The connection asks the poll too. Throws IndexError, SQLite::Exception.
+// Calls `take` for each change, in the order of paths. The connection must ask the same poll
+// (open_to_read). Throws IndexError, also when the poll gives true; SQLite::Exception.
 void for_each_pending(const std::string& root, SQLite::Database connection, const Poll& poll,
                       const std::function<void(const PendingChange&)>& take);
 

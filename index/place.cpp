@@ -9,20 +9,15 @@
 #include <cstdlib>
 #include <memory>
 #include <string_view>
-#include <system_error>
 
 #include "index/index_error.h"
-#include "index/retried.h"
+#include "index/system_calls.h"
 #include "walk/repository.h"
 
 namespace repository {
 namespace {
 
 constexpr const char* DATABASE_NAME = "index.sqlite";
-
-std::string in_folder(const std::string& folder, const std::string& name) {
-  return folder.ends_with('/') ? folder + name : folder + '/' + name;
-}
 
 std::string absolute(const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
@@ -31,20 +26,20 @@ std::string absolute(const std::string& path) {
   return real.get();
 }
 
-// What somebody else has put into a folder that all may write to, such as /tmp, is no index of
-// what lies below.
+// An INDEX_FOLDER of a stranger's does not count: in a folder that all may write to, such as /tmp,
+// anybody can make one.
 bool holds_index(const std::string& folder, const struct stat& status) {
   struct stat index {};
-  return ::lstat(in_folder(folder, INDEX_FOLDER).c_str(), &index) == 0 && S_ISDIR(index.st_mode) &&
-         (index.st_uid == ::geteuid() || index.st_uid == status.st_uid);
+  return ::lstat((with_slash(folder) + INDEX_FOLDER).c_str(), &index) == 0 &&
+         S_ISDIR(index.st_mode) && (index.st_uid == ::geteuid() || index.st_uid == status.st_uid);
 }
 
 bool is_repository(const std::string& folder) {
   struct stat status {};
-  return ::stat(in_folder(folder, walk::GIT_FOLDER).c_str(), &status) == 0;
+  return ::stat((with_slash(folder) + walk::GIT_FOLDER).c_str(), &status) == 0;
 }
 
-// Like git's, the search ends where the file system does.
+// The search ends at the boundary of the file system, as git's does.
 std::optional<std::string> root_above(std::string folder) {
   struct stat status {};
   if (::stat(folder.c_str(), &status) != 0) return std::nullopt;
@@ -57,7 +52,7 @@ std::optional<std::string> root_above(std::string folder) {
   return folder;
 }
 
-// The file need not be there yet, but its folder.
+// Its folder must exist, the file need not.
 std::string absolute_file(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
@@ -65,13 +60,14 @@ std::string absolute_file(const std::string& path) {
     throw IndexError("'" + path + "' is no name for a database");
   }
   const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  return in_folder(absolute(folder), name);
+  return with_slash(absolute(folder)) + name;
 }
 
 }  // namespace
 
-void throw_system_error(const std::string& what, const std::string& path) {
-  throw IndexError("cannot " + what + " '" + path + "': " + std::generic_category().message(errno));
+std::string with_slash(std::string folder) {
+  if (!folder.ends_with('/')) folder += '/';
+  return folder;
 }
 
 Place find_place(const std::string& path, const std::optional<std::string>& database) {
@@ -81,15 +77,15 @@ Place find_place(const std::string& path, const std::optional<std::string>& data
   if (!S_ISDIR(status.st_mode)) throw IndexError("'" + path + "' is no folder");
   Place place{root_above(named).value_or(named), {}, !database};
   place.database = database ? absolute_file(*database)
-                            : in_folder(in_folder(place.root, INDEX_FOLDER), DATABASE_NAME);
+                            : with_slash(with_slash(place.root) + INDEX_FOLDER) + DATABASE_NAME;
   return place;
 }
 
 void make_folder(const Place& place) {
   if (!place.is_default) return;
-  const std::string folder = in_folder(place.root, INDEX_FOLDER);
+  const std::string folder = with_slash(place.root) + INDEX_FOLDER;
   if (::mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) throw_system_error("make", folder);
-  const std::string ignore = in_folder(folder, ".gitignore");
+  const std::string ignore = folder + "/.gitignore";
   const int file = ::open(ignore.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (file < 0 && errno == EEXIST) return;
   if (file < 0) throw_system_error("write", ignore);

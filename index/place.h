@@ -1,4 +1,4 @@
-// Where a repository's index lies, and what it is the index of.
+// Finds the root of a repository and the place of its index.
 //
 // Tested by tests/index_command_test.py.
 #pragma once
@@ -17,14 +17,16 @@ struct Place {
   bool is_default;       // the database lies in the root's INDEX_FOLDER
 };
 
-// The root is the nearest folder from `path` up that is the top of a git repository or holds an
-// index; without one `path` itself. Throws IndexError when `path` is no folder.
+// The root is the nearest folder, from `path` upward, that is the top of a git repository or holds
+// an index; without such a folder it is `path` itself. `database`: its file when it does not lie in
+// the root's INDEX_FOLDER. Throws IndexError when `path` is no folder.
 Place find_place(const std::string& path, const std::optional<std::string>& database);
 
-// Makes the folder of a default place, which tells git to ignore it. Throws IndexError.
+// Makes the folder of a default place, with a .gitignore by which git ignores it. Throws
+// IndexError.
 void make_folder(const Place& place);
 
-// "cannot WHAT PATH: the system's words for errno".
-[[noreturn]] void throw_system_error(const std::string& what, const std::string& path);
+// The folder with a "/" at its end, also when it is "/".
+std::string with_slash(std::string folder);
 
 }  // namespace repository

@@ -1,12 +1,14 @@
-// How a question learns that nobody waits for its answer any more.
+// Ends a question from outside.
+//
+// Tested by tests/python/test_index.py.
 #pragma once
 
 #include <functional>
 
 namespace repository {
 
-// Asked every fraction of a millisecond, on the thread that asks the question. Once it is true it
-// stays so until the question has ended, which it does with an IndexError.
+// A question calls it often, on its own thread. Once it has given true, it must go on to do so
+// until the question has ended with an IndexError. Empty: nothing ends the question.
 using Poll = std::function<bool()>;
 
 }  // namespace repository

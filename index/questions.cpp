@@ -1,4 +1,4 @@
-// See questions.h. Every question is one transaction, so that all that it reads is of one state.
+// See questions.h. Every question is one transaction, so that it reads one state of the index.
 #include "index/questions.h"
 
 #include <sys/stat.h>
@@ -50,7 +50,7 @@ class Questions::State {
   }
 
  private:
-  // What tells a file from others.
+  // What identifies the file at a path; zeros when there is none.
   static std::pair<dev_t, ino_t> file_at(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 ? std::pair(status.st_dev, status.st_ino)
@@ -59,7 +59,9 @@ class Questions::State {
 
   Place _place;
   const Poll _poll;
-  const std::pair<dev_t, ino_t> _file;  // read first: at worst it is taken for gone when it is not
+  // Read before the database is opened. If the file is replaced in between, the new one that was
+  // opened is taken for gone, and never the other way round.
+  const std::pair<dev_t, ino_t> _file;
   Reader _reader;
   SymbolQuestions _symbols;
   UseQuestions _uses;
@@ -126,7 +128,7 @@ void Questions::for_each_file(const std::function<void(const FileSymbols&)>& tak
 }
 
 void Questions::changed(const std::function<void(const PendingChange&)>& take) {
-  _state->ask([] {});  // whether it can be asked
+  _state->ask([] {});  // throws when the index cannot be asked
   try {
     const Poll& poll = _state->poll();
     for_each_pending(root(), open_to_read(_state->place().database, &poll), poll, take);

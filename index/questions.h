@@ -1,14 +1,15 @@
-// What somebody may ask an index, which may be written at the same time: a question sees the state
-// that was committed before it, and waits for nobody.
+// The questions that an index answers. It may be written at the same time: a question sees the
+// state that was committed before it, and waits for nobody.
 //
 //   Questions questions(".", std::nullopt);
 //   for (const Definition& row : questions.find({.text = "parse"}).rows) ...
 //
-// Cost: names are found by the index's own indexes, never by reading all. With a limit, a question
+// Cost: names are found by indexes of the database, never by reading all. With a limit, a question
 // looks at some thousand names or symbols and says when there are more; without one, at all that
-// match. What a use may mean is looked up once per asking file.
+// match. What a name may mean is worked out once for each file that uses it.
 //
-// For one thread at a time, whichever, and never in a process forked from the one that made it.
+// An object may be used by any thread, by one at a time, and never in a process that was forked
+// from the one that made it.
 //
 // Tested by tests/questions_test.py.
 #pragma once
@@ -28,19 +29,20 @@ namespace repository {
 
 inline constexpr std::size_t NO_LIMIT = SIZE_MAX;
 
-// Which files and symbols an answer may name.
+// Which rows an answer may have. A question throws QuestionError for a kind that does not exist.
 struct Filter {
-  std::optional<std::string> kind = std::nullopt;
-  std::optional<std::string> language = std::nullopt;
-  std::optional<std::string> glob = std::nullopt;  // of paths, or of a folder above them
+  std::optional<std::string> kind = std::nullopt;      // of symbols; find and search heed it
+  std::optional<std::string> language = std::nullopt;  // of the file
+  std::optional<std::string> glob = std::nullopt;      // of the file's path, or of a folder above
   std::size_t limit = NO_LIMIT;
 };
 
+// How a name has to fit the text that is asked for. None of them heeds the case of ASCII letters.
 enum class Match : std::uint8_t {
-  exact,  // in upper or lower case
+  exact,
   prefix,
-  substring,  // of less than three characters: the beginning of a word of the name
-  fuzzy,      // each word begins a word of the name
+  substring,  // a text of less than three characters has to begin a word of the name
+  fuzzy,      // each word of the text begins a word of the name
 };
 
 struct FindQuestion {
@@ -51,18 +53,19 @@ struct FindQuestion {
 
 class Questions {
  public:
-  // Of the repository around `path`, or of that database. Throws IndexError when there is none, or
-  // one of another version, as does every question to a damaged one, or to one that another version
-  // has meanwhile made anew.
+  // Opens the index of the repository around `path`, or that database. Throws IndexError when there
+  // is none, or one of another version. Every question throws it when the index is damaged, or when
+  // another version has meanwhile made it anew.
   Questions(const std::string& path, const std::optional<std::string>& database);
-  // The same of a place that was found before. Questions end when the poll says so.
+  // Opens the index of a place that was found before. A question for which the poll gives true ends
+  // with an IndexError.
   explicit Questions(Place place, Poll poll = {});
   ~Questions();
   Questions(const Questions&) = delete;
   Questions& operator=(const Questions&) = delete;
 
-  // Whether the file that was opened is still the one at its place. If not, somebody has removed it
-  // or put another one there, and answers are of what is gone.
+  // Whether the file that was opened is still at its place. If not, somebody has removed or
+  // replaced it, and answers are those of the old file.
   bool is_current() const;
 
   // The folder that paths start from; absolute.
@@ -72,27 +75,30 @@ class Questions {
   // Whether another version of the tool or of a grammar made it: the next run makes it anew.
   bool is_outdated() const;
 
-  // By name; the exact case first, then what is no test, then what is exported.
+  // Definitions by name. How well the name fits comes first (the exact case before others), then
+  // files that are no tests, then exported symbols.
   Answer<Definition> find(const FindQuestion& question);
-  // By words of signatures and documentation, all of which must be there.
+  // Definitions whose signature and documentation have all of these words. Throws QuestionError
+  // when there is no word.
   Answer<Definition> search(const std::string& words, const Filter& filter);
   // The symbols of a file, in document order. None when the index has no such file.
   std::optional<Answer<Definition>> outline(const std::string& path);
 
   // Calls of that name.
   Answer<Use> callers(const std::string& name, const Filter& filter);
-  // Everything that refers to it.
+  // All references to that name.
   Answer<Use> references(const std::string& name, const Filter& filter);
-  // Calls between the lines of a symbol, which is named by its FQN or the last components of it.
-  // None when there is no such symbol.
+  // Calls on the lines of a symbol, which is given by its FQN or the last components of it. None
+  // when there is no such symbol.
   std::optional<Answer<Use>> callees(const std::string& fqn, const Filter& filter);
-  // Imports of a module, by its name or path, or the last components of them.
+  // Imports of a module, which is given by its name or path, or the last components of one.
   Answer<Use> importers(const std::string& module, const Filter& filter);
 
-  // What the next run would do, in the order of paths; reads no more of the files than it would.
+  // Calls `take` for each change that the next run would make, in the order of paths. Reads the
+  // files that look changed.
   void changed(const std::function<void(const PendingChange&)>& take);
   Statistics statistics();
-  // Every symbol of the index, file by file, in any order of the files.
+  // Calls `take` for each file that has symbols, in no particular order.
   void for_each_file(const std::function<void(const FileSymbols&)>& take);
 
  private:

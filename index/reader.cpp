@@ -6,24 +6,19 @@
 #include "engines/treesitter/treesitter.h"
 #include "index/index_error.h"
 #include "index/statements.h"
-#include "index/test_path.h"
 #include "index/varint.h"
 
 namespace repository {
 namespace {
 
+using engines::treesitter::TreeSitterEngine;
+
 constexpr std::uint8_t MOST_KIND = static_cast<std::uint8_t>(engines::models::SymbolKind::constant);
-constexpr const char* IN_FILE = "id >= ?1 << 24 AND id < (?1 + 1) << 24";
-static_assert(ORDINAL_BITS == 24);
 
 Reader::Ranked ranked_row(const SQLite::Statement& statement) {
   return {statement.getColumn(0).getInt64(),
           static_cast<std::uint8_t>(statement.getColumn(1).getInt()),
           statement.getColumn(2).getInt() != 0};
-}
-
-std::optional<std::string> text_or_none(const SQLite::Column& column) {
-  return column.isNull() ? std::nullopt : std::optional(bytes_of(column));
 }
 
 [[noreturn]] void complain_of_damage(const std::string& what) {
@@ -130,7 +125,7 @@ Reader::Ranked Reader::ranked(std::int64_t symbol) {
 std::string Reader::holder(std::int64_t symbol) {
   _symbol_scope.bind(1, symbol);
   const std::int64_t scope = number_of(_symbol_scope).value_or(0);
-  return engines::treesitter::TreeSitterEngine::fqn_prefix(file(file_of(symbol)).path) +
+  return TreeSitterEngine::fqn_prefix(file(file_of(symbol)).path) +
          scope_text(scope < 0 ? -scope : scope);
 }
 
@@ -169,6 +164,12 @@ const std::string& Reader::scope_text(std::int64_t scope) {
   return text;
 }
 
+std::string Reader::fqn(std::string prefix, std::int64_t scope, std::string_view name) {
+  prefix += scope_text(scope < 0 ? -scope : scope);
+  if (scope >= 0) prefix.append(".").append(name);
+  return prefix;
+}
+
 std::uint8_t Reader::checked_kind(std::int64_t kind) {
   if (kind < 0 || kind > MOST_KIND) complain_of_damage("a symbol has no kind");
   return static_cast<std::uint8_t>(kind);
@@ -178,7 +179,6 @@ Definition Reader::definition(std::int64_t symbol) {
   _symbol.bind(1, symbol);
   if (!_symbol.executeStep()) complain_of_damage("a symbol is missing");
   const auto number = [&](int column) { return _symbol.getColumn(column).getInt64(); };
-  const std::int64_t scope = number(1);
   const std::int64_t kind = number(2);
   const auto first = static_cast<std::uint32_t>(number(3));
   const File& of = file(file_of(symbol));
@@ -188,21 +188,20 @@ Definition Reader::definition(std::int64_t symbol) {
                    .kind = engines::models::kind_text(
                        static_cast<engines::models::SymbolKind>(checked_kind(kind))),
                    .name = name_text(number(0)),
-                   .fqn = engines::treesitter::TreeSitterEngine::fqn_prefix(of.path),
+                   .fqn = {},
                    .first = first,
                    .last = first + static_cast<std::uint32_t>(number(4)),
                    .is_export = number(5) != 0,
                    .is_test = of.is_test,
                    .signature = text_or_none(_symbol.getColumn(6)),
                    .doc = text_or_none(_symbol.getColumn(7))};
+  found.fqn = fqn(TreeSitterEngine::fqn_prefix(of.path), number(1), found.name);
   _symbol.reset();
-  found.fqn += scope_text(scope < 0 ? -scope : scope);
-  if (scope >= 0) found.fqn.append(".").append(found.name);
   return found;
 }
 
-// Symbols come in document order, an enclosing one before those in it; so the open ones are a
-// stack, of which those that have ended are taken off.
+// Enclosing symbols come before those in them. So the symbols around a line are a stack, from which
+// those that have ended are taken.
 std::vector<std::int64_t> Reader::around(std::int64_t file,
                                          const std::vector<std::uint64_t>& lines) {
   struct Span {
@@ -218,7 +217,7 @@ std::vector<std::int64_t> Reader::around(std::int64_t file,
         {static_cast<std::uint64_t>(number(1)), static_cast<std::uint64_t>(number(2)), number(0)});
   }
   _spans_of.reset();
-  // Some languages' records have other orders where declarations share lines.
+  // In some languages declarations that share lines come in another order.
   std::stable_sort(spans.begin(), spans.end(), [](const Span& one, const Span& other) {
     return one.first != other.first ? one.first < other.first : one.last > other.last;
   });

@@ -1,5 +1,7 @@
-// The rows of an index as its questions need them: prepared statements, files by their id,
-// qualified names put together again, the symbols around lines.
+// Reads the rows that questions to an index need: files, names, scopes, symbols and references.
+//
+// Cost: a prepared statement for each row or list. Files and scopes are remembered until forget(),
+// so that memory grows with those that a question meets.
 //
 // Tested by tests/questions_test.py.
 #pragma once
@@ -17,12 +19,10 @@
 #include <vector>
 
 #include "index/answers.h"
-#include "index/module_path.h"
+#include "index/paths.h"
 #include "index/schema.h"
 
 namespace repository {
-
-inline constexpr std::int64_t file_of(std::int64_t symbol) { return symbol >> ORDINAL_BITS; }
 
 class Reader {
  public:
@@ -31,11 +31,12 @@ class Reader {
     std::string language;
     bool is_test;
   };
+  // The uses of a name as one kind in a file.
   struct Reference {
     std::int64_t file;
-    std::string lines;  // packed
+    std::string lines;  // packed (varint.h)
   };
-  // A symbol and what ranks it.
+  // What ranks a symbol among others of its name.
   struct Ranked {
     std::int64_t id;
     std::uint8_t kind;
@@ -46,12 +47,15 @@ class Reader {
 
   SQLite::Database& connection() { return _connection; }
 
+  // Ids come from the index. When the row of one is missing, the index is damaged, and whoever
+  // reads that row gets an IndexError.
+
   std::optional<std::string> meta(const std::string& key);
   std::optional<std::int64_t> name_id(const std::string& text);
   std::string name_text(std::int64_t id);
-  // Known until the question ends (forget()).
+  // References last until forget(), here and below.
   const File& file(std::int64_t id);
-  // Of its path, for comparing it with modules. Known as long.
+  // The file's path, to be compared with modules.
   const Components& components(std::int64_t file);
   std::optional<std::int64_t> file_id(const std::string& path);
   void forget() {
@@ -60,28 +64,33 @@ class Reader {
     _scopes.clear();
   }
 
-  // Gives symbols of that name, and of that kind, until `take` says no. Reads an index alone.
+  // Gives the symbols of that name, and of that kind if there is one, until `take` gives false.
+  // Reads the index symbol_name alone.
   void for_each_symbol(std::int64_t name, std::optional<std::uint8_t> kind,
                        const std::function<bool(const Ranked&)>& take);
   Ranked ranked(std::int64_t symbol);
-  // What stands in front of the symbol's name in its FQN.
+  // The symbol's FQN without its name at the end.
   std::string holder(std::int64_t symbol);
   std::vector<Ranked> symbols_named(std::int64_t name, std::int64_t file);
   Definition definition(std::int64_t symbol);
-  // ".a.b" for b in a. Known until the question ends.
+  // ".a.b" for b in a.
   const std::string& scope_text(std::int64_t scope);
-  // Throws IndexError for what is no kind of a symbol.
+  // The FQN of a symbol with that scope and name, in a file whose FQNs begin with the prefix.
+  std::string fqn(std::string prefix, std::int64_t scope, std::string_view name);
+  // The number of a symbol's kind. Throws IndexError when there is no such kind.
   static std::uint8_t checked_kind(std::int64_t kind);
   std::vector<std::int64_t> symbols_of(std::int64_t file);
 
-  // For each of the rising lines the innermost symbol around it. 0 for none. Linear in the file's
-  // symbols and in the lines.
+  // For each line the innermost symbol around it, 0 for none. `lines` must rise. Linear in the
+  // lines and, but for sorting them, in the file's symbols.
   std::vector<std::int64_t> around(std::int64_t file, const std::vector<std::uint64_t>& lines);
 
+  // Gives the uses of a name as that kind, file by file, until `take` gives false.
   void for_each_reference(std::int64_t name, std::size_t kind,
                           const std::function<bool(const Reference&)>& take);
+  // The lines of one of them, packed.
   std::optional<std::string> lines_of(std::int64_t name, std::size_t kind, std::int64_t file);
-  // name << KIND_BITS | kind, rising.
+  // The rows of file_use, rising (schema.h).
   std::vector<std::uint64_t> uses_of(std::int64_t file);
 
  private:

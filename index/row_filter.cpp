@@ -9,21 +9,32 @@
 #include "walk/wildmatch.h"
 
 namespace repository {
-
 namespace {
 
 constexpr std::size_t MOST_FEW = 1000;
 
-// What every path begins with that a glob names; empty when it may stand anywhere.
-std::string fixed_beginning(std::string_view glob) {
+struct Pattern {
+  std::string_view text;      // without "./" or "/" in front, or "/" behind
+  bool is_from_root = false;  // otherwise it may stand at any depth
+};
+
+Pattern pattern_of(std::string_view glob) {
   while (glob.ends_with('/')) glob.remove_suffix(1);
-  if (glob.find('/') == std::string_view::npos) return "";
+  const bool is_from_root = glob.find('/') != std::string_view::npos;
   if (glob.starts_with("./")) glob.remove_prefix(2);
   if (glob.starts_with('/')) glob.remove_prefix(1);
-  return std::string(glob.substr(0, glob.find_first_of("*?[\\")));
+  return {glob, is_from_root};
 }
 
-// Behind every text that begins so; empty when there is none, as for the empty text.
+// The text with which every path begins that the glob names; may be empty.
+std::string fixed_beginning(std::string_view glob) {
+  const Pattern pattern = pattern_of(glob);
+  if (!pattern.is_from_root) return "";
+  return std::string(pattern.text.substr(0, pattern.text.find_first_of("*?[\\")));
+}
+
+// The least text behind all that begin with this one; empty when there is none, as for the empty
+// text.
 std::string end_of(std::string text) {
   while (text.ends_with('\xFF')) text.pop_back();
   if (!text.empty()) ++text.back();
@@ -33,14 +44,11 @@ std::string end_of(std::string text) {
 }  // namespace
 
 bool is_in(std::string_view path, std::string_view glob) {
-  while (glob.ends_with('/')) glob.remove_suffix(1);
-  const bool has_slash = glob.find('/') != std::string_view::npos;
-  if (glob.starts_with("./")) glob.remove_prefix(2);
-  if (glob.starts_with('/')) glob.remove_prefix(1);
+  const Pattern pattern = pattern_of(glob);
   for (std::size_t begin = 0, end = 0; end < path.size(); begin = end + 1) {
     end = std::min(path.find('/', begin), path.size());
-    const std::string_view part = has_slash ? path.substr(0, end) : path.substr(begin, end - begin);
-    if (walk::wildmatch(glob, part, false)) return true;
+    const std::size_t start = pattern.is_from_root ? 0 : begin;
+    if (walk::wildmatch(pattern.text, path.substr(start, end - start), false)) return true;
   }
   return false;
 }

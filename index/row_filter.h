@@ -1,6 +1,8 @@
-// Which rows of an answer are wanted, and when a question has looked at enough.
+// Which rows a question wants, and when it has looked at enough of them.
 //
-// Tested by tests/questions_test.py.
+// Cost: each file is judged once; few_files() reads paths.
+//
+// Tested by tests/questions_test.py and tests/index_test.cpp.
 #pragma once
 
 #include <cstddef>
@@ -16,28 +18,29 @@
 
 namespace repository {
 
-// Rows of one name that are looked at before it counts as one that everybody uses.
+// After so many rows of one name it is worth asking for few_files().
 inline constexpr std::size_t MANY_ROWS = 512;
 
-// Whether a glob names the path or a folder above it: with a slash from the root, else at any
-// depth.
+// Whether a glob names the path or a folder above it. A glob with a slash starts at the root, one
+// without may stand at any depth.
 bool is_in(std::string_view path, std::string_view glob);
 
 class RowFilter {
  public:
-  // Throws QuestionError for a kind of symbols that there is not.
+  // Throws QuestionError for a kind of symbols that does not exist. Both must outlive this.
   RowFilter(Reader& reader, const Filter& filter);
 
   bool takes_file(std::int64_t file);
   bool takes_kind(std::uint8_t kind) const { return !_kind || *_kind == kind; }
   std::optional<std::uint8_t> kind() const { return _kind; }
 
-  // The files that are wanted, when these are few: what everybody uses is then asked for file by
-  // file. Reads the paths that may match, once, and so is for whoever has looked at many in vain.
+  // The files that are wanted; none when these are more than a thousand, or all. A name that is
+  // used everywhere can then be asked for in each of them. The first call reads all paths that may
+  // match, which pays only after many rows were looked at.
   const std::optional<std::vector<std::int64_t>>& few_files();
 
-  // Whether a question that has looked at so many, of which so many are wanted, may end: what was
-  // looked at is enough to choose the best from, and there is something to show.
+  // Whether a question may end that has looked at so many rows, of which so many are wanted: there
+  // are as many as the limit allows, and enough to choose the best from.
   bool is_enough(std::size_t looked_at, std::size_t wanted) const {
     return looked_at >= MOST_LOOKED_AT && wanted >= _filter.limit;
   }

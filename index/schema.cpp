@@ -3,8 +3,9 @@
 
 namespace repository {
 
-// Columns that are read without the others stand in front, and file_use beside file, so that a run
-// without changes reads little. `reference` needs no second index: a caller is asked for by name.
+// SQLite reads a row from its beginning and no further than needed. So what is read often stands in
+// front, and the references of a file have a table of their own: a run without changes reads
+// little.
 const char* const SCHEMA = R"(
 CREATE TABLE meta(key TEXT PRIMARY KEY, value) WITHOUT ROWID;
 CREATE TABLE file(id INTEGER PRIMARY KEY, path BLOB NOT NULL UNIQUE, size INTEGER, mtime INTEGER,

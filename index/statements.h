@@ -1,4 +1,7 @@
-// What every statement of the index needs: texts of any bytes without a copy, one step, ids.
+// Helpers for SQLite's statements: they bind and read texts of any bytes, and run statements that
+// give one row at most.
+//
+// Tested by tests/index_command_test.py.
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -10,13 +13,13 @@
 
 namespace repository {
 
-// The text must last until the statement has run. SQLiteCpp's own functions for std::string end at
-// no NUL either, but copy or tell a text from bytes otherwise.
+// Binds a BLOB without a copy: the bytes must last until the statement has run.
 inline void bind_bytes(SQLite::Statement& statement, int place, std::string_view bytes) {
   statement.bindNoCopy(place, static_cast<const void*>(bytes.data()),
                        static_cast<int>(bytes.size()));
 }
 
+// Binds a TEXT in the same way, or NULL.
 inline void bind_text(SQLite::Statement& statement, int place,
                       const std::optional<std::string>& text) {
   if (text) {
@@ -26,7 +29,7 @@ inline void bind_text(SQLite::Statement& statement, int place,
   }
 }
 
-// Binds numbers from the first place on, runs a statement that gives no row, and resets it.
+// Binds the numbers from the first parameter on, runs a statement that gives no row, and resets it.
 template <typename... Numbers>
 void run(SQLite::Statement& statement, Numbers... numbers) {
   int place = 0;
@@ -35,7 +38,7 @@ void run(SQLite::Statement& statement, Numbers... numbers) {
   statement.reset();
 }
 
-// The number in the first column, if there is a row.
+// Runs and resets the statement. Gives the number in its first column; none when there is no row.
 inline std::optional<std::int64_t> number_of(SQLite::Statement& statement) {
   std::optional<std::int64_t> number;
   if (statement.executeStep()) number = statement.getColumn(0).getInt64();
@@ -43,11 +46,16 @@ inline std::optional<std::int64_t> number_of(SQLite::Statement& statement) {
   return number;
 }
 
+// The bytes of a column, NULs included; empty for NULL.
 inline std::string bytes_of(const SQLite::Column& column) {
   const void* const data = column.getBlob();
   return data == nullptr ? std::string()
                          : std::string(static_cast<const char*>(data),
                                        static_cast<std::size_t>(column.getBytes()));
+}
+
+inline std::optional<std::string> text_or_none(const SQLite::Column& column) {
+  return column.isNull() ? std::nullopt : std::optional(bytes_of(column));
 }
 
 }  // namespace repository

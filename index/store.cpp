@@ -14,11 +14,6 @@ namespace {
 constexpr std::size_t MOST_FILES_IN_BATCH = 1000;
 constexpr std::chrono::seconds LONGEST_BATCH{1};
 
-constexpr std::uint64_t KIND_MASK = (1U << KIND_BITS) - 1;
-
-constexpr const char* SYMBOLS_OF = "WHERE id >= ?1 << 24 AND id < (?1 + 1) << 24";
-static_assert(ORDINAL_BITS == 24);
-
 }  // namespace
 
 Store::Store(SQLite::Database& database)
@@ -34,15 +29,14 @@ Store::Store(SQLite::Database& database)
                   "UPDATE file SET size = ?2, mtime = ?3, ctime = ?4, inode = ?5 WHERE id = ?1"),
       _count_symbols(database, "UPDATE file SET symbols = ?2 WHERE id = ?1"),
       _delete_file(database, "DELETE FROM file WHERE id = ?"),
-      _find_file(
-          database,
-          "SELECT id, size, mtime, ctime, inode, hash, language IS NULL FROM file WHERE path = ?"),
+      _find_file(database, std::string("SELECT ") + FILE_COLUMNS + " FROM file WHERE path = ?"),
       _insert_error(database, "INSERT INTO error VALUES(?, ?, ?)"),
       _delete_errors(database, "DELETE FROM error WHERE file = ?"),
       _insert_symbol(database, "INSERT INTO symbol VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?)"),
-      _symbols_of(database,
-                  std::string("SELECT id, name, scope, signature, doc FROM symbol ") + SYMBOLS_OF),
-      _delete_symbols(database, std::string("DELETE FROM symbol ") + SYMBOLS_OF),
+      _symbols_of(
+          database,
+          std::string("SELECT id, name, scope, signature, doc FROM symbol WHERE ") + IN_FILE),
+      _delete_symbols(database, std::string("DELETE FROM symbol WHERE ") + IN_FILE),
       _insert_symbol_words(database,
                            "INSERT INTO symbol_words(rowid, signature, doc) VALUES(?, ?, ?)"),
       _delete_symbol_words(database,
@@ -81,7 +75,8 @@ void Store::commit_if_due() {
   }
 }
 
-// Within the last batch, so that a run of one batch is never seen as incomplete.
+// The mark is part of the last batch, so that nobody sees the index of a one-batch run as
+// incomplete.
 void Store::finish() {
   if (!is_complete()) _database.exec("UPDATE meta SET value = 1 WHERE key = 'complete'");
   commit();
@@ -163,11 +158,7 @@ void Store::remove(std::int64_t id) {
 std::optional<FileRow> Store::find(const std::string& path) {
   bind_bytes(_find_file, 1, path);
   std::optional<FileRow> row;
-  if (_find_file.executeStep()) {
-    const auto number = [&](int column) { return _find_file.getColumn(column).getInt64(); };
-    row = FileRow{number(0), path, FileState{number(1), number(2), number(3), number(4)},
-                  bytes_of(_find_file.getColumn(5)), number(6) != 0};
-  }
+  if (_find_file.executeStep()) row = file_row(_find_file);
   _find_file.reset();
   return row;
 }
@@ -200,16 +191,11 @@ void Store::clear_symbols(std::int64_t id) {
   while (_symbols_of.executeStep()) {
     _names.release_name(_symbols_of.getColumn(1).getInt64());
     _names.release_scope(_symbols_of.getColumn(2).getInt64());
-    const SQLite::Column signature = _symbols_of.getColumn(3);
-    const SQLite::Column doc = _symbols_of.getColumn(4);
-    if (signature.isNull() && doc.isNull()) continue;
-    const auto text = [](const SQLite::Column& column) {
-      return column.isNull() ? std::nullopt : std::optional(bytes_of(column));
-    };
-    const auto signature_text = text(signature);
-    const auto doc_text = text(doc);
-    bind_text(_delete_symbol_words, 2, signature_text);
-    bind_text(_delete_symbol_words, 3, doc_text);
+    const auto signature = text_or_none(_symbols_of.getColumn(3));
+    const auto doc = text_or_none(_symbols_of.getColumn(4));
+    if (!signature && !doc) continue;
+    bind_text(_delete_symbol_words, 2, signature);
+    bind_text(_delete_symbol_words, 3, doc);
     run(_delete_symbol_words, _symbols_of.getColumn(0).getInt64());
   }
   _symbols_of.reset();
@@ -223,19 +209,18 @@ void Store::add_references(std::int64_t file, const PackedFile& packed,
   std::vector<std::pair<std::uint64_t, const std::string*>> uses;
   uses.reserve(packed.references.size());
   for (const PackedFile::Reference& reference : packed.references) {
-    const auto name = static_cast<std::uint64_t>(names[reference.name]);
-    uses.emplace_back(name << KIND_BITS | reference.kind, &reference.lines);
+    uses.emplace_back(use_of(names[reference.name], reference.kind), &reference.lines);
   }
   if (uses.empty()) return;
   std::sort(uses.begin(), uses.end());
-  std::string packed_uses;
-  std::uint64_t last = 0;
+  std::vector<std::uint64_t> numbers;
+  numbers.reserve(uses.size());
   for (const auto& [use, lines] : uses) {
     bind_bytes(_insert_reference, 4, *lines);
-    run(_insert_reference, use >> KIND_BITS, use & KIND_MASK, file);
-    append_varint(packed_uses, use - last);
-    last = use;
+    run(_insert_reference, name_of(use), kind_of(use), file);
+    numbers.push_back(use);
   }
+  const std::string packed_uses = pack_rising(numbers);
   bind_bytes(_insert_uses, 2, packed_uses);
   run(_insert_uses, file);
 }
@@ -249,8 +234,8 @@ void Store::clear_references(std::int64_t id) {
   const std::string uses = bytes_of(_uses_of.getColumn(0));
   _uses_of.reset();
   for (const std::uint64_t use : unpack_rising(uses)) {
-    run(_delete_reference, use >> KIND_BITS, use & KIND_MASK, id);
-    _names.release_name(static_cast<std::int64_t>(use >> KIND_BITS));
+    run(_delete_reference, name_of(use), kind_of(use), id);
+    _names.release_name(name_of(use));
   }
   run(_delete_uses, id);
 }
@@ -260,8 +245,8 @@ void Store::clear_references(std::int64_t id) {
 std::size_t Store::for_each_error(
     const std::function<void(const std::string& path, const std::string& text)>& take,
     std::uint64_t max_size, std::size_t& large) {
-  // Few errors are sorted, since a look at every file would be most of a run without a change; many
-  // are found in the order of their files, which needs no memory.
+  // Few errors are sorted: a look at every file would take most of the time of a run without a
+  // change. Many are found in the order of their files, which needs no memory.
   const bool is_few =
       _database.execAndGet("SELECT (SELECT count(*) FROM error) * 16 < (SELECT max(id) FROM file)")
           .getInt() != 0;

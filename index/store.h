@@ -1,10 +1,10 @@
-// The writer of an index: what became of each file, in batches of one transaction each.
+// Writes what became of each file into an index, in batches of one transaction each.
 //
-// A killed run loses the batch under way and nothing else. What a batch no longer uses of names and
-// scopes goes with it, so that an index is always what a fresh one would be.
+// A killed run loses the batch under way and nothing else. Each batch removes the names and scopes
+// that it has left without a use, so that after it the index is what a fresh one would be.
 //
-// Cost: for each symbol and each distinct reference some ten microseconds; memory: SQLite's cache,
-// the bounded one of names, and what one batch has released.
+// Cost: some ten microseconds for each symbol and each row of `reference`; memory for SQLite's
+// cache, the bounded caches of names, and what one batch has released.
 //
 // Tested by tests/index_command_test.py.
 #pragma once
@@ -25,12 +25,12 @@
 
 namespace repository {
 
-// A file as the index is to have it.
+// What the index is to say of a file itself.
 struct StoredFile {
-  std::string path;
+  std::string path;  // from the root
   FileState state;
-  std::optional<std::string> language;  // none for what is binary
-  std::string hash;                     // empty for none
+  std::optional<std::string> language;  // none for a binary file
+  std::string hash;                     // its 32 bytes; empty for none
   std::vector<std::string> errors;
 };
 
@@ -38,12 +38,11 @@ class Store {
  public:
   explicit Store(SQLite::Database& database);
 
-  // `id`: of its row, 0 for none.
+  // Stores all of a file. `id`: of its row, 0 when it has none.
   void put(std::int64_t id, const StoredFile& file, const PackedFile& packed);
-  // The row is as before but for what it says of the file itself: what could not be read keeps its
-  // symbols.
+  // Stores only what is said of the file itself: a file that could not be read keeps its symbols.
   void put_head(std::int64_t id, const StoredFile& file);
-  // It holds what it held.
+  // Stores the new state of a file whose bytes are as before.
   void touch(std::int64_t id, const FileState& state);
   void remove(std::int64_t id);
 
@@ -51,15 +50,15 @@ class Store {
   std::optional<FileRow> find(const std::string& path);
 
   void commit();
-  // To be called now and then: ends the batch when it has lasted, or grown, long enough.
+  // To be called now and then: commits a batch of a thousand files, or one that is a second old.
   void commit_if_due();
-  // Ends the run: all is committed, and the index complete.
+  // To be called at the end of a run: commits, and marks the index as complete.
   void finish();
-  // Whether the last run was ended so, and this one has not written.
+  // Whether the last run came to its end, and this one has not written yet.
   bool is_complete();
 
-  // Each error text of the index, in the order of the paths; gives how many files have any. Those
-  // larger than `max_size` are counted in `large`.
+  // Calls `take` for each error text of the index, in the order of the paths. Gives how many files
+  // have one; adds to `large` how many of these have more than `max_size` bytes.
   std::size_t for_each_error(
       const std::function<void(const std::string& path, const std::string& text)>& take,
       std::uint64_t max_size, std::size_t& large);

@@ -2,13 +2,16 @@
 #include "index/symbol_questions.h"
 
 #include <algorithm>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
 #include "index/index_error.h"
 #include "index/statements.h"
+#include "index/words.h"
 
 namespace repository {
+
 SymbolQuestions::SymbolQuestions(Reader& reader)
     : _reader(reader),
       _names(reader.connection()),
@@ -22,7 +25,8 @@ void SymbolQuestions::add(const Reader::Ranked& symbol, unsigned quality, RowFil
   found.rows.push_back({quality, _reader.file(file).is_test, symbol.is_export, symbol.id});
 }
 
-// The paths decide between equals, so that an answer does not depend on the order of writing.
+// Paths order what is otherwise equal, so that the answer does not depend on the order in which
+// files were written.
 Answer<Definition> SymbolQuestions::best(Rows found, std::size_t limit) {
   const auto key = [&](const Row& row) {
     return std::tuple(row.quality, row.is_test, !row.is_export,
@@ -42,7 +46,8 @@ Answer<Definition> SymbolQuestions::best(Rows found, std::size_t limit) {
   return answer;
 }
 
-// A name that everybody uses is asked for in each file that is wanted, when these are few.
+// After MANY_ROWS rows, and when the filter takes few files only, the name is asked for in each of
+// those instead.
 void SymbolQuestions::add_named(std::int64_t name, unsigned quality, RowFilter& filter,
                                 Rows& found) {
   const std::size_t rows_before = found.rows.size();

@@ -1,4 +1,4 @@
-// The questions that symbols answer: by name, by words, by file.
+// The questions about symbols: by name, by words, by file. questions.h says what each answers.
 //
 // Tested by tests/questions_test.py.
 #pragma once

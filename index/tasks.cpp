@@ -9,7 +9,9 @@
 #include <utility>
 #include <variant>
 
-#include "index/file_digest.h"
+#include "index/file_hash.h"
+#include "index/place.h"
+#include "index/system_calls.h"
 
 namespace repository {
 namespace {
@@ -19,18 +21,18 @@ using engines::treesitter::ParsedItem;
 using engines::treesitter::ParseItem;
 using engines::treesitter::ParseResult;
 
-// Of a file whose path the system does not take.
+// Reads a file whose path is too long for the engine to open.
 void read_content(int file, ParseItem& item) {
   item.max_size = std::min(item.max_size, engines::treesitter::file_room() / 4);
   std::string content;
   std::array<char, 65536> buffer;
   int error = file < 0 ? errno : 0;
   while (error == 0 && content.size() <= item.max_size) {
-    const ssize_t size = ::read(file, buffer.data(), buffer.size());
+    const ssize_t size = retried([&] { return ::read(file, buffer.data(), buffer.size()); });
     if (size == 0) break;
     if (size > 0) {
       content.append(buffer.data(), static_cast<std::size_t>(size));
-    } else if (errno != EINTR) {
+    } else {
       error = errno;
     }
   }
@@ -44,11 +46,8 @@ void read_content(int file, ParseItem& item) {
 
 }  // namespace
 
-Tasks::Tasks(std::string root, Changes& changes, Journal& journal, std::uint64_t max_size)
-    : _prefix(root.ends_with('/') ? std::move(root) : root + '/'),
-      _changes(changes),
-      _journal(journal),
-      _max_size(max_size) {}
+Tasks::Tasks(const std::string& root, Changes& changes, Journal& journal, std::uint64_t max_size)
+    : _prefix(with_slash(root)), _changes(changes), _journal(journal), _max_size(max_size) {}
 
 std::optional<ParseItem> Tasks::next() {
   auto change = _changes.next();
@@ -79,7 +78,7 @@ void Tasks::perform(ParsedItem& parsed, const std::function<void()>& parse) {
   if (change.kind != Change::Kind::written) return;
   const bool may_be_same = !change.row.hash.empty() && !change.is_long &&
                            static_cast<std::uint64_t>(change.now.size) <= _max_size;
-  if (may_be_same && file_digest(parsed.item.path) == change.row.hash) {
+  if (may_be_same && file_hash(parsed.item.path) == change.row.hash) {
     task->is_same = true;
     return;
   }

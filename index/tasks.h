@@ -1,4 +1,4 @@
-// What travels through a run: items for the engine, each with the change that it stands for, and
+// The tasks of a run: each is an item for the engine, with the change that it stands for and with
 // what the parsing threads make of it.
 //
 // Tested by tests/index_command_test.py.
@@ -21,28 +21,31 @@ namespace repository {
 
 struct Task {
   Change change;
-  bool is_same = false;  // a written file holds what it held
-  PackedFile packed{};   // of a parsed one
+  bool is_same = false;  // a written file has the same bytes as before
+  PackedFile packed{};   // of a file that was parsed
 };
 
 class Tasks {
  public:
-  // `max_size`: of a file, in bytes; larger ones are refused unread.
-  Tasks(std::string root, Changes& changes, Journal& journal, std::uint64_t max_size);
+  // `root`: absolute. `max_size`: in bytes; larger files are refused unread. The references must
+  // outlive this.
+  Tasks(const std::string& root, Changes& changes, Journal& journal, std::uint64_t max_size);
 
-  // Called by the threads of the run: the source of its items, and what is done to each.
+  // For the threads of the run. The next item; none at the end.
   std::optional<engines::treesitter::ParseItem> next();
+  // Hashes, parses and packs an item, as its change demands; `parse` does the parsing.
   void perform(engines::treesitter::ParsedItem& parsed, const std::function<void()>& parse);
 
-  // Of an outcome, which the run has given.
+  // Removes and gives the task of an outcome.
   std::shared_ptr<Task> take(const engines::treesitter::ParsedItem& parsed);
 
+  // The root with a "/" behind it: with it the path of each item begins.
   const std::string& prefix() const { return _prefix; }
 
  private:
   std::shared_ptr<Task> find(std::int64_t number);
 
-  const std::string _prefix;  // of paths that are opened: the root, "/"
+  const std::string _prefix;  // of paths that are opened: the root with a "/" behind it
   Changes& _changes;
   Journal& _journal;
   const std::uint64_t _max_size;

@@ -6,12 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstring>
 
 #include "index/packed_file.h"
-#include "index/place.h"
+#include "index/system_calls.h"
 
 namespace repository {
 namespace {
@@ -21,7 +20,7 @@ using engines::treesitter::ParseResult;
 using engines::treesitter::TreeSitterEngine;
 
 [[noreturn]] void try_parse(const TreeSitterEngine& engine, const ParseItem& item, pid_t parent) {
-  // A trial that nobody waits for would go on, and leave a core file that nobody wants.
+  // The child ends with its parent, and leaves no core file.
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != parent) ::_exit(0);
   const rlimit no_core{0, 0};
@@ -30,7 +29,7 @@ using engines::treesitter::TreeSitterEngine;
   auto outcome = engine.parse(item);
   try {
     if (auto* const result = std::get_if<ParseResult>(&outcome)) (void)pack(*result);
-  } catch (const std::exception&) {  // want of memory, which the run will say
+  } catch (const std::exception&) {  // for want of memory; the run will report it
   }
   ::_exit(0);
 }
@@ -47,8 +46,8 @@ std::optional<std::string> trial_death(const TreeSitterEngine& engine, const Par
     try_parse(engine, item, parent);
   }
   int status = 0;
-  while (::waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) throw_system_error("wait for the trial of", item.path);
+  if (retried([&] { return ::waitpid(child, &status, 0); }) < 0) {
+    throw_system_error("wait for the trial of", item.path);
   }
   if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return std::nullopt;
   if (!WIFSIGNALED(status)) {

@@ -1,4 +1,4 @@
-// One parse in a process of its own, of a file that may have killed the process before.
+// Parses a file that may have killed an earlier process, in a process of its own.
 //
 // Tested by tests/index_command_test.py.
 #pragma once
@@ -11,8 +11,9 @@
 
 namespace repository {
 
-// What ended the process that parses the file, as an error text; none when it lived. Forks, so the
-// process must have one thread. `to_close`: descriptors that are not the child's business.
+// Parses the item in a child. Gives an error text when the child was killed or failed, else none.
+// Forks, so that the caller must be the only thread of its process. `to_close`: descriptors that
+// the child closes first. Throws IndexError when the system gives no process.
 std::optional<std::string> trial_death(const engines::treesitter::TreeSitterEngine& engine,
                                        const engines::treesitter::ParseItem& item,
                                        const std::vector<int>& to_close);

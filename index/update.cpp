@@ -12,7 +12,8 @@
 #include "engines/languages/languages.h"
 #include "index/changes.h"
 #include "index/database.h"
-#include "index/file_digest.h"
+#include "index/file_hash.h"
+#include "index/file_state.h"
 #include "index/index_error.h"
 #include "index/journal.h"
 #include "index/place.h"
@@ -32,35 +33,37 @@ using engines::treesitter::ParseResult;
 using engines::treesitter::Raised;
 using engines::treesitter::TreeSitterEngine;
 
-// How often batches and progress are looked at while nothing comes.
+// How often, while no outcome comes, the batch is committed if it is due, and progress is told.
 constexpr std::chrono::milliseconds TICK{50};
 
-// What is written from now on has at least this time, by the clocks of whoever may set it: that of
-// this machine's file systems, and that of the journal's.
+// No file that is written from now on gets a time before this one: the earlier of two clocks, that
+// of this machine and that of the file system with the journal.
 std::int64_t now(Journal& journal) {
   timespec at{};
   ::clock_gettime(CLOCK_REALTIME_COARSE, &at);
-  return std::min(journal.now(), std::int64_t{at.tv_sec} * 1'000'000'000 + at.tv_nsec);
+  return std::min(journal.now(), nanoseconds(at));
 }
 
-// What became of a file, for the index.
+// What became of a file.
 struct Ending {
   StoredFile file;
-  bool is_read = true;  // otherwise what the index has of it stays
+  bool is_settled = true;  // otherwise the index keeps the file's symbols
 };
 
+// Makes the ending of an outcome. One that may be different the next time is not settled: the file
+// is then tried again by the next run.
 struct EndingOf {
   StoredFile file;
   std::uint64_t max_size;
 
   Ending operator()(ParseResult& result) {
-    file.hash = digest_bytes(result.content_hash);
+    file.hash = hash_bytes(result.content_hash);
     file.errors = std::move(result.errors);
-    return settled(!file.hash.empty());
+    return ending(!file.hash.empty());
   }
   Ending operator()(const NoLanguage& outcome) {
     file.errors = {outcome.error};
-    return settled(false);
+    return ending(false);
   }
   Ending operator()(const Declined& declined) {
     if (declined.reason == Declined::Reason::binary) {
@@ -68,24 +71,23 @@ struct EndingOf {
     } else {
       file.errors = {too_large_text(declined.size, max_size)};
     }
-    return settled(true);
+    return ending(true);
   }
   Ending operator()(const Raised& raised) {
     file.errors = {raised.text};
     const bool is_lasting = raised.kind == Raised::Kind::not_utf8 ||
                             raised.kind == Raised::Kind::result_limit ||
                             raised.kind == Raised::Kind::invalid_path;
-    file.hash = digest_bytes(raised.content_hash);
-    return settled(is_lasting);
+    file.hash = hash_bytes(raised.content_hash);
+    return ending(is_lasting);
   }
 
-  // What may be otherwise the next time is tried again then.
-  Ending settled(bool is_read) {
-    if (!is_read) {
+  Ending ending(bool is_settled) {
+    if (!is_settled) {
       file.state.mtime = FileState::UNTRUSTED;
       file.hash.clear();
     }
-    return {std::move(file), is_read};
+    return {std::move(file), is_settled};
   }
 };
 
@@ -126,16 +128,16 @@ void Update::try_left_again(const Place& place, Store& store, Journal& journal,
   journal.clear();
 }
 
-// One that dies is in the index with an error, by its state and hash: a changed one gets a new
-// chance.
+// A file that kills its process gets an error in the index, together with its state and hash. So it
+// is parsed again only when it has changed.
 void Update::try_again(const std::string& path, const Place& place, Store& store,
                        const std::vector<int>& to_close) {
-  engines::treesitter::ParseItem item{.path = place.root + '/' + path};
+  engines::treesitter::ParseItem item{.path = with_slash(place.root) + path};
   item.max_size = _rules.max_size;
   item.declines_binary = true;
   struct stat status {};
   if (::lstat(item.path.c_str(), &status) != 0) return;
-  std::string hash = file_digest(item.path);
+  std::string hash = file_hash(item.path);
   const auto death = trial_death(_engine, item, to_close);
   if (!death) return;
   const auto row = store.find(path);
@@ -161,7 +163,7 @@ void Update::store_file(Store& store, ParsedItem& parsed, Task& task) {
   }
   const bool is_binary = !ending.file.language;
   (is_binary ? _counts.binary : _counts.changed) += 1;
-  if (ending.is_read || task.change.row.id == 0) {
+  if (ending.is_settled || task.change.row.id == 0) {
     store.put(task.change.row.id, ending.file, task.packed);
   } else {
     store.put_head(task.change.row.id, ending.file);
@@ -218,7 +220,7 @@ void Update::run(Store& store, Changes& changes, Tasks& tasks) {
   _counts.left_out = changes.left_out();
 }
 
-// What a run is told holds from now on, whatever becomes of it.
+// New rules are kept before the run begins, so that they hold even if it fails.
 void Update::settle_rules(SQLite::Database& database) {
   _rules = read_file_rules(database);
   if (!_options.files || *_options.files == _rules) return;
@@ -272,7 +274,7 @@ Updater::Updater(UpdateOptions options, UpdateListener listener)
 UpdateCounts Updater::operator()(const UpdateScope& scope) {
   try {
     const UpdateCounts counts = Update(_options, _listener, _engine, scope)(_place);
-    _options.files.reset();  // the index keeps them, until another run is told otherwise
+    _options.files.reset();  // the index keeps them now, and another process may change them
     return counts;
   } catch (const SQLite::Exception& error) {
     throw IndexError(explanation(error, _place.database));

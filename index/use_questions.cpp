@@ -3,37 +3,32 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
 
-#include "index/name_search.h"
-#include "index/names.h"
 #include "index/schema.h"
 #include "index/statements.h"
 #include "index/varint.h"
+#include "index/words.h"
 
 namespace repository {
 namespace {
 
-constexpr std::size_t CALL = 0;  // in REFERENCE_KINDS
-constexpr std::size_t IMPORT_MODULE = 2;
-static_assert(REFERENCE_KINDS[CALL] == "call");
-static_assert(REFERENCE_KINDS[IMPORT_MODULE] == "import_module");
-constexpr std::array<std::size_t, 4> ALL_KINDS = {0, 1, 2, 3};
+constexpr std::array<std::size_t, REFERENCE_KINDS.size()> ALL_KINDS = {0, 1, 2, 3};
 
-// Definitions that a name's uses are compared with, at most.
+// At most so many definitions of a name are compared with its uses.
 constexpr std::size_t MOST_DEFINITIONS = 1000;
 constexpr std::size_t MOST_DEFINITIONS_OF_CALLEE = 50;
 
 // Names whose definitions are kept while one question is answered.
 constexpr std::size_t MOST_KNOWN = 500;
 
-// A qualified name may end with a name that has full stops itself; nobody asks for more of them.
+// A name may have full stops itself. So a symbol's name may be any number of the last components of
+// its FQN, of which so many are tried.
 constexpr std::size_t MOST_COMPONENTS = 16;
 
-// A list of numbers has one byte at least for each.
+// How many numbers are packed: each ends with a byte below 128.
 std::size_t line_count(const std::string& packed) {
   return static_cast<std::size_t>(std::count_if(
       packed.begin(), packed.end(), [](char byte) { return static_cast<signed char>(byte) >= 0; }));
@@ -49,7 +44,8 @@ UseQuestions::UseQuestions(Reader& reader)
 
 // ---- Uses of a name ----
 
-// A name that everybody uses is asked for in each file that is wanted, when these are few.
+// After MANY_ROWS rows, and when the filter takes few files only, the name is asked for in each of
+// those instead.
 bool UseQuestions::add(Groups& groups, std::int64_t name, std::size_t kind, RowFilter& filter,
                        const std::function<bool(std::int64_t file)>& is_meant) {
   const auto add_row = [&](const Reader::Reference& reference) {
@@ -79,7 +75,7 @@ bool UseQuestions::add(Groups& groups, std::int64_t name, std::size_t kind, RowF
   return !groups.is_cut;
 }
 
-// The rows of one file, in the order of their lines.
+// One row for each use in a file, in the order of their lines.
 std::vector<Use> UseQuestions::in_file(std::span<const Group> groups) {
   struct Line {
     std::uint64_t number;
@@ -167,8 +163,8 @@ Answer<Use> UseQuestions::references(const std::string& name, const Filter& filt
 
 // ---- What a symbol calls ----
 
-// One that is meant exactly is the only one. Of those of a bare name one more than the limit is
-// enough.
+// Symbols with exactly this FQN, otherwise those whose FQN ends with it. Of a name without a
+// holder, one symbol more than the limit is enough to know that there are more.
 std::vector<std::int64_t> UseQuestions::symbols_meant(const std::string& fqn, RowFilter& filter) {
   std::vector<std::int64_t> exact;
   std::vector<std::int64_t> alike;
@@ -197,24 +193,30 @@ std::vector<std::int64_t> UseQuestions::symbols_meant(const std::string& fqn, Ro
   return std::move(found);
 }
 
-void UseQuestions::add_callees(std::int64_t symbol, std::size_t limit, Known& known,
-                               Answer<Use>& answer) {
-  const Definition caller = _reader.definition(symbol);
-  const std::int64_t file = file_of(symbol);
-  const std::size_t first_row = answer.rows.size();
-  std::vector<std::pair<std::uint64_t, std::int64_t>> calls;  // line, name
+// The calls on the caller's lines, in their order.
+std::vector<UseQuestions::Call> UseQuestions::calls_in(std::int64_t file,
+                                                       const Definition& caller) {
+  std::vector<Call> calls;
   for (const std::uint64_t use : _reader.uses_of(file)) {
-    if ((use & ((1U << KIND_BITS) - 1)) != CALL) continue;
-    const auto name = static_cast<std::int64_t>(use >> KIND_BITS);
+    if (kind_of(use) != CALL) continue;
+    const std::int64_t name = name_of(use);
     for (const std::uint64_t line :
          unpack_rising(_reader.lines_of(name, CALL, file).value_or(""))) {
       if (line >= caller.first && line <= caller.last) calls.emplace_back(line, name);
     }
   }
   std::sort(calls.begin(), calls.end());
+  return calls;
+}
+
+void UseQuestions::add_callees(std::int64_t symbol, std::size_t limit, Known& known,
+                               Answer<Use>& answer) {
+  const Definition caller = _reader.definition(symbol);
+  const std::int64_t file = file_of(symbol);
+  const std::size_t first_row = answer.rows.size();
   const Imports imports = imports_of(_reader, file);
   std::unordered_map<std::int64_t, Meanings> meanings;
-  for (const auto& [line, name] : calls) {
+  for (const auto& [line, name] : calls_in(file, caller)) {
     if (answer.rows.size() == limit) {
       answer.is_cut = true;
       break;
@@ -268,7 +270,8 @@ std::function<bool(std::int64_t)> UseQuestions::importing(const std::string& mod
   };
 }
 
-// Modules that end alike have the words of the last component.
+// Besides the module as it is written, all names with the words of its last component are compared
+// with it: whatever the same module is called elsewhere ends with that component.
 Answer<Use> UseQuestions::importers(const std::string& module, const Filter& limits) {
   RowFilter filter(_reader, limits);
   const bool is_file = _reader.file_id(module).has_value();

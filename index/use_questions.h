@@ -1,8 +1,7 @@
-// The questions that references answer: who calls, what is called, who refers to a name, who
-// imports a module.
+// The questions about references: who calls a name, what a symbol calls, what refers to a name, who
+// imports a module. questions.h says what each answers.
 //
-// Cost: the references of a name, of which those in each file that is shown are put under the
-// symbols around them.
+// Cost: the references of the name, and the symbols of each file that the answer shows.
 //
 // Tested by tests/questions_test.py.
 #pragma once
@@ -16,10 +15,11 @@
 #include <span>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "index/meanings.h"
-#include "index/module_path.h"
+#include "index/paths.h"
 #include "index/questions.h"
 #include "index/reader.h"
 #include "index/row_filter.h"
@@ -36,12 +36,12 @@ class UseQuestions {
   Answer<Use> importers(const std::string& module, const Filter& filter);
 
  private:
-  // What a name is used for in a file.
+  // The uses of a name as one kind in a file.
   struct Group {
     std::int64_t file;
     std::int64_t name;
-    std::size_t kind;
-    std::string lines;
+    std::size_t kind;   // in REFERENCE_KINDS
+    std::string lines;  // packed (varint.h)
   };
   struct Groups {
     std::vector<Group> rows;
@@ -52,14 +52,16 @@ class UseQuestions {
 
   Answer<Use> uses(const std::string& name, std::span<const std::size_t> kinds,
                    const Filter& filter);
-  // Adds those of that name and kind for which `is_meant`; gives no when there are enough.
+  // Adds the uses of that name as that kind, in files for which `is_meant` gives true. False when
+  // there are enough.
   bool add(Groups& groups, std::int64_t name, std::size_t kind, RowFilter& filter,
            const std::function<bool(std::int64_t file)>& is_meant);
   Answer<Use> shown(Groups groups, std::size_t limit);
   std::vector<Use> in_file(std::span<const Group> groups);
   std::vector<std::int64_t> symbols_meant(const std::string& fqn, RowFilter& filter);
-  // By name.
-  using Known = std::unordered_map<std::int64_t, Definitions>;
+  using Call = std::pair<std::uint64_t, std::int64_t>;  // line, name
+  std::vector<Call> calls_in(std::int64_t file, const Definition& caller);
+  using Known = std::unordered_map<std::int64_t, Definitions>;  // by name
   void add_callees(std::int64_t symbol, std::size_t limit, Known& known, Answer<Use>& answer);
   std::function<bool(std::int64_t)> importing(const std::string& module, const std::string& written,
                                               const Components& wanted, bool is_file);

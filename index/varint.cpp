@@ -1,6 +1,8 @@
 // See varint.h.
 #include "index/varint.h"
 
+#include <optional>
+
 #include "index/index_error.h"
 
 namespace repository {
@@ -9,15 +11,7 @@ namespace {
 constexpr unsigned BITS = 7;
 constexpr std::uint64_t GOES_ON = 1U << BITS;
 
-}  // namespace
-
-void append_varint(std::string& bytes, std::uint64_t number) {
-  for (; number >= GOES_ON; number >>= BITS) {
-    bytes.push_back(static_cast<char>((number & (GOES_ON - 1)) | GOES_ON));
-  }
-  bytes.push_back(static_cast<char>(number));
-}
-
+// Takes the number in front of `bytes` away from it. None when that is no number.
 std::optional<std::uint64_t> take_varint(std::string_view& bytes) {
   std::uint64_t number = 0;
   unsigned shift = 0;
@@ -29,6 +23,15 @@ std::optional<std::uint64_t> take_varint(std::string_view& bytes) {
     return number;
   }
   return std::nullopt;
+}
+
+}  // namespace
+
+void append_varint(std::string& bytes, std::uint64_t number) {
+  for (; number >= GOES_ON; number >>= BITS) {
+    bytes.push_back(static_cast<char>((number & (GOES_ON - 1)) | GOES_ON));
+  }
+  bytes.push_back(static_cast<char>(number));
 }
 
 std::string pack_rising(const std::vector<std::uint64_t>& numbers) {

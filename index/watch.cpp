@@ -12,6 +12,7 @@
 
 #include "index/index_error.h"
 #include "index/place.h"
+#include "index/system_calls.h"
 #include "index/watcher.h"
 
 namespace repository {
@@ -20,10 +21,10 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// Changes are gathered until nothing has come for a while; but not for long.
+// Changes are gathered until none has come for QUIET, and for LONGEST at most.
 constexpr milliseconds QUIET{15};
 constexpr milliseconds LONGEST{100};
-// Between two looks whether another process still writes.
+// Between two attempts to lock an index that another process writes.
 constexpr milliseconds LOCKED{100};
 
 class Watching {
@@ -54,7 +55,7 @@ class Watching {
   Watcher _watcher;
 };
 
-// A run looks for its end whenever it tells how far it is.
+// Looks at the descriptor `stop` whenever a run reports its progress.
 UpdateListener Watching::with_stop(UpdateListener listener) {
   listener.progress = [this, progress = std::move(listener.progress)](const auto& counts,
                                                                       const auto& longest) {
@@ -73,8 +74,8 @@ Watching::Event Watching::wait(milliseconds at_most) const {
   return asked[0].revents != 0 ? Event::end : Event::change;
 }
 
-// Waits for changes, and until no further ones come; gives no at the end. Events that are no
-// change, such as of files without a language, prolong nothing.
+// Waits for a change, then until no further ones come. False when watching is to end. Events that
+// are no change, such as those of files without a language, do not prolong the waiting.
 bool Watching::gather() {
   auto now = steady_clock::now();
   auto last = now;
@@ -104,7 +105,8 @@ UpdateCounts Watching::run() {
   return counts;
 }
 
-// What is gone is not made anew: whoever removes a repository removes its index with it.
+// Throws when the root or the index is gone: a batch would make a new index where somebody has
+// removed the old one.
 void Watching::require_index() const {
   struct stat status {};
   const Place& place = _updater.place();

@@ -16,25 +16,27 @@
 #include "engines/languages/languages.h"
 #include "index/index_error.h"
 #include "index/place.h"
+#include "index/system_calls.h"
 #include "walk/repository.h"
 #include "walk/rule_stack.h"
 
 namespace repository {
 namespace {
 
-// A file is saved when it is closed, or when it gets its name. Links and empty files are made.
+// To save a file, a program writes and closes it, or renames another to its name. Only links and
+// empty files are merely created.
 constexpr std::uint32_t IN_FOLDERS = IN_CLOSE_WRITE | IN_CREATE | IN_DELETE | IN_MOVED_FROM |
                                      IN_MOVED_TO | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF |
                                      IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr std::uint32_t IN_GIT =
     IN_CLOSE_WRITE | IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR;
 
-// Of changed paths that are kept one by one.
+// With more changed paths than these, everything is looked at.
 constexpr std::size_t MOST_CHANGES = 65536;
 
 constexpr std::uint64_t ALL_WALKS = std::numeric_limits<std::uint64_t>::max();
 
-// "8192" in /proc; a question mark where there is none.
+// A setting of inotify's, such as "8192"; a question mark where the system has none.
 std::string setting(const char* name) {
   std::ifstream file(std::string("/proc/sys/fs/inotify/") + name);
   std::string value;
@@ -54,8 +56,7 @@ std::string path_of(const std::string& way) {
 }  // namespace
 
 Watcher::Watcher(const std::string& root)
-    : _root(root.ends_with('/') ? root : root + '/'),
-      _inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    : _root(with_slash(root)), _inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   if (_inotify >= 0) return;
   if (errno != EMFILE) throw_system_error("watch", root);
   throw IndexError("cannot watch '" + root + "': too many are watching; " +
@@ -78,7 +79,7 @@ void Watcher::put(int number, Watch watch) {
     found->second.walk = watch.walk;
     return;
   }
-  if (!is_new) {  // a folder was met at another place, or belongs to several repositories
+  if (!is_new) {  // the folder was moved, or holds the rules of several repositories
     if (watch.kind != Kind::folder) watch.way.clear();
     forget(found);
     _watches.emplace(number, watch);
@@ -86,14 +87,15 @@ void Watcher::put(int number, Watch watch) {
   _by_way.emplace(std::move(watch.way), number);
 }
 
-// Reached by the descriptor, so that no path is too long and none leads elsewhere meanwhile.
+// The folder is named by its descriptor: its path may be too long for the system, or lead to
+// another folder by now.
 void Watcher::enter(const std::string& path, int folder) {
   std::string way = path.substr(std::min(_root.size(), path.size()));
   int number = add("/proc/self/fd/" + std::to_string(folder), IN_FOLDERS);
-  if (number < 0 && errno == ENOENT) number = add(path, IN_FOLDERS);  // no such file system
+  if (number < 0 && errno == ENOENT) number = add(path, IN_FOLDERS);  // there is no /proc
   if (number >= 0) {
     put(number, {way, Kind::folder, _walk});
-  } else if (errno != ENOSPC && errno != ENOENT) {  // of a folder that is gone there is nothing
+  } else if (errno != ENOSPC && errno != ENOENT) {  // ENOENT: the folder is gone
     throw_system_error("watch", path);
   }
   struct stat status {};
@@ -102,7 +104,7 @@ void Watcher::enter(const std::string& path, int folder) {
   if (is_repository) watch_rules_of_repository(way, folder);
 }
 
-// Where the folders are missing, there are no rules; their making is an event.
+// A missing folder holds no rules, and an event will tell when it is made.
 void Watcher::watch_rules_of_repository(const std::string& way, int folder) {
   std::string common = walk::common_folder(folder, "");
   if (!common.starts_with('/')) common = _root + way + common;
@@ -120,7 +122,8 @@ void Watcher::forget(Watches::iterator watch) {
   _watches.erase(watch);
 }
 
-// Those at `way` and below it that no walk has met since `older_than`.
+// Gives up the watches at `way` and below it that no walk has met since the one numbered
+// `older_than`.
 void Watcher::give_up_below(const std::string& way, std::uint64_t older_than) {
   auto at = _by_way.lower_bound(way);
   while (at != _by_way.end() && at->first.starts_with(way)) {
@@ -170,7 +173,7 @@ void Watcher::read() {
     for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
       const auto* const event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
       at += sizeof(inotify_event) + event->len;
-      // The name has NULs behind it.
+      // The name ends at the first NUL.
       take_event(*event, event->len > 0 ? std::string_view(event->name) : std::string_view());
     }
   }
@@ -202,7 +205,8 @@ void Watcher::take_event(const inotify_event& event, std::string_view name) {
 
 void Watcher::take_event_in_folder(const std::string& way, const inotify_event& event,
                                    std::string_view name) {
-  // Of the folder itself the one above tells, but the root has none.
+  // An event of the folder itself. Its parent gets the same event, with a name; the root has no
+  // parent.
   if (name.empty()) {
     if (way.empty() && (event.mask & IN_ATTRIB) != 0) select("");
     return;

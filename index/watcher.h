@@ -1,15 +1,16 @@
-// Which paths of a repository have changed, by inotify: a watch on each folder that a walk enters,
-// and for each git repository on the two folders that its rules lie in.
+// Collects which paths of a repository have changed, by inotify. There is a watch on each folder
+// that a walk enters, and for each git repository on the two folders that hold its ignore rules and
+// settings.
 //
-// A walk tells of a folder before it lists it (enter), so that what is made in a new folder before
-// its watch is set is found by the listing. What a change means is not judged here: a path that was
-// named by an event is looked at again, with all that lies below it when it is a folder.
+// A walk calls enter() before it lists a folder. So what is made in a new folder before the watch
+// is set is found by the listing. What a change means is not judged here: a path that an event has
+// named is looked at again, with all that lies below it when it is a folder.
 //
-// Watches follow a folder when it is moved. So all of a folder are given up as soon as its going is
-// read, and what still comes from them is of no interest: the folder is walked at its new place.
+// A watch stays with its folder when the folder is moved. So all watches in a folder are given up
+// when an event says that it is removed or moved, and the walk at its new place sets new ones.
 //
-// Cost: one watch of the system and some hundred bytes for each folder; while changes are gathered
-// their paths, up to a number beyond which everything is looked at.
+// Cost: one watch of the system and some hundred bytes for each folder. Changed paths are kept
+// until a walk takes them; beyond 65,536 everything is looked at.
 //
 // Tested by tests/watch_test.py.
 #pragma once
@@ -37,22 +38,24 @@ class Watcher {
   Watcher(const Watcher&) = delete;
   Watcher& operator=(const Watcher&) = delete;
 
-  // Readable when there are events.
+  // For poll(): readable when there are events.
   int descriptor() const { return _inotify; }
 
-  // Takes the events that there are. Throws IndexError when the root has gone.
+  // Reads the events that there are. Throws IndexError when the root is gone.
   void read();
 
-  // How many paths have changed; the most when everything may have.
+  // How many paths have changed; SIZE_MAX when everything may have.
   std::size_t changes() const { return _is_all ? SIZE_MAX : _changed.size(); }
 
-  // What has changed, for a walk by these rules, which follows. From now on changes are new ones.
+  // Gives what has changed, and forgets it; to be called before a walk by these rules. Gives all
+  // when the index is not complete, or the rules are not those of the last walk.
   walk::Selection take(const walk::WalkOptions& rules, bool is_complete);
 
-  // For FolderWalk, while that walk goes on, on any one thread at a time.
+  // Watches a folder; FolderWalk calls it during that walk, on any thread, on one at a time.
+  // `folder`: an open descriptor of it. Throws IndexError.
   void enter(const std::string& path, int folder);
-  // Ends the walk: folders that it should have met and has not are watched no longer. Throws
-  // IndexError when the system allowed too few watches.
+  // To be called after the walk. Gives up the watches of folders that it should have met and has
+  // not. Throws IndexError when the system has refused watches.
   void end_walk();
 
   std::size_t watches() const { return _by_way.size(); }
@@ -60,9 +63,9 @@ class Watcher {
  private:
   enum class Kind : std::uint8_t { folder, git, git_info };
   struct Watch {
-    std::string way;  // of the folder, or of that whose repository it is; with "/" at the end
+    std::string way;  // the folder's path from the root, or that of its repository; "/" at the end
     Kind kind;
-    std::uint64_t walk;  // the last one that met it
+    std::uint64_t walk;  // the number of the last walk that met it
   };
   using Watches = std::unordered_map<int, Watch>;
 
@@ -79,14 +82,14 @@ class Watcher {
   const std::string _root;  // with "/" at the end
   int _inotify;
   Watches _watches;
-  std::multimap<std::string, int> _by_way;  // numbers of watches
+  std::multimap<std::string, int> _by_way;  // the keys of _watches
   walk::WalkOptions _rules;
   std::uint64_t _walk = 0;
 
   bool _is_all = true;  // everything is to be looked at
   std::unordered_set<std::string> _changed;
   walk::Selection _taken;
-  std::size_t _refused = 0;  // folders, for want of watches
+  std::size_t _refused = 0;  // how many watches the system has refused in this walk
 };
 
 }  // namespace repository

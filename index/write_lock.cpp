@@ -1,5 +1,5 @@
-// See write_lock.h. The file is never removed: whoever waits for one that is gone, and whoever
-// makes a new one, would both have a lock.
+// See write_lock.h. The file is never removed. Otherwise one process could lock the removed file,
+// which it has opened before, and another one a new file.
 #include "index/write_lock.h"
 
 #include <fcntl.h>
@@ -10,14 +10,14 @@
 #include <cerrno>
 
 #include "index/index_error.h"
-#include "index/place.h"
+#include "index/system_calls.h"
 
 namespace repository {
 namespace {
 
 constexpr std::size_t MOST_HOLDER = 256;
 
-// "process 12 on host"; of a file that nobody has written to yet, "another process".
+// The text that the holder has written, "process 12 on host"; "another process" before it has.
 std::string holder(int file) {
   std::array<char, MOST_HOLDER> text{};
   const ssize_t size = ::pread(file, text.data(), text.size(), 0);
@@ -46,7 +46,7 @@ WriteLock::WriteLock(const std::string& database) {
     errno = error;
     throw_system_error("lock", path);
   }
-  // For people; without it the lock holds as well.
+  // For error texts. The lock holds without it, so that a failure is ignored.
   const std::string text = this_process();
   if (::ftruncate(_file, 0) == 0) (void)!::pwrite(_file, text.data(), text.size(), 0);
 }

@@ -1,5 +1,5 @@
-// One writer at a time, by a lock on a file beside the database that the system gives back whatever
-// becomes of the process. Readers need none.
+// Sees to it that one process at a time writes an index, by a lock on a file beside the database.
+// The system gives the lock back when the process ends, however that happens. Readers need no lock.
 //
 // Tested by tests/index_command_test.py.
 #pragma once
@@ -10,13 +10,13 @@ namespace repository {
 
 class WriteLock {
  public:
-  // Does not wait. Throws LockedError, which names the process that holds the lock.
+  // Does not wait. Throws LockedError, which names the process that has the lock; IndexError.
   explicit WriteLock(const std::string& database);
   ~WriteLock();
   WriteLock(const WriteLock&) = delete;
   WriteLock& operator=(const WriteLock&) = delete;
 
-  // For a forked child, which would else hold the lock for as long as it lives.
+  // For a forked child to close: it would hold the lock for as long as it lives.
   int descriptor() const { return _file; }
 
  private:

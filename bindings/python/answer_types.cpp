@@ -1,7 +1,8 @@
-// The records of an index's answers: their fields, and the types made of these.
+// The records of an index's answers: their fields, as tables, and their types.
 //
-// They are named as in the objects that the tool prints (doc/schema/answer.json), but that a
-// candidate holds its definition, which knows more. They cannot change, so that they have a hash.
+// Fields have the names that they have in the objects which the tool prints
+// (doc/schema/answer.json). Only a candidate differs: it holds its whole definition. The records
+// are frozen, so that they have a hash.
 //
 // Tested by tests/python/test_index.py.
 #include <Python.h>
@@ -27,8 +28,7 @@ constexpr Field DEFINITION_FIELDS[] = {
     {"signature", FieldType::optional_text, "the first line"},
     {"docstring", FieldType::optional_text, "its documentation"},
 };
-static_assert(std::size(DEFINITION_FIELDS) == DEFINITION_FIELD_COUNT);
-static_assert(DEFINITION_FIELD_COUNT <= MOST_FIELDS);
+static_assert(std::size(DEFINITION_FIELDS) <= MOST_FIELDS);
 
 constexpr Field CANDIDATE_FIELDS[] = {
     {"definition", FieldType::definition, "what the name may mean"},
@@ -48,7 +48,7 @@ constexpr Field USE_FIELDS[] = {
     {"definition_count", FieldType::integer, "how many definitions of the name were compared"},
     {"definitions_cut", FieldType::boolean, "whether there are more"},
 };
-static_assert(std::size(USE_FIELDS) == USE_FIELD_COUNT);
+static_assert(std::size(USE_FIELDS) <= MOST_FIELDS);
 
 constexpr Field ANSWER_FIELDS[] = {
     {"rows", FieldType::tuple_of_rows, "what was found, in the order in which it is of use"},
@@ -77,7 +77,6 @@ constexpr Field STATISTICS_FIELDS[] = {
     {"languages", FieldType::tuple_of_languages, "in the order of their names"},
 };
 
-// For all of them, since no line of these is worth more than the next.
 constexpr RecordSpec frozen(const char* name, const char* qualified_name, const char* doc,
                             std::span<const Field> fields) {
   return {.name = name,

@@ -1,14 +1,10 @@
-// One pass over an answer, with the interpreter's lock held.
-//
-// Tested by tests/python/test_index.py, against the tool's answers.
+// See answers.h. An answer is converted in one pass, with the GIL held.
 #include "bindings/python/answers.h"
 
-#include <algorithm>
-#include <initializer_list>
+#include <concepts>
 #include <optional>
 #include <string>
 
-#include "bindings/python/owned.h"
 #include "bindings/python/records.h"
 #include "bindings/python/symbol_kinds.h"
 #include "bindings/python/texts.h"
@@ -18,9 +14,6 @@ namespace {
 
 using repository::Pending;
 
-// Between two looks for signals.
-constexpr std::size_t ROWS_PER_LOOK = 64;
-
 PyObject* number(std::integral auto value) {
   return PyLong_FromLongLong(static_cast<long long>(value));
 }
@@ -29,31 +22,6 @@ PyObject* flag(bool value) { return PyBool_FromLong(value); }
 
 PyObject* text_or_none(const std::optional<std::string>& text) {
   return text ? to_str(*text) : Py_NewRef(Py_None);
-}
-
-// A record of these fields, which it takes over; null with an error set when one of them is.
-PyObject* record_of(PyTypeObject* type, std::initializer_list<PyObject*> fields) {
-  const bool is_whole = std::find(fields.begin(), fields.end(), nullptr) == fields.end();
-  PyObject* const record = is_whole ? new_record(type) : nullptr;
-  if (record != nullptr) {
-    std::copy(fields.begin(), fields.end(), items_of(record));
-  } else {
-    for (PyObject* const field : fields) Py_XDECREF(field);
-  }
-  return record;
-}
-
-// `convert` gives a new reference, or null with an error set.
-template <typename Values, typename Convert>
-PyObject* tuple_of(const Values& values, Convert convert) {
-  Owned tuple(PyTuple_New(static_cast<Py_ssize_t>(values.size())));
-  for (std::size_t i = 0; tuple && i < values.size(); ++i) {
-    if (i % ROWS_PER_LOOK == ROWS_PER_LOOK - 1 && PyErr_CheckSignals() != 0) return nullptr;
-    PyObject* const item = convert(values[i]);
-    if (item == nullptr) return nullptr;
-    PyTuple_SET_ITEM(tuple.get(), static_cast<Py_ssize_t>(i), item);
-  }
-  return tuple.release();
 }
 
 PyObject* kind_of(const ModuleState& state, std::string_view text) {

@@ -1,9 +1,10 @@
-// An index's answers as Python's.
+// Converts an index's answers to Python's records.
+//
+// Tested by tests/python/test_index.py, against the tool's answers.
 #pragma once
 
 #include <Python.h>
 
-#include <cstddef>
 #include <vector>
 
 #include "bindings/python/state.h"
@@ -11,14 +12,11 @@
 
 namespace engines::treesitter::python {
 
-inline constexpr std::size_t DEFINITION_FIELD_COUNT = 11;
-inline constexpr std::size_t USE_FIELD_COUNT = 10;
-
-// Makes the types of all their records and adds them to the module. False with an error set.
+// Makes the types of these records and adds them to the module. False with an error set.
 bool add_answer_types(ModuleState& state, PyObject* module);
 
-// New records, a tuple of them for changes. Null with an error set: for want of memory, or what the
-// handler of a signal raised.
+// A new record, for changes a tuple of them. Null with an error set: MemoryError, or what the
+// handler of a signal has raised.
 PyObject* to_python(const ModuleState& state,
                     const repository::Answer<repository::Definition>& answer);
 PyObject* to_python(const ModuleState& state, const repository::Answer<repository::Use>& answer);

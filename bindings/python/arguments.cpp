@@ -1,4 +1,4 @@
-// Tested by tests/python/test_errors.py.
+// See arguments.h.
 #include "bindings/python/arguments.h"
 
 #include <algorithm>

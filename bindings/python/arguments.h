@@ -1,8 +1,10 @@
-// Arguments of a call, sorted to the parameters that they are for.
+// Binds the arguments of a call to its parameters.
 //
-// A parameter may be given by position or by name, as in a plain Python function; what does not fit
-// is a TypeError in Python's own words. Python's parsers of format strings are not used, since
+// An argument may be given by position or by name, as in a plain Python function; one that does not
+// fit is a TypeError in Python's own words. Python's own parsers of arguments were refused, since
 // none serves both ways in which C functions are called.
+//
+// Tested by tests/python/test_errors.py.
 #pragma once
 
 #include <Python.h>
@@ -20,16 +22,18 @@ struct Parameters {
   std::size_t positional = SIZE_MAX;  // how many may be given without a name
 };
 
-// Fills `values`, one for each name: borrowed references, null where an argument is left out. False
-// with an error set. The first form is for METH_FASTCALL | METH_KEYWORDS, the second for tp_new.
+// Fills `values`, which has one place for each name: borrowed references, null where an argument is
+// left out. False with an error set. The first form is for METH_FASTCALL | METH_KEYWORDS, the
+// second for tp_new.
 bool bind_arguments(const Parameters& parameters, PyObject* const* arguments, Py_ssize_t count,
                     PyObject* keywords, std::span<PyObject*> values);
 bool bind_arguments(const Parameters& parameters, PyObject* arguments, PyObject* keywords,
                     std::span<PyObject*> values);
 
-// The function pointer of a METH_FASTCALL | METH_KEYWORDS function, as a method table wants it.
-using KeywordFunction = PyObject* (*)(PyObject*, PyObject* const*, Py_ssize_t, PyObject*);
-inline PyCFunction as_method(KeywordFunction function) {
+// The pointer to a function as a method table holds it, whatever parameters the method's flags give
+// it.
+template <typename... Arguments>
+PyCFunction as_method(PyObject* (*function)(Arguments...)) {
   return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
 }
 

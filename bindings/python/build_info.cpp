@@ -1,9 +1,8 @@
+// What the module is made of, as a dict.
+//
 // Tested by tests/python/test_module.py.
-#include "bindings/python/build_info.h"
-
-#include <utility>
-
 #include "bindings/python/errors.h"
+#include "bindings/python/module_functions.h"
 #include "bindings/python/owned.h"
 #include "bindings/python/state.h"
 #include "bindings/python/texts.h"
@@ -12,7 +11,7 @@
 namespace engines::treesitter::python {
 namespace {
 
-// A dict in the making. What fails leaves its error set, and `release` then gives null.
+// A dict that is being filled. After a failure its error is set, and `release` gives null.
 class Dict {
  public:
   Dict() : _dict(PyDict_New()) {}

@@ -1,8 +1,8 @@
-// Each Python object has an engine of its own, with its parsers per thread. Unpickled ones of the
-// same rules are all the same object, since a task that is shipped to another process brings its
-// engine with it, and a new one for each task would build its parsers again.
+// See engine.h.
 //
-// Tested by tests/python/test_engine.py and test_processes.py.
+// Each TreeSitterEngine object has an engine of its own, with parsers for each thread. All
+// unpickled ones of the same rules are one object: a task that is sent to another process brings
+// its engine with it, and a new engine for each task would have to make its parsers again.
 #include "bindings/python/engine.h"
 
 #include <Python.h>
@@ -32,7 +32,7 @@ struct EngineObject {
 // In the order of Rules.
 constexpr const char* RULES_NAMES[] = {"standard", "navigation"};
 
-// The rules of that name, or an error set. Null gives the standard ones.
+// The rules of that name, by default the standard ones; none with an error set.
 std::optional<Rules> rules_named(PyObject* name) {
   if (name == nullptr) return Rules::standard;
   for (std::size_t i = 0; i < std::size(RULES_NAMES); ++i) {
@@ -90,7 +90,7 @@ PyObject* parse_file(PyObject* self, PyObject* const* arguments, Py_ssize_t coun
   });
 }
 
-// What parse_content and parse_bytes have in common; `fill` makes the item.
+// parse_content and parse_bytes; `fill` makes the item.
 PyObject* parse_given(PyObject* self, const char* function, decltype(text_item)& fill,
                       PyObject* const* arguments, Py_ssize_t count, PyObject* keywords) {
   static constexpr const char* NAMES[] = {"content", "language", "file_path", "file_id"};
@@ -123,13 +123,13 @@ PyObject* reduce(PyObject* self, PyObject* /*none*/) {
   const Owned module(Py_NewRef(PyType_GetModule(Py_TYPE(self))));
   const Owned function(PyObject_GetAttrString(module.get(), "_process_engine"));
   if (!function) return nullptr;
-  // What pickles of the standard rules hold has never changed.
+  // Without the argument for the standard rules, as in pickles that older versions have written.
   return engine_of(self)->rules() == Rules::standard
              ? Py_BuildValue("O()", function.get())
              : Py_BuildValue("O(s)", function.get(), rules_name(self));
 }
 
-// An engine has nothing that a copy could have otherwise.
+// A copy would be no different.
 PyObject* copy(PyObject* self, PyObject* /*memo*/) { return Py_NewRef(self); }
 
 constexpr const char PARSE_FILE_DOC[] =

@@ -1,4 +1,4 @@
-// Tested by tests/python/test_errors.py.
+// See errors.h.
 #include "bindings/python/errors.h"
 
 #include <new>
@@ -94,10 +94,12 @@ PyObject* to_exception(const ModuleState& state, const std::exception_ptr& error
 
 PyObject* raise(const ModuleState& state, const std::exception_ptr& error) {
   const Owned exception(to_exception(state, error));
-  if (exception) {
-    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.get())), exception.get());
-  }
+  if (exception) set_error(exception.get());
   return nullptr;
+}
+
+void set_error(PyObject* exception) {
+  PyErr_SetObject(PyExceptionInstance_Class(exception), exception);
 }
 
 PyObject* take_error() {
@@ -116,8 +118,8 @@ PyObject* take_error() {
 PyObject* to_exception_here(const ModuleState& state, const std::exception_ptr& error) {
   const Owned exception(to_exception(state, error));
   if (!exception) return nullptr;
-  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.get())), exception.get());
-  // A host of C may call with no frame of Python's around.
+  set_error(exception.get());
+  // There is no frame when a C program has called us.
   if (PyFrameObject* const caller = PyEval_GetFrame()) PyTraceBack_Here(caller);
   return take_error();
 }

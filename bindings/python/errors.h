@@ -1,4 +1,6 @@
-// The engine's errors as Python's, by one fixed map (errors.cpp).
+// Converts the engine's errors to Python's exceptions.
+//
+// Tested by tests/python/test_errors.py.
 #pragma once
 
 #include <Python.h>
@@ -18,18 +20,21 @@ PyObject* to_exception(const ModuleState& state, const std::exception_ptr& error
 // Sets that exception as the current error. Gives null, for functions to return.
 PyObject* raise(const ModuleState& state, const std::exception_ptr& error);
 
-// The current error as an object, its traceback attached; it is no more the current one. Null when
-// there is none.
+// Takes the current error away: gives it as an object with its traceback, null when there is none.
 PyObject* take_error();
 
-// That exception as if the function that Python called last had raised it: with a traceback whose
-// last frame is its caller's. Null with an error set.
+// Sets that object as the current error.
+void set_error(PyObject* exception);
+
+// The exception that `error` is, with a traceback that ends in the Python function which has called
+// us. Null with an error set.
 PyObject* to_exception_here(const ModuleState& state, const std::exception_ptr& error);
 
-// Gives what `body` returns; what it throws becomes the current error, and the result null. For
-// functions that Python calls: an exception of C++ must not reach its frames.
+// Gives what `body` returns. What it throws becomes the current error, and the result is null. For
+// functions that Python calls: no exception of C++ may reach Python's own code.
 //
-// Catches std::exception and not everything: the end of a thread unwinds through here (gil.h).
+// Catches only std::exception, since Python may end a thread by unwinding it through here
+// (owned.h).
 template <typename Body>
 PyObject* translating(const ModuleState& state, Body&& body) {
   try {

@@ -1,4 +1,4 @@
-// Which values the fields of records take.
+// Which values the fields of records take, and how their types are annotated.
 //
 // Tested by tests/python/test_records.py.
 #include "bindings/python/owned.h"
@@ -10,7 +10,7 @@ namespace {
 
 bool is_record(PyTypeObject* type, PyObject* value) { return Py_TYPE(value) == type; }
 
-// Nothing else than these, so that a record is part of no cycle.
+// A tuple of nothing but these records, so that no record can be part of a cycle.
 template <typename... Types>
 bool is_tuple_of(PyObject* value, Types*... types) {
   if (!PyTuple_CheckExact(value)) return false;

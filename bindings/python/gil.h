@@ -1,4 +1,6 @@
-// Working without the interpreter's lock.
+// Releases the GIL, the interpreter's lock, while the engine works.
+//
+// Tested by tests/python/test_interpreter_end.py.
 #pragma once
 
 #include <Python.h>

@@ -1,6 +1,6 @@
-// The object: opening and closing it. It holds nothing of Python's, so that it is in no cycle.
+// See index.h.
 //
-// Tested by tests/python/test_index.py.
+// Opening and closing an Index. It refers to no Python object, so that it can be part of no cycle.
 #include "bindings/python/index.h"
 
 #include <Python.h>
@@ -17,8 +17,6 @@
 
 #include "bindings/python/arguments.h"
 #include "bindings/python/errors.h"
-#include "bindings/python/index_arguments.h"
-#include "bindings/python/index_object.h"
 #include "bindings/python/owned.h"
 #include "bindings/python/texts.h"
 #include "index/place.h"

@@ -1,4 +1,4 @@
-// Tested by tests/python/test_index.py.
+// See index_arguments.h.
 #include "bindings/python/index_arguments.h"
 
 #include <algorithm>
@@ -73,13 +73,6 @@ bool kind_from(PyObject* object, repository::Filter& filter) {
 bool filter_from(PyObject* const* objects, repository::Filter& filter) {
   if (is_given(objects[1]) && !path_from(objects[1], filter.glob.emplace())) return false;
   return language_from(objects[0], filter) && limit_from(objects[2], filter);
-}
-
-bool file_path_from(PyObject* object, std::string& path) {
-  if (!path_from(object, path)) return false;
-  if (path.find('\0') == std::string::npos) return true;
-  PyErr_SetString(PyExc_ValueError, "embedded null byte");
-  return false;
 }
 
 }  // namespace engines::treesitter::python

@@ -1,22 +1,19 @@
-// What a question to an index takes from Python.
+// Converts the arguments of a question to an index.
+//
+// Tested by tests/python/test_index.py.
 #pragma once
 
 #include <Python.h>
-
-#include <string>
 
 #include "index/questions.h"
 
 namespace engines::treesitter::python {
 
-// Each is false with an error set: TypeError for what is of another type, ValueError for what there
-// is not. Null leaves the default.
+// Each leaves the default when the object is null. False with an error set: TypeError for another
+// type, ValueError for a value that does not exist.
 bool match_from(PyObject* object, repository::Match& match);
 bool kind_from(PyObject* object, repository::Filter& filter);
-// Three objects: language, within, limit.
+// `objects`: the arguments language, within and limit.
 bool filter_from(PyObject* const* objects, repository::Filter& filter);
-
-// A path for functions that take its bytes up to a NUL, which would cut it.
-bool file_path_from(PyObject* object, std::string& path);
 
 }  // namespace engines::treesitter::python

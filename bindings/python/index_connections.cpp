@@ -16,14 +16,14 @@
 
 namespace engines::treesitter::python {
 
-// All questions of the process pass here, and a fork closes it.
+// All questions of the process enter here first. A fork closes the gate, and opens it afterwards.
 class ForkGate {
  public:
   void enter(bool is_nested);
   void leave();
 
-  // Whether a question that is under way must end. One of a signal's handler need not, since the
-  // one that it interrupted does.
+  // Whether a question under way must end. A nested one, asked by the handler of a signal that came
+  // in the middle of another, need not: the other one does.
   bool ends(bool is_nested) const { return (_is_closed && !is_nested) || _is_spoilt; }
   // Whether the process was forked in the middle of a question.
   bool is_spoilt() const { return _is_spoilt; }
@@ -38,7 +38,7 @@ class ForkGate {
   void after_fork_in_child();
 
  private:
-  // A question ends within some milliseconds, unless it is in one long step.
+  // Usually a question ends within some milliseconds.
   static constexpr std::chrono::seconds MOST_WAIT{2};
 
   void wait_for_others();
@@ -53,10 +53,10 @@ class ForkGate {
 
 namespace {
 
-// Idle connections of one index, each of which may hold two megabytes.
+// Idle connections that are kept for one index. Each may hold two megabytes.
 constexpr std::size_t MOST_IDLE = 8;
 
-// Never destroyed, since threads may still ask when the process ends.
+// Never destroyed, since threads may still ask questions while the process ends.
 ForkGate& gate() {
   static auto* const one = new ForkGate;
   return *one;
@@ -64,7 +64,7 @@ ForkGate& gate() {
 
 thread_local constinit int questions_of_thread = 0;
 
-// One question, from before its connection is opened until behind its end.
+// One question; made before its connection is opened, and destroyed after its end.
 class Passage {
  public:
   Passage() {
@@ -88,7 +88,7 @@ bool has_interpreter_lock() {
 
 // ---- Forks ----
 
-// A thread in a signal's handler must not wait for itself.
+// A nested question does not wait: the fork would wait for the other question of this thread.
 void ForkGate::enter(bool is_nested) {
   std::unique_lock lock(_mutex);
   _changed.wait(lock, [&] { return is_nested || !_is_closed; });
@@ -118,9 +118,9 @@ void ForkGate::wait_for_others() {
   _changed.wait_for(lock, MOST_WAIT, [&] { return _under_way == questions_of_thread; });
 }
 
-// A question on the main thread may wait for the interpreter's lock, to look for signals. A thread
-// that has this may wait for the gate's: so the gate's is taken behind it, and held until the fork
-// is over.
+// Questions are waited for without the GIL, since one on the main thread may need it to look for
+// signals. The gate's mutex is locked after the GIL is taken again, as by all threads that need
+// both, and stays locked until the fork is over.
 void ForkGate::before_fork() {
   if (has_interpreter_lock()) {
     PyThreadState* const state = PyEval_SaveThread();
@@ -139,7 +139,7 @@ void ForkGate::after_fork_in_parent() {
   _changed.notify_all();
 }
 
-// The other threads are not here, nor do they wait any more.
+// None of the other threads exists here, nor waits for the condition.
 void ForkGate::after_fork_in_child() {
   if (_under_way > 0) _is_spoilt = true;
   _under_way = questions_of_thread;
@@ -203,10 +203,10 @@ void IndexConnections::ask(const repository::Poll& poll,
     try {
       connection = take(until_fork);
       question(connection->questions);
-      is_cut_off = false;  // it came to its end all the same
+      is_cut_off = false;  // it has come to its end before it noticed
       give_back(std::move(connection));
     } catch (const repository::IndexError&) {
-      // The books are the parent's.
+      // Closing the connection would use SQLite's notes, which are the parent's.
       if (gate().is_spoilt()) (void)connection.release();
       if (!is_cut_off) throw;
     }

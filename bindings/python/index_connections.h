@@ -1,14 +1,13 @@
-// The connections of one Index to its database, and what becomes of all of them when the process
-// forks.
+// The connections of one Index to its database, and what happens to them when the process forks.
 //
-// A connection serves one question at a time, so each question takes one of its own: one that lies
-// idle, or a new one. Threads never wait for each other.
+// A connection serves one question at a time. So each question takes an idle one or opens a new
+// one, and threads never wait for each other.
 //
-// SQLite keeps locks, and books of what it has locked, for the process. A child inherits the books
-// without the locks, so that a connection which is open when the process forks spoils even those
-// that the child opens itself. Hence a fork closes idle connections first, and ends the questions
-// that are under way, which begin anew behind it. One that cannot be ended in time, or is in the
-// middle of the handler that forks, costs the child its questions: they raise.
+// SQLite's locks belong to the process, and SQLite notes in the process's memory which ones it has.
+// A forked child inherits the notes without the locks, so that even connections which it opens
+// itself would go wrong. Hence a fork first closes the idle connections and ends the questions
+// under way, which begin anew after it. If a question does not end in time, or the handler of a
+// signal forks in the middle of one, all questions in the child raise.
 //
 // Tested by tests/python/test_index.py.
 #pragma once
@@ -23,10 +22,10 @@
 
 namespace engines::treesitter::python {
 
-// Arranges for the above. To be called before the first question.
+// Makes forks do so. To be called before the first question.
 void close_connections_at_fork();
 
-// For any thread, and without the interpreter's lock.
+// For any thread, without the GIL.
 class IndexConnections {
  public:
   explicit IndexConnections(repository::Place place);
@@ -34,19 +33,19 @@ class IndexConnections {
   IndexConnections(const IndexConnections&) = delete;
   IndexConnections& operator=(const IndexConnections&) = delete;
 
-  // Calls `question`, again where a fork came in between. What it throws, and what Questions
-  // throws, is thrown on. The poll ends it.
+  // Calls `question`, and calls it again when a fork has ended it. The poll ends it for good.
+  // Throws what it throws, and what Questions throws.
   void ask(const repository::Poll& poll,
            const std::function<void(repository::Questions&)>& question);
 
  private:
   friend class ForkGate;
 
-  // Its address is known to SQLite.
+  // Never moved, since SQLite has its address.
   struct Connection {
     explicit Connection(const repository::Place& place, const repository::Poll& first_poll)
         : poll(&first_poll), questions(place, [this] { return (*poll)(); }) {}
-    const repository::Poll* poll;  // of the question that is under way
+    const repository::Poll* poll;  // of the current question
     repository::Questions questions;
   };
 
@@ -54,7 +53,7 @@ class IndexConnections {
   void give_back(std::unique_ptr<Connection> connection);
 
   const repository::Place _place;
-  std::vector<std::unique_ptr<Connection>> _idle;  // behind the gate's lock
+  std::vector<std::unique_ptr<Connection>> _idle;  // guarded by ForkGate's mutex
 };
 
 }  // namespace engines::treesitter::python

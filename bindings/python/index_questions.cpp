@@ -1,5 +1,5 @@
-// The questions. Arguments are read and answers are made with the interpreter's lock, and between
-// them a question runs without it, on a connection of its own (index_connections.h).
+// The questions. Arguments are read and answers are converted with the GIL held; in between, a
+// question runs without it, on a connection of its own (index_connections.h).
 //
 // Tested by tests/python/test_index.py.
 #include <Python.h>
@@ -17,8 +17,8 @@
 #include "bindings/python/answers.h"
 #include "bindings/python/arguments.h"
 #include "bindings/python/errors.h"
+#include "bindings/python/index.h"
 #include "bindings/python/index_arguments.h"
-#include "bindings/python/index_object.h"
 #include "bindings/python/texts.h"
 #include "index/questions.h"
 
@@ -40,10 +40,11 @@ PyObject* give(const ModuleState& state, const std::optional<Answer>& answer) {
   return answer ? to_python(state, *answer) : Py_NewRef(Py_None);
 }
 
-// What `question` gives, as Python's; none is None. Null with an error set.
+// Asks the question and converts its answer; none becomes None. Null with an error set.
 template <typename Question>
 PyObject* ask(PyObject* self, Question question) {
-  const auto connections = index_of(self).connections;  // it may be closed meanwhile
+  const auto connections =
+      index_of(self).connections;  // a copy: another thread may close the Index
   if (!connections) {
     PyErr_SetString(PyExc_ValueError, "the Index is closed");
     return nullptr;
@@ -85,7 +86,7 @@ PyObject* search(PyObject* self, PyObject* const* arguments, Py_ssize_t count, P
   });
 }
 
-// What the questions of uses have in common.
+// The questions about uses. `what`: the name of the first parameter.
 template <auto QUESTION>
 PyObject* uses(PyObject* self, const char* function, const char* what, PyObject* const* arguments,
                Py_ssize_t count, PyObject* keywords) {
@@ -120,8 +121,8 @@ PyObject* importers(PyObject* self, PyObject* const* arguments, Py_ssize_t count
   return uses<&Questions::importers>(self, "importers", "module", arguments, count, keywords);
 }
 
-// Without links and dots where it is absolute; what is relative starts from the root, as in
-// answers.
+// The path as the index has it. A relative one starts from the root, as in answers; of an absolute
+// one links are followed.
 std::string path_from_root(const std::string& path, const std::string& root) {
   const std::filesystem::path given(path);
   if (given.is_relative()) return given.lexically_normal().native();
@@ -174,9 +175,8 @@ PyObject* is_outdated(PyObject* self, PyObject* /*none*/) {
   });
 }
 
-// ---- Their texts ----
+// ---- The texts of help() ----
 
-// What several texts say.
 #define FILTERS                                                                                  \
   "language takes files of that language only, within paths that match a glob, or that lie "     \
   "below\n"                                                                                      \
@@ -249,8 +249,8 @@ PyMethodDef index_methods[] = {
      "thread\n"
      "comes to its end."},
     {"__enter__", enter_index, METH_NOARGS, "__enter__($self, /)\n--\n\nThe index itself."},
-    {"__exit__", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(leave_index)),
-     METH_FASTCALL, "__exit__($self, /, *exception)\n--\n\nClose the index."},
+    {"__exit__", as_method(leave_index), METH_FASTCALL,
+     "__exit__($self, /, *exception)\n--\n\nClose the index."},
     {"__reduce__", reduce_index, METH_NOARGS, "Raises TypeError: an index is open in one process."},
     {nullptr, nullptr, 0, nullptr},
 };

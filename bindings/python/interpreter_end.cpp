@@ -1,4 +1,4 @@
-// Tested by tests/python/test_interpreter_end.py and test_processes.py.
+// See interpreter_end.h.
 #include "bindings/python/interpreter_end.h"
 
 #include <Python.h>
@@ -17,9 +17,9 @@ std::atomic<int> calls_under_way = 0;
 std::atomic<bool> has_ended = false;
 std::atomic<bool> is_arranged = false;
 
-// The source is replaced by the import that begins anew, before anybody can read it: the first of
-// all, or the first behind an end. Interpreters with locks of their own may import at once, hence
-// the lock, which a fork takes first so that no child finds it taken.
+// The first import of all, and the first after an end, replaces the source before anybody can read
+// it. Interpreters with GILs of their own may import at once, hence the mutex. A fork locks it
+// first, so that no child inherits it locked by another thread.
 std::mutex beginning;
 std::stop_source process_end(std::nostopstate);
 
@@ -34,14 +34,14 @@ void end() {
   }
 }
 
-// Only the thread that forked is in the child; it is in a call when a signal's handler forks. The
-// source is a new one, since another thread may just have held the old one's lock.
+// Only the thread that forked exists in the child; it is in a call if the handler of a signal
+// forked. The source is a new one, since another thread may have held a lock within the old one.
 void forget_calls() {
   calls_under_way = calls_of_thread;
   try {
     process_end = std::stop_source();
   } catch (const std::bad_alloc&) {
-    process_end = std::stop_source(std::nostopstate);  // the end waits longer
+    process_end = std::stop_source(std::nostopstate);  // calls are not cancelled, but waited for
   }
   beginning.unlock();
 }
@@ -51,7 +51,7 @@ void forget_calls() {
 
 }  // namespace
 
-// A host may end one interpreter and begin another, whose import opens the way again.
+// A host may end one interpreter and begin another. The import there lets calls begin again.
 void wait_for_calls_at_end() {
   {
     const std::lock_guard lock(beginning);
@@ -60,13 +60,13 @@ void wait_for_calls_at_end() {
     }
     has_ended = false;
   }
-  // It fails when 32 others have come first; then there is no wait.
+  // Python takes 32 such functions. When others have taken all places, the end does not wait.
   if (!is_arranged.exchange(true)) Py_AtExit(end);
 }
 
 std::stop_token end_of_interpreter() { return process_end.get_token(); }
 
-// The count comes first: a call that the end has not seen sees the end.
+// The count comes first. So a call that end() has not counted sees that the interpreter has ended.
 EngineCall::EngineCall() noexcept {
   ++calls_of_thread;
   ++calls_under_way;

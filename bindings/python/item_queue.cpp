@@ -1,4 +1,4 @@
-// Tested by tests/python/test_parse_many.py.
+// See item_queue.h.
 #include "bindings/python/item_queue.h"
 
 #include <utility>

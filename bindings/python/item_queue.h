@@ -1,5 +1,6 @@
-// ItemQueue: items on their way from the iterator that Python's thread reads to the threads that
-// parse, which know nothing of Python.
+// ItemQueue: items that Python's thread has read, and the engine's threads are to parse.
+//
+// Tested by tests/python/test_parse_many.py.
 #pragma once
 
 #include <condition_variable>
@@ -20,16 +21,16 @@ class ItemQueue {
 
   // For the thread that reads items. Throws std::bad_alloc.
   void add(ParseItem item);
-  // No more will come.
+  // Says that no more items will come.
   void end();
-  // The same, and those that wait are dropped.
+  // The same, and drops the items that wait.
   void close();
 
   // How many items wait, and how many bytes of content they hold.
   std::size_t count() const;
   std::size_t bytes() const;
 
-  // The next item; waits for it. None at the end.
+  // For the engine's threads: waits for the next item. None at the end.
   std::optional<ParseItem> take();
 
  private:

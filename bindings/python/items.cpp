@@ -1,4 +1,4 @@
-// Tested by tests/python/test_paths.py, test_errors.py and test_parse_many.py.
+// See items.h.
 #include "bindings/python/items.h"
 
 #include "bindings/python/errors.h"
@@ -13,19 +13,20 @@ bool name_content(PyObject* language, PyObject* path, PyObject* file_id, Item& i
          text_from(language, "language", item.parse.language.emplace());
 }
 
-// The path of a file that this file system cannot name, as a text; the error stays.
+// Keeps a path that is no file's name, because it cannot be encoded, as a text; the error stays
+// set.
 void keep_unnameable(PyObject* path, Item& item) {
   const Owned error(take_error());
   item.surrogates = Surrogates::are_encoded;
   if (path_text_from(path, item.parse.path)) {
-    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
+    set_error(error.get());
   }
 }
 
-// The bytes of an object while this lives.
+// Holds the bytes of an object.
 class Buffer {
  public:
-  // The error is set when there are none.
+  // An error is set when the object has none.
   explicit Buffer(PyObject* object)
       : _is_there(PyObject_GetBuffer(object, &_view, PyBUF_SIMPLE) == 0) {}
   Buffer(const Buffer&) = delete;

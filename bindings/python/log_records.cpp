@@ -1,6 +1,7 @@
-// The logging package is imported with the first record: its import takes longer than ours may.
+// See log_records.h.
 //
-// Tested by tests/python/test_logging.py.
+// The logging package is imported with the first record, since that takes longer than our whole
+// import.
 #include "bindings/python/log_records.h"
 
 #include <new>
@@ -16,7 +17,7 @@ thread_local constinit std::vector<StoredRecord>* current_records = nullptr;
 
 class Sink final : public LogSink {
  public:
-  // Python is not asked here: it would take the lock, and records are rare.
+  // Python's logger is not asked here: that would need the GIL, and records are rare.
   bool is_enabled(LogLevel /*level*/) noexcept override { return current_records != nullptr; }
 
   void emit(const LogRecord& record) noexcept override {
@@ -26,7 +27,7 @@ class Sink final : public LogSink {
                                   {record.arguments.begin(), record.arguments.end()},
                                   record.error});
     } catch (const std::bad_alloc&) {
-      // A record less is better than a parse less.
+      // Losing the record is better than losing the parse.
     }
   }
 };
@@ -91,8 +92,7 @@ RecordCollection::RecordCollection(std::vector<StoredRecord>& records)
 RecordCollection::~RecordCollection() { current_records = _before; }
 
 void install_log_sink() {
-  // Left to the process on purpose: a thread that outlives the interpreter may still hand records
-  // in.
+  // Never destroyed: a thread that outlives the interpreter may still log.
   static Sink* const sink = new Sink;
   set_log_sink(sink);
 }
@@ -101,8 +101,9 @@ std::size_t size_of(const std::vector<StoredRecord>& records) {
   std::size_t size = 0;
   for (const StoredRecord& record : records) {
     size += sizeof record + record.format.size();
-    for (const std::string& argument : record.arguments)
+    for (const std::string& argument : record.arguments) {
       size += sizeof(std::string) + argument.size();
+    }
   }
   return size;
 }

@@ -6,6 +6,8 @@
 // parse_many come in the order of its input, and a thread that the end of the interpreter stops
 // logs nothing. Refused: taking the GIL inside the sink. When the interpreter ends, that unwinds
 // the thread, which would go through functions that must not throw.
+//
+// Tested by tests/python/test_logging.py.
 #pragma once
 
 #include <Python.h>
@@ -27,8 +29,8 @@ struct StoredRecord {
   std::exception_ptr error;
 };
 
-// Puts the calling thread's records into `records` while it exists. The handler of a signal may
-// make a call in the middle of another, whose records go on behind it.
+// Stores the calling thread's records in `records` while it exists. The handler of a signal may
+// make a call in the middle of another; when that ends, the other call's collection goes on.
 class RecordCollection {
  public:
   explicit RecordCollection(std::vector<StoredRecord>& records);
@@ -43,11 +45,11 @@ class RecordCollection {
 // Makes this module the engine's log sink. May be called again.
 void install_log_sink();
 
-// About how many bytes the records take.
+// Roughly how many bytes the records take.
 std::size_t size_of(const std::vector<StoredRecord>& records);
 
-// Gives the records to Python's logger, which is asked for each level first. False with an error
-// set, when a filter or a handler of the host raised it.
+// Logs the records whose level Python's logger wants. False with an error set, when a filter or a
+// handler of the host has raised it.
 bool emit_records(ModuleState& state, const std::vector<StoredRecord>& records,
                   Surrogates surrogates);
 

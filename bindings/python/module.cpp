@@ -1,7 +1,7 @@
 // The module `treesitter`: what `import treesitter` defines.
 //
-// Importing starts no thread and reads nothing but Python's own enum; the logging and dataclasses
-// packages, which take longer to import than all of this, wait until somebody needs them.
+// Importing it starts no thread and imports only Python's enum. The packages logging, dataclasses
+// and re, which take longer to import than all of this, are imported when they are first needed.
 //
 // Tested by tests/python/test_module.py.
 #include <Python.h>
@@ -107,9 +107,9 @@ int for_each_member(ModuleState& state, Visit visit) {
   }
   return visit_all(state.symbol, state.reference_info, state.parse_result, state.language_info,
                    state.engine, state.parse_many, state.result_limit_error, state.parse_error,
-                   state.symbol_kind, state.logger, state.body_digest_re, state.definition,
-                   state.candidate, state.use, state.answer, state.change, state.language_count,
-                   state.statistics, state.index, state.repository_index_error);
+                   state.symbol_kind, state.logger, state.definition, state.candidate, state.use,
+                   state.answer, state.change, state.language_count, state.statistics, state.index,
+                   state.repository_index_error);
 }
 
 int traverse(PyObject* module, visitproc visit, void* arg) {
@@ -131,7 +131,7 @@ void free(void* module) { clear(static_cast<PyObject*>(module)); }
 PyModuleDef_Slot slots[] = {
     {Py_mod_exec, reinterpret_cast<void*>(execute)},
 #if PY_VERSION_HEX >= 0x030C0000
-    // What is global is shared by any threads anyway; a lock of Python's guards none of it.
+    // What is global is made for any threads, and no GIL guards it.
     {Py_mod_multiple_interpreters, Py_MOD_PER_INTERPRETER_GIL_SUPPORTED},
 #endif
     {0, nullptr},

@@ -1,10 +1,9 @@
-// Tested by tests/python/test_module.py.
+// See module_functions.h.
 #include "bindings/python/module_functions.h"
 
 #include <string>
 
 #include "bindings/python/arguments.h"
-#include "bindings/python/build_info.h"
 #include "bindings/python/engine.h"
 #include "bindings/python/errors.h"
 #include "bindings/python/owned.h"
@@ -35,39 +34,22 @@ PyObject* detect_language(PyObject* module, PyObject* const* arguments, Py_ssize
   });
 }
 
-// The first of to_str's forms, as a value.
+// to_str as a value, which an overloaded function is not.
 constexpr auto as_str = [](std::string_view text) { return to_str(text); };
 
-template <typename Values, typename Convert>
-PyObject* to_tuple(const Values& values, Convert convert) {
-  Owned tuple(PyTuple_New(static_cast<Py_ssize_t>(values.size())));
-  for (std::size_t i = 0; tuple && i < values.size(); ++i) {
-    PyObject* const item = convert(values[i]);
-    if (item == nullptr) return nullptr;
-    PyTuple_SET_ITEM(tuple.get(), static_cast<Py_ssize_t>(i), item);
-  }
-  return tuple.release();
-}
-
 PyObject* language_names(PyObject* /*module*/, PyObject* /*none*/) {
-  return to_tuple(languages::language_names(), as_str);
+  return tuple_of(languages::language_names(), as_str);
 }
 
 PyObject* to_record(const ModuleState& state, const languages::LanguageInfo& info) {
-  Owned record(new_record(state.language_info));
-  if (!record) return nullptr;
-  PyObject** const items = items_of(record.get());
-  items[0] = to_str(info.name);
-  items[1] = to_str(info.grammar_package);
-  items[2] = to_str(info.grammar_version);
-  items[3] = to_tuple(info.file_names, as_str);
-  items[4] = to_tuple(info.suffixes, as_str);
-  return PyErr_Occurred() == nullptr ? record.release() : nullptr;
+  return record_of(state.language_info,
+                   {to_str(info.name), to_str(info.grammar_package), to_str(info.grammar_version),
+                    tuple_of(info.file_names, as_str), tuple_of(info.suffixes, as_str)});
 }
 
 PyObject* language_infos(PyObject* module, PyObject* /*none*/) {
   const ModuleState& state = state_of_module(module);
-  return to_tuple(languages::language_infos(),
+  return tuple_of(languages::language_infos(),
                   [&](const auto& info) { return to_record(state, info); });
 }
 
@@ -104,7 +86,7 @@ PyObject* strip_matching_quotes(PyObject* module, PyObject* object) {
   });
 }
 
-// A node of any binding of tree-sitter: its `text` is bytes or None.
+// `node`: of any binding of tree-sitter, with an attribute `text` that is bytes or None.
 PyObject* node_text(PyObject* /*module*/, PyObject* node) {
   const Owned text(PyObject_GetAttrString(node, "text"));
   if (!text) return nullptr;
@@ -121,7 +103,8 @@ constexpr const char BODY_DIGEST_PATTERN[] =
     R"(\b(if|elif|else|for|while|do|switch|case|match|try|except|catch|finally|with|return|yield)"
     R"(|raise|throw|assert|await|defer|go|select|break|continue|guard)\b|\w+\s*\()";
 
-// Importing re with the module would cost as much as the rest of the import.
+// The module's __getattr__. _BODY_DIGEST_RE is made when somebody asks for it: importing re with
+// the module would cost as much as the rest of the import.
 PyObject* late_attribute(PyObject* module, PyObject* name) {
   if (!PyUnicode_Check(name) || PyUnicode_CompareWithASCIIString(name, "_BODY_DIGEST_RE") != 0) {
     PyErr_Format(PyExc_AttributeError, "module 'treesitter' has no attribute %R", name);
@@ -136,7 +119,7 @@ PyObject* late_attribute(PyObject* module, PyObject* name) {
 
 }  // namespace
 
-// In a header's order: what callers use first.
+// In the order in which help() is to show them.
 PyMethodDef module_functions[] = {
     {"parse_many", as_method(parse_many), METH_FASTCALL | METH_KEYWORDS,
      "parse_many($module, /, items, threads=None)\n--\n\n"
@@ -180,8 +163,7 @@ PyMethodDef module_functions[] = {
     {"_strip_matching_quotes", strip_matching_quotes, METH_O,
      "_strip_matching_quotes($module, text, /)\n--\n\n"
      "Remove a matching pair of surrounding single or double quotes."},
-    {"_process_engine", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(process_engine)),
-     METH_FASTCALL,
+    {"_process_engine", as_method(process_engine), METH_FASTCALL,
      "_process_engine($module, rules='standard', /)\n--\n\n"
      "The engine that unpickled engines of these rules are in this process."},
     {"__getattr__", late_attribute, METH_O,

@@ -1,4 +1,4 @@
-// Tested by tests/python/test_engine.py and test_signals.py.
+// See outcome.h.
 #include "bindings/python/outcome.h"
 
 #include <any>
@@ -32,7 +32,7 @@ void perform_here(ParsedItem& parsed, const TreeSitterEngine& engine,
                   const Cancellation& cancellation) {
   const bool is_nested = EngineCall::is_under_way();
   perform(parsed, [&] {
-    // The thread's parser is in use by the parse that a signal interrupted.
+    // The parse that a signal has interrupted is using the thread's parser.
     parsed.outcome = is_nested ? TreeSitterEngine(engine.rules()).parse(parsed.item, cancellation)
                                : engine.parse(parsed.item, cancellation);
   });
@@ -43,6 +43,9 @@ bool emit_records_of(ModuleState& state, const ParsedItem& parsed, Surrogates su
   return records == nullptr || emit_records(state, *records, surrogates);
 }
 
+namespace {
+
+// Logs the records and converts the outcome for the caller of a Python function.
 PyObject* deliver(ModuleState& state, ParsedItem& parsed, Surrogates surrogates) {
   if (!emit_records_of(state, parsed, surrogates)) return nullptr;
   if (auto* const result = std::get_if<ParseResult>(&parsed.outcome)) {
@@ -53,6 +56,8 @@ PyObject* deliver(ModuleState& state, ParsedItem& parsed, Surrogates surrogates)
   if (raised == nullptr || raised->kind == Raised::Kind::cancelled) Py_RETURN_NONE;
   return raise(state, raised->error);
 }
+
+}  // namespace
 
 PyObject* parse(ModuleState& state, const std::shared_ptr<const TreeSitterEngine> engine,
                 Item item) {

@@ -1,8 +1,8 @@
-// Owned: one strong reference to a Python object, given back when it ends.
+// Owned: one strong reference to a Python object, released by the destructor.
 //
-// Any call into Python may let the interpreter's lock go, and a thread that wants it back while
-// another ends the interpreter is ended by unwinding its stack. An Owned that goes then, without
-// the lock, leaves its object to the process.
+// Any call into Python may release the GIL for a while. A thread that waits for it while another
+// thread ends the interpreter is ended by unwinding its stack. An Owned that is destroyed so,
+// without the GIL, does not release its object.
 #pragma once
 
 #include <Python.h>
@@ -11,7 +11,7 @@
 
 namespace engines::treesitter::python {
 
-// Whether the interpreter's end has begun. Asked without its lock too.
+// Whether the interpreter's end has begun. May be called without the GIL.
 inline bool is_finalizing() {
 #if PY_VERSION_HEX >= 0x030D0000
   return Py_IsFinalizing() != 0;
@@ -23,7 +23,7 @@ inline bool is_finalizing() {
 class Owned {
  public:
   Owned() = default;
-  // Takes the reference over; null is none.
+  // Takes over the reference, which may be null.
   explicit Owned(PyObject* object) : _object(object) {}
   Owned(Owned&& other) noexcept : _object(std::exchange(other._object, nullptr)) {}
   Owned& operator=(Owned&& other) noexcept {

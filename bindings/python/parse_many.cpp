@@ -1,13 +1,4 @@
-// One idea: items are read and results are made on the thread that iterates, everything between is
-// done by the engine's own threads (ParseMany), which know nothing of Python. A pool of Python
-// threads would pass the interpreter's lock from hand to hand for each file, and would have to be
-// ended with it.
-//
-// Where the system gives no thread, the engine parses on the thread that iterates, which looks for
-// signals meanwhile. It then takes one item for each result, so that the queue always has what it
-// asks for.
-//
-// Tested by tests/python/test_parse_many.py.
+// See parse_many.h.
 #include "bindings/python/parse_many.h"
 
 #include <Python.h>
@@ -16,57 +7,20 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
-#include <deque>
-#include <exception>
-#include <functional>
-#include <memory>
-#include <new>
-#include <optional>
-#include <string>
+#include <cstddef>
 #include <utility>
-#include <variant>
 
 #include "bindings/python/arguments.h"
 #include "bindings/python/engine.h"
 #include "bindings/python/errors.h"
-#include "bindings/python/gil.h"
-#include "bindings/python/interpreter_end.h"
-#include "bindings/python/item_queue.h"
-#include "bindings/python/items.h"
-#include "bindings/python/outcome.h"
+#include "bindings/python/iteration.h"
 #include "bindings/python/owned.h"
-#include "bindings/python/results.h"
-#include "bindings/python/signals.h"
+#include "bindings/python/texts.h"
 
 namespace engines::treesitter::python {
 namespace {
 
-// How far items are read ahead of the results, per thread: enough that a file which takes as long
-// as ten others leaves no thread without work. Contents wait in memory, so they have a bound too.
-constexpr std::size_t AHEAD_PER_THREAD = 16;
-constexpr std::size_t MOST_BYTES_AHEAD = 64 << 20;
 constexpr std::size_t MOST_THREADS = 1024;
-
-// How long a wait may keep Ctrl-C waiting.
-constexpr std::chrono::milliseconds SIGNAL_INTERVAL(50);
-
-// One place in the order: an item that is being parsed (null), or what to give or to raise for it.
-struct Turn {
-  PyObject* object;
-  Surrogates surrogates;
-};
-
-struct Iteration {
-  std::shared_ptr<const TreeSitterEngine> engine;
-  std::size_t threads;
-  pid_t process;
-  PyObject* items = nullptr;  // the input's iterator, null once it has ended
-  std::deque<Turn> turns;
-  bool is_running = false;
-  std::unique_ptr<ItemQueue> queue;
-  std::unique_ptr<ParseMany> run;
-};
 
 struct IterationObject {
   PyObject_HEAD Iteration* iteration;  // null when closed
@@ -88,20 +42,6 @@ int traverse(PyObject* self, visitproc visit, void* arg) {
   return 0;
 }
 
-// Cancels what is being parsed.
-void end_run(Iteration& iteration) {
-  if (iteration.process != ::getpid()) {
-    // In a fork's child there are no such threads, and whatever lock they held is held for ever.
-    (void)iteration.run.release();
-    (void)iteration.queue.release();
-    return;
-  }
-  without_gil([&] {
-    iteration.queue->close();  // a thread may wait for it
-    iteration.run.reset();
-  });
-}
-
 int end(PyObject* self) {
   Iteration* const iteration = std::exchange(iteration_of(self), nullptr);
   if (iteration == nullptr) return 0;
@@ -121,181 +61,8 @@ void deallocate(PyObject* self) {
   Py_DECREF(type);
 }
 
-// ---- Reading items ----
-
-// The exception's name and text.
-std::string error_text(PyObject* exception) {
-  const Owned text(PyObject_Str(exception));
-  const char* const utf8 = text ? PyUnicode_AsUTF8(text.get()) : nullptr;
-  PyErr_Clear();
-  const std::string name = Py_TYPE(exception)->tp_name;
-  return utf8 == nullptr || *utf8 == '\0' ? name : name + ": " + utf8;
-}
-
-// The end of the input, for which the current error may be the reason. Errors have their turn like
-// results; Ctrl-C and its like do not wait.
-bool end_input(Iteration& iteration) {
-  Py_CLEAR(iteration.items);
-  iteration.queue->end();
-  if (PyErr_Occurred() == nullptr) return true;
-  if (PyErr_ExceptionMatches(PyExc_Exception) == 0) return false;
-  iteration.turns.push_back({take_error(), Surrogates::are_bytes});
-  return true;
-}
-
-// Sets the error that was taken, if any.
-void set_error(Owned error) {
-  if (!error) return;
-  PyErr_SetObject(PyExceptionInstance_Class(error.get()), error.get());
-}
-
-// What stands for an item with a text that cannot be encoded: a file that cannot be parsed.
-bool add_failed(const ModuleState& state, Iteration& iteration, const Item& item) {
-  const Owned error(take_error());
-  Owned raised;
-  PyObject* const result = to_python(state,
-                                     {.path = item.parse.path,
-                                      .language = item.parse.language.value_or(""),
-                                      .content_hash = {},
-                                      .symbols = {},
-                                      .references = {},
-                                      .errors = {error_text(error.get())}},
-                                     item.surrogates, &raised);
-  if (result == nullptr) return false;
-  iteration.turns.push_back({result, item.surrogates});
-  set_error(std::move(raised));
-  return PyErr_Occurred() == nullptr;
-}
-
-bool read_item(const ModuleState& state, Iteration& iteration) {
-  const Owned object(PyIter_Next(iteration.items));
-  if (!object) return end_input(iteration);
-  Item item;
-  if (any_item(object.get(), item)) {
-    iteration.turns.push_back({nullptr, item.surrogates});
-    try {
-      iteration.queue->add(std::move(item.parse));
-    } catch (const std::bad_alloc&) {
-      iteration.turns.pop_back();
-      throw;
-    }
-    return true;
-  }
-  if (PyErr_ExceptionMatches(PyExc_UnicodeEncodeError) == 0) return end_input(iteration);
-  return add_failed(state, iteration, item);
-}
-
-bool first_is_ready(const Iteration& iteration) {
-  if (iteration.turns.empty()) return false;
-  return iteration.turns.front().object != nullptr || iteration.run->wait_for({});
-}
-
-// Reads until a result is there and every thread has an item to go on with, within the bounds.
-bool read_ahead(const ModuleState& state, Iteration& iteration) {
-  const std::size_t bound = iteration.threads * AHEAD_PER_THREAD;
-  while (iteration.items != nullptr && iteration.turns.size() < bound) {
-    const std::size_t waiting = iteration.queue->count();
-    if (waiting > 0 && iteration.queue->bytes() >= MOST_BYTES_AHEAD) break;
-    if (waiting >= iteration.threads && first_is_ready(iteration)) break;
-    if (!read_item(state, iteration)) return false;
-  }
-  return true;
-}
-
-// ---- Giving results ----
-
-// Reads on meanwhile, since contents that were too large to wait may have gone to their threads.
-bool wait_for_first(const ModuleState& state, Iteration& iteration) {
-  while (!first_is_ready(iteration)) {
-    without_gil([&] { iteration.run->wait_for(SIGNAL_INTERVAL); });
-    if (PyErr_CheckSignals() != 0 || !read_ahead(state, iteration)) return false;
-  }
-  return true;
-}
-
-// Of the thread that takes an outcome.
-thread_local constinit const Cancellation* cancellation_here = nullptr;
-
-void perform_item(const TreeSitterEngine& engine, ParsedItem& parsed,
-                  const std::function<void()>& parse) {
-  if (cancellation_here == nullptr) return perform(parsed, parse);
-  perform_here(parsed, engine, *cancellation_here);
-}
-
-// The next outcome. It is there already, unless this thread has to make it; the handler of a signal
-// that raises meanwhile leaves an error set.
-std::optional<ParsedItem> take(Iteration& iteration) {
-  std::optional<ParsedItem> parsed;
-  std::exception_ptr failure;
-  SignalPoll signals;
-  const Cancellation cancellation = {end_of_interpreter(), signals.function()};
-  without_gil([&] {
-    const Cancellation* const before = std::exchange(cancellation_here, &cancellation);
-    try {
-      parsed = iteration.run->next();
-    } catch (const std::exception&) {
-      failure = std::current_exception();
-    }
-    cancellation_here = before;
-  });
-  if (failure != nullptr) std::rethrow_exception(failure);
-  return parsed;
-}
-
-// What the item gave, as Python's.
-PyObject* convert(const ModuleState& state, ParsedItem& parsed, Surrogates surrogates,
-                  Owned& raised) {
-  if (auto* const result = std::get_if<ParseResult>(&parsed.outcome)) {
-    return to_python(state, std::move(*result), surrogates, &raised);
-  }
-  auto* const failure = std::get_if<Raised>(&parsed.outcome);
-  // Cancelled without a handler that raised: the interpreter has ended, and nobody takes this.
-  if (failure == nullptr || failure->kind == Raised::Kind::cancelled) Py_RETURN_NONE;
-  const Owned exception(to_exception(state, failure->error));
-  if (!exception) return nullptr;
-  return to_python(state,
-                   {.path = std::move(parsed.item.path),
-                    .language = std::move(failure->language),
-                    .content_hash = std::move(failure->content_hash),
-                    .symbols = {},
-                    .references = {},
-                    .errors = {error_text(exception.get())}},
-                   surrogates, &raised);
-}
-
-// What a handler of signals or of log records raises meanwhile is raised here, and the result waits
-// for the next call: it is in no other place any more.
-PyObject* give_parsed(ModuleState& state, Iteration& iteration) {
-  const Surrogates surrogates = iteration.turns.front().surrogates;
-  std::optional<ParsedItem> parsed = take(iteration);
-  iteration.turns.pop_front();
-  if (!parsed) return nullptr;
-  const auto* const failure = std::get_if<Raised>(&parsed->outcome);
-  const bool is_cancelled = failure != nullptr && failure->kind == Raised::Kind::cancelled;
-  if (is_cancelled && PyErr_Occurred() != nullptr) return nullptr;
-  Owned raised(take_error());
-  if (!raised && !emit_records_of(state, *parsed, surrogates)) raised = Owned(take_error());
-  PyObject* const result = convert(state, *parsed, surrogates, raised);
-  if (result == nullptr || !raised) return result;
-  iteration.turns.push_front({result, surrogates});
-  set_error(std::move(raised));
-  return nullptr;
-}
-
-PyObject* give(ModuleState& state, Iteration& iteration) {
-  if (!read_ahead(state, iteration) || iteration.turns.empty()) return nullptr;
-  if (!wait_for_first(state, iteration)) return nullptr;
-  PyObject* const turn = iteration.turns.front().object;
-  if (turn == nullptr) return give_parsed(state, iteration);
-  iteration.turns.pop_front();
-  if (!PyExceptionInstance_Check(turn)) return turn;
-  PyErr_SetObject(PyExceptionInstance_Class(turn), turn);
-  Py_DECREF(turn);
-  return nullptr;
-}
-
-// Whether the iteration may go on here. False with an error set; also false, without one, when it
-// is closed.
+// Whether the iteration may go on in this call. Otherwise false with an error set, and without one
+// when it is closed.
 bool is_usable(const Iteration* iteration) {
   if (iteration == nullptr) return false;
   if (iteration->process != ::getpid()) {
@@ -309,16 +76,17 @@ bool is_usable(const Iteration* iteration) {
 }
 
 PyObject* next(PyObject* self) {
-  // A caller such as list() asks again and again without Python code in between.
+  // A caller such as list() runs no code of Python's, which would look for signals, between two
+  // calls.
   if (PyErr_CheckSignals() != 0) return nullptr;
   Iteration* const iteration = iteration_of(self);
   if (!is_usable(iteration)) return nullptr;
   ModuleState& state = state_of(self);
   const Owned stays(Py_NewRef(self));
   iteration->is_running = true;
-  PyObject* const result = translating(state, [&] { return give(state, *iteration); });
+  PyObject* const result = translating(state, [&] { return next_result(state, *iteration); });
   iteration->is_running = false;
-  // Its threads have nothing to wait for any more.
+  // At the end the threads are not needed any more.
   if (iteration->items == nullptr && iteration->turns.empty()) end(self);
   return result;
 }
@@ -359,30 +127,12 @@ bool threads_from(PyObject* object, std::size_t& threads) {
   return true;
 }
 
-// A single path would be taken apart into letters.
+// A single path is no iterable of items, although Python would give its letters.
 PyObject* iterator_of(PyObject* items) {
   if (!PyUnicode_Check(items) && !PyBytes_Check(items)) return PyObject_GetIter(items);
   PyErr_Format(PyExc_TypeError, "items must be an iterable of items, not %.200s",
                Py_TYPE(items)->tp_name);
   return nullptr;
-}
-
-std::unique_ptr<Iteration> new_iteration(PyObject* engine, std::size_t threads) {
-  auto iteration = std::make_unique<Iteration>();
-  iteration->engine = engine_of(engine);
-  iteration->threads = threads;
-  iteration->process = ::getpid();
-  iteration->queue = std::make_unique<ItemQueue>();
-  iteration->run = std::make_unique<ParseMany>(
-      *iteration->engine, [queue = iteration->queue.get()] { return queue->take(); },
-      ParseManyOptions{
-          .threads = threads,
-          .stop = end_of_interpreter(),
-          .perform = [engine = iteration->engine.get()](
-                         ParsedItem& parsed,
-                         const auto& parse) { perform_item(*engine, parsed, parse); },
-      });
-  return iteration;
 }
 
 constexpr const char DOC[] =
@@ -392,7 +142,7 @@ PyMethodDef methods[] = {
     {"close", close, METH_NOARGS,
      "close($self, /)\n--\n\nCancel what is being parsed, and end the threads."},
     {"__enter__", enter, METH_NOARGS, "__enter__($self, /)\n--\n\nThe iterator itself."},
-    {"__exit__", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(leave)), METH_FASTCALL,
+    {"__exit__", as_method(leave), METH_FASTCALL,
      "__exit__($self, /, *exception)\n--\n\nClose the iterator."},
     {nullptr, nullptr, 0, nullptr},
 };
@@ -439,7 +189,7 @@ PyObject* new_parse_many(ModuleState& state, PyObject* engine, PyObject* const* 
   return translating(state, [&]() -> PyObject* {
     std::size_t threads = 0;
     if (!threads_from(values[1], threads)) return nullptr;
-    auto iteration = new_iteration(engine, threads);
+    auto iteration = new_iteration(engine_of(engine), threads);
     Owned items(iterator_of(values[0]));
     if (!items) return nullptr;
     PyObject* const self = state.parse_many->tp_alloc(state.parse_many, 0);

@@ -1,4 +1,4 @@
-// A record's type, made of its fields.
+// Makes the type of a record from its description.
 //
 // Tested by tests/python/test_records.py and test_index.py.
 #pragma once
@@ -9,13 +9,13 @@
 #include <array>
 #include <cstddef>
 
-#include "bindings/python/dataclass_face.h"
+#include "bindings/python/arguments.h"
 #include "bindings/python/errors.h"
 #include "bindings/python/records.h"
 
 namespace engines::treesitter::python {
 
-// The slots that need to know the fields' names.
+// The slots that need to know the fields.
 template <const RecordSpec& SPEC>
 struct Slots {
   static PyObject* make(PyTypeObject* type, PyObject* arguments, PyObject* keywords) {
@@ -48,8 +48,7 @@ struct Slots {
 inline constexpr PyMethodDef REDUCE = {"__reduce__", reduce_record, METH_NOARGS,
                                        "Pickled as its type and its fields."};
 inline const PyMethodDef REPLACE = {
-    "__replace__", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(replace_record)),
-    METH_VARARGS | METH_KEYWORDS,
+    "__replace__", as_method(replace_record), METH_VARARGS | METH_KEYWORDS,
     "__replace__($self, /, **changes)\n--\n\nA new one with these fields changed."};
 
 inline PyMethodDef record_methods[] = {
@@ -58,7 +57,7 @@ inline PyMethodDef record_methods[] = {
     {nullptr, nullptr, 0, nullptr},
 };
 
-// Of a record that is a sequence too. It is generic: Answer[Use].
+// For a record that is a sequence. It is generic: Answer[Use].
 inline PyMethodDef row_methods[] = {
     REDUCE,
     REPLACE,
@@ -110,7 +109,7 @@ PyTypeObject* new_type(PyObject* module) {
 template <const RecordSpec& SPEC>
 bool add_record_type(PyTypeObject*& type, PyObject* module) {
   type = new_type<SPEC>(module);
-  return type != nullptr && add_dataclass_face(module, type, SPEC) &&
+  return type != nullptr && add_dataclass_attributes(module, type, SPEC) &&
          PyModule_AddType(module, type) == 0;
 }
 

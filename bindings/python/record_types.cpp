@@ -1,4 +1,4 @@
-// The records themselves: their fields, as tables, and the types made of these.
+// The records of a parse: their fields, as tables, and their types.
 //
 // Tested by tests/python/test_records.py.
 #include <Python.h>
@@ -60,7 +60,7 @@ constexpr Field LANGUAGE_INFO_FIELDS[] = {
 
 // ---- What a Symbol rejects ----
 
-// A line as the model holds it; whatever is less than 1 becomes 0, which the model rejects.
+// A line as the model holds it. What is less than 1 becomes 0, which the model rejects.
 bool line_from(PyObject* object, const char* name, std::uint32_t& line) {
   int overflow = 0;
   const long long value = PyLong_AsLongLongAndOverflow(object, &overflow);
@@ -72,12 +72,12 @@ bool line_from(PyObject* object, const char* name, std::uint32_t& line) {
   return true;
 }
 
-// The model itself judges, so that there is one rule.
+// The model judges, so that the rule stands in one place.
 bool accepts_symbol(PyObject* const* items) {
   models::SymbolArguments arguments{.id = std::nullopt,
                                     .file_id = 0,
                                     .name = {},
-                                    .kind = "class",  // a SymbolKind already
+                                    .kind = "class",  // any: the field's type has judged it
                                     .fqn = {},
                                     .start_line = 0,
                                     .end_line = 0,

@@ -1,10 +1,9 @@
-// What all records do alike, whatever their fields are.
-//
-// Tested by tests/python/test_records.py.
+// See records.h. What all records do alike, whatever their fields.
 #include "bindings/python/records.h"
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <utility>
 
 #include "bindings/python/arguments.h"
@@ -54,6 +53,18 @@ PyObject* tuple_of_items(PyObject* self) {
 
 }  // namespace
 
+PyObject* record_of(PyTypeObject* type, std::initializer_list<PyObject*> fields) {
+  const bool is_whole = std::find(fields.begin(), fields.end(), nullptr) == fields.end();
+  PyObject* const record = is_whole ? new_record(type) : nullptr;
+  if (record != nullptr) {
+    assert(fields.size() == all_items(record).size() && "one value for each field");
+    std::copy(fields.begin(), fields.end(), items_of(record));
+  } else {
+    for (PyObject* const field : fields) Py_XDECREF(field);
+  }
+  return record;
+}
+
 PyObject* make_record(const RecordSpec& spec, PyTypeObject* type, PyObject* arguments,
                       PyObject* keywords) {
   std::array<const char*, MOST_FIELDS> names{};
@@ -79,7 +90,8 @@ int set_field(const RecordSpec& spec, PyObject* self, const Field& field, PyObje
     items[index] = held.get();
     if (!spec.accepts(items.data())) return -1;
   }
-  // The old value goes when the record is whole again: its end may run the host's code.
+  // The old value is released last, when the record is whole again: that may run code of the
+  // host's.
   const Owned old(std::exchange(items_of(self)[index], held.release()));
   return 0;
 }
@@ -99,7 +111,7 @@ PyObject* compare_records(PyObject* self, PyObject* other, int operation) {
   }
   int equal = 1;
   for (std::size_t i = 0; equal > 0 && i < all_items(self).size(); ++i) {
-    // Comparing runs code of the host's when a list holds its objects, which may set the field.
+    // Comparing may run code of the host's, which may set the field; so we hold both values.
     const Owned mine(Py_NewRef(items_of(self)[i]));
     const Owned theirs(Py_NewRef(items_of(other)[i]));
     equal = PyObject_RichCompareBool(mine.get(), theirs.get(), Py_EQ);
@@ -127,8 +139,8 @@ PyObject* row_at(PyObject* self, PyObject* index) {
 }
 
 // copy.replace calls it, from Python 3.13 on.
-PyObject* replace_record(PyObject* self, PyObject* none, PyObject* changes) {
-  if (PyTuple_GET_SIZE(none) > 0) {
+PyObject* replace_record(PyObject* self, PyObject* positional, PyObject* changes) {
+  if (PyTuple_GET_SIZE(positional) > 0) {
     PyErr_SetString(PyExc_TypeError, "__replace__() takes no positional arguments");
     return nullptr;
   }
@@ -140,7 +152,7 @@ PyObject* replace_record(PyObject* self, PyObject* none, PyObject* changes) {
     if (PyDict_SetItem(values.get(), name, items_of(self)[i]) != 0) return nullptr;
   }
   if (!values || (changes != nullptr && PyDict_Update(values.get(), changes) != 0)) return nullptr;
-  return PyObject_Call(type, none, values.get());
+  return PyObject_Call(type, positional, values.get());
 }
 
 void deallocate_record(PyObject* self) {

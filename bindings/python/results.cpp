@@ -1,12 +1,11 @@
-// One pass over the result, with the interpreter's lock held, so it is time that other threads
-// wait: per record one object and one str for each text that is new.
+// See results.h.
 //
-// What neighbouring records share is made once: line numbers, and the signature of a minified row.
+// Converts a result in one pass with the GIL held, while other threads of Python wait.
 //
-// Tested by tests/python/test_engine.py, against the tool's answers too.
+// Cost: for each record one object, and one str for each text. What neighbouring records have in
+// common is made once: line numbers, and the signature of a minified row.
 #include "bindings/python/results.h"
 
-#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,7 +19,7 @@
 namespace engines::treesitter::python {
 namespace {
 
-// The object made last, for a value that often comes again at once.
+// Keeps the object that was made last, for values that often repeat the one before.
 template <typename Value>
 class Memo {
  public:
@@ -45,45 +44,26 @@ PyObject* optional_integer(std::optional<std::int64_t> value) {
   return value ? integer_object(*value) : Py_NewRef(Py_None);
 }
 
-// The record, unless one of its fields could not be made.
-PyObject* complete(PyObject* record, std::size_t count) {
-  PyObject** const items = items_of(record);
-  if (std::find(items, items + count, nullptr) == items + count) return record;
-  Py_DECREF(record);
-  return nullptr;
-}
-
 class Conversion {
  public:
   Conversion(const ModuleState& state, Surrogates surrogates)
       : _state(state), _surrogates(surrogates) {}
 
   PyObject* symbol(models::Symbol symbol) {
-    PyObject* const record = new_record(_state.symbol);
-    if (record == nullptr) return nullptr;
-    PyObject** const items = items_of(record);
-    items[0] = optional_integer(symbol.id);
-    items[1] = _file_id.of(symbol.file_id, integer_object);
-    items[2] = text(symbol.name);
-    items[3] = Py_NewRef(kind_member(_state, symbol.kind));
-    items[4] = text(symbol.fqn);
-    items[5] = _line.of(symbol.start_line, integer_object);
-    items[6] = _line.of(symbol.end_line, integer_object);
-    items[7] = symbol.signature ? repeated(_signature, std::move(*symbol.signature)) : none();
-    items[8] = PyBool_FromLong(symbol.is_export);
-    items[9] = symbol.docstring ? text(*symbol.docstring) : none();
-    items[10] = symbol.body_digest ? text(*symbol.body_digest) : none();
-    return complete(record, 11);
+    return record_of(
+        _state.symbol,
+        {optional_integer(symbol.id), _file_id.of(symbol.file_id, integer_object),
+         text(symbol.name), Py_NewRef(kind_member(_state, symbol.kind)), text(symbol.fqn),
+         _line.of(symbol.start_line, integer_object), _line.of(symbol.end_line, integer_object),
+         symbol.signature ? repeated(_signature, std::move(*symbol.signature)) : none(),
+         PyBool_FromLong(symbol.is_export), symbol.docstring ? text(*symbol.docstring) : none(),
+         symbol.body_digest ? text(*symbol.body_digest) : none()});
   }
 
   PyObject* reference(ReferenceInfo reference) {
-    PyObject* const record = new_record(_state.reference_info);
-    if (record == nullptr) return nullptr;
-    PyObject** const items = items_of(record);
-    items[0] = text(reference.name);
-    items[1] = _line.of(reference.line, integer_object);
-    items[2] = repeated(_kind, std::move(reference.kind));
-    return complete(record, 3);
+    return record_of(_state.reference_info,
+                     {text(reference.name), _line.of(reference.line, integer_object),
+                      repeated(_kind, std::move(reference.kind))});
   }
 
   PyObject* text(std::string_view text) const { return to_str(text, _surrogates); }
@@ -103,17 +83,20 @@ class Conversion {
   Memo<std::string> _kind;
 };
 
-// How many records are made between two looks for signals. One may have a name of a megabyte.
+// How many records are made between two looks for signals. Not more, since a record may have a name
+// of a megabyte.
 constexpr std::size_t RECORDS_PER_LOOK = 64;
 
-// Asks for signals while there is no answer in `raised`, which may be null; see to_python.
+// Looks for signals, unless `raised` already has what a handler raised. False with an error set
+// when a handler raises and `raised` is null.
 bool may_go_on(Owned* raised) {
   if ((raised != nullptr && *raised) || PyErr_CheckSignals() == 0) return true;
   if (raised != nullptr) *raised = Owned(take_error());
   return raised != nullptr;
 }
 
-// `convert` gives a new reference, or null with an error set, for a value that it may take apart.
+// A list of what `convert` makes of each value, which it is given to keep: a new reference, or null
+// with an error set.
 template <typename Value, typename Convert>
 PyObject* to_list(std::vector<Value> values, Owned* raised, Convert convert) {
   Owned list(PyList_New(static_cast<Py_ssize_t>(values.size())));
@@ -130,10 +113,10 @@ PyObject* to_list(std::vector<Value> values, Owned* raised, Convert convert) {
 
 PyObject* to_python(const ModuleState& state, ParseResult result, Surrogates surrogates,
                     Owned* raised) {
-  PyObject* const record = new_record(state.parse_result);
-  if (record == nullptr) return nullptr;
+  Owned record(new_record(state.parse_result));
+  if (!record) return nullptr;
   Conversion conversion(state, surrogates);
-  PyObject** const items = items_of(record);
+  PyObject** const items = items_of(record.get());
   const auto to_symbol = [&](models::Symbol symbol) {
     return conversion.symbol(std::move(symbol));
   };
@@ -141,13 +124,14 @@ PyObject* to_python(const ModuleState& state, ParseResult result, Surrogates sur
     return conversion.reference(std::move(reference));
   };
   const auto to_text = [&](const std::string& error) { return conversion.text(error); };
-  (void)((items[0] = path_to_str(result.path, surrogates)) != nullptr &&
-         (items[1] = conversion.text(result.language)) != nullptr &&
-         (items[2] = conversion.text(result.content_hash)) != nullptr &&
-         (items[3] = to_list(std::move(result.symbols), raised, to_symbol)) != nullptr &&
-         (items[4] = to_list(std::move(result.references), raised, to_reference)) != nullptr &&
-         (items[5] = to_list(std::move(result.errors), raised, to_text)) != nullptr);
-  return complete(record, 6);
+  const bool is_whole =
+      ((items[0] = path_to_str(result.path, surrogates)) != nullptr &&
+       (items[1] = conversion.text(result.language)) != nullptr &&
+       (items[2] = conversion.text(result.content_hash)) != nullptr &&
+       (items[3] = to_list(std::move(result.symbols), raised, to_symbol)) != nullptr &&
+       (items[4] = to_list(std::move(result.references), raised, to_reference)) != nullptr &&
+       (items[5] = to_list(std::move(result.errors), raised, to_text)) != nullptr);
+  return is_whole ? record.release() : nullptr;
 }
 
 }  // namespace engines::treesitter::python

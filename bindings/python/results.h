@@ -1,4 +1,6 @@
-// The engine's results as Python's.
+// Converts the engine's results to Python's.
+//
+// Tested by tests/python/test_engine.py, against the tool's answers too.
 #pragma once
 
 #include <Python.h>
@@ -10,10 +12,10 @@
 
 namespace engines::treesitter::python {
 
-// A new ParseResult. Null with an error set: for want of memory, or what the handler of a signal
-// raised. Each text of `result` is freed when Python has it, so that never both are there whole.
-// With `raised`, what a handler raised is put there, and the result is made all the same: half of
-// it could not be made again.
+// A new ParseResult. Null with an error set: MemoryError, or what the handler of a signal has
+// raised. Each text of `result` is freed when its str is made, so that the memory never holds both
+// results. With `raised`, what a handler has raised is put there and the result is made all the
+// same, since what is already converted could not be made again.
 PyObject* to_python(const ModuleState& state, ParseResult result, Surrogates surrogates,
                     Owned* raised = nullptr);
 

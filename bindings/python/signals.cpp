@@ -1,10 +1,10 @@
-// Tested by tests/python/test_signals.py.
+// See signals.h.
 #include "bindings/python/signals.h"
 
 #include "bindings/python/owned.h"
 
 #if PY_VERSION_HEX >= 0x030D0000
-// From here on Python exports it still, but declares it for itself alone.
+// Python 3.13 still exports it, but declares it in internal headers only.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
 extern "C" int _PyOS_IsMainThread(void);
 #endif
@@ -12,7 +12,7 @@ extern "C" int _PyOS_IsMainThread(void);
 namespace engines::treesitter::python {
 namespace {
 
-// The lock may be dear: a thread of Python that computes gives it up after 5 ms.
+// Taking the GIL may take 5 ms: so long another thread may keep it.
 constexpr std::chrono::milliseconds INTERVAL(50);
 
 using Clock = std::chrono::steady_clock;
@@ -28,7 +28,7 @@ std::function<bool()> SignalPoll::function() {
   return [this] { return poll(); };
 }
 
-// An error that a handler raised stays with the thread when the lock goes.
+// An error that a handler has raised stays with the thread when the GIL is released.
 bool SignalPoll::poll() {
   if (_has_raised || Clock::now() < _next) return _has_raised;
   PyEval_RestoreThread(_thread);

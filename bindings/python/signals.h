@@ -1,9 +1,11 @@
-// Signals that arrive while the engine works on the thread that serves them.
+// Runs Python's signal handlers while the engine works on the main thread.
 //
-// Python runs its handlers on the main thread only, between two of its instructions, and a call of
-// the engine is one. So a parse on that thread asks now and then, which takes the interpreter's
-// lock for a moment. Other threads never ask: they could meet the end of the interpreter there,
-// which unwinds them (gil.h), and the engine lets nothing unwind it.
+// Python runs handlers on the main thread only, between two of its instructions, and a call of the
+// engine is one instruction. So a parse on that thread looks for signals now and then, and takes
+// the GIL for that. Other threads never do: the end of the interpreter could unwind them while they
+// wait for the GIL (gil.h), and the engine's own functions must not be unwound so.
+//
+// Tested by tests/python/test_signals.py.
 #pragma once
 
 #include <Python.h>
@@ -13,13 +15,13 @@
 
 namespace engines::treesitter::python {
 
-// One for each call. Made, and asked whether a handler raised, with the interpreter's lock held.
+// One for each call. For a thread that holds the GIL; only `function` gives what runs without it.
 class SignalPoll {
  public:
   SignalPoll();
 
-  // For Cancellation::poll: true when a handler has raised. Empty on threads that serve no signals.
-  // This must outlive it.
+  // For Cancellation::poll: gives true when a handler has raised. Looks every 50 ms. Empty on
+  // threads other than the main one. This object must outlive it.
   std::function<bool()> function();
 
   // Whether what a handler raised is now the current error.
@@ -28,7 +30,7 @@ class SignalPoll {
  private:
   bool poll();
 
-  PyThreadState* _thread;  // null where no signals are served
+  PyThreadState* _thread;  // null on threads other than the main one
   std::chrono::steady_clock::time_point _next;
   bool _has_raised = false;
 };

@@ -1,7 +1,7 @@
-// What one import of the module owns, and what its functions find each other's types by.
+// The types and other objects that one import of the module owns.
 //
-// Nothing of it is a global, so that every interpreter of the process has a module of its own. Read
-// and written with that interpreter's lock held.
+// They are no globals, so that every interpreter of the process has a module of its own. They are
+// read and written with that interpreter's GIL held.
 #pragma once
 
 #include <Python.h>
@@ -33,25 +33,20 @@ struct ModuleState {
   PyObject* parse_error;
   PyObject* repository_index_error;
   PyObject* symbol_kind;
-  std::array<PyObject*, KIND_COUNT>
-      kinds;  // the enumeration's members, in the order of the model's
+  // The members of the enumeration, in the order of models::SymbolKind.
+  std::array<PyObject*, KIND_COUNT> kinds;
 
   PyObject* logger;
   std::array<PyObject*, 2> process_engines;  // what unpickling an engine gives, by its Rules
-  PyObject* body_digest_re;
 };
 
 inline ModuleState& state_of_module(PyObject* module) {
   return *static_cast<ModuleState*>(PyModule_GetState(module));
 }
 
-// `self` is an instance of one of the module's types, none of which can be derived from.
+// `self`: an instance of one of the module's types, none of which can have subclasses.
 inline ModuleState& state_of(PyObject* self) {
   return *static_cast<ModuleState*>(PyType_GetModuleState(Py_TYPE(self)));
 }
-
-// The module function that gives the process-wide engine of the rules whose name is the argument,
-// by default of the standard ones; TreeSitterEngine.__reduce__ names it.
-PyObject* process_engine(PyObject* module, PyObject* const* arguments, Py_ssize_t count);
 
 }  // namespace engines::treesitter::python

@@ -1,16 +1,17 @@
-// Memory of threads that the C++ library asks for in the middle of an exception.
+// Has two things done at import that would otherwise be done when memory has run out, and then
+// abort the process.
 //
-// Each throw looks at a few bytes that the C++ library keeps for each thread. Python loads that
-// library with us and not at its own start, so the C library allocates them when a thread first
-// throws, and aborts the process when it is out of memory: of all moments, while std::bad_alloc is
-// on its way. One variable of that library that is reached by a descriptor (CMakeLists.txt asks the
-// compiler for it, in this file only) makes the loader put all of them into the memory that threads
-// start with, where there is room. Where that comes too late, as after another module that has
-// thrown, all stays as it was. Refused: the initial-exec model, with which our import would then
-// fail, and linking the C++ library statically, which sanitizers cannot look into.
+// Each throw uses a few bytes that the C++ library keeps for each thread. Python loads that library
+// with us and not at its own start. So the C library allocates these bytes when a thread first
+// throws, which may be std::bad_alloc, and aborts the process when it cannot. We refer to one
+// variable of the C++ library by a descriptor (CMakeLists.txt sets the compiler option, for this
+// file only). The loader then puts all of them into the memory with which threads start, if that
+// has room. It is too late when another module has thrown before; then nothing changes. Refused:
+// the initial-exec model, with which our import would fail in that case, and linking the C++
+// library statically, which sanitizers cannot follow.
 //
-// The C library, too, looks for the unwinder only when a thread of Python's first ends, and aborts
-// when there is no memory left to find it. Asking for a backtrace makes it look now.
+// The C library loads the unwinder when a thread of Python's first ends, and aborts when it has no
+// memory for that. A backtrace makes it load the unwinder now.
 //
 // Tested by tests/python/test_processes.py.
 #include <execinfo.h>
@@ -19,7 +20,7 @@
 
 namespace {
 
-// The reference is all; nobody calls this.
+// Nobody calls this; the reference in it is enough.
 [[gnu::used]] const void* thread_data_of_the_cxx_library() { return &std::__once_callable; }
 
 [[gnu::constructor]] void find_unwinder() {

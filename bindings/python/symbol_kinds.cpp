@@ -1,4 +1,4 @@
-// Tested by tests/python/test_records.py.
+// See symbol_kinds.h.
 #include "bindings/python/symbol_kinds.h"
 
 #include <string>
@@ -10,10 +10,10 @@
 namespace engines::treesitter::python {
 namespace {
 
-// "function" as a constant: FUNCTION.
+// The text in upper case.
 PyObject* member_name(PyObject* text) { return PyObject_CallMethod(text, "upper", nullptr); }
 
-// The enumeration's members in its functional form: a list of pairs of name and value.
+// The pairs of name and value by which StrEnum's functional form makes the members.
 PyObject* member_pairs() {
   Owned pairs(PyList_New(KIND_COUNT));
   for (std::size_t i = 0; pairs && i < KIND_COUNT; ++i) {
@@ -54,10 +54,8 @@ PyObject* kind_from(const ModuleState& state, PyObject* text) {
   if (PyObject_TypeCheck(text, reinterpret_cast<PyTypeObject*>(state.symbol_kind))) {
     return Py_NewRef(text);
   }
-  const std::size_t unknown = KIND_COUNT;
-  std::size_t index = 0;
-  for (; index < unknown; ++index) {
-    if (PyUnicode_Compare(text, state.kinds[index]) == 0) return Py_NewRef(state.kinds[index]);
+  for (PyObject* const member : state.kinds) {
+    if (PyUnicode_Compare(text, member) == 0) return Py_NewRef(member);
   }
   PyErr_Format(PyExc_ValueError, "unknown symbol kind %R", text);
   return nullptr;

@@ -1,4 +1,6 @@
-// SymbolKind: the kinds as a Python enumeration whose members equal their texts.
+// SymbolKind: the kinds of symbols as a Python enumeration, whose members equal their texts.
+//
+// Tested by tests/python/test_records.py.
 #pragma once
 
 #include <Python.h>
@@ -16,7 +18,7 @@ inline PyObject* kind_member(const ModuleState& state, models::SymbolKind kind) 
   return state.kinds[static_cast<std::size_t>(kind)];
 }
 
-// The member that a str is or names: a new reference, or null with a ValueError set.
+// The member that a str is, or whose text it is: a new reference, or null with a ValueError set.
 PyObject* kind_from(const ModuleState& state, PyObject* text);
 
 }  // namespace engines::treesitter::python

@@ -1,4 +1,4 @@
-// Tested by tests/python/test_paths.py and test_errors.py.
+// See texts.h.
 #include "bindings/python/texts.h"
 
 #include "bindings/python/owned.h"
@@ -29,7 +29,8 @@ bool encoded_from(PyObject* object, const char* name, const char* errors, std::s
 
 }  // namespace
 
-// Not PyUnicode_FSConverter, which refuses U+0000: to the engine that is a file that can't be read.
+// Not by PyUnicode_FSConverter, which refuses U+0000: for the engine that is a file that cannot be
+// read.
 bool path_from(PyObject* object, std::string& path) {
   Owned given(PyOS_FSPath(object));
   if (!given) return false;
@@ -37,6 +38,13 @@ bool path_from(PyObject* object, std::string& path) {
   if (!given) return false;
   path = bytes_view(given.get());
   return true;
+}
+
+bool file_path_from(PyObject* object, std::string& path) {
+  if (!path_from(object, path)) return false;
+  if (path.find('\0') == std::string::npos) return true;
+  PyErr_SetString(PyExc_ValueError, "embedded null byte");
+  return false;
 }
 
 bool path_text_from(PyObject* object, std::string& path) {

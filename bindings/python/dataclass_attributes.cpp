@@ -1,23 +1,26 @@
-// One idea: who asks for __dataclass_fields__ has imported dataclasses already, so that is when a
-// true dataclass of the same fields is made and its description copied. Importing dataclasses with
-// the module would triple the time of its import.
+// The attributes by which Python's library knows a dataclass.
+//
+// __dataclass_fields__ and __dataclass_params__ are made when somebody first reads them, who then
+// has imported dataclasses already: a true dataclass with the same fields is made, and its
+// attributes are copied. To import dataclasses with this module would more than double the time of
+// its import.
 //
 // Tested by tests/python/test_records.py.
-#include "bindings/python/dataclass_face.h"
-
 #include "bindings/python/owned.h"
+#include "bindings/python/records.h"
 
 namespace engines::treesitter::python {
 namespace {
 
-constexpr const char* DESCRIPTIONS[] = {"__dataclass_fields__", "__dataclass_params__"};
+constexpr const char* LATE_NAMES[] = {"__dataclass_fields__", "__dataclass_params__"};
 
-// Stands in a type for one of the descriptions until somebody reads it.
-struct LateDescription {
+// A descriptor that stands for one of these attributes until somebody reads it.
+struct LateAttribute {
   PyObject_HEAD const char* name;
 };
 
-PyObject* twin_of(PyObject* type) {
+// A dataclass with the name and the fields of the type.
+PyObject* dataclass_like(PyObject* type) {
   const Owned dataclasses(PyImport_ImportModule("dataclasses"));
   const Owned name(dataclasses ? PyObject_GetAttrString(type, "__name__") : nullptr);
   const Owned annotations(name ? PyObject_GetAttrString(type, "__annotations__") : nullptr);
@@ -31,14 +34,15 @@ PyObject* twin_of(PyObject* type) {
   return options ? PyObject_Call(make.get(), arguments.get(), options.get()) : nullptr;
 }
 
-PyObject* describe(PyObject* self, PyObject* /*instance*/, PyObject* type) {
-  const Owned twin(twin_of(type));
-  if (!twin) return nullptr;
-  for (const char* const name : DESCRIPTIONS) {
-    const Owned description(PyObject_GetAttrString(twin.get(), name));
-    if (!description || PyObject_SetAttrString(type, name, description.get()) != 0) return nullptr;
+// The descriptor's __get__: replaces both descriptors of the type by the attributes.
+PyObject* make_attributes(PyObject* self, PyObject* /*instance*/, PyObject* type) {
+  const Owned dataclass(dataclass_like(type));
+  if (!dataclass) return nullptr;
+  for (const char* const name : LATE_NAMES) {
+    const Owned attribute(PyObject_GetAttrString(dataclass.get(), name));
+    if (!attribute || PyObject_SetAttrString(type, name, attribute.get()) != 0) return nullptr;
   }
-  return PyObject_GetAttrString(type, reinterpret_cast<LateDescription*>(self)->name);
+  return PyObject_GetAttrString(type, reinterpret_cast<LateAttribute*>(self)->name);
 }
 
 void deallocate(PyObject* self) {
@@ -47,15 +51,15 @@ void deallocate(PyObject* self) {
   Py_DECREF(type);
 }
 
-PyObject* new_late_description_type(PyObject* module) {
+PyObject* new_late_attribute_type(PyObject* module) {
   PyType_Slot slots[] = {
-      {Py_tp_descr_get, reinterpret_cast<void*>(describe)},
+      {Py_tp_descr_get, reinterpret_cast<void*>(make_attributes)},
       {Py_tp_dealloc, reinterpret_cast<void*>(deallocate)},
       {0, nullptr},
   };
   PyType_Spec spec = {
-      .name = "treesitter._LateDescription",
-      .basicsize = sizeof(LateDescription),
+      .name = "treesitter._LateAttribute",
+      .basicsize = sizeof(LateAttribute),
       .itemsize = 0,
       .flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_DISALLOW_INSTANTIATION,
       .slots = slots,
@@ -63,13 +67,13 @@ PyObject* new_late_description_type(PyObject* module) {
   return PyType_FromModuleAndSpec(module, &spec, nullptr);
 }
 
-bool set_late_descriptions(PyObject* module, PyObject* type) {
-  const Owned late_type(new_late_description_type(module));
-  for (const char* const name : DESCRIPTIONS) {
+bool set_late_attributes(PyObject* module, PyObject* type) {
+  const Owned late_type(new_late_attribute_type(module));
+  for (const char* const name : LATE_NAMES) {
     const Owned late(late_type ? new_record(reinterpret_cast<PyTypeObject*>(late_type.get()))
                                : nullptr);
     if (!late) return false;
-    reinterpret_cast<LateDescription*>(late.get())->name = name;
+    reinterpret_cast<LateAttribute*>(late.get())->name = name;
     if (PyObject_SetAttrString(type, name, late.get()) != 0) return false;
   }
   return true;
@@ -77,7 +81,7 @@ bool set_late_descriptions(PyObject* module, PyObject* type) {
 
 }  // namespace
 
-bool add_dataclass_face(PyObject* module, PyTypeObject* type, const RecordSpec& spec) {
+bool add_dataclass_attributes(PyObject* module, PyTypeObject* type, const RecordSpec& spec) {
   const Owned names(PyTuple_New(static_cast<Py_ssize_t>(spec.fields.size())));
   const Owned annotations(PyDict_New());
   if (!names || !annotations) return false;
@@ -91,7 +95,7 @@ bool add_dataclass_face(PyObject* module, PyTypeObject* type, const RecordSpec& 
   auto* const object = reinterpret_cast<PyObject*>(type);
   return PyObject_SetAttrString(object, "__match_args__", names.get()) == 0 &&
          PyObject_SetAttrString(object, "__annotations__", annotations.get()) == 0 &&
-         set_late_descriptions(module, object);
+         set_late_attributes(module, object);
 }
 
 }  // namespace engines::treesitter::python

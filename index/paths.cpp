@@ -1,17 +1,20 @@
-// See module_path.h.
-#include "index/module_path.h"
+// See paths.h.
+#include "index/paths.h"
 
 #include <algorithm>
 #include <array>
 
 #include "engines/languages/languages.h"
+#include "index/words.h"
 
 namespace repository {
 namespace {
 
-// The file that stands for its folder, by its name without the suffix.
+// ---- Modules ----
+
+// Files that stand for their folder, by their names without the suffix.
 constexpr std::array<std::string_view, 3> FOLDERS_OWN = {"__init__", "__main__", "index"};
-// What names no folder in front of a module.
+// First components that name no folder.
 constexpr std::array<std::string_view, 4> ROOTS = {"crate", "self", "super", "@"};
 
 void split(std::string_view text, std::string_view separators, Components& components) {
@@ -36,6 +39,15 @@ void drop_folders_own(Components& components) {
   if (components.size() < 2) return;
   const auto found = std::find(FOLDERS_OWN.begin(), FOLDERS_OWN.end(), components.back());
   if (found != FOLDERS_OWN.end()) components.pop_back();
+}
+
+// All at once: a module may be written as a megabyte of them.
+void drop_roots(Components& components) {
+  if (components.empty()) return;
+  const auto first = std::find_if(components.begin(), components.end() - 1, [](const auto& each) {
+    return std::find(ROOTS.begin(), ROOTS.end(), each) == ROOTS.end();
+  });
+  components.erase(components.begin(), first);
 }
 
 Components folder_of(std::string_view path) {
@@ -68,12 +80,32 @@ Components from_folder(std::string_view module, Components components) {
   return components;
 }
 
-// ".a" is beside the asking file, "..a" above it.
+// ".a" lies in the folder itself, "..a" in the one above it.
 Components from_package(std::string_view module, Components components) {
   const std::size_t dots = std::min(module.find_first_not_of('.'), module.size());
   components.resize(components.size() - std::min(components.size(), dots - 1));
   split(module.substr(dots), ".", components);
   return components;
+}
+
+// ---- Tests ----
+
+// Words in the name of a folder or file that mark a test: test_a.py, a.spec.ts, ATest.java.
+constexpr std::array<std::string_view, 8> TEST_WORDS = {"test",  "tests",   "testing",  "spec",
+                                                        "specs", "fixture", "fixtures", "mocks"};
+
+bool is_test_word(std::string_view word) {
+  return std::find(TEST_WORDS.begin(), TEST_WORDS.end(), folded(word)) != TEST_WORDS.end();
+}
+
+// A quick look for the beginnings of TEST_WORDS in any case: most paths have none.
+bool may_have_test_word(std::string_view path) {
+  constexpr std::array<std::string_view, 4> BEGINNINGS = {"test", "spec", "fixture", "mock"};
+  const auto is_same = [](char one, char other) { return (one | 0x20) == other; };
+  return std::any_of(BEGINNINGS.begin(), BEGINNINGS.end(), [&](std::string_view beginning) {
+    return std::search(path.begin(), path.end(), beginning.begin(), beginning.end(), is_same) !=
+           path.end();
+  });
 }
 
 }  // namespace
@@ -96,10 +128,7 @@ Components module_components(std::string_view module, std::string_view asking_pa
   if (module.starts_with('.') && !has_slash) return from_package(module, folder_of(asking_path));
   Components components;
   split(has_slash ? without_suffix(module) : module, has_slash ? "/" : ".:\\", components);
-  while (components.size() > 1 &&
-         std::find(ROOTS.begin(), ROOTS.end(), components.front()) != ROOTS.end()) {
-    components.erase(components.begin());
-  }
+  drop_roots(components);
   drop_folders_own(components);
   return components;
 }
@@ -115,6 +144,19 @@ bool may_be(const Components& module, const Components& file) {
   if (ends_with(module, file)) return true;
   const Components folder(file.begin(), file.end() - 1);
   return ends_with(folder, module) || ends_with(module, folder);
+}
+
+// Split as a name: "latest" is no test, "__tests__" and "UserTest" are.
+bool is_test_path(std::string_view path) {
+  if (!may_have_test_word(path)) return false;
+  const std::string words = words_of(path);
+  std::string_view rest = words;
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find(' '), rest.size());
+    if (is_test_word(rest.substr(0, end))) return true;
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return false;
 }
 
 }  // namespace repository
