@@ -12,7 +12,6 @@
 namespace repository {
 namespace {
 
-constexpr std::uint8_t MOST_KIND = static_cast<std::uint8_t>(engines::models::SymbolKind::constant);
 constexpr const char* IN_FILE = "id >= ?1 << 24 AND id < (?1 + 1) << 24";
 static_assert(ORDINAL_BITS == 24);
 
@@ -170,7 +169,8 @@ const std::string& Reader::scope_text(std::int64_t scope) {
 }
 
 std::uint8_t Reader::checked_kind(std::int64_t kind) {
-  if (kind < 0 || kind > MOST_KIND) complain_of_damage("a symbol has no kind");
+  if (kind < 0 || kind >= std::int64_t{engines::models::SYMBOL_KIND_COUNT})
+    complain_of_damage("a symbol has no kind");
   return static_cast<std::uint8_t>(kind);
 }
 

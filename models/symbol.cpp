@@ -3,17 +3,11 @@
 #include "models/symbol.h"
 
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 #include <utility>
 
 namespace engines::models {
 namespace {
-
-// In the order of SymbolKind.
-constexpr std::array<std::string_view, 9> KIND_TEXTS = {
-    "class", "function", "method", "interface", "type", "enum", "variable", "module", "constant",
-};
 
 SymbolKind require_kind(std::string_view text) {
   if (const auto kind = kind_from_text(text)) return *kind;
@@ -22,14 +16,10 @@ SymbolKind require_kind(std::string_view text) {
 
 }  // namespace
 
-std::string_view kind_text(SymbolKind kind) {
-  return KIND_TEXTS.at(static_cast<std::size_t>(kind));
-}
-
 std::optional<SymbolKind> kind_from_text(std::string_view text) {
-  const auto found = std::find(KIND_TEXTS.begin(), KIND_TEXTS.end(), text);
-  if (found == KIND_TEXTS.end()) return std::nullopt;
-  return static_cast<SymbolKind>(found - KIND_TEXTS.begin());
+  const auto found = std::find(SYMBOL_KIND_TEXTS.begin(), SYMBOL_KIND_TEXTS.end(), text);
+  if (found == SYMBOL_KIND_TEXTS.end()) return std::nullopt;
+  return static_cast<SymbolKind>(found - SYMBOL_KIND_TEXTS.begin());
 }
 
 Symbol::Symbol(SymbolArguments&& arguments)

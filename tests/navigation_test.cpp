@@ -23,8 +23,10 @@ std::vector<const languages::Language*> languages_of(In in) {
   return found;
 }
 
-// A row that speaks of what no grammar has would say nothing, without a word.
+// A row that speaks of what no grammar has would say nothing, without a word; so would one for a
+// language that has no row in IN_ROWS.
 void expect_types(In in, std::string_view types) {
+  EXPECT_FALSE(languages_of(in).empty()) << "no language for the rows of " << types;
   for (const languages::Language* language : languages_of(in)) {
     for (const std::string_view type : split_whitespace(types)) {
       EXPECT_TRUE(type == "*" || !language->symbols_of(type).empty())

@@ -7,11 +7,10 @@
 #include <Python.h>
 
 #include <array>
-#include <cstddef>
+
+#include "models/symbol.h"
 
 namespace engines::treesitter::python {
-
-inline constexpr std::size_t KIND_COUNT = 9;  // of models::SymbolKind
 
 // All members are strong references. Those of the second group are null until first needed.
 struct ModuleState {
@@ -33,7 +32,7 @@ struct ModuleState {
   PyObject* parse_error;
   PyObject* repository_index_error;
   PyObject* symbol_kind;
-  std::array<PyObject*, KIND_COUNT>
+  std::array<PyObject*, models::SYMBOL_KIND_COUNT>
       kinds;  // the enumeration's members, in the order of the model's
 
   PyObject* logger;

@@ -25,7 +25,7 @@ def digests(build):
     text = (build / "generated/engines/languages/versions.h").read_text(encoding="utf-8")
     found = dict(re.findall(r'\{"(\w+)", "[^"]+",\s+"([0-9a-f]{64})"\}', text))
     found["core"] = re.search(r'CORE_DIGEST =\s+"([0-9a-f]{64})"', text)[1]
-    assert len(found) == 17
+    assert found.keys() > {"core", "python", "tsx"}
     return found
 
 
