@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
-"""doc/troubleshooting.md has every message that a user may meet, and no other; and the files that the
-pages name are there.
+"""doc/troubleshooting.md has every message that a user may meet, and no other.
 
     messages_test.py [options of unittest]
 
@@ -39,9 +38,6 @@ NO_MESSAGES = {
     "cmake/SourceDigest.cmake", "cmake/Targets.cmake",
 }
 NO_MESSAGE = re.compile(r"^SELECT |^tuple\[|\| None$|^<treesitter")  # statements, annotations, a repr
-# What a run writes, or what is said not to be there.
-NO_FILES = {"parts/", "debian/"}
-
 LITERAL = r'"(?:\\.|[^"\\\n])*"'
 WHAT_VARIES = re.compile(r"%[.\d]*[lz]*[a-zA-Z]|\$\{(?:\w|\$\{\w+\})+(?:\[\*\])?\}|\$\w+|\$\*|\.\.\.")
 TWO_WORDS = re.compile(r"\w\W* \W*\w")
@@ -120,7 +116,9 @@ class Messages(unittest.TestCase):
 
 
 class Names(unittest.TestCase):
+    """Of files, in all pages."""
     maxDiff = None
+    NO_FILES = {"parts/", "debian/"}  # what a run writes, and what is refused
 
     def test_files_that_the_pages_name_are_there(self):
         """From the top, from the page's folder or from the engine's, whose names are long."""
@@ -129,7 +127,7 @@ class Names(unittest.TestCase):
             text = re.sub(r"^```.*?^```$", "", page.read_text(encoding="utf-8"), flags=re.M | re.S)
             starts = [PROJECT, page.parent, PROJECT / "engines/treesitter"]
             for name in re.findall(r"`([\w-]+(?:/[\w*.-]+)*(?:\.(?:cpp|h|py|pyi|cmake|md|tsv)|/))`", text):
-                if name not in NO_FILES and not any(any(start.glob(name)) for start in starts):
+                if name not in self.NO_FILES and not any(any(start.glob(name)) for start in starts):
                     missing.append((page.name, name))
         self.assertEqual(missing, [])
 

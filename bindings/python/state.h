@@ -7,10 +7,13 @@
 #include <Python.h>
 
 #include <array>
+#include <cstddef>
 
 #include "models/symbol.h"
 
 namespace engines::treesitter::python {
+
+inline constexpr std::size_t KIND_COUNT = models::SYMBOL_KIND_COUNT;
 
 // All members are strong references. Those of the second group are null until first needed.
 struct ModuleState {
@@ -32,7 +35,7 @@ struct ModuleState {
   PyObject* parse_error;
   PyObject* repository_index_error;
   PyObject* symbol_kind;
-  std::array<PyObject*, models::SYMBOL_KIND_COUNT>
+  std::array<PyObject*, KIND_COUNT>
       kinds;  // the enumeration's members, in the order of the model's
 
   PyObject* logger;

@@ -15,9 +15,9 @@ PyObject* member_name(PyObject* text) { return PyObject_CallMethod(text, "upper"
 
 // The enumeration's members in its functional form: a list of pairs of name and value.
 PyObject* member_pairs() {
-  Owned pairs(PyList_New(models::SYMBOL_KIND_COUNT));
-  for (std::size_t i = 0; pairs && i < models::SYMBOL_KIND_COUNT; ++i) {
-    const Owned value(to_str(models::SYMBOL_KIND_TEXTS[i]));
+  Owned pairs(PyList_New(KIND_COUNT));
+  for (std::size_t i = 0; pairs && i < KIND_COUNT; ++i) {
+    const Owned value(to_str(models::kind_text(static_cast<models::SymbolKind>(i))));
     const Owned name(value ? member_name(value.get()) : nullptr);
     PyObject* const pair = name ? PyTuple_Pack(2, name.get(), value.get()) : nullptr;
     if (pair == nullptr) return nullptr;
@@ -44,7 +44,7 @@ bool add_symbol_kind(ModuleState& state, PyObject* module) {
   if (!doc || PyObject_SetAttrString(state.symbol_kind, "__doc__", doc.get()) != 0) return false;
   const Owned members(PySequence_List(state.symbol_kind));
   if (!members) return false;
-  for (std::size_t i = 0; i < models::SYMBOL_KIND_COUNT; ++i) {
+  for (std::size_t i = 0; i < KIND_COUNT; ++i) {
     state.kinds[i] = Py_NewRef(PyList_GET_ITEM(members.get(), static_cast<Py_ssize_t>(i)));
   }
   return PyModule_AddObjectRef(module, "SymbolKind", state.symbol_kind) == 0;
@@ -54,7 +54,7 @@ PyObject* kind_from(const ModuleState& state, PyObject* text) {
   if (PyObject_TypeCheck(text, reinterpret_cast<PyTypeObject*>(state.symbol_kind))) {
     return Py_NewRef(text);
   }
-  const std::size_t unknown = models::SYMBOL_KIND_COUNT;
+  const std::size_t unknown = KIND_COUNT;
   std::size_t index = 0;
   for (; index < unknown; ++index) {
     if (PyUnicode_Compare(text, state.kinds[index]) == 0) return Py_NewRef(state.kinds[index]);
