@@ -25,11 +25,12 @@ def main():
         language, case = source.parts[-3:-1]
         seed = f"{language}-{case}"
         content = source.read_bytes()
-        number = LANGUAGES.index(language)
-        (target / "parse" / seed).write_bytes(bytes([number]) + content)
-        if (source.parent / "navigation.txt").exists():
-            number += len(LANGUAGES)
-            (target / "parse" / f"{seed}-navigation").write_bytes(bytes([number]) + content)
+        if language in LANGUAGES:
+            number = LANGUAGES.index(language)
+            (target / "parse" / seed).write_bytes(bytes([number]) + content)
+            if (source.parent / "navigation.txt").exists():
+                number += len(LANGUAGES)
+                (target / "parse" / f"{seed}-navigation").write_bytes(bytes([number]) + content)
         (target / "text" / seed).write_bytes(b"\0\5\0\50" + content)
         (target / "paths" / seed).write_bytes(f"{language}/{source.name}".encode())
 
