@@ -189,6 +189,13 @@ target_compile_definitions(treesitter_engine_grammar_yaml PRIVATE TREESITTER_ENG
 # The versions that are compiled in, for --version and for hosts. A header, since only half of the
 # grammars have their version in their own data.
 _package_version(tree-sitter _core_version)
+# What replaces functions of the core was written after those of this version; another version's may do
+# more.
+set(_compared_core 0.25.1)
+if(NOT _core_version STREQUAL _compared_core)
+  message(FATAL_ERROR "The core is of version ${_core_version}. Compare the functions that cmake/core_*.h "
+    "replaces with those of ${_compared_core}, then name the new version in cmake/Grammars.cmake.")
+endif()
 _digest(_core_digest tree-sitter "${_core}/src/lib.c" FOLDERS "${_core}/src" "${_core}/include"
   WITH allocator.h core_lexer.h core_parser.h core_stack.h core_subtree.h lexer_step.h)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/versions.h.in"

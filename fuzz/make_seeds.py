@@ -7,13 +7,14 @@ Writes FOLDER/parse (a byte that names language and rules, then the source), FOL
 numbers, then the source) and FOLDER/paths.
 """
 import pathlib
+import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
-# In the order of languages::language_names().
-LANGUAGES = ("python", "javascript", "typescript", "tsx", "java", "go", "rust", "csharp", "ruby",
-             "php", "sql", "markdown", "xml", "json", "yaml", "toml")
+# In the order of languages::language_names(), as tests/languages_test.cpp checks.
+LANGUAGES = re.search(r"\nLanguages: ([^.]+)\.",
+                      (ROOT / "README.md").read_text(encoding="utf-8"))[1].replace(",", " ").split()
 
 
 def main():

@@ -13,8 +13,6 @@ namespace {
 
 using engines::treesitter::TreeSitterEngine;
 
-constexpr std::uint8_t MOST_KIND = static_cast<std::uint8_t>(engines::models::SymbolKind::constant);
-
 Reader::Ranked ranked_row(const SQLite::Statement& statement) {
   return {statement.getColumn(0).getInt64(),
           static_cast<std::uint8_t>(statement.getColumn(1).getInt()),
@@ -171,7 +169,8 @@ std::string Reader::fqn(std::string prefix, std::int64_t scope, std::string_view
 }
 
 std::uint8_t Reader::checked_kind(std::int64_t kind) {
-  if (kind < 0 || kind > MOST_KIND) complain_of_damage("a symbol has no kind");
+  if (kind < 0 || kind >= std::int64_t{engines::models::SYMBOL_KIND_COUNT})
+    complain_of_damage("a symbol has no kind");
   return static_cast<std::uint8_t>(kind);
 }
 

@@ -5,26 +5,11 @@
 #include "models/symbol.h"
 
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 #include <utility>
 
 namespace engines::models {
 namespace {
-
-// In the order of SymbolKind.
-constexpr auto KIND_TEXTS = std::to_array<std::string_view>({
-    "class",
-    "function",
-    "method",
-    "interface",
-    "type",
-    "enum",
-    "variable",
-    "module",
-    "constant",
-});
-static_assert(KIND_TEXTS.size() == static_cast<std::size_t>(SymbolKind::constant) + 1);
 
 SymbolKind require_kind(std::string_view text) {
   if (const auto kind = kind_from_text(text)) return *kind;
@@ -33,14 +18,10 @@ SymbolKind require_kind(std::string_view text) {
 
 }  // namespace
 
-std::string_view kind_text(SymbolKind kind) {
-  return KIND_TEXTS.at(static_cast<std::size_t>(kind));
-}
-
 std::optional<SymbolKind> kind_from_text(std::string_view text) {
-  const auto found = std::find(KIND_TEXTS.begin(), KIND_TEXTS.end(), text);
-  if (found == KIND_TEXTS.end()) return std::nullopt;
-  return static_cast<SymbolKind>(found - KIND_TEXTS.begin());
+  const auto found = std::find(SYMBOL_KIND_TEXTS.begin(), SYMBOL_KIND_TEXTS.end(), text);
+  if (found == SYMBOL_KIND_TEXTS.end()) return std::nullopt;
+  return static_cast<SymbolKind>(found - SYMBOL_KIND_TEXTS.begin());
 }
 
 Symbol::Symbol(SymbolArguments&& arguments)

@@ -6,6 +6,8 @@
 // Tested by tests/models_test.cpp.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -13,7 +15,7 @@
 
 namespace engines::models {
 
-// What a symbol is. The text of each kind is its name without the trailing underscore.
+// What a symbol is: the numbers from 0 on, without a gap.
 enum class SymbolKind : std::uint8_t {
   class_,
   function,
@@ -26,9 +28,44 @@ enum class SymbolKind : std::uint8_t {
   constant,
 };
 
-// The kind's text: "class", "function", "method", "interface", "type", "enum", "variable",
-// "module" or "constant". The view lives as long as the process.
-std::string_view kind_text(SymbolKind kind);
+// The kind's text, which is its name without the trailing underscore. The view lives as long as the
+// process. The compiler warns of a kind that has none here.
+constexpr std::string_view kind_text(SymbolKind kind) {
+  switch (kind) {
+    case SymbolKind::class_:
+      return "class";
+    case SymbolKind::function:
+      return "function";
+    case SymbolKind::method:
+      return "method";
+    case SymbolKind::interface:
+      return "interface";
+    case SymbolKind::type:
+      return "type";
+    case SymbolKind::enum_:
+      return "enum";
+    case SymbolKind::variable:
+      return "variable";
+    case SymbolKind::module:
+      return "module";
+    case SymbolKind::constant:
+      return "constant";
+  }
+  return {};
+}
+
+inline constexpr std::size_t SYMBOL_KIND_COUNT = [] {
+  std::size_t count = 0;
+  while (!kind_text(static_cast<SymbolKind>(count)).empty()) ++count;
+  return count;
+}();
+
+// The texts of all kinds, in the order of the enumeration.
+inline constexpr auto SYMBOL_KIND_TEXTS = [] {
+  std::array<std::string_view, SYMBOL_KIND_COUNT> texts;
+  for (std::size_t i = 0; i < texts.size(); ++i) texts[i] = kind_text(static_cast<SymbolKind>(i));
+  return texts;
+}();
 
 // The kind whose text this is, or none. Case counts.
 std::optional<SymbolKind> kind_from_text(std::string_view text);
@@ -38,7 +75,7 @@ struct SymbolArguments {
   std::optional<std::int64_t> id;          // the store's key; none until a store gives one
   std::int64_t file_id;                    // the store's key of the file
   std::string name;                        // UTF-8; may be empty
-  std::string_view kind;                   // one of the nine kind texts
+  std::string_view kind;                   // one of SYMBOL_KIND_TEXTS
   std::string fqn;                         // dotted; may hold path bytes that are no UTF-8
   std::uint32_t start_line;                // 1-based
   std::uint32_t end_line;                  // 1-based, the line of the last byte's end
@@ -51,8 +88,9 @@ struct SymbolArguments {
 // One declaration of a source file. The fields are those of SymbolArguments, with the kind as a
 // member of the enumeration.
 struct Symbol {
-  // Throws std::invalid_argument, whose text names the fault, for an unknown kind, a `start_line`
-  // of 0 and an `end_line` before it. Texts are not checked: they may be empty or hold U+0000.
+  // Throws std::invalid_argument, whose text names the fault, for a kind that is not in
+  // SYMBOL_KIND_TEXTS, a `start_line` of 0 and an `end_line` before it. Texts are not checked: they
+  // may be empty or hold U+0000.
   explicit Symbol(SymbolArguments&& arguments);
 
   std::optional<std::int64_t> id;

@@ -20,6 +20,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engines/languages/languages.h"
 #include "engines/treesitter/treesitter.h"
 #include "tool/escape.h"
 #include "tool/text_output.h"
@@ -105,6 +106,12 @@ TEST_P(Golden, IsAsExpected) {
 std::string test_name(const testing::TestParamInfo<Case>& tested) {
   return tested.param.language + '_' + tested.param.name +
          (tested.param.rules == Rules::standard ? "" : "_navigation");
+}
+
+TEST(GoldenFolders, EveryLanguageHasOne) {
+  for (const std::string_view language : engines::languages::language_names()) {
+    EXPECT_TRUE(fs::is_directory(GOLDEN_FOLDER / language)) << language;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, Golden, testing::ValuesIn(find_cases()), test_name);

@@ -38,7 +38,6 @@ NO_MESSAGES = {
     "cmake/SourceDigest.cmake", "cmake/Targets.cmake",
 }
 NO_MESSAGE = re.compile(r"^SELECT |^tuple\[|\| None$|^<treesitter")  # statements, annotations, a repr
-
 LITERAL = r'"(?:\\.|[^"\\\n])*"'
 WHAT_VARIES = re.compile(r"%[.\d]*[lz]*[a-zA-Z]|\$\{(?:\w|\$\{\w+\})+(?:\[\*\])?\}|\$\w+|\$\*|\.\.\.")
 TWO_WORDS = re.compile(r"\w\W* \W*\w")
@@ -114,6 +113,29 @@ class Messages(unittest.TestCase):
             return False
 
         self.assertEqual({text: line for text, line in written().items() if not is_known(text)}, {})
+
+
+class Names(unittest.TestCase):
+    """Of files, in all pages."""
+    maxDiff = None
+    NO_FILES = {"parts/", "debian/"}  # what a run writes, and what is refused
+
+    def test_files_that_the_pages_name_are_there(self):
+        """From the top, from the page's folder or from the engine's, whose names are long."""
+        missing = []
+        for page in [*PROJECT.glob("*.md"), *PROJECT.glob("doc/*.md")]:
+            text = re.sub(r"^```.*?^```$", "", page.read_text(encoding="utf-8"), flags=re.M | re.S)
+            starts = [PROJECT, page.parent, PROJECT / "engines/treesitter"]
+            for name in re.findall(r"`([\w-]+(?:/[\w*.-]+)*(?:\.(?:cpp|h|py|pyi|cmake|md|tsv)|/))`", text):
+                if name not in self.NO_FILES and not any(any(start.glob(name)) for start in starts):
+                    missing.append((page.name, name))
+        self.assertEqual(missing, [])
+
+    def test_the_picture_of_the_design_shows_all_folders_of_the_engine(self):
+        page = (PROJECT / "doc/design.md").read_text(encoding="utf-8")
+        picture = re.search(r"^engines/treesitter/\n((?:  .*\n)+)", page, re.M)[1]
+        folders = [path.name for path in (PROJECT / "engines/treesitter").iterdir() if path.is_dir()]
+        self.assertEqual(sorted(re.findall(r"^  (\w+)/ ", picture, re.M)), sorted(folders))
 
 
 if __name__ == "__main__":

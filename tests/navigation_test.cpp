@@ -25,6 +25,7 @@ std::vector<const languages::Language*> languages_of(In in) {
 
 // A row that speaks of what no grammar has would say nothing, without a word.
 void expect_types(In in, std::string_view types) {
+  EXPECT_FALSE(languages_of(in).empty()) << "no row of IN_ROWS for the rows of " << types;
   for (const languages::Language* language : languages_of(in)) {
     for (const std::string_view type : split_whitespace(types)) {
       EXPECT_TRUE(type == "*" || !language->symbols_of(type).empty())

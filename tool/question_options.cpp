@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <vector>
 
+#include "models/symbol.h"
 #include "tool/command_options.h"
 #include "tool/shield.h"
 
@@ -55,6 +57,11 @@ the repository; doc/schema/answer.json describes them.
 Exit status: 0 when something was found, 1 when nothing was, 2 when the question could not be answered,
 such as without an index.)";
 
+std::vector<std::string> kinds() {
+  const auto& texts = engines::models::SYMBOL_KIND_TEXTS;
+  return {texts.begin(), texts.end()};
+}
+
 void add_match(CLI::App& command, QuestionArguments& asked) {
   const auto flag = [&](const char* name, Match match, const char* help) {
     command.add_flag_callback(
@@ -92,9 +99,7 @@ void add_question(CLI::App& app, const Row& row, QuestionArguments& asked) {
     add_match(*command, asked);
     command->add_option("--kind", asked.filter.kind, "Of this kind only")
         ->type_name("KIND")
-        ->check(CLI::IsMember({"class", "function", "method", "interface", "type", "enum",
-                               "variable", "module", "constant"})
-                    .description(""));
+        ->check(CLI::IsMember(kinds()).description(""));
   }
   if (row.has_filter) add_filter(*command, asked);
   command->add_option("--repository", asked.path, "A folder of the repository; by default this one")

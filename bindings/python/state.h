@@ -9,9 +9,11 @@
 #include <array>
 #include <cstddef>
 
+#include "models/symbol.h"
+
 namespace engines::treesitter::python {
 
-inline constexpr std::size_t KIND_COUNT = 9;  // of models::SymbolKind
+inline constexpr std::size_t KIND_COUNT = models::SYMBOL_KIND_COUNT;
 
 // All members are strong references. Those of the second group are null until first needed.
 struct ModuleState {

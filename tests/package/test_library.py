@@ -14,7 +14,7 @@ CONSUMER = SOURCE / "tests" / "consumer"
 def expect_answers(program, sources):
     present, missing = sources
     assert run(program, present, missing).splitlines() == [
-        "16 languages",
+        "python",
         "function f",
         f"log Failed to read file {missing}: [Errno 2] No such file or directory: '{missing}'",
         f"Failed to read file: [Errno 2] No such file or directory: '{missing}'",

@@ -5,6 +5,7 @@ The program under test is the first argument of the file that runs, further ones
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -14,8 +15,10 @@ import unittest
 TOOL = os.path.abspath(sys.argv.pop(1))
 TIMEOUT = 120  # seconds; only a hang gets there, sanitizers included
 
-LANGUAGES = ("python javascript typescript tsx java go rust csharp ruby php sql markdown xml json "
-             "yaml toml").split()
+# In the order of languages::language_names(), as languages_test.cpp checks.
+LANGUAGES = re.search(r"\nLanguages: ([^.]+)\.",
+                      (pathlib.Path(__file__).parents[2] / "README.md").read_text(encoding="utf-8")
+                      )[1].replace(",", " ").split()
 RESULT_FIELDS = ["path", "language", "content_hash", "symbols", "references", "errors"]
 SYMBOL_FIELDS = ["id", "file_id", "name", "kind", "fqn", "start_line", "end_line", "signature",
                  "is_export", "docstring", "body_digest"]

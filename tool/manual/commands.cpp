@@ -65,10 +65,7 @@ std::vector<std::string> words_of(Source source, const CLI::App& app) {
   if (source == Source::languages) {
     for (const auto name : engines::languages::language_names()) words.emplace_back(name);
   } else if (source == Source::kinds) {
-    constexpr auto LAST = static_cast<unsigned>(engines::models::SymbolKind::constant);
-    for (unsigned i = 0; i <= LAST; ++i) {
-      words.emplace_back(engines::models::kind_text(static_cast<engines::models::SymbolKind>(i)));
-    }
+    for (const auto text : engines::models::SYMBOL_KIND_TEXTS) words.emplace_back(text);
   } else if (source == Source::commands) {
     for (const CLI::App* const command : app.get_subcommands({})) {
       words.push_back(command->get_name());
