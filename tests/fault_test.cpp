@@ -290,7 +290,7 @@ TEST(ThreadFaultTest, EnginesAndProcessesComeAndGoWhileOthersParse) {
   for (int i = 0; i < (IS_SANITIZED ? 0 : 20); ++i) {  // sanitizers' runtimes do not survive it
     const pid_t child = ::fork();
     if (child == 0) {
-      ::alarm(20);
+      ::alarm(600);  // against a lock that nobody gives back
       ::_exit(parse_all(engine) == expected && parse_all(TreeSitterEngine()) == expected ? 0 : 1);
     }
     int status = 0;

@@ -14,7 +14,7 @@ import subprocess
 import tempfile
 import unittest
 
-from support.tool_case import TOOL, ToolTest
+from support.tool_case import TIMEOUT, TOOL, ToolTest
 
 REPOSITORIES = 16
 TREES = 16  # in each
@@ -104,7 +104,7 @@ class Parity(ToolTest):
 
     def run_in(self, folder, *command, **options):
         return subprocess.run(command, cwd=folder, env=self.environment, stderr=subprocess.PIPE,
-                              stdout=subprocess.PIPE, check=False, timeout=120, **options)
+                              stdout=subprocess.PIPE, check=False, timeout=TIMEOUT, **options)
 
     def make_tree(self, random_, top):
         """Writes files and rules; gives the files' paths below the repository."""

@@ -45,7 +45,7 @@ SHELLS = {
     "zsh": (["zsh", "-f", "-i"], "fpath=({folder}/functions $fpath); autoload -U compinit; "
                                  "compinit -D -u; bindkey -e; unsetopt auto_remove_slash"),
 }
-PATIENCE = 60  # seconds; against a hang only
+TIMEOUT = 900  # seconds: only a hang takes so long
 
 
 class Terminal:
@@ -70,7 +70,7 @@ class Terminal:
     def ask(self, tabulator, line):
         """The line after a tabulator at its end."""
         self.type(line + tabulator + "\x01note \n")
-        end = time.monotonic() + PATIENCE
+        end = time.monotonic() + TIMEOUT
         os.set_blocking(self.terminal, False)
         while len(lines := self.notes.read_text().splitlines()) == self.count:
             try:

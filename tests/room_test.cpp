@@ -63,14 +63,13 @@ TEST_F(RoomTest, AFileThatCanNeverFitSaysBothNumbers) {
 TEST_F(RoomTest, WhoWaitsCanBeCancelled) {
   set_memory_room(1'000'000);
   RoomTurn first(0, never_cancelled);
-  std::stop_source stop;
   std::thread waiting([&] {
+    // The room is never given back, so nothing else can end the parse.
+    int asked = 0;
     const Outcome outcome = engine.parse({.path = "a.py", .content = repeated("x = 1\n", 100'000)},
-                                         {.stop = stop.get_token()});
+                                         {.poll = [&] { return ++asked == 5; }});
     EXPECT_EQ(std::get<Raised>(outcome).kind, Raised::Kind::cancelled);
   });
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  stop.request_stop();
   waiting.join();
 }
 
@@ -104,7 +103,7 @@ TEST_F(RoomTest, WhatBecomesOfAFileIsAMatterOfTheFileAlone) {
                            parse();
                            parsed.extra_bytes = 100'000'000;
                          }});
-  ASSERT_TRUE(kept.wait_for(std::chrono::minutes(1)));
+  ASSERT_TRUE(kept.wait_for(std::chrono::minutes(15)));
   for (const auto& [size, results] :
        {std::pair(room, expected), {room * 9 / 10, expected_with_less}}) {
     set_memory_room(size);

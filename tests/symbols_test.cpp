@@ -142,25 +142,25 @@ TEST(SymbolWalkTest, TheFirstOfAnFqnWins) {
 
 // ---- Costs ----
 
-constexpr std::size_t COUNT = IS_SANITIZED ? 20'000 : 1'000'000;
+constexpr std::size_t COUNT = IS_SANITIZED ? 20'000 : 200'000;
 
-TEST(SymbolWalkTest, AMillionNestedBrackets) {
+TEST(SymbolWalkTest, ManyNestedBrackets) {
   const ParseResult result =
       parse(repeated("[", COUNT) + "{\"a\": 1}" + repeated("]", COUNT), "json");
   EXPECT_EQ(listed(result), "variable a");
 }
 
-TEST(SymbolWalkTest, AMillionStatements) {
+TEST(SymbolWalkTest, ManyStatements) {
   const std::string source = repeated("x = 1\n", COUNT) + "class A:\n  f: int\n";
   EXPECT_EQ(listed(parse(source, "python")), "class A, constant A.f");
 }
 
-TEST(SymbolWalkTest, AMillionItems) {
+TEST(SymbolWalkTest, ManyItems) {
   EXPECT_EQ(listed(parse("[" + repeated("{},", COUNT) + "{\"a\": 1}]", "json")), "variable a");
 }
 
-TEST(SymbolWalkTest, AHundredThousandComments) {
-  const std::string comments = repeated("# c\n", COUNT / 10);
+TEST(SymbolWalkTest, ManyComments) {
+  const std::string comments = repeated("# c\n", COUNT / 2);
   EXPECT_EQ(listed(parse("class A\nend\n" + comments + "class B\nend\n", "ruby")),
             "class A, class B");
   // Comments before any code only: behind it, the grammar's scanner reads all that follow once more

@@ -3,6 +3,7 @@
 
     tool_runs_test.py BUILD/treesitter-engine [options of unittest]
 """
+import fcntl
 import json
 import os
 import pathlib
@@ -11,8 +12,10 @@ import resource
 import shutil
 import signal
 import socket
+import struct
 import subprocess
 import sys
+import termios
 import time
 import unittest
 
@@ -21,6 +24,11 @@ from support.tool_case import SOURCE, TIMEOUT, TOOL, ToolTest
 
 def ignore_sigpipe():
     signal.signal(signal.SIGPIPE, signal.SIG_IGN)
+
+
+def bytes_read(pid):
+    fields = pathlib.Path(f"/proc/{pid}/io").read_text("ascii").split()
+    return int(fields[fields.index("rchar:") + 1])
 
 
 def become_nobody():
@@ -202,7 +210,7 @@ class Runs(ToolTest):
         with subprocess.Popen([TOOL, "parse", "top"], stdout=writer, stderr=subprocess.DEVNULL,
                               cwd=self.folder) as process, os.fdopen(reader, "rb") as output:
             os.close(writer)
-            time.sleep(0.2)  # until the pipe is full
+            self.wait_for_full(output)
             self.assertEqual(output.read(), expected)
             self.assertEqual(process.wait(TIMEOUT), 1)
 
@@ -213,6 +221,7 @@ class Runs(ToolTest):
             self.write(f"top/{number:03}.json", wide)
         with subprocess.Popen([TOOL, "parse", "--jobs", "2", "top"], stdout=subprocess.PIPE,
                               cwd=self.folder) as process:
+            self.wait_for_full(process.stdout)
             self.assertLess(self.settled_reading(process.pid) / len(wide), 100)
             self.assertEqual(process.stdout.read().count(b"\n"), 200)
             self.assertEqual(process.wait(TIMEOUT), 0)
@@ -221,7 +230,7 @@ class Runs(ToolTest):
         self.write_many(50)
         with subprocess.Popen([TOOL, "parse", "top", "top"], stdout=subprocess.PIPE,
                               stderr=subprocess.DEVNULL, cwd=self.folder) as process:
-            self.settled_reading(process.pid)  # until the pipe is full
+            self.wait_for_full(process.stdout)
             process.send_signal(signal.SIGINT)
             records = self.records(process.stdout.read())
             self.assertEqual(process.wait(TIMEOUT), -signal.SIGINT)
@@ -231,8 +240,9 @@ class Runs(ToolTest):
             self.skipTest("that sanitizer keeps signals back as long as a write waits")
         with subprocess.Popen([TOOL, "parse", "top", "top"], stdout=subprocess.PIPE,
                               stderr=subprocess.DEVNULL, cwd=self.folder) as process:
-            self.settled_reading(process.pid)
+            self.wait_for_full(process.stdout)
             process.send_signal(signal.SIGTERM)
+            self.wait_until(lambda: not self.pending_signals(process.pid))
             with self.assertRaises(subprocess.TimeoutExpired):
                 process.wait(0.3)
             process.send_signal(signal.SIGINT)
@@ -315,13 +325,25 @@ class Runs(ToolTest):
                 self.assertEqual(process.returncode, 0)
                 self.assertLess(usage.ru_maxrss * 1024, (64 << 20) + 1024 * len(keys))
 
+    def wait_for_full(self, pipe):
+        """Until whoever writes into the pipe has to wait."""
+        size = fcntl.fcntl(pipe, fcntl.F_GETPIPE_SZ)
+
+        def held():
+            return struct.unpack("i", fcntl.ioctl(pipe, termios.FIONREAD, bytes(4)))[0]
+        self.wait_until(lambda: held() > size - 4096)
+
+    def pending_signals(self, pid):
+        """Those that the process has been sent, and has not taken yet."""
+        status = pathlib.Path(f"/proc/{pid}/status").read_text("ascii").splitlines()
+        return sum(int(line.split()[1], 16) for line in status if line[3:].startswith("Pnd:"))
+
     def settled_reading(self, pid):
         """The bytes that the process has read, once it reads no more."""
         seen = [-1, 0]
         while seen[-1] != seen[-2]:
             time.sleep(1)
-            fields = pathlib.Path(f"/proc/{pid}/io").read_text("ascii").split()
-            seen.append(int(fields[fields.index("rchar:") + 1]))
+            seen.append(bytes_read(pid))
         return seen[-1]
 
 
@@ -371,14 +393,18 @@ class Terminal(ToolTest):
             status, shown = self.run_on_terminal(["parse", "--files-from", "-"], [2],
                                                  stdin=feeder.stdout)
         self.assertEqual(status, 0)
-        self.assertRegex(shown, r"\A(\r\x1b\[K[0-9]+ files?(, a\.py)?)+\r\x1b\[K"
-                                r"treesitter-engine: 50 files, \d\.\d s\n\Z")
+        self.assertRegex(shown, r"\A(\r\x1b\[K[0-9]+ files?(, ([0-9.]+ s on )?a\.py)?)+\r\x1b\[K"
+                                r"treesitter-engine: 50 files, \d+\.\d s\n\Z")
 
     def test_progress_names_the_file_that_takes_long_and_the_total_when_known(self):
+        size = 8 * 500_000
         self.write("a.py")
-        self.write("slow.py", b"f(a, b)\n" * 500000)
-        def hold_up(process):  # however fast the machine is, it takes long now
-            time.sleep(0.1)
+        self.write("slow.py", b"f(a, b)\n" * (size // 8))
+
+        def hold_up(process):
+            """Makes slow.py take long on a fast machine too: stops the parse for longer than the tool
+            waits before it shows progress."""
+            self.wait_until(lambda: bytes_read(process.pid) >= size)
             process.send_signal(signal.SIGSTOP)
             time.sleep(0.5)
             process.send_signal(signal.SIGCONT)
@@ -399,7 +425,7 @@ class Terminal(ToolTest):
         self.assertRegex(done.stderr.decode().splitlines()[-1],
                          r"treesitter-engine: 4 files, 3 failed \(1 too large\), 10 skipped "
                          r"\(2 hidden, 1 linked, 2 of unknown language, 1 of another type, "
-                         r"2 excluded, 1 ignored, 1 binary\), \d\.\d s")
+                         r"2 excluded, 1 ignored, 1 binary\), \d+\.\d s")
 
 
 if __name__ == "__main__":

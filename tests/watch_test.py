@@ -53,10 +53,9 @@ class WatchTest(ChangingTest):
     def settle(self, *arguments, status=0):
         expected = self.fresh_dump(*arguments, status=status)
         end = time.monotonic() + TIMEOUT
-        while dump(self.database) != expected:
-            if time.monotonic() > end:
-                self.assertEqual(dump(self.database), expected)
+        while (found := dump(self.database)) != expected and time.monotonic() < end:
             time.sleep(0.02)
+        self.assertEqual(found, expected)
 
     def end(self, run, number=signal.SIGTERM, statuses=(0,)):
         if number:
@@ -175,6 +174,8 @@ class Changes(WatchTest):
             time.sleep(0.5)
             self.assertEqual(dump(self.database), before)
         self.settle("--hidden", "--exclude", "f4.py")
+        # The tags are written after the index.
+        self.wait_until(lambda: b"waits\t" in (self.folder / "tags").read_bytes())
         text = self.end(run, signal.SIGINT)
         self.assertIn("large.json: Failed to read file: it has 20001 bytes, and --max-filesize", text)
         tags = (self.folder / "tags").read_bytes()

@@ -15,7 +15,7 @@ import pytest
 TOOL = os.path.abspath(os.environ["TREESITTER_ENGINE"])
 PACKAGE = str(pathlib.Path(__file__).resolve().parents[2] / "cluster")
 COMMAND = os.path.join(PACKAGE, "treesitter-cluster")
-TIMEOUT = 120  # seconds; only a hang gets there
+TIMEOUT = 900  # seconds: only a hang takes so long
 
 sys.path.insert(0, PACKAGE)
 # Whoever is killed here is not there again under the same address.
@@ -164,7 +164,7 @@ def cluster(tmp_path):
 
 def command_of(address, output, *arguments, engine=TOOL):
     return [sys.executable, COMMAND, "parse", "--scheduler", address, "--output", str(output),
-            "--engine", engine, *map(str, arguments)]
+            "--engine", engine, "--wait", str(TIMEOUT), *map(str, arguments)]
 
 
 def run_command(*arguments, **options):

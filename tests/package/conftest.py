@@ -16,7 +16,7 @@ CMAKE = os.environ["CMAKE_COMMAND"]
 COMPILER = os.environ["COMPILER"]
 
 
-def run(*command, timeout=600, **options):
+def run(*command, timeout=7200, **options):
     """The command's standard output; a failure shows all that it printed."""
     done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, timeout=timeout, check=False, **options)

@@ -28,7 +28,7 @@ from conftest import SOURCE, run
 PAGES = [str(path.relative_to(SOURCE))
          for path in [SOURCE / "README.md", *sorted(SOURCE.glob("doc/*.md"))]
          if re.search("^```(console|pycon)$", path.read_text(encoding="utf-8"), re.M)]
-LONGEST = 120  # seconds for a page, against examples that wait for ever
+LONGEST = 1800  # seconds for a page, against examples that wait for ever
 
 # Each block comes as one line; its report, empty when all is as in the page, ends with a NUL.
 PROMPT = r"""

@@ -146,8 +146,7 @@ def test_a_source_distribution_is_complete_and_no_more(sdist, tmp_path):
 def test_a_source_distribution_compiles_by_itself(python, sdist, wheel, tmp_path):
     """In a folder of pip's own, and where there is no network."""
     run("unshare", "--map-root-user", "--net", python, "-m", "pip", "wheel", "--no-build-isolation",
-        "--no-deps", "--no-index", "--no-cache-dir", "--wheel-dir", tmp_path, sdist, cwd=tmp_path,
-        timeout=3600)
+        "--no-deps", "--no-index", "--no-cache-dir", "--wheel-dir", tmp_path, sdist, cwd=tmp_path)
     (made,) = tmp_path.glob("*.whl")
     assert made.name == wheel.name
     assert set(zipfile.ZipFile(made).namelist()) == set(zipfile.ZipFile(wheel).namelist())

@@ -13,7 +13,7 @@ import weakref
 import pytest
 
 import treesitter
-from conftest import SANITIZERS, SOURCE, run_python
+from conftest import SANITIZERS, SOURCE, TIMEOUT, run_python
 
 
 def test_pickled_engines_are_the_one_of_the_process():
@@ -116,7 +116,7 @@ def test_want_of_memory_ends_no_process():
     """
     for limit in range(150, 280, 10):
         done = subprocess.run([sys.executable, "-c", textwrap.dedent(code), str(limit)],
-                              stderr=subprocess.PIPE, timeout=120, check=False)
+                              stderr=subprocess.PIPE, timeout=TIMEOUT, check=False)
         assert done.returncode in (0, 1), done.stderr[-500:]  # 1: Python itself found none
 
 

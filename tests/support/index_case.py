@@ -10,7 +10,7 @@ import shutil
 import sqlite3
 import subprocess
 
-from support.tool_case import TOOL, ToolTest
+from support.tool_case import TIMEOUT, TOOL, ToolTest
 
 FOLDER = ".treesitter-engine"
 REFERENCE_KINDS = ["call", "import", "import_module", "type"]
@@ -35,7 +35,7 @@ def prefix_of(path):
 
 def dump(database):
     """All that the index says, without ids: file by file, and what is found by searching."""
-    with sqlite3.connect(f"file:{database}?mode=ro", uri=True) as connection:
+    with sqlite3.connect(f"file:{database}?mode=ro", TIMEOUT, uri=True) as connection:
         ask = connection.execute
         ask("BEGIN")  # of one state, also while it is written
         assert ask("PRAGMA integrity_check").fetchall() == [("ok",)]

@@ -9,10 +9,11 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 TOOL = os.path.abspath(sys.argv.pop(1))
-TIMEOUT = 120  # seconds; only a hang gets there, sanitizers included
+TIMEOUT = 900  # seconds: only a hang takes so long, even on a slow machine with sanitizers
 
 LANGUAGES = ("python javascript typescript tsx java go rust csharp ruby php sql markdown xml json "
              "yaml toml").split()
@@ -33,6 +34,12 @@ class ToolTest(unittest.TestCase):
         os.makedirs(os.path.dirname(path), exist_ok=True)
         with open(path, "wb") as file:
             file.write(content)
+
+    def wait_until(self, holds):
+        end = time.monotonic() + TIMEOUT
+        while not holds():
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.002)
 
     def run_tool(self, *arguments, **options):
         options = {"input": b"", "stdout": subprocess.PIPE, "cwd": self.folder, **options}
