@@ -1,15 +1,16 @@
-"""A run: from what is to be parsed to the last shard, over any Dask client.
+"""A run: from the command to the last shard, over any Dask client.
 
-The driver lists, plans, and keeps as many batches under way as the workers' threads need; it alone
-gives shards their names and writes the manifest. Nothing but the places of batches and counts goes
-through Dask's scheduler.
+The driver lists the items, makes the plan, and keeps as many batches under way as the workers' threads
+need. Only the driver gives shards their names and writes the manifest. Through Dask's scheduler go only
+the places of batches, and counts.
 
-    a batch meets an OSError   the worker's fault or the storage's: given out again, thrice at most,
-                               to other workers while there are any
-    nobody reads a repository  its batches are set aside, and named when all others are done
-    a batch ends its worker    given out again; then in parts; then each item alone, with nothing
-                               else under way that could be the cause; then left out with a record
-    the scheduler is gone      the run ends, and the same command goes on with it
+    a batch meets an OSError   the worker or the storage is at fault: the batch is tried again, three
+                               times in all, on other workers while there are any
+    no worker can read a       its batches are set aside, and the error at the end names it
+    repository
+    a batch ends its worker    it is tried again; then in parts; then each item alone, while nothing else
+                               runs that could be the cause; then the item gets a record that says so
+    the scheduler is gone      the run ends, and the same command continues it
 
 Tested by tests/cluster.
 """
@@ -31,10 +32,11 @@ from .reuse import OldRun
 from .shard import ShardWriter
 from .workers import EngineCheck, Workers, difference
 
-CUT = 8  # parts: a worker dies for each cut, and four hundred items are eight cuts by halves
+CUT = 8  # parts of a batch that ends its worker; with halves more workers would die until one item is left
 MOST_ERRORS = 3
-STARTS = 2  # of a batch, before it is cut; and of an item alone, before it is left out
+STARTS = 2  # of a batch before it is cut, and of an item alone before it is left out
 LOOK_EVERY = 2.0  # seconds
+GONE_WITHIN = 2.0  # seconds
 
 
 @dataclass
@@ -42,11 +44,10 @@ class Work:
     """A batch that is to be done, or under way."""
     batch: Batch
     alone: bool = False
-    blamed: Batch | None = None  # where this one only shows whether workers live through any
+    blamed: Batch | None = None  # this batch only tests whether a worker survives any; that one is suspected
     errors: int = 0
-    avoided: set = field(default_factory=set)  # workers that had an error with it
-    attempt: int = 0
-    unseen: int = 0  # looks at which no worker had it
+    avoided: set = field(default_factory=set)  # addresses of workers that had an error with it
+    unseen: int = 0  # how many looks in a row found it on no worker
 
     @property
     def most_starts(self):
@@ -55,20 +56,20 @@ class Work:
 
 @dataclass
 class Summary:
-    """What a run came to."""
+    """The result of a run."""
     items: int = 0
     records: int = 0
-    failed: int = 0
-    taken: int = 0  # over from an earlier run
+    failed: int = 0  # records of failures
+    taken: int = 0  # records reused from an earlier run
     shards: int = 0
-    killers: list = field(default_factory=list)
-    messages: list = field(default_factory=list)  # some of what failed
-    refused: dict = field(default_factory=dict)  # workers, and why
+    killers: list = field(default_factory=list)  # dicts with "path" and "text": files that were left out
+    messages: list = field(default_factory=list)  # the first hundred messages about files
+    refused: dict = field(default_factory=dict)  # address of each worker that got no work, and why
     seconds: float = 0.0
 
     @property
     def status(self):
-        """As of `treesitter-engine parse`."""
+        """The exit status of `treesitter-engine parse`."""
         return 1 if self.failed else 0
 
     def add(self, line):
@@ -91,19 +92,19 @@ class Run:
         self._job = job
         self._workers = workers
         self._watch = watch
-        self._under_way = {}  # by future's key
+        self._under_way = {}  # pairs of Work and future, by the future's key
         self._ended = queue.SimpleQueue()
         self._todo = []
         self._alone = []
-        self._aside = {}  # repositories that nobody reads, by the number of the source, and why
-        self._control = None  # a batch that went well
+        self._aside = {}  # why no worker can read a repository, by the number of its source
+        self._control = None  # a batch that is known to end no worker
         self._summary = Summary()
         self._begin = self._looked = time.monotonic()
 
-    # -- what is to be done
+    # -- Before the first batch
 
     def _take_up(self):
-        """Sorts out what the manifest says is done."""
+        """Finds which batches are still to be done, and counts what is done."""
         done = {}
         for line in self._manifest.shards:
             try:
@@ -123,13 +124,12 @@ class Run:
         for name in os.listdir(self._layout.shards):
             if name not in names:
                 os.unlink(self._layout.shard(name))
-        # The dearest first, so that none is left when all others are done.
+        # The last is taken first: the most expensive, so that none of them is left at the end.
         self._todo.sort(key=lambda work: work.batch.cost)
 
-    # -- under way
+    # -- Under way
 
     def _submit(self, work):
-        work.attempt += 1
         batch = work.batch
         source = self._plan.sources[batch.source]
         key = f"parse-{source['kind']}-{batch.first}-{batch.count}-{uuid.uuid4().hex[:8]}"
@@ -154,7 +154,7 @@ class Run:
             self._submit(self._todo.pop())
 
     def _next_ended(self):
-        """Some that have ended, at least every now and then none."""
+        """The futures that have ended; after a quarter of a second possibly none."""
         ended = []
         try:
             ended.append(self._ended.get(timeout=0.25))
@@ -163,19 +163,20 @@ class Run:
         except queue.Empty:
             return ended
 
-    def _require_scheduler(self, status):
+    def _require_scheduler(self, status="finished"):
+        """Raises ClusterError if the client has lost its scheduler. `status`: of a future."""
         if status == "cancelled" or self._client.status != "running":
             raise ClusterError("the scheduler is gone; the same command goes on with the run")
 
     def _settle(self, futures):
-        """Takes what has ended: names its shard and tells the manifest."""
+        """Deals with the futures that have ended: names their shards and writes the manifest."""
         finished = []
         for future in futures:
             if future.key not in self._under_way:
                 continue
             self._require_scheduler(future.status)
             work, _ = self._under_way.pop(future.key)
-            if future.status == "lost":  # with the worker that had its result; done again
+            if future.status == "lost":  # with the worker that held its result: do it again
                 future.cancel()
                 self._todo.append(work)
             elif future.status == "error":
@@ -208,8 +209,8 @@ class Run:
         futures = [future for _, future in finished]
         try:
             return self._client.gather(futures)
-        except Exception:  # a worker went with a result that it held, and the batch is done again
-            self._require_scheduler("finished")
+        except Exception:  # a worker died with a result that it held, and its batch is done again
+            self._require_scheduler()
             return [future.exception() or future.result() for future in futures]
 
     def _accept(self, batch, result):
@@ -232,10 +233,10 @@ class Run:
         for line in lines:
             self._summary.add(line)
 
-    # -- what goes wrong
+    # -- When something fails
 
     def _failed(self, work, error):
-        if type(error).__name__ == "KilledWorker":  # before it could count its starts
+        if type(error).__name__ == "KilledWorker":  # Dask gave up before the task counted its starts
             self._died(work)
             return
         work.errors += 1
@@ -267,14 +268,14 @@ class Run:
         elif self._plan.head["items"] == 1:
             self._leave_out(batch)
         else:
-            # First what went well, alone as well: a worker that dies of that is itself at fault.
+            # First the batch that went well, alone too: if that ends a worker, the workers are at fault.
             if self._control is None:
                 raise ClusterError("workers die of all that they have been given; "
                                    "the same command goes on with the run")
             self._alone.append(Work(self._control, alone=True, blamed=batch))
 
     def _leave_out(self, batch):
-        """The one item of the batch gets a record that says so."""
+        """Gives the batch's one item a record that says why it was left out."""
         [item] = task.read_items(self._layout.items, batch.offset, batch.length)
         why = f"The worker died of it, alone and {STARTS} times"
         part = os.path.join(self._layout.parts, self._job["token"], f"{batch.first}.left_out")
@@ -287,16 +288,17 @@ class Run:
         self._record([self._accept(batch, result)])
 
     def _look(self):
-        """At the workers; and at tasks that no worker has, which Dask leaves lying when they could
-        go nowhere at first: a resource that comes later wakes none."""
+        """Looks at the workers, and for tasks that no worker has. When no worker has a task's resource Dask
+        keeps the task, and does not give it to a worker that gets the resource later. Such a task is
+        submitted again."""
         if time.monotonic() < self._looked + LOOK_EVERY:
             return
         self._looked = time.monotonic()
         try:
             self._watch.refused(self._workers.look())
             had = {key for keys in self._client.processing().values() for key in keys}
-        except OSError:  # a worker that has just died
-            self._require_scheduler("finished")
+        except OSError:  # a worker has just died
+            self._require_scheduler()
             return
         if not self._workers.threads:
             return
@@ -308,7 +310,7 @@ class Run:
                 work.unseen = 0
                 self._submit(work)
 
-    # -- all of it
+    # -- The whole run
 
     def __call__(self):
         self._take_up()
@@ -320,8 +322,12 @@ class Run:
                 self._settle(self._next_ended())
                 self._look()
                 self._watch.progress(self._summary, self._plan.head["items"])
-        except OSError:  # of whatever was asked of the scheduler when it went
-            self._require_scheduler("finished")
+        except OSError:
+            # If the scheduler has died, the client learns it on another connection, a moment later.
+            end = time.monotonic() + GONE_WITHIN
+            while self._client.status == "running" and time.monotonic() < end:
+                time.sleep(0.05)
+            self._require_scheduler()
             raise
         finally:
             self._stop()
@@ -344,20 +350,20 @@ class Run:
 
 
 def _missing(batch, done, items_path):
-    """What of a batch has no shard: all, nothing, or the parts that are left of a cut one."""
+    """The part of a batch that has no shard: all, nothing, or the items that are left of a cut one."""
     if batch.first in done and done[batch.first]["count"] == batch.count:
         return []
     inner = [first for first in range(batch.first, batch.first + batch.count) if first in done]
     if not inner:
         return [batch]
-    # Item by item where it was cut: rare, and what is left is near a killer.
+    # Of a batch that was cut, item by item: that is rare, and the item at fault may be among them.
     singles = batch.cut(items_path, batch.count)
     covered = {item for first in inner for item in range(first, first + done[first]["count"])}
     return [single for single in singles if single.first not in covered]
 
 
 class Quiet:
-    """Watches a run and says nothing."""
+    """A watch that shows nothing."""
 
     def progress(self, summary, items):
         pass
@@ -383,7 +389,7 @@ def _pairs(command, program, old):
 
 
 def _forget(client, resource):
-    """No work of this run is wanted any more; who cannot be told will not be asked."""
+    """Takes the run's plugin from the workers, so that they get no more of its work."""
     if client.status != "running":
         return
     try:
@@ -415,18 +421,22 @@ def _require_same(plan, command, identity):
 def parse(client, output, *, paths=(), files_from=None, null=False, git=(), options=(), walk=(),
           program="treesitter-engine", reuse=None, batch_bytes=None, memory=None, wait=60,
           watch=None):
-    """Parses over the workers of a Dask client into shards below `output`, and gives a Summary.
+    """Parses on the workers of a Dask client into shards in the folder `output`, and gives a Summary.
 
-    paths, files_from, null: files and folders, and a list of such, as for `treesitter-engine parse`
-    git: triples of repository, commit and what stands before its paths
-    options: of each engine, such as ["--rules", "navigation"]; walk: of the listing, as "--hidden"
-    reuse: the output of an earlier run, whose records are taken over where nothing has changed
-    batch_bytes: what a batch costs at most; by default by what there is and the workers' threads
-    memory: bytes that an engine may take; by default a thread's share of its worker's limit
-    wait: seconds until a worker has to be there that may have work
+    paths, files_from, null: files and folders, and a list of them, as for `treesitter-engine parse`
+    git: triples of repository, commit, and the text that is put before the commit's paths
+    options: for each engine, such as ["--rules", "navigation"]
+    walk: options for the listing, such as ["--hidden"]
+    program: the engine, here and on the workers
+    reuse: the output folder of an earlier run, whose records are reused for files that have not changed
+    batch_bytes: the most that a batch costs; by default chosen by the size of the run and the number of
+        the workers' threads
+    memory: bytes that one engine may take; by default a thread's share of its worker's limit
+    wait: seconds to wait for a worker that can do the work
+    watch: an object with the operations of Quiet, called as the run goes on
 
-    Called again with the same arguments, also after any failure, it does what is missing. Raises
-    ClusterError, and what the client raises.
+    The same call again, even after a failure, does what is missing. Raises ClusterError, and whatever the
+    client raises. One call at a time may write to a folder.
     """
     layout = Layout(output)
     for folder in (layout.shards, layout.parts):
