@@ -1,4 +1,4 @@
-// Any text in any language through parse_content. The first byte names language and rules.
+// Any text in any language through parse_content. The first byte tells language and rules.
 #include <cstddef>
 #include <cstdint>
 

@@ -7,8 +7,8 @@
 namespace engines::treesitter::fuzz {
 namespace {
 
-// A thread that runs one piece of work after the other: to start one for each would cost more than
-// the parse, and the storage that it keeps between parses is part of the question.
+// A thread that runs one piece of work after the other. To start a thread for each would cost more
+// than the parse, and the storage that a thread keeps between parses is under test too.
 class SecondThread {
  public:
   SecondThread() : _thread([this] { serve(); }) {}
@@ -19,7 +19,7 @@ class SecondThread {
     _thread.join();
   }
 
-  // Waits for its end. Empty work ends the thread.
+  // Runs the work there and waits for its end. Empty work ends the thread.
   void run(std::function<void()> work) {
     std::unique_lock lock(_mutex);
     _work = std::move(work);

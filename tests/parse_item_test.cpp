@@ -133,8 +133,8 @@ double processor_seconds(clockid_t clock) {
 
 class CancelTest : public ParseItemTest {
  protected:
-  // How much of the processor's time a call takes after it is cancelled. Of wall time a busy machine
-  // may take any amount.
+  // How much of the processor's time a call takes after it is cancelled. Of wall time a busy
+  // machine may take any amount.
   double seconds_after_cancelling(const ParseItem& item, std::chrono::milliseconds after) const {
     std::stop_source stop;
     clockid_t own_clock{};
