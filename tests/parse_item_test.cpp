@@ -1,5 +1,5 @@
-// One file as a value: what each input becomes, what is known of a file whose parse raised, and how
-// soon a cancelled call gives up.
+// ParseItem and Outcome: what each input becomes, what an outcome holds of a file whose parse
+// threw, and how soon a cancelled call ends.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -39,7 +39,7 @@ class ParseItemTest : public testing::Test {
 
 constexpr std::string_view SOURCE = "def f(): return g()\n";
 
-// The operation that throws and the one that does not are one.
+// parse, which throws nothing, gives the same as the operations that throw.
 TEST_F(ParseItemTest, GivesWhatTheEntryPointsGive) {
   const std::string path = file("a.py", SOURCE);
   const auto result_of = [&](const ParseItem& item) {
@@ -80,7 +80,7 @@ TEST_F(ParseItemTest, NoLanguageAndDeclined) {
   EXPECT_THAT(std::get<NoLanguage>(engine.parse({.path = "no"})).error,
               StartsWith("Failed to read file: [Errno 2] "));
 
-  // A sparse file of terabytes would be read for hours.
+  // To read a sparse file of terabytes would take hours.
   const std::string large = file("large.py", "");
   ASSERT_EQ(::truncate(large.c_str(), off_t{15} << 40), 0);
   const auto declined = std::get<Declined>(engine.parse({.path = large, .max_size = 64 << 20}));
@@ -180,7 +180,7 @@ TEST_F(CancelTest, ByWhoeverIsPolled) {
                    {.poll = [&] { return ++asked == 3; }});
   EXPECT_EQ(asked, 3);
   EXPECT_EQ(std::get<Raised>(outcome).kind, Raised::Kind::cancelled);
-  // The next call on the thread finds nothing of it.
+  // The next call on the thread is not cancelled.
   EXPECT_EQ(engine.parse_content(SOURCE, "python", "a.py").symbols.size(), 1U);
 }
 
