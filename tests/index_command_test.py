@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The index of a repository: whatever happens to the files or to the run, it ends up as a fresh one.
+"""The index of a repository: whatever happens to the files or to a run, it becomes what a fresh one is.
 
     index_command_test.py BUILD/treesitter-engine [--rounds N] [--kills N] [--readers N]
         [--seed N] [options of unittest]
@@ -19,7 +19,7 @@ import unittest
 
 
 def taken(option, default):
-    """The number behind an option of this script, which is taken out of the arguments."""
+    """The number after an option of this script. Both are removed from the arguments."""
     if option not in sys.argv:
         return default
     place = sys.argv.index(option)
@@ -56,7 +56,7 @@ class Changes(ChangingTest):
             self.assert_fresh()
 
     def test_which_files_an_index_takes(self):
-        """What a run is told holds until another one is told something; each ends as a fresh one."""
+        """The options of a run hold for later runs without options. Each result is that of a fresh index."""
         for path in ("a.py", "b.js", "sub/c.py", ".h/d.py", "ignored/e.py", "sub/f.min.js"):
             self.write(path, source(self.random))
         self.write(".ignore", b"ignored\n")
@@ -120,7 +120,7 @@ class Changes(ChangingTest):
         self.assert_fresh()
 
     def test_times_that_prove_nothing_are_not_kept(self):
-        """A time that is not before the run is that of a file which may be written once more at it."""
+        """A file whose time is not before the run may be written again within the same time."""
         self.write("a.py", b"a = f()\n")
         path = self.folder / "a.py"
         time.sleep(0.05)
@@ -166,7 +166,7 @@ class Changes(ChangingTest):
         self.assertIn("is the index of", text)
         self.assertIn("made anew", self.index("other", "--rules", "standard"))
         self.assertEqual(self.counts("other", "--rules", "standard"), (0, 2, 0))
-        # By a build of other sources, whatever their versions are.
+        # An index by a build of other sources is made anew, even if all versions are the same.
         digest = json.loads(self.run_tool("--version", "--json").stdout)["digest"]
         with sqlite3.connect(self.folder / "other" / FOLDER / "index.sqlite") as connection:
             done = connection.execute("UPDATE meta SET value = replace(value, ?, ?) WHERE value "
@@ -292,7 +292,7 @@ class Refused(IndexTest):
 
     def test_a_full_disk(self):
         self.write_some(300)
-        # The thread sanitizer itself writes a file at its start, and cannot do with 0.
+        # Not 0: the thread sanitizer writes a file when the program starts.
         for size in 1, 1000, 50_000, 200_000:
             limit = {"preexec_fn":
                      lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))}
@@ -324,7 +324,7 @@ class Refused(IndexTest):
         self.assert_fresh()
 
     def test_readers_see_whole_files(self):
-        """Each file calls what it declares, all of one version; so does each answer."""
+        """All functions of a file are of one version, so they must be so in each answer too."""
         def write(version):
             for number in range(files):
                 self.write(f"m{number}.py", b"".join(

@@ -68,7 +68,7 @@ TEST(PythonConstantTest, ModuleLevelNames) {
   });
 }
 
-// The trees of other languages never meet this rule, so the rule itself is asked.
+// No other grammar has an assignment that the rule would accept, so this asks the rule itself.
 TEST(PythonConstantTest, OnlyInPython) {
   const ParsedTree tree("A_B = 1", "python");
   const Node assignment = tree.nodes(NodeType::assignment).at(0);

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""How the tool runs: odd files, wrong use, closed descriptors, pipes, terminals.
+"""How the tool runs: files that fail, wrong options, closed descriptors, pipes, signals, terminals.
 
     tool_runs_test.py BUILD/treesitter-engine [options of unittest]
 """
@@ -27,6 +27,7 @@ def ignore_sigpipe():
 
 
 def bytes_read(pid):
+    """How many bytes the process has read so far."""
     fields = pathlib.Path(f"/proc/{pid}/io").read_text("ascii").split()
     return int(fields[fields.index("rchar:") + 1])
 
@@ -75,7 +76,7 @@ class Failures(ToolTest):
             self.addCleanup(os.chmod, self.folder / name, 0o755)
         options = {}
         if os.geteuid() == 0:  # permissions do not bind the superuser
-            program = self.folder / "tool"  # nobody may be unable to reach the build folder
+            program = self.folder / "tool"  # the user nobody may have no access to the build folder
             shutil.copy(TOOL, program)
             done = subprocess.run([program, "--version"], preexec_fn=become_nobody, check=False,
                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -147,7 +148,7 @@ class Failures(ToolTest):
 class Runs(ToolTest):
     def write_many(self, count):
         for number in range(count):
-            # The first is much the slowest, so that the others have to wait for it.
+            # The first takes much longer than the others, whose records have to wait for it.
             methods = 1500 if number == 0 else number % 7
             source = b"class A:\n" + b"".join(b"  def m%d(self): return f(%d)\n" % (i, i)
                                               for i in range(methods))
@@ -169,7 +170,7 @@ class Runs(ToolTest):
 
     def test_a_closed_pipe_ends_it_quietly(self):
         self.write_many(700)
-        for prepare in (None, ignore_sigpipe):  # Python's subprocesses have the default otherwise
+        for prepare in (None, ignore_sigpipe):
             with subprocess.Popen([TOOL, "parse", "top", "top", "top"], stdout=subprocess.PIPE,
                                   stderr=subprocess.PIPE, cwd=self.folder,
                                   preexec_fn=prepare) as process:
@@ -258,7 +259,7 @@ class Runs(ToolTest):
             process.send_signal(signal.SIGTERM)
             self.assertEqual(process.wait(TIMEOUT), -signal.SIGTERM)
             self.assertEqual(process.stdout.read(), b"")
-        # As nohup and shells do for programs in the background.
+        # nohup, and shells for programs in the background, ignore SIGINT.
         with subprocess.Popen([TOOL, "parse", "--files-from", "-"], stdin=subprocess.PIPE,
                               stdout=subprocess.DEVNULL, preexec_fn=lambda:
                               signal.signal(signal.SIGINT, signal.SIG_IGN)) as process:
@@ -310,7 +311,7 @@ class Runs(ToolTest):
         self.assert_unreadable(record, "-", "python", f"more than the {allowed} bytes that")
 
     def test_the_longest_record_takes_no_more_memory_than_promised(self):
-        # Its names take 600 times the file, and six times as much when each byte is escaped.
+        # The names take 600 times as much as the file, and six times as much again with each byte escaped.
         keys = b'{"\x01":' * 4500 + b"1" + b"}" * 4500
         self.write("a.json", keys)
         if b"__asan_init" in pathlib.Path(TOOL).read_bytes() or \
@@ -326,7 +327,7 @@ class Runs(ToolTest):
                 self.assertLess(usage.ru_maxrss * 1024, (64 << 20) + 1024 * len(keys))
 
     def wait_for_full(self, pipe):
-        """Until whoever writes into the pipe has to wait."""
+        """Waits until the pipe is full, so that the process at its other end waits."""
         size = fcntl.fcntl(pipe, fcntl.F_GETPIPE_SZ)
 
         def held():
@@ -334,12 +335,12 @@ class Runs(ToolTest):
         self.wait_until(lambda: held() > size - 4096)
 
     def pending_signals(self, pid):
-        """Those that the process has been sent, and has not taken yet."""
+        """The signals that were sent to the process and are not delivered yet, as bits."""
         status = pathlib.Path(f"/proc/{pid}/status").read_text("ascii").splitlines()
         return sum(int(line.split()[1], 16) for line in status if line[3:].startswith("Pnd:"))
 
     def settled_reading(self, pid):
-        """The bytes that the process has read, once it reads no more."""
+        """Waits until the process reads no more. Gives how many bytes it has read."""
         seen = [-1, 0]
         while seen[-1] != seen[-2]:
             time.sleep(1)
@@ -350,7 +351,7 @@ class Runs(ToolTest):
 class Terminal(ToolTest):
     def run_on_terminal(self, arguments, descriptors, stdin=subprocess.DEVNULL,
                         meanwhile=lambda process: None):
-        """The status, and what a terminal that stands at these descriptors shows."""
+        """Runs the tool with a terminal at these descriptors. Gives the status and what it shows."""
         controller, terminal = pty.openpty()
         streams = {1: "stdout", 2: "stderr"}
         options = {name: terminal if number in descriptors else subprocess.DEVNULL
@@ -363,7 +364,7 @@ class Terminal(ToolTest):
             try:
                 while part := os.read(controller, 65536):
                     shown += part
-            except OSError:  # the terminal's last user is gone
+            except OSError:  # the last process that had the terminal has ended
                 pass
             os.close(controller)
             return process.wait(TIMEOUT), shown.replace(b"\r\n", b"\n").decode()

@@ -1,7 +1,7 @@
-"""What the tests of the index share: a repository with an index, and all that an index says.
+"""What the tests of the index share: a repository with an index, and the content of an index by `dump`.
 
-Whatever happens to the files, to the run or to the disk, an index ends up as a fresh one: row by row,
-by `dump`.
+Whatever has happened to the files, to a run or to the disk, after the next run an index has the same rows
+as a fresh one.
 """
 import os
 import random
@@ -29,15 +29,15 @@ def varints(blob):
 
 
 def prefix_of(path):
-    """As FQNs begin, for the plain names that this test gives to files."""
+    """The beginning of FQNs, for the plain names of files in these tests."""
     return os.path.splitext(path)[0].replace("/", ".")
 
 
 def dump(database):
-    """All that the index says, without ids: file by file, and what is found by searching."""
+    """All rows of the index, with names in the place of ids, and the terms of its search tables."""
     with sqlite3.connect(f"file:{database}?mode=ro", TIMEOUT, uri=True) as connection:
         ask = connection.execute
-        ask("BEGIN")  # of one state, also while it is written
+        ask("BEGIN")  # so that all is of one state, even while the index is written
         assert ask("PRAGMA integrity_check").fetchall() == [("ok",)]
         names = dict(ask("SELECT id, text FROM name"))
         scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
@@ -89,7 +89,7 @@ def dump(database):
 
 
 def source(random_):
-    """A module of Python with names that other modules have too."""
+    """A random module of Python, with names that other modules have too."""
     lines = [f"import word{random_.randrange(9)}"]
     for _ in range(random_.randrange(6)):
         name = random_.choice(["value", "oneWord", "two_words", "Word2", "größe"])
@@ -115,7 +115,7 @@ class IndexTest(ToolTest):
         return done.stderr.decode("utf-8", "replace")
 
     def counts(self, *arguments, **options):
-        """(changed, unchanged, removed) of a run."""
+        """Runs the index, and gives how many files were (changed, unchanged, removed)."""
         text = self.index(*arguments, **options)
         return tuple(map(int, re.search(r"(\d+) changed, (\d+) unchanged, (\d+) removed",
                                         text).groups()))
@@ -146,7 +146,7 @@ class ChangingTest(IndexTest):
                               cwd=self.folder, check=False, capture_output=True).returncode
 
     def switch(self):
-        """Keeps what there is on the branch at hand, and goes to another one."""
+        """Commits everything, and checks out another branch."""
         branch = f"branch{self.random.randrange(4)}"
         self.git("add", "--all")
         self.git("commit", "--quiet", "--message", "x")
@@ -154,7 +154,7 @@ class ChangingTest(IndexTest):
             self.assertEqual(self.git("checkout", "--quiet", "-b", branch), 0)
 
     def change(self):
-        """Something that may happen to the files of `write_some`."""
+        """Makes a random change to the files of `write_some`."""
         if len(list(self.folder.glob("d*/*.py"))) < 20:
             self.write_some(40)
         paths = sorted(self.folder.glob("d*/*.py"))

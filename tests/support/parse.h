@@ -1,5 +1,5 @@
-// Parsing small sources in tests: one engine for all of them, so that what a parse leaves behind
-// would show in the next one.
+// Parses small sources in tests. All use one engine, so that a parse that leaves something behind
+// changes the next result.
 #pragma once
 
 #include <cstdlib>
@@ -19,8 +19,8 @@ inline const TreeSitterEngine& shared_engine() {
   return engine;
 }
 
-// "input" with the language's first suffix, so that every FQN begins with "input."; "input" alone
-// for a name that is no language of ours.
+// "input" with the language's first suffix, so that each FQN begins with "input.". For an unknown
+// language "input".
 inline std::string input_path(std::string_view language) {
   for (const languages::LanguageInfo& info : languages::language_infos()) {
     if (info.name == language) return "input" + std::string(info.suffixes.front());
@@ -32,7 +32,7 @@ inline ParseResult parse(std::string_view source, std::string_view language) {
   return shared_engine().parse_content(source, language, input_path(language));
 }
 
-// The bytes, which need not be UTF-8, as a file in a folder of their own that is removed again.
+// Parses the bytes, which need not be UTF-8, as a temporary file.
 inline ParseResult parse_as_file(std::string_view bytes, std::string_view language) {
   struct Folder {
     std::filesystem::path path = std::filesystem::temp_directory_path() / "engine_tests_XXXXXX";

@@ -1,4 +1,4 @@
-// A folder of a test's own, removed with all that is in it.
+// A temporary folder for one test. Its destructor removes it with its content.
 #pragma once
 
 #include <stdlib.h>
