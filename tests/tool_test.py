@@ -304,7 +304,7 @@ class Contents(ToolTest):
             self.write(path, content)
         subprocess.run(["git", "init", "-q", "."], cwd=self.folder, check=True)
         subprocess.run(["git", "add", "."], cwd=self.folder, check=True)
-        # Git quotes the paths in its list, and reads and prints them quoted in `cat-file`.
+        # Git quotes the paths in its list, and `cat-file` hands them on as they are.
         names = subprocess.run(["git", "-c", "core.quotePath=true", "ls-files", "-s"], cwd=self.folder,
                                check=True, stdout=subprocess.PIPE).stdout.splitlines()
         wanted = b"".join(line.split(b" ")[1] + b" " + line.split(b"\t")[1] + b"\n" for line in names)

@@ -12,7 +12,7 @@ import treesitter
 
 SOURCE = "class A:\n    '''Doc.'''\n    def f(self):\n        return g(self)\n"
 SANITIZERS = os.environ.get("SANITIZERS", "")  # of the module's build
-FORKS = "ignore:This process:DeprecationWarning"  # Python's word on forks beside threads
+FORKS = "ignore:This process:DeprecationWarning"  # Python warns of forks in a process with threads
 SLOW = '"' * 4_000_000  # as TypeScript: the time limit ends its parse after 19 seconds of processor time
 NESTED_KEYS = '{"key":' * 9_000 + "1" + "}" * 9_000  # their qualified names exceed the limit of a result
 TIMEOUT = 900  # seconds: only a hang takes so long, even on a slow machine with sanitizers

@@ -1,4 +1,4 @@
-"""Log records on their way to logging.getLogger("engines.treesitter")."""
+"""The log records that logging.getLogger("engines.treesitter") gets."""
 import logging
 import threading
 import traceback
@@ -23,7 +23,7 @@ class Handler(logging.Handler):
 
 @pytest.fixture
 def handle():
-    """Lets each record be given to a function, until the test ends."""
+    """Gives each record to a function, until the test ends."""
     handlers = []
 
     def add(work):

@@ -1,4 +1,4 @@
-"""parse_many: in order, bounded, and never raising for one file."""
+"""parse_many: results come in order, few are made ahead, and no file raises an error."""
 import collections
 import hashlib
 import itertools
@@ -21,8 +21,7 @@ def thread_count():
 
 
 def threads_become(count):
-    """Whether there are so many threads soon: the system lists a thread a little longer than until it
-    is joined."""
+    """Whether there are soon so many threads. The system lists a thread for a moment after it is joined."""
     end = time.monotonic() + TIMEOUT
     while thread_count() != count and time.monotonic() < end:
         time.sleep(0.01)

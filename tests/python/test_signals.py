@@ -18,7 +18,7 @@ class Stop(Exception):
 
 @contextlib.contextmanager
 def alarms(handler):
-    """Calls the handler again and again."""
+    """Calls the handler every 10 ms, beginning after 50 ms."""
     before = signal.signal(signal.SIGALRM, handler)
     signal.setitimer(signal.ITIMER_REAL, 0.05, 0.01)
     try:
@@ -80,7 +80,7 @@ def test_a_handler_that_raises_loses_no_result_of_many(engine):
 
 def test_a_handler_may_use_the_engine(engine):
     expected = engine.parse_content(SOURCE, "python", "a.py")
-    # Long enough to be interrupted, and not so long that the time limit ends a sanitized parse.
+    # Long enough to be interrupted, and short enough for the time limit of a sanitized parse.
     source = SOURCE * (4_000 if SANITIZERS else 20_000)
     large = engine.parse_content(source, "python", "a.py")
     assert not large.errors
