@@ -4,7 +4,7 @@
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/text/text.h"
-#include "fuzz/parse_fuzzing.h"
+#include "fuzz/properties.h"
 
 namespace {
 

@@ -1,6 +1,7 @@
 // What must hold for every result, whatever the bytes were.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -28,13 +29,14 @@ Answer answer_of(Call&& call) {
   }
 }
 
-// Requires what a result promises: lines within the file, document order, the bounds of lengths,
-// well-formed texts, nothing in a result that failed; under the standard rules unique FQNs too. All
-// FQNs must begin with `prefix`.
-void check(const Answer& answer, std::string_view content, std::string_view prefix,
-           Rules rules = Rules::standard);
-
 // Whether the time limit ended the parse. No other guard's answer depends on the machine.
 bool is_timing(const Answer& answer);
+
+// Gives the call's answer. Requires what a result promises: lines within the file, document order,
+// the bounds of lengths, well-formed texts, nothing in a result that failed; under the standard
+// rules unique FQNs too. All FQNs must begin with `prefix`. The call must give the same answer on
+// another thread.
+Answer checked_answer(const std::function<ParseResult()>& call, std::string_view content,
+                      std::string_view prefix, Rules rules = Rules::standard);
 
 }  // namespace engines::treesitter::fuzz

@@ -18,6 +18,7 @@
 #include "tests/support/parse.h"
 #include "tests/support/parsed_tree.h"
 #include "tests/support/sanitizers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace engines::treesitter {
 namespace {
@@ -57,19 +58,16 @@ class Log : public LogSink {
 
 class EngineTest : public testing::Test {
  protected:
-  EngineTest() {
-    std::string name = fs::temp_directory_path() / "engine_test_XXXXXX";
-    if (mkdtemp(name.data()) != nullptr) folder = name;
-  }
-  ~EngineTest() override { fs::remove_all(folder); }
-
   fs::path file(std::string_view name, std::string_view bytes) const {
-    std::ofstream(folder / name, std::ios::binary) << bytes;
-    return folder / name;
+    return _temporary.file(name, bytes);
   }
 
+ private:
+  const TemporaryFolder _temporary;
+
+ protected:
   Log log;
-  fs::path folder;
+  const fs::path folder = _temporary.path();
   const TreeSitterEngine engine;
 };
 

@@ -25,6 +25,7 @@
 #include "tests/support/inputs.h"
 #include "tests/support/parse.h"
 #include "tests/support/sanitizers.h"
+#include "tests/support/temporary_folder.h"
 
 // ---- Operator new: can fail one allocation of a thread, and counts blocks ----
 
@@ -166,14 +167,9 @@ TEST(MemoryFaultTest, EveryAllocationWhereOtherThingsFail) {
 
 class CallFaultTest : public testing::Test {
  protected:
-  CallFaultTest() {
-    std::string folder = std::filesystem::temp_directory_path() / "fault_test_XXXXXX";
-    if (mkdtemp(folder.data()) != nullptr) _folder = folder;
-    std::ofstream(path()) << content;
-  }
-  ~CallFaultTest() override { std::filesystem::remove_all(_folder); }
+  CallFaultTest() { _folder.file("input.py", content); }
 
-  std::filesystem::path path() const { return _folder / "input.py"; }
+  std::filesystem::path path() const { return _folder.path("input.py"); }
 
   ParseResult parse_with(const Plan& faults) {
     plan = faults;
@@ -194,7 +190,7 @@ class CallFaultTest : public testing::Test {
   static constexpr std::size_t SHORT_READ = 100;
 
  private:
-  std::filesystem::path _folder;
+  const TemporaryFolder _folder;
   bool _is_reached = false;
 };
 

@@ -8,8 +8,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
@@ -23,6 +21,7 @@
 #include "index/row_filter.h"
 #include "index/test_path.h"
 #include "index/varint.h"
+#include "tests/support/temporary_folder.h"
 
 namespace repository {
 namespace {
@@ -126,9 +125,8 @@ TEST(IndexTest, WhenTimesProveThatAFileIsAsItWas) {
 }
 
 TEST(IndexTest, JournalKeepsWhatWasUnderWay) {
-  std::string folder = std::filesystem::temp_directory_path() / "index_test_XXXXXX";
-  ASSERT_NE(::mkdtemp(folder.data()), nullptr);
-  const std::string database = folder + "/x";
+  const engines::treesitter::TemporaryFolder folder;
+  const std::string database = folder.path("x");
   const std::string longest(8191, 'l');
   const pid_t child = ::fork();
   if (child == 0) {
@@ -155,7 +153,6 @@ TEST(IndexTest, JournalKeepsWhatWasUnderWay) {
     { const Journal::Entry entry(journal, "b.py"); }
   }
   EXPECT_THAT(Journal(database).left(), testing::IsEmpty());
-  std::filesystem::remove_all(folder);
 }
 
 // Each row has a file that the module may be, and one that it may not be.

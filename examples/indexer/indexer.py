@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""A small code indexer: parse_many on all processors fills an SQLite database.
+"""A small code indexer: parse_many on all processors, and an SQLite database.
 
     indexer.py DATABASE index FOLDER...     (again later: only files that changed are parsed)
     indexer.py DATABASE find NAME           where it is defined, and who calls it

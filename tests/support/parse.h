@@ -2,15 +2,12 @@
 // changes the next result.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/treesitter.h"
+#include "tests/support/temporary_folder.h"
 
 namespace engines::treesitter {
 
@@ -34,19 +31,8 @@ inline ParseResult parse(std::string_view source, std::string_view language) {
 
 // Parses the bytes, which need not be UTF-8, as a temporary file.
 inline ParseResult parse_as_file(std::string_view bytes, std::string_view language) {
-  struct Folder {
-    std::filesystem::path path = std::filesystem::temp_directory_path() / "engine_tests_XXXXXX";
-    Folder() {
-      std::string name = path.native();
-      if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
-      path = name;
-    }
-    ~Folder() { std::filesystem::remove_all(path); }
-  };
-  const Folder folder;
-  const std::filesystem::path path = folder.path / input_path(language);
-  std::ofstream(path, std::ios::binary) << bytes;
-  return shared_engine().parse_file(path).value();
+  const TemporaryFolder folder;
+  return shared_engine().parse_file(folder.file(input_path(language), bytes)).value();
 }
 
 }  // namespace engines::treesitter
