@@ -7,7 +7,8 @@
 Each worker needs this package and the engine in the driver's versions, and sees the same folders under
 the same names.
 """
+from .driver import Summary
 from .errors import ClusterError
-from .run import Summary, parse
+from .run import parse
 
 __all__ = ["ClusterError", "Summary", "parse"]

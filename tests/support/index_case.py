@@ -33,59 +33,73 @@ def prefix_of(path):
     return os.path.splitext(path)[0].replace("/", ".")
 
 
+class Content:
+    """Reads all rows of an open index, and checks that they fit together."""
+
+    def __init__(self, ask):
+        self._ask = ask
+        self._names = dict(ask("SELECT id, text FROM name"))
+        self._scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
+        self._paths = {id: os.fsdecode(path) for id, path in ask("SELECT id, path FROM file")}
+        self._used_names = set()
+
+    def rows(self):
+        rows = [("file", os.fsdecode(path), *rest) for path, *rest in
+                self._ask("SELECT path, size, language, hash FROM file")]
+        rows += [("error", self._paths[file], number, text) for file, number, text in
+                 self._ask("SELECT * FROM error")]
+        rows += [*self._symbols(), *self._references(), *self._search_terms()]
+        assert self._used_names == set(self._names), "names that nobody uses, or that are missing"
+        return sorted(map(repr, rows))
+
+    def _name(self, id):
+        self._used_names.add(id)
+        return self._names[id]
+
+    def _scope_text(self, scope):
+        parts = []
+        while scope:
+            scope, name = self._scopes[scope]
+            parts.append(self._name(name))
+        return ".".join(reversed(parts))
+
+    def _symbols(self):
+        used = {0}
+        for id, name, scope, kind, *rest in self._ask("SELECT * FROM symbol"):
+            parts = [prefix_of(self._paths[id >> 24])]
+            parts += [self._scope_text(abs(scope))] if scope else []
+            parts += [self._names[name]] if scope >= 0 else []
+            yield ("symbol", self._paths[id >> 24], id & 0xFFFFFF, self._name(name), ".".join(parts),
+                   SYMBOL_KINDS[kind], *rest)
+            while abs(scope) not in used:
+                used.add(abs(scope))
+                scope = self._scopes[abs(scope)][0]
+        assert used - {0} == set(self._scopes), "scopes that nobody uses"
+
+    def _references(self):
+        uses = {}
+        for name, kind, file, lines in self._ask("SELECT * FROM reference"):
+            uses.setdefault(file, []).append(name << 2 | kind)
+            yield ("reference", self._paths[file], self._name(name), REFERENCE_KINDS[kind],
+                   *varints(lines))
+        assert {file: sorted(of) for file, of in uses.items()} == {
+            file: list(varints(blob)) for file, blob in self._ask("SELECT * FROM file_use")}
+
+    def _search_terms(self):
+        for table in "name_trigram", "name_words", "symbol_words":
+            self._ask(f"CREATE VIRTUAL TABLE temp.{table}_terms "
+                      f"USING fts5vocab(main, {table}, instance)")
+            for term, id in self._ask(f"SELECT term, doc FROM temp.{table}_terms"):
+                yield (table, term, self._names[id] if table != "symbol_words" else
+                       (self._paths[id >> 24], id & 0xFFFFFF))
+
+
 def dump(database):
     """All rows of the index, with names in the place of ids, and the terms of its search tables."""
     with sqlite3.connect(f"file:{database}?mode=ro", TIMEOUT, uri=True) as connection:
-        ask = connection.execute
-        ask("BEGIN")  # so that all is of one state, even while the index is written
-        assert ask("PRAGMA integrity_check").fetchall() == [("ok",)]
-        names = dict(ask("SELECT id, text FROM name"))
-        scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
-        paths = {id: os.fsdecode(path) for id, path in ask("SELECT id, path FROM file")}
-        used = set()
-
-        def scope_text(scope):
-            parts = []
-            while scope:
-                scope, name = scopes[scope]
-                used.add(name)
-                parts.append(names[name])
-            return ".".join(reversed(parts))
-
-        rows = [("file", os.fsdecode(path), *rest) for path, *rest in
-                ask("SELECT path, size, language, hash FROM file")]
-        rows += [("error", paths[file], number, text) for file, number, text in
-                 ask("SELECT * FROM error")]
-        used_scopes = set()
-        for id, name, scope, kind, *rest in ask("SELECT * FROM symbol"):
-            used.add(name)
-            used_scopes.add(abs(scope))
-            parts = [prefix_of(paths[id >> 24])]
-            parts += [scope_text(abs(scope))] if scope else []
-            parts += [names[name]] if scope >= 0 else []
-            rows.append(("symbol", paths[id >> 24], id & 0xFFFFFF, names[name], ".".join(parts),
-                         SYMBOL_KINDS[kind], *rest))
-        uses = {}
-        for name, kind, file, lines in ask("SELECT * FROM reference"):
-            used.add(name)
-            uses.setdefault(file, []).append(name << 2 | kind)
-            rows.append(("reference", paths[file], names[name], REFERENCE_KINDS[kind],
-                         *varints(lines)))
-        assert {file: sorted(of) for file, of in uses.items()} == {
-            file: list(varints(blob)) for file, blob in ask("SELECT * FROM file_use")}
-        assert used == set(names), "names that nobody uses, or that are missing"
-        for id in list(used_scopes):
-            while id:
-                used_scopes.add(id)
-                id = scopes[id][0]
-        assert used_scopes - {0} == set(scopes), "scopes that nobody uses"
-        for table in "name_trigram", "name_words", "symbol_words":
-            ask(f"CREATE VIRTUAL TABLE temp.{table}_terms "
-                f"USING fts5vocab(main, {table}, instance)")
-            found = ask(f"SELECT term, doc FROM temp.{table}_terms")
-            rows += [(table, term, names[id] if table != "symbol_words" else
-                      (paths[id >> 24], id & 0xFFFFFF)) for term, id in found]
-        return sorted(map(repr, rows))
+        connection.execute("BEGIN")  # so that all is of one state, even while the index is written
+        assert connection.execute("PRAGMA integrity_check").fetchall() == [("ok",)]
+        return Content(connection.execute).rows()
 
 
 def source(random_):
