@@ -248,7 +248,8 @@ class Bench {
     _end = _first;
     for (; _end < _files.size() && _files[_end].group == request.group; ++_end) {
       File& file = _files[_end];
-      if (file.is_loaded || request.mode == Mode::file) continue;
+      if (file.is_loaded || request.mode == Mode::file || request.mode == Mode::navigation)
+        continue;
       std::ifstream stream(file.path, std::ios::binary);
       file.bytes.assign(std::istreambuf_iterator<char>(stream), {});
       file.is_loaded = true;

@@ -1,8 +1,8 @@
 """The plan of a run: its items and its batches.
 
 It is made once and kept. A run that is continued has the same items in the same batches, even when folders
-and branches have changed since. A batch is a range of consecutive items of one source; batches are alike
-in what they cost to parse, not in their number of items.
+and branches have changed since. A batch is a range of consecutive items of one source. How many items it has
+depends on what they cost to parse.
 
 Tested by tests/cluster/test_runs.py.
 """

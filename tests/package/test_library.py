@@ -105,7 +105,8 @@ def test_headers_need_only_themselves(prefix, pkg_config, tmp_path):
         assert "tree_sitter/" not in text, header
         source = tmp_path / "alone.cpp"
         source.write_text(f'#include "{header.relative_to(folder)}"\n')
-        run(COMPILER, "-std=c++20", "-fsyntax-only", f"-I{folder}", source)
+        run(COMPILER, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-fsyntax-only",
+            f"-I{folder}", source)
 
 
 def test_names_of_c_are_local(prefix):
