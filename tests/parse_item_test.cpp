@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -124,12 +123,6 @@ TEST_F(ParseItemTest, WhatIsKnownOfAFileWhoseParseRaised) {
 }
 
 // ---- Cancelling ----
-
-double processor_seconds(clockid_t clock) {
-  timespec time{};
-  ::clock_gettime(clock, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
 
 class CancelTest : public ParseItemTest {
  protected:

@@ -2,8 +2,9 @@
 // build everything is slower, larger and needs more stack.
 #pragma once
 
+#include <time.h>
+
 #include <cstdint>
-#include <ctime>
 
 namespace engines::treesitter {
 
@@ -19,6 +20,13 @@ inline constexpr bool IS_SANITIZED = false;
 inline constexpr bool IS_SANITIZED = false;
 #endif
 
+// What such a clock of processor time says.
+inline double processor_seconds(clockid_t clock) {
+  timespec time{};
+  ::clock_gettime(clock, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
 // What the loop below takes on a processor of 3 GHz.
 inline constexpr double USUAL_SECONDS = 0.035;
 
@@ -26,15 +34,10 @@ inline constexpr double USUAL_SECONDS = 0.035;
 // slower one a parse meets its limit of time before the limit that ends it elsewhere.
 inline bool has_usual_speed() {
   static const bool is_fast = [] {
-    const auto seconds = [] {
-      std::timespec time{};
-      ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-      return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-    };
-    const double begin = seconds();
+    const double begin = processor_seconds(CLOCK_THREAD_CPUTIME_ID);
     volatile std::uint64_t number = 1;  // a chain of loads, products and stores
     for (int i = 0; i < 30'000'000; ++i) number = number * 0x100000001B3 + 1;
-    return seconds() - begin < 3 * USUAL_SECONDS;
+    return processor_seconds(CLOCK_THREAD_CPUTIME_ID) - begin < 3 * USUAL_SECONDS;
   }();
   return is_fast && !IS_SANITIZED;
 }
