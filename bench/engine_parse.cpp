@@ -1,23 +1,26 @@
-// The engine, measured: the counterpart of stock/stock_parse.c, driven by the same lines.
+// Measures the engine; the counterpart of stock/stock_parse.c, driven by the same lines.
 //
-//   engine_parse --detect      for each path on standard input, the language or an empty line
-//   engine_parse MANIFEST      the manifest has one line "GROUP<tab>LANGUAGE<tab>PATH" for each
-//   file;
-//                              files of one group follow each other
+//   engine_parse --detect      prints the language of each path on standard input, or an empty line
+//   engine_parse MANIFEST      measures; the manifest has a line "GROUP<tab>LANGUAGE<tab>PATH" for
+//                              each file, and the files of a group stand together
 //
 // Each line of standard input asks for one measurement:
 //
 //   GROUP MODE THREADS REPEATS DIGEST
 //   memory                             the most memory that this process ever held, in KiB
 //
-// MODE says how much of the work is done: `file` all of it, from the path; `content` the same from
-// contents in memory, with the manifest's language; `navigation` the same as `file`, by the
-// navigation rules; `parse` the guarded parse and the reading of its tree into the array; `read`
-// that reading alone, on one thread. The answer is "CPU WALL FILES
-// BYTES NODES SYMBOLS REFERENCES ERRORS DIGEST REFUSED": nanoseconds of all repeats together and
-// the counts of one. DIGEST 1 asks for a digest of everything in the results, and for the numbers
-// of the files whose parse was refused, with commas between; else both are `-`. Records are
-// destroyed within the time, as by a caller who has used them.
+// MODE says how much of the work is done:
+//
+//   file          all of it, from the path
+//   content       the same from contents in memory, with the manifest's language
+//   navigation    the same as `file`, by the navigation rules
+//   parse         the guarded parse, and the reading of its tree into the array
+//   read          that reading alone, on one thread
+//
+// The answer is "CPU WALL FILES BYTES NODES SYMBOLS REFERENCES ERRORS DIGEST REFUSED": nanoseconds
+// of all repeats together, and the counts of one. DIGEST 1 asks for a digest of everything in the
+// results, and for the numbers of the files that a guard refused, separated by commas; else both
+// are `-`. The time includes freeing the records.
 #include <tree_sitter/api.h>
 
 #include <atomic>
@@ -143,7 +146,7 @@ std::uint64_t digest_of(const ParseResult& result, std::size_t file) {
 
 // ---- One file ----
 
-// What throws leaves a record too: an error with its text.
+// An exception becomes a result with its text as the error.
 template <typename Parse>
 ParseResult result_or_error(const File& file, Parse parse) {
   try {
@@ -164,7 +167,7 @@ ParseResult whole_result(const engines::treesitter::TreeSitterEngine& engine, co
   });
 }
 
-// The part of the work that is the parse; what else a thread keeps for it.
+// The parse without the walks, with what a thread keeps for it.
 class BareParse {
  public:
   void parse(const File& file, Counts& counts) {
@@ -245,7 +248,8 @@ class Bench {
     _end = _first;
     for (; _end < _files.size() && _files[_end].group == request.group; ++_end) {
       File& file = _files[_end];
-      if (file.is_loaded || request.mode == Mode::file) continue;
+      if (file.is_loaded || request.mode == Mode::file || request.mode == Mode::navigation)
+        continue;
       std::ifstream stream(file.path, std::ios::binary);
       file.bytes.assign(std::istreambuf_iterator<char>(stream), {});
       file.is_loaded = true;

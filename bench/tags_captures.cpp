@@ -1,19 +1,21 @@
-// What the tags queries of the grammar packages capture: the yardstick of bench/recall for names.
+// Prints what the tags queries of the grammar packages capture, with which bench/recall compares
+// the engine.
 //
-//   tags_captures NODE_MODULES    for each line "LANGUAGE<tab>PATH" of standard input
+//   tags_captures NODE_MODULES    reads lines "LANGUAGE<tab>PATH" from standard input
 //
-// prints one line for each `definition.*` or `reference.*` that a query captures together with a
-// `name`, each with tabs between:
+// Prints a line for each `definition.*` or `reference.*` that a query captures together with a
+// `name`, with tabs between the fields:
 //
 //   NUMBER CAPTURE TYPE PLACE FIRST LAST LINE NAME
 //
 // and "NUMBER text FIRST LAST" for lines within strings and comments.
 //
-// NUMBER counts the input lines from 0. TYPE is the captured node's type, PLACE where the name
-// stands, as "PARENT_TYPE:FIELD". FIRST and LAST are the lines from the captured node's beginning
-// to the name, whichever comes first; LINE is the name's. Lines count from 1. Languages without a
-// query print nothing. The queries' predicates on texts are obeyed, directives are ignored, and so
-// is `is-not? local`, since no scopes are known here. The parse has no guard: for trusted files.
+// NUMBER counts the input lines from 0. TYPE is the type of the captured node. PLACE is where the
+// name stands, as "PARENT_TYPE:FIELD". FIRST and LAST are the lines of the captured node's
+// beginning and of the name, the smaller one first; LINE is that of the name. Lines count from 1.
+// Languages without a query print nothing. Predicates on texts are obeyed. Directives are ignored,
+// and so is `is-not? local`, since no scopes are known here. The parse has no guards, so files must
+// be trusted.
 #include <tree_sitter/api.h>
 
 #include <algorithm>
@@ -146,7 +148,7 @@ class Query {
     return predicates;
   }
 
-  // None for what judges no text.
+  // None for a predicate that is not about a text.
   std::optional<Predicate> predicate_of(const std::vector<TSQueryPredicateStep>& steps) const {
     std::string name = text(steps.at(0));
     if (name.ends_with('!') || name == "is?" || name == "is-not?") return std::nullopt;
@@ -244,8 +246,8 @@ class Captures {
   std::set<std::tuple<std::string, std::string, std::uint32_t>> _printed;
 };
 
-// The lines within strings and comments, where whoever reads no syntax may see declarations: as
-// NUMBER "text" FIRST LAST, for each that spans more than two lines.
+// Prints "NUMBER text FIRST LAST" for each string and comment of more than two lines. A program
+// that reads no syntax may take their text for declarations.
 void print_texts(TSNode root, std::size_t number) {
   const auto is_text = [](std::string_view type) {
     for (const std::string_view part : {"string", "heredoc", "nowdoc", "comment"}) {

@@ -53,7 +53,8 @@ void run_on_thread(Job& job, std::size_t stack_bytes) {
   pthread_attr_destroy(&attributes);
 }
 
-// A name may be as long as the file; what is read of a text fits into a pipe that nobody empties.
+// Bytes of the outcome's text that are handed on. They fit into the pipe, so that the child need
+// not wait for a reader.
 constexpr std::size_t MAX_TEXT = 1024;
 
 [[noreturn]] void run_child(Job& job, std::size_t stack_bytes, int output) {

@@ -1,5 +1,7 @@
-// One parse in a process of its own, with what it took: the only way to measure a parse that may
-// end its process, and to see every case from the same clean start.
+// Runs one parse in a child process and measures it. Only so can a parse be measured that may end
+// its process, and each case starts from the same clean state.
+//
+// Used by tests/killers_test.cpp and fuzz/sweep.cpp.
 #pragma once
 
 #include <sys/types.h>
@@ -13,23 +15,23 @@
 
 namespace engines::treesitter::fuzz {
 
-// What became of one parse.
+// The result of one parse.
 struct Outcome {
-  std::string text;       // "parsed: 3 symbols, 4 references", the error text, or what was thrown
-  int signal = 0;         // that ended the process; SIGXCPU for one that ran for MAX_SECONDS
-  double seconds = 0;     // of processor time, the start of the process included
-  std::size_t bytes = 0;  // of memory at the peak, the whole process
+  std::string text;    // "parsed: 3 symbols, 4 references", an error text, or "thrown: " and a text
+  int signal = 0;      // the signal that ended the process; SIGXCPU after MAX_SECONDS
+  double seconds = 0;  // processor time of the whole process
+  std::size_t bytes = 0;  // most memory of the whole process
 };
 
 inline constexpr unsigned MAX_SECONDS = 60;
 
-// What every parse has to keep, for any bytes in any language.
+// The bounds of each parse, for any bytes in any language.
 constexpr double allowed_seconds(std::size_t size) {
   return 5 + 5 * static_cast<double>(size) / (1 << 20);
 }
 constexpr std::size_t allowed_bytes(std::size_t size) { return (64 << 20) + 1024 * size; }
 
-// A parse that has been started. The process should have one thread when it starts others.
+// A parse that has been started. The calling process must have only one thread, since this forks.
 class ChildRun {
  public:
   // Parses `content` on a thread with a stack of `stack_bytes`, or of the usual size for 0.
@@ -37,7 +39,7 @@ class ChildRun {
            Rules rules = Rules::standard);
 
   pid_t process() const { return _process; }
-  // To be called once. Waits for the end.
+  // Waits for the end. Call it once.
   Outcome finish();
 
  private:

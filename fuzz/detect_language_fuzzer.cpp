@@ -1,5 +1,4 @@
-// Any path through detect_language: only the last component counts, and ASCII case not at all in
-// suffixes.
+// Any path through detect_language: only the last component counts, and suffixes ignore ASCII case.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

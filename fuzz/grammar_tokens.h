@@ -1,7 +1,7 @@
-// The texts that a grammar is made of: what to feed to it to meet its worst.
+// The tokens of a grammar, as the material for hostile inputs.
 //
-// Plain bytes almost never make it past a grammar's first tokens; its own keywords, operators and
-// brackets, repeated and nested, find in minutes what random bytes don't find in days.
+// Random bytes almost never get past a grammar's first tokens. Its own keywords, operators and
+// brackets, repeated and nested, find in minutes what random bytes do not find in days.
 #pragma once
 
 #include <cstddef>
@@ -15,13 +15,14 @@ namespace engines::treesitter::fuzz {
 // bytes. `language` must be one of the sixteen.
 std::vector<std::string> grammar_tokens(std::string_view language);
 
-// What begins or continues something in most grammars, among it what no grammar lists because a
-// scanner or an expression reads it: names, numbers, comments, quotes, markup. The commonest first.
+// Texts that begin or continue something in most grammars. Some of them no grammar lists, because
+// scanners or expressions read them: names, numbers, comments, quotes, markup. The most common ones
+// come first.
 const std::vector<std::string>& common_openers();
 inline constexpr std::size_t COMMONEST_OPENERS = 6;
 
-// What must stand before a token so that the grammar reads code at all: PHP's opening tag,
-// otherwise nothing.
+// The text before all tokens without which a grammar reads no code: PHP's opening tag. Empty for
+// the others.
 std::string_view preamble(std::string_view language);
 
 }  // namespace engines::treesitter::fuzz

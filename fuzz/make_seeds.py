@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Makes the seeds of a fuzzing campaign from the inputs of the golden tests.
+"""Makes the seeds of the fuzzers from the inputs of the golden tests.
 
   make_seeds.py FOLDER
 
-Writes FOLDER/parse (a byte that names language and rules, then the source), FOLDER/text (four bytes of
-numbers, then the source) and FOLDER/paths.
+Writes FOLDER/parse, whose files hold a byte that tells language and rules, then a source; and FOLDER/paths,
+whose files hold a path.
 """
 import pathlib
 import re
@@ -19,7 +19,7 @@ LANGUAGES = re.search(r"\nLanguages: ([^.]+)\.",
 
 def main():
     target = pathlib.Path(sys.argv[1])
-    for name in ("parse", "text", "paths"):
+    for name in ("parse", "paths"):
         (target / name).mkdir(parents=True, exist_ok=True)
     for source in sorted((ROOT / "tests" / "golden").glob("*/*/input.*")):
         language, case = source.parts[-3:-1]
@@ -31,7 +31,6 @@ def main():
             if (source.parent / "navigation.txt").exists():
                 number += len(LANGUAGES)
                 (target / "parse" / f"{seed}-navigation").write_bytes(bytes([number]) + content)
-        (target / "text" / seed).write_bytes(b"\0\5\0\50" + content)
         (target / "paths" / seed).write_bytes(f"{language}/{source.name}".encode())
 
 

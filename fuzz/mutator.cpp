@@ -1,8 +1,8 @@
-// The mutator of the parse fuzzers: what repetition and nesting of a grammar's own tokens can do,
-// plain changes of bytes never find.
+// The mutator of the fuzzers that parse. It repeats and nests tokens of the grammar, which finds
+// faults that changes of single bytes do not find.
 //
-// An input's first byte names its language; the tokens come from that language's grammar. Linked
-// only into the fuzzers that parse: libFuzzer finds the function by its name.
+// The first byte of an input tells its language, from whose grammar the tokens come. libFuzzer
+// finds the function by its name, so this file is linked only into the fuzzers that parse.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -16,7 +16,7 @@
 #include "engines/languages/languages.h"
 #include "fuzz/grammar_tokens.h"
 
-// libFuzzer's own changes of bytes, or those of replay.cpp.
+// Changes of bytes: libFuzzer's, or those of replay.cpp.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t max_size);
 
 namespace {
@@ -78,7 +78,8 @@ class Mutation {
   std::size_t place() { return below(_text.size() + 1); }
   void insert(std::string_view text) { _text.insert(place(), text); }
 
-  // Something that opens, many times, around a part of the text, and often closed again.
+  // Puts a token many times before a part of the text, and often another one as many times behind
+  // it.
   void nest() {
     const std::string open = below(2) == 0 ? token() : token() + token();
     const std::size_t count = below(100) + 1;
@@ -107,7 +108,7 @@ class Mutation {
     _text.replace(below(_text.size()), part.size(), part);
   }
 
-  // Ill-formed sequences, marks and line ends: a character cut in two, or one of these.
+  // Inserts a piece that is ill-formed or rare, or breaks a character.
   void flip_encoding() {
     static constexpr std::array<std::string_view, 12> PIECES = {
         "\xFF",

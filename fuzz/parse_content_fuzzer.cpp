@@ -1,10 +1,10 @@
-// Any text in any language through parse_content. The first byte names language and rules.
+// Any text in any language through parse_content. The first byte tells language and rules.
 #include <cstddef>
 #include <cstdint>
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/text/text.h"
-#include "fuzz/parse_fuzzing.h"
+#include "fuzz/properties.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
-// Any bytes in any language through parse_file, and where they are UTF-8, through parse_content as
-// well: both must say the same. The first byte names the language.
+// Any bytes in any language through parse_file. If they are UTF-8, parse_content must give the
+// same. The first byte tells the language.
 #include <unistd.h>
 
 #include <cstddef>
@@ -10,14 +10,14 @@
 
 #include "engines/languages/languages.h"
 #include "engines/treesitter/text/text.h"
-#include "fuzz/parse_fuzzing.h"
+#include "fuzz/properties.h"
 
 namespace {
 
 using namespace engines;
 using namespace engines::treesitter;
 
-// One file, written anew for each input, removed at the end.
+// A file that is written anew for each input. Removed with its folder at the end.
 class InputFile {
  public:
   InputFile() {

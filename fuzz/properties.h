@@ -1,6 +1,7 @@
-// What holds for every result, whatever the bytes were.
+// What must hold for every result, whatever the bytes were.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -9,14 +10,14 @@
 
 namespace engines::treesitter::fuzz {
 
-// Ends the process with the broken promise on standard error: a fuzzer's way to report a find.
+// Unless it holds, prints the broken promise and aborts, by which libFuzzer notices a fault.
 void require(bool holds, std::string_view promise);
 
 // A result, or the text of what was thrown in its place.
 using Answer = std::variant<ParseResult, std::string>;
 
-// What the call gives. Only what the engine documents may be thrown: Utf8Error and
-// ResultLimitError.
+// What the call gives. Of exceptions only Utf8Error and ResultLimitError are caught: the engine
+// documents no others for such calls.
 template <typename Call>
 Answer answer_of(Call&& call) {
   try {
@@ -28,13 +29,14 @@ Answer answer_of(Call&& call) {
   }
 }
 
-// Requires what a result promises: lines inside of the file, document order, the caps on lengths,
-// well-formed texts, nothing in a result that failed; under the standard rules unique FQNs, too.
-// `prefix` is that of all FQNs.
-void check(const Answer& answer, std::string_view content, std::string_view prefix,
-           Rules rules = Rules::standard);
-
-// Whether the time limit ended the parse: the one guard whose answer depends on the machine.
+// Whether the time limit ended the parse. No other guard's answer depends on the machine.
 bool is_timing(const Answer& answer);
+
+// Gives the call's answer. Requires what a result promises: lines within the file, document order,
+// the bounds of lengths, well-formed texts, nothing in a result that failed; under the standard
+// rules unique FQNs too. All FQNs must begin with `prefix`. The call must give the same answer on
+// another thread.
+Answer checked_answer(const std::function<ParseResult()>& call, std::string_view content,
+                      std::string_view prefix, Rules rules = Rules::standard);
 
 }  // namespace engines::treesitter::fuzz

@@ -1,5 +1,4 @@
-// The main program of a fuzzer in builds without libFuzzer: runs it over files, so that fuzzers
-// build and run everywhere.
+// The main program of a fuzzer in builds without libFuzzer: runs the fuzzer over files.
 //
 //   replay [--mutations N] PATH...
 //
@@ -22,7 +21,7 @@ extern "C" __attribute__((weak)) std::size_t LLVMFuzzerCustomMutator(std::uint8_
                                                                      std::size_t max_size,
                                                                      unsigned seed);
 
-// What the mutator leaves to libFuzzer.
+// In libFuzzer's place: a small change that the mutator asks for.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size,
                                         std::size_t max_size) {
   if (size == 0 && max_size > 0) data[size++] = 0;

@@ -1,14 +1,15 @@
-// The sweep: every token of every grammar, repeated, alone and together with common openers, each
-// parse in a process of its own.
+// The sweep: parses each token of each grammar many times in a row, alone and together with common
+// openers, each case in its own process.
 //
 //   sweep [--jobs N] [--every N] [--language NAME] [--stack BYTES] [--thorough] [--print]
 //         [--rules standard|navigation]
 //
-// This is what finds the hostile files that plain byte fuzzing never meets: repeating single tokens
-// at 3 kB once found 16 aborts and 1,485 slow inputs in 9,833 cases. Prints for each language how
-// the parses ended, the slowest, the largest and every case that broke a bound or ended by a
-// signal; its status is 1 if there was one. `--every 100` takes a sample of the cases, `--print`
-// prints each case. All of them take about an hour of one processor.
+// It finds hostile files that fuzzing of bytes never finds: single tokens, repeated up to 3 kB,
+// once gave 16 aborts and 1,485 slow parses in 9,833 cases. Prints for each language how the parses
+// ended, the slowest, the largest, and each case that broke a bound or ended by a signal; if there
+// is one the status is 1. `--every 100` takes a hundredth of the cases, `--print` prints each case.
+// All cases take about an hour of one processor. A case that it finds gets a row in
+// tests/killers/make_killers.py.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -63,9 +64,10 @@ bool is_word(std::string_view token) {
   });
 }
 
-// Each token alone at both sizes, and behind each opener at the small one. Behind the commonest
-// openers also at the large one, and many times behind one of them: of words only thoroughly, since
-// there are a thousand, and most grammars read them alike.
+// Each token repeated alone, in both sizes, and repeated together with each opener, in the small
+// size. The most common openers also stand once before many of the token, and together with it in
+// the large size; that leaves out words unless the sweep is thorough, since there are a thousand
+// and most grammars read them alike.
 std::vector<Case> cases_of(std::string_view language, bool is_thorough) {
   const std::vector<std::string>& openers = common_openers();
   std::vector<std::string> tokens = grammar_tokens(language);
@@ -118,14 +120,14 @@ bool is_within_bounds(const Done& done) {
          done.outcome.bytes <= allowed_bytes(done.which.size);
 }
 
-// What an outcome is counted under: the guard without its size, the exception without its details.
+// The heading that an outcome is counted under: its text without sizes and details.
 std::string kind_of(const Outcome& outcome) {
   if (outcome.signal != 0) return "signal " + std::to_string(outcome.signal);
   if (outcome.text.starts_with("parsed")) return "parsed";
   return outcome.text.substr(0, outcome.text.find(" ("));
 }
 
-// Runs the cases, `jobs` of them at a time, and collects what became of them.
+// Runs the cases, `jobs` of them at a time, and gives their outcomes.
 std::vector<Done> run(const std::vector<Case>& cases, const Options& options) {
   struct Running {
     ChildRun child;
@@ -213,7 +215,7 @@ Options options_of(int count, char** arguments) {
 // Gives whether all cases of the language kept the bounds.
 bool sweep(std::string_view language, const Options& options) {
   std::vector<Case> cases = cases_of(language, options.is_thorough);
-  // The same sample each time, and not every token with the same opener.
+  // The same sample each time, and by chance: each n-th case would often have the same opener.
   std::minstd_rand random(1);
   std::erase_if(cases, [&](const Case&) { return random() % options.every != 0; });
   std::cout << "=== " << language << ": " << cases.size() << " cases\n";
@@ -223,7 +225,8 @@ bool sweep(std::string_view language, const Options& options) {
   return is_clean;
 }
 
-// In a process of its own, since one language's tables are no memory of another's parse.
+// In a process of its own, so that the memory of a parse does not hold the tables of other
+// languages.
 bool sweep_alone(std::string_view language, const Options& options) {
   const pid_t child = ::fork();
   if (child == 0) ::_exit(sweep(language, options) ? 0 : 1);

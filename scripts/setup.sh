@@ -1,29 +1,29 @@
 # What ./run, ./test and .ci/run share: installing what is missing, and building quietly.
 #
 # To be sourced by a bash script with `set -euo pipefail`. Messages go to standard error, so that
-# the standard output of ./run is the tool's alone. Nothing that is in place is touched, and the
-# network is asked only for what is missing: a second run takes less than a second.
+# standard output is left to the tool that ./run starts. What is installed is left as it is, and only
+# missing things are downloaded: a second run takes less than a second.
 #
 # shellcheck shell=bash
 
-# One name for the checkout, by whatever links it was reached: compilers know no other.
+# The real path of the checkout, even when it was reached by a link: compilers note the paths of files.
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 
-# One list for building and testing, since one build folder serves both.
+# For building and for testing, since one build folder serves both.
 BUILD_PACKAGES=(build-essential cmake ninja-build pkg-config
   libssl-dev libpcre2-dev libicu-dev libcli11-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev libzstd-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   python3 python3-dev python3-venv python3-setuptools python3-wheel python3-pytest python3-jsonschema mypy git universal-ctags
   python3-distributed python3-zstandard openssl)
-# What .ci/run needs beside them.
+# .ci/run needs these too.
 # shellcheck disable=SC2034
 CI_PACKAGES=(clang clang-format clang-tidy fish lintian man-db shellcheck vim zsh)
-# What bench/recall and bench/recall_corpus need beside them.
+# bench/recall and bench/recall_corpus need these too.
 # shellcheck disable=SC2034
 RECALL_PACKAGES=(universal-ctags dpkg-dev)
 
-# The same where there is no apt, as their authors name them, in the oldest versions that we build
-# with; what stands behind npm is for the tests.
+# What to install where there is no apt, with the oldest versions that work. What stands after npm is for
+# the tests.
 REQUIREMENTS="GCC 12 or clang 14, CMake 3.25, Ninja 1.11, pkg-config, Python 3.11 with its headers,
   ICU 72 (icu-uc), OpenSSL 3.0 (libcrypto), PCRE2 10.42 (libpcre2-8), SQLite 3.40 with FTS5 (sqlite3),
   SQLiteCpp 3.2, CLI11 2.1, nlohmann/json 3.11, Zstandard 1.5 (libzstd), npm,
@@ -37,7 +37,7 @@ die() {
   exit 2
 }
 
-# run_logged LOG COMMAND...: its output is read only when it fails.
+# run_logged LOG COMMAND...: the output goes to LOG; if the command fails, its end is shown.
 run_logged() {
   local log=$1
   shift
@@ -53,8 +53,8 @@ _is_installed() {
   [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-# _require_requirements: what can be asked for is asked for; libraries of headers only are CMake's to
-# find.
+# _require_requirements: ends the script unless all programs and libraries are there. Libraries that are only
+# headers are left to CMake, which looks for them.
 _require_requirements() {
   local command library
   local -a missing=()
@@ -69,7 +69,7 @@ _require_requirements() {
       "$(printf ' %s;' "${missing[@]}")" "$REQUIREMENTS")"
 }
 
-# install_packages PACKAGE...: by apt, and only what is missing.
+# install_packages PACKAGE...: installs by apt what is missing.
 install_packages() {
   local package
   local -a missing=()
@@ -80,7 +80,7 @@ install_packages() {
   for package in "$@"; do
     _is_installed "$package" || missing+=("$package")
   done
-  # npm may come from elsewhere than Debian, so the command is asked for and not the package.
+  # npm need not be Debian's, so this looks for the command and not for the package.
   command -v npm >/dev/null || missing+=(nodejs npm)
   [[ ${#missing[@]} -gt 0 ]] || return 0
 
@@ -91,14 +91,14 @@ install_packages() {
     as_root=(sudo --)
   fi
   say "installing ${missing[*]}"
-  # Old package lists may still do, so the installation decides and not the update.
+  # A failed update is no failure: the package lists at hand may be good enough.
   run_logged "$ROOT/build/apt-update.log" "${as_root[@]}" apt-get update -q || true
   run_logged "$ROOT/build/apt-install.log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get install -q -y --no-install-recommends "${missing[@]}" || exit 2
 }
 
-# install_node_modules: the tree-sitter sources, exactly as locked. The copy of the lock file that
-# is written last marks a complete installation.
+# install_node_modules: installs the tree-sitter sources, in the versions of package-lock.json. A copy of
+# that file is written last, and marks a complete installation.
 install_node_modules() {
   local stamp=$ROOT/node_modules/.installed-lock.json
   cmp -s "$ROOT/package-lock.json" "$stamp" && return
@@ -107,8 +107,8 @@ install_node_modules() {
   cp "$ROOT/package-lock.json" "$stamp"
 }
 
-# _is_elsewhere FOLDER: whether it was configured for another place, since the checkout was moved or
-# copied. CMake refuses to go on with a moved one, and a copied one would build where it came from.
+# _is_elsewhere FOLDER: whether the build folder was configured for another place, because the checkout was
+# moved or copied. CMake refuses to use a moved one, and a copied one would build in its old place.
 _is_elsewhere() {
   local cache=$1/CMakeCache.txt
   local home place
@@ -118,10 +118,9 @@ _is_elsewhere() {
   [[ ! ($home -ef $ROOT && $place -ef $1) ]]
 }
 
-# build PRESET: configures when there is no build yet, or one for another place, or the presets have
-# changed; then builds what changed. The rest of the configuration CMake watches itself. What lies in
-# the folder beside it stays, such as what fuzzers found. Ninja names only what fails, and goes on to
-# name all of it.
+# build PRESET: configures if there is no build yet, or one for another place, or if the presets have
+# changed (CMake itself watches its other files); then builds what has changed. Other files in the folder
+# stay, such as those that fuzzers found. Ninja prints only failures, and goes on after one.
 build() {
   local preset=$1
   local folder=$ROOT/build/$preset
@@ -141,8 +140,8 @@ build() {
   run_logged "$folder/build.log" cmake --build "$folder" -- --quiet -k 0
 }
 
-# set_up: everything up to the release build. Two of these at once would write the same files, so
-# the second waits.
+# set_up: installs everything and builds the release. Two runs at once would write the same files, so the
+# second one waits.
 set_up() {
   mkdir -p "$ROOT/build"
   exec {lock}>"$ROOT/build/.lock"

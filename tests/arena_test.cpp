@@ -1,4 +1,4 @@
-// The memory of a parse: against a model that remembers what every block holds.
+// The memory of a parse, compared with a model that remembers what each block holds.
 #include "engines/treesitter/memory/arena.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@
 namespace engines::treesitter {
 namespace {
 
-// A block that is filled with one byte throughout.
+// A block of memory of which every byte is `fill`.
 struct Block {
   unsigned char* memory;
   std::size_t size;
@@ -55,7 +55,7 @@ class Model {
   }
 
  private:
-  // Mostly small sizes, some of just a class's end, few large ones.
+  // Mostly small sizes, some at the limit of a size class, few large ones.
   std::size_t any_size() {
     const std::size_t sizes[] = {_random() % 65, _random() % 5000, 32 * 1024 + _random() % 3,
                                  std::size_t{1} << _random() % 17, _random() % 200'000};
@@ -133,7 +133,7 @@ TEST(ParseArenaTest, BudgetEndsAllocationAndNotTheArena) {
   EXPECT_EQ(arena.charged_bytes(), 0u);
 }
 
-// What a parse may take does not depend on what the thread parsed before it.
+// The budget of a parse does not depend on what its thread parsed before.
 TEST(ParseArenaTest, BudgetCountsOneParse) {
   constexpr std::size_t BUDGET = 12'000'000;
   const auto large_blocks_after = [](std::size_t small_bytes) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The command `check`: what it says of one file, in both of its forms.
+"""The command `check`: what it says of one file, as text and as JSON.
 
     check_test.py BUILD/treesitter-engine [options of unittest]
 """
@@ -30,7 +30,7 @@ class Check(ToolTest):
         self.assertEqual(list(report["seconds"]), STEPS)
         return report
 
-    def test_it_is_what_parse_finds(self):
+    def test_it_finds_what_parse_finds(self):
         self.write("pkg/job.py", SOURCE * 3 + b"import a\nx = (\n")
         content = SOURCE * 3 + b"import a\nx = (\n"
         for rules in ("standard", "navigation"):
@@ -69,7 +69,7 @@ class Check(ToolTest):
         self.assertEqual((missing["bytes"], missing["operations"], missing["content_hash"]),
                          (None, None, None))
         loop = self.report("loop.tsx", status=1)
-        # Built with sanitizers it takes the time before the operations.
+        # A sanitized build reaches the limit of time before that of operations.
         self.assertRegex(loop["errors"][0], "operation budget|time limit")
         spent = loop["operations" if "budget" in loop["errors"][0] else "processor_seconds"]
         self.assertGreaterEqual(spent["used"], spent["allowed"])

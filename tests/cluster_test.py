@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Runs tests/cluster by a Python that has what they need: cluster_test.py ENGINE [ARGUMENT OF PYTEST...]
+"""Runs tests/cluster with a Python that has Dask: cluster_test.py ENGINE [ARGUMENT OF PYTEST...]
 
-Dask is Debian's, and of the system's Python; another one may stand in front of it in the PATH. Where
-none has it the status is 77, and the reason is told.
+Debian's Dask belongs to the system's Python, and another Python may stand before that in the PATH, so both
+are tried. Where none has it this prints why and ends with status 77.
 """
 import os
 import pathlib
@@ -14,7 +14,7 @@ NEEDED = {"distributed": "python3-distributed", "zstandard": "python3-zstandard"
 
 
 def missing(python):
-    """The packages, or None where there is no such Python."""
+    """The Debian packages that this Python lacks, or None if there is no such Python."""
     code = f"from importlib.util import find_spec as f; print(*(n for n in {[*NEEDED]} if not f(n)))"
     try:
         done = subprocess.run([python, "-c", code], capture_output=True, text=True, check=True)

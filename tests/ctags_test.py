@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Tags files: what stands in them, and whether those read them for whom they are made.
+"""Tags files: their content, and whether readtags and vim can use them.
 
     ctags_test.py BUILD/treesitter-engine [options of unittest]
 
-readtags is universal-ctags' own reader. What needs it, or vim, is skipped where it is missing.
+readtags is the reader of universal-ctags. The tests that need it or vim are skipped where it is missing.
 """
 import os
 import shutil
@@ -13,13 +13,13 @@ import unittest
 
 from support.tool_case import SOURCE, TIMEOUT, ToolTest
 
-# Sources, and for each the lines that they give by the navigation rules.
+# By path: a source, and the lines that it gives under the navigation rules.
 TABLE = {
     "pkg/job.py": (SOURCE, [
         'Job\tpkg/job.py\t1;"\tclass\tline:1\tlanguage:python\taccess:public\tend:5',
         'run\tpkg/job.py\t4;"\tmethod\tline:4\tlanguage:python\tclass:Job\taccess:public\tend:5']),
-    # A scope of another file, one further below, one that is no symbol's last name alone, and of
-    # two declarations of a scope the nearest.
+    # Scopes that are declared in another file or further below, a scope of several names, and the nearest
+    # of two declarations of a scope.
     "a.go": (b"package p\nfunc (t *T) M() {}\ntype T struct{}\nfunc (u *U) N() {}\n", [
         'M\ta.go\t2;"\tmethod\tline:2\tlanguage:go\tclass:T\taccess:public\tend:2',
         'N\ta.go\t4;"\tmethod\tline:4\tlanguage:go\tunknown:U\taccess:public\tend:4',
@@ -37,7 +37,7 @@ TABLE = {
     "a.php": (b"<?php\nnamespace A\\B;\nclass C {}\n", [
         'A\\\\B\ta.php\t2;"\tmodule\tline:2\tlanguage:php\taccess:public\tend:2',
         'C\ta.php\t3;"\tclass\tline:3\tlanguage:php\tmodule:A.B\taccess:public\tend:3']),
-    # What the format has other uses for, in names, scopes and paths.
+    # Names, scopes and paths with characters that the format must escape.
     "t\t n\n\\\x7f.json": (b'{" lead": 1, "!bang\x01": {"\xc3\xa9": 1}, "": 2}', [
         '\\x20lead\tt\\t n\\n\\\\\\x7F.json\t1;"\tvariable\tline:1\tlanguage:json\tend:1',
         '\\x21bang\\x01\tt\\t n\\n\\\\\\x7F.json\t1;"\tvariable\tline:1\tlanguage:json\tend:1',
@@ -48,7 +48,7 @@ TABLE = {
 
 class Tags(ToolTest):
     def tags(self, *arguments, status=0, **options):
-        """The lines behind the head of a file that must be sorted; the file is left in `tags`."""
+        """The lines after the head of the tags file, which must be sorted. The file is left as `tags`."""
         done = self.run_tool("parse", "--format", "ctags", *arguments, **options)
         self.assertEqual(done.returncode, status, done.stderr)
         self.write("tags", done.stdout)
@@ -89,7 +89,7 @@ class Tags(ToolTest):
         done = self.run_tool("parse", *options)
         self.assertEqual((done.returncode, done.stdout.count(b"\tz.py\t")), (1, 2))
         self.assert_messages(done, "no.py: Failed to read", "bad.java: ", "LICENSE: Failed to read")
-        # An incomplete file would look whole.
+        # After a fatal error nothing is printed: an incomplete tags file would look complete.
         done = self.run_tool("parse", "--format", "ctags", "z.py", "--files-from", "no_list")
         self.assertEqual((done.returncode, done.stdout), (2, b""))
 

@@ -1,5 +1,4 @@
-// What detects a language: names and suffixes of files, and nothing else of their paths.
-
+// How a language is detected: by the name or the suffix of a file, and by nothing else of its path.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -157,7 +156,7 @@ TEST(DetectLanguage, LeavesAmbiguousNamesAlone) {
                   "a.tab", "a.html", "a.txt", "a.vue", "requirements.txt", "Makefile", "BUILD"});
 }
 
-// So no text stands in the rows of two languages.
+// This also proves that no name or suffix belongs to two languages.
 TEST(DetectLanguage, EveryRowIsFoundAgain) {
   for (const LanguageInfo& info : language_infos()) {
     EXPECT_FALSE(info.suffixes.empty()) << info.name;

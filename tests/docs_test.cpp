@@ -1,4 +1,4 @@
-// Documentation: where each language keeps it, and how it is cleaned and capped.
+// Documentation: where it stands in each language, and how it is cleaned and cut.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -20,7 +20,7 @@ std::string shown(const std::optional<std::string>& text) {
   return text.value_or(std::string(NONE));
 }
 
-// The documentation of the symbol that is called "f", whatever else the source declares.
+// The documentation of the symbol named "f".
 std::string docstring_of_f(const ParseResult& result) {
   for (const models::Symbol& symbol : result.symbols) {
     if (symbol.name == "f") return shown(symbol.docstring);
@@ -55,7 +55,7 @@ TEST(PythonDocstringTest, NodesWithoutABody) {
   const Node assignment = tree.nodes(NodeType::assignment).at(0);
   EXPECT_EQ(EnginePeer::_extract_python_docstring(assignment, tree.source()), std::nullopt);
   EXPECT_EQ(EnginePeer::_extract_python_docstring(tree.root(), tree.source()), std::nullopt);
-  // A block that is under no field is a body all the same: `finally` keeps its own so.
+  // A block that is in no field is a body too, such as that of `finally`.
   const ParsedTree orphan("try:\n  x\nfinally:\n  'Load.'\n", "python");
   const Node block = orphan.nodes(NodeType::block).at(1);
   EXPECT_EQ(EnginePeer::_extract_python_docstring(block.parent().value(), orphan.source()),
@@ -87,7 +87,7 @@ TEST(PythonDocstringTest, Cleaning) {
   for (const Case& c : cases) {
     EXPECT_EQ(shown(EnginePeer::_clean_python_docstring(c.source).first), c.expected) << c.source;
   }
-  // Texts too short for both delimiters.
+  // Texts that are too short for two delimiters.
   for (const char* text : {"", "\"", "'", "\"\"", "'''", "''''", "'''''", "r'"}) {
     EXPECT_EQ(EnginePeer::_clean_python_docstring(text).first, std::nullopt) << text;
   }
@@ -107,12 +107,12 @@ TEST(TruncationTest, CountsCodePoints) {
     EXPECT_EQ(_truncate_docstring(whole + 'z'), std::pair(repeated(character, 497) + "...", true));
   }
   EXPECT_EQ(_truncate_docstring(""), std::pair(std::string(), false));
-  // The cut falls where it falls.
+  // Whitespace before the cut stays.
   EXPECT_EQ(_truncate_docstring(repeated("a ", 300)).first, repeated("a ", 248) + "a...");
   EXPECT_EQ(_truncate_docstring(repeated(" a", 300)).first, repeated(" a", 248) + " ...");
 }
 
-TEST(TruncationTest, EveryConventionEndsWithIt) {
+TEST(TruncationTest, HoldsForEveryFormOfDocumentation) {
   const std::string text = repeated("\u00E9", 501);
   const std::string cut = repeated("\u00E9", 497) + "...";
   const std::vector<std::pair<std::string_view, std::string>> sources = {
@@ -144,7 +144,7 @@ TEST(BlockCommentTest, Cleaning) {
       {"/**\n ** One.\n * * Two.\n */", "* One. * Two."},
       {"/*** One. ***/", "One. **"},
       {"/** *One* */", "One*"},
-      // Without the one or the other delimiter.
+      // One delimiter is missing, or both.
       {"One. */", "One."},
       {"/** One.", "One."},
       {"// One.", "// One."},
@@ -199,11 +199,12 @@ TEST(CommentRunTest, CSharp) {
       {"/// a < b\nclass f {}\n", "a < b"},
       {"/// a > b\nclass f {}\n", "a > b"},
       {"/// <<a>> b\nclass f {}\n", "> b"},
-      // Tags are removed in their order, each once over: what closes up behind its turn stays.
+      // The tags are removed one kind after the other. A tag that only the removal of a later kind
+      // forms stays.
       {"/// <</summary>param x\nclass f {}\n", "x"},
       {"/// <par</param>am x\nclass f {}\n", "<param x"},
       {"/// <par<param am x\nclass f {}\n", "<param x"},
-      // Lines that say nothing leave no gap.
+      // Lines that are empty without their tags leave no gap.
       {"/// One.\n///\n/// <br/>\n/// Two.\nclass f {}\n", "One. Two."},
       {"/// One.\n// two\n/* three */\n/// Four.\nclass f {}\n", "One. Four."},
       {"/// One.\n)\nclass f {}\n", "One."},
@@ -218,7 +219,7 @@ TEST(CommentRunTest, Ruby) {
   const std::vector<Case> ruby = {
       {"# one\n# ! two\ndef f; end\n", "one"},
       {"# -*- coding: utf-8 -*-\ndef f; end\n", NONE},
-      // A comment of the other form is left out, but its last row counts.
+      // A block comment is left out of the text, but does not end the run of comments.
       {"# one\n=begin\n=end\ndef f; end\n", "one"},
       {"# one\n=begin\n=end\n# two\ndef f; end\n", "two"},
       {"# one\n)\ndef f; end\n", "one"},

@@ -1,4 +1,4 @@
-// The two entry points: what they give, what becomes of each failure, and what is logged.
+// The two entry points: their results, what each failure becomes, and what is logged.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -18,6 +18,7 @@
 #include "tests/support/parse.h"
 #include "tests/support/parsed_tree.h"
 #include "tests/support/sanitizers.h"
+#include "tests/support/temporary_folder.h"
 
 namespace engines::treesitter {
 namespace {
@@ -28,7 +29,8 @@ using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
-// Keeps what it is sent: "warning: Failed to read file a.py: …", and the text of the error.
+// Keeps the records as texts, "warning: Failed to read file a.py: …", and the texts of their
+// errors.
 class Log : public LogSink {
  public:
   Log() : _before(set_log_sink(this)) {}
@@ -56,23 +58,20 @@ class Log : public LogSink {
 
 class EngineTest : public testing::Test {
  protected:
-  EngineTest() {
-    std::string name = fs::temp_directory_path() / "engine_test_XXXXXX";
-    if (mkdtemp(name.data()) != nullptr) folder = name;
-  }
-  ~EngineTest() override { fs::remove_all(folder); }
-
   fs::path file(std::string_view name, std::string_view bytes) const {
-    std::ofstream(folder / name, std::ios::binary) << bytes;
-    return folder / name;
+    return _temporary.file(name, bytes);
   }
 
+ private:
+  const TemporaryFolder _temporary;
+
+ protected:
   Log log;
-  fs::path folder;
+  const fs::path folder = _temporary.path();
   const TreeSitterEngine engine;
 };
 
-// A text that no parser of TSX comes to an end with.
+// For this text the parser of TSX loops without end; a guard ends it.
 constexpr std::string_view HOSTILE_TSX = "<a {{b:>c:d(e f)";
 
 std::vector<std::string> fqns(const ParseResult& result) {
@@ -89,7 +88,7 @@ TEST_F(EngineTest, UnknownLanguageIsNoResult) {
   EXPECT_EQ(engine.parse_file(file("a.unknown", "x")), std::nullopt);
   EXPECT_EQ(engine.parse_file(""), std::nullopt);
   EXPECT_THAT(log.lines, IsEmpty());
-  // Emptied before anything else, and by calls that end early too.
+  // Each call empties the cache first, even one that ends early.
   EXPECT_THAT(EnginePeer::_get_thread_local_storage(engine).ruby_visibility_cache, IsEmpty());
 }
 
@@ -124,7 +123,7 @@ TEST_F(EngineTest, NoGrammar) {
     EXPECT_THAT(result.symbols, IsEmpty());
     EXPECT_THAT(result.references, IsEmpty());
     EXPECT_THAT(result.errors, ElementsAre("No parser available for cobol"));
-    // The registry is asked each time.
+    // Logged each time: a missing grammar is not remembered.
     EXPECT_THAT(log.lines,
                 ElementsAre("debug: No tree-sitter grammar available for language=cobol",
                             "debug: No parser available for language=cobol path=a//b.cob"));
@@ -150,15 +149,16 @@ TEST_F(EngineTest, ParserThatGivesUp) {
   };
   expect_failed(engine.parse_file(path).value(), "file=");
   expect_failed(engine.parse_content(HOSTILE_TSX, "tsx", path), "path=");
-  // The thread's parser is as good as before.
+  // The thread's parser works as before.
   EXPECT_THAT(engine.parse_content("class A {}", "tsx", "a.tsx").symbols, SizeIs(1));
 }
 
-// Memory that runs out while the library parses reaches the caller: it is no fact about the file.
+// Want of memory within the library reaches the caller as an exception: it says nothing of the
+// file.
 TEST_F(EngineTest, ParserWithoutMemory) {
   if (IS_SANITIZED) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
   const std::string source(1'500'000, '[');
-  EXPECT_GT(memory_room(), 320U << 20);  // and stays what it is when the limit is set
+  EXPECT_GT(memory_room(), 320U << 20);  // asked now, before the limit is set
   const pid_t child = ::fork();
   if (child == 0) {
     const rlimit limit{320 << 20, 320 << 20};
@@ -178,17 +178,17 @@ TEST_F(EngineTest, ParserWithoutMemory) {
 }
 
 TEST_F(EngineTest, TextThatIsNoUtf8) {
-  // Before the parser is asked for.
+  // UTF-8 is checked before the language.
   EXPECT_THROW(engine.parse_content("\xFF", "cobol", "a"), Utf8Error);
   EXPECT_THAT(log.lines, IsEmpty());
 }
 
-// Whatever a walk throws reaches the caller, and nothing is logged.
+// What a walk throws reaches the caller, and is not logged.
 TEST_F(EngineTest, FailuresInsideAWalk) {
   EXPECT_THROW(engine.parse_file(file("a.json", "{\"\xFF\": 1}")), Utf8Error);
-  // In the second walk, which reads the comment as a part of the name.
+  // In the walk for references, which takes the comment for a part of the name.
   EXPECT_THROW(engine.parse_file(file("a.cs", "using A./*\xFF*/B;")), Utf8Error);
-  // A path without a last component fails once the symbols are to be named, and not before.
+  // A path without a last component fails only when the prefix of names is made from it.
   for (const char* path : {"", "/", ".", "./", "//."}) {
     EXPECT_THROW(engine.parse_content("x", "python", path), std::invalid_argument) << path;
     EXPECT_THAT(engine.parse_content("x", "cobol", path).errors, SizeIs(1));
@@ -198,7 +198,7 @@ TEST_F(EngineTest, FailuresInsideAWalk) {
   EXPECT_THAT(log.lines, IsEmpty());
 }
 
-TEST_F(EngineTest, RecordsWithoutATaker) {
+TEST_F(EngineTest, RecordsThatNobodyWants) {
   log.least = LogLevel::warning;
   engine.parse_content("x", "cobol", "a");
   EXPECT_THAT(log.lines, IsEmpty());
@@ -228,12 +228,12 @@ TEST_F(EngineTest, HugeFilesAreRefusedByTheirSize) {
   }
 }
 
-// Digesting takes some ten seconds: run with --gtest_also_run_disabled_tests.
+// Hashing takes some ten seconds, so this needs --gtest_also_run_disabled_tests.
 TEST_F(EngineTest, DISABLED_HugeFilesAreDigestedAndRefused) {
   const fs::path path = file("a.json", "");
   fs::resize_file(path, MAX_PARSED_BYTES + 1);
   const auto result = engine.parse_file(path).value();
-  // As `head -c 4294967296 /dev/zero | sha256sum` has it.
+  // As printed by `head -c 4294967296 /dev/zero | sha256sum`.
   EXPECT_EQ(result.content_hash,
             "8479e43911dc45e89f934fe48d01297e16f51d17aa561d4d1c216b1ae0fcddca");
   EXPECT_THAT(result.errors,
@@ -280,7 +280,8 @@ TEST_F(EngineTest, PathsBecomePrefixes) {
       {"cfg/.eslintrc.json", "cfg..eslintrc"},
       {"Makefile", "Makefile"},
       {"C:\\proj\\a.ts", "C:.proj.a"},
-      // One suffix, of the last component only, neither first nor last in it.
+      // One suffix of the last component is removed. Its full stop must not begin or end the
+      // component.
       {"a.tar.gz", "a.tar"},
       {"a.b/c", "a.b.c"},
       {".bashrc", "bashrc"},
@@ -293,7 +294,7 @@ TEST_F(EngineTest, PathsBecomePrefixes) {
       {"a/..", "a..."},
       {"a/...py", "a..."},
       {"..py", ""},
-      // Normal form.
+      // Paths are brought into a normal form.
       {"./a.py", "a"},
       {"a/./b.py", "a.b"},
       {"a//b.py", "a.b"},
@@ -311,7 +312,7 @@ TEST_F(EngineTest, PathsBecomePrefixes) {
   for (const char* path : {"", "/", ".", "./.", "//"}) {
     EXPECT_THROW(EnginePeer::_path_to_fqn(path), std::invalid_argument) << path;
   }
-  // An empty prefix leaves the full stop behind it.
+  // After an empty prefix the full stop stays.
   EXPECT_THAT(fqns(engine.parse_content("def f(): pass", "python", "..")), ElementsAre(".f"));
 }
 
@@ -326,7 +327,7 @@ TEST(NodeTextTest, StrictAndNeverEmpty) {
   EXPECT_EQ(text_of("\"\xC3\xA9\""), "\"\u00E9\"");
   EXPECT_EQ(text_of("\"\""), "\"\"");
   EXPECT_THROW(text_of("\"\xE9\""), Utf8Error);
-  // What is missing spans no bytes.
+  // A missing node spans no bytes.
   const ParsedTree tree("[1", "json");
   const SyntaxTree& nodes = tree.root().tree();
   const Node last(nodes, nodes.size() - 1);
@@ -343,10 +344,10 @@ TEST_F(EngineTest, NamesAreDecodedStrictly) {
       return std::string(error.what());
     }
   };
-  // What no rule reads may hold anything.
+  // Texts that no rule reads may hold any bytes.
   EXPECT_EQ(outcome("a.json", "{\"a\": \"\xFF\"}"), "fine");
   EXPECT_EQ(outcome("a.py", "# \xFF\nx = '\xFF'\ndef f():\n  '\xFF'\n  g('\xFF')\n"), "fine");
-  // A name tells its own bytes, not the file's.
+  // The positions in the error count from the beginning of the name.
   EXPECT_EQ(outcome("a.json", "{\"ok\": {\"\xE2\x82\": 1}}"),
             "'utf-8' codec can't decode bytes in position 1-2: invalid continuation byte");
 }

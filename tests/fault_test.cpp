@@ -1,8 +1,8 @@
-// Faults that a machine has: memory that runs out at any allocation, system calls that fail at any
-// call, processes that fork between threads, threads that come and go by the thousand.
+// Faults of the machine: any allocation fails, any system call fails, a process of several threads
+// forks, threads start and end by the thousand.
 //
-// A program of its own: it replaces the operator new, and the linker directs open, fstat and read
-// here (tests/CMakeLists.txt).
+// A separate program: it replaces operator new, and the linker directs open, fstat and read to the
+// functions here (tests/CMakeLists.txt).
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -25,8 +25,9 @@
 #include "tests/support/inputs.h"
 #include "tests/support/parse.h"
 #include "tests/support/sanitizers.h"
+#include "tests/support/temporary_folder.h"
 
-// ---- Memory: which allocation of this thread fails, and how many blocks there are ----
+// ---- Operator new: can fail one allocation of a thread, and counts blocks ----
 
 namespace {
 
@@ -42,7 +43,7 @@ void* operator new(std::size_t size) {
   ++live_blocks;
   return block;
 }
-// Said too, since a sanitizer's own would not call the one above.
+// Replaced too, since that of a sanitizer would not call the one above.
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
   try {
     return operator new(size);
@@ -56,13 +57,13 @@ void operator delete(void* block) noexcept {
 }
 void operator delete(void* block, std::size_t /*size*/) noexcept { operator delete(block); }
 
-// ---- System calls: which one fails, and how much a read gives ----
+// ---- System calls: can fail one call, and bound what a read gives ----
 
 namespace {
 
 enum class Call { open, fstat, read };
 
-constexpr int END_OF_FILE = 0;  // in the place of an error: the file has been cut meanwhile
+constexpr int END_OF_FILE = 0;  // for Plan::error: the file has been cut, so that read gives 0
 
 struct Plan {
   Call call = Call::open;
@@ -104,9 +105,10 @@ namespace {
 
 // ---- Memory ----
 
-// Runs `call` on an engine of its own with each of its allocations failing in turn. A failure must
-// reach the caller as std::bad_alloc, or change nothing where the memory was not needed (a stable
-// sort does without). The engine then gives what it gives otherwise, and leaves nothing.
+// Runs `call` again and again, each time on a new engine, and fails its first allocation, its
+// second, and so on. A failure must reach the caller as std::bad_alloc, or change nothing where the
+// memory is not needed (a stable sort does without it). Afterwards the engine must give the usual
+// result, and leave no block behind.
 template <typename Call>
 void fail_every_allocation(Call call) {
   const ParseResult expected = call(TreeSitterEngine());
@@ -165,14 +167,9 @@ TEST(MemoryFaultTest, EveryAllocationWhereOtherThingsFail) {
 
 class CallFaultTest : public testing::Test {
  protected:
-  CallFaultTest() {
-    std::string folder = std::filesystem::temp_directory_path() / "fault_test_XXXXXX";
-    if (mkdtemp(folder.data()) != nullptr) _folder = folder;
-    std::ofstream(path()) << content;
-  }
-  ~CallFaultTest() override { std::filesystem::remove_all(_folder); }
+  CallFaultTest() { _folder.file("input.py", content); }
 
-  std::filesystem::path path() const { return _folder / "input.py"; }
+  std::filesystem::path path() const { return _folder.path("input.py"); }
 
   ParseResult parse_with(const Plan& faults) {
     plan = faults;
@@ -193,7 +190,7 @@ class CallFaultTest : public testing::Test {
   static constexpr std::size_t SHORT_READ = 100;
 
  private:
-  std::filesystem::path _folder;
+  const TemporaryFolder _folder;
   bool _is_reached = false;
 };
 
@@ -274,8 +271,8 @@ TEST(ThreadFaultTest, TenThousandThreadsThatParseLeaveNothing) {
   }
 }
 
-// Others parse on one engine while this thread makes and ends engines, and forks: a child has one
-// thread, the engine as it was, and whatever the other threads held at that moment.
+// Three threads parse on one engine while this thread makes engines and forks. A child has one
+// thread, the engine in the state of that moment, and whatever locks the other threads held.
 TEST(ThreadFaultTest, EnginesAndProcessesComeAndGoWhileOthersParse) {
   const TreeSitterEngine engine;
   const std::vector<ParseResult> expected = parse_all(engine);
@@ -287,10 +284,10 @@ TEST(ThreadFaultTest, EnginesAndProcessesComeAndGoWhileOthersParse) {
     });
   }
   for (int i = 0; i < 20; ++i) EXPECT_EQ(parse_all(TreeSitterEngine()), expected);
-  for (int i = 0; i < (IS_SANITIZED ? 0 : 20); ++i) {  // sanitizers' runtimes do not survive it
+  for (int i = 0; i < (IS_SANITIZED ? 0 : 20); ++i) {  // sanitizers do not work in such a child
     const pid_t child = ::fork();
     if (child == 0) {
-      ::alarm(20);
+      ::alarm(600);  // against a lock that nobody gives back
       ::_exit(parse_all(engine) == expected && parse_all(TreeSitterEngine()) == expected ? 0 : 1);
     }
     int status = 0;

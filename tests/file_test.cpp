@@ -1,4 +1,4 @@
-// Reading files: what a path may name, and what the error then says.
+// Reading files: which paths can be read, and the errors of the others.
 #include "engines/treesitter/reading/file.h"
 
 #include <fcntl.h>
@@ -109,13 +109,13 @@ TEST_F(FileTest, WhatIsNoFileIsAnErrorAndNotAWait) {
   ::close(socket);
 }
 
-// The name in front of the NUL exists, and must not be read in the place of the whole.
+// A file whose name is the part before the NUL exists, and must not be read instead.
 TEST_F(FileTest, ANulEndsNoPath) {
   file("a", "x");
   EXPECT_EQ(error_of(path(std::string_view("a\0b", 3))), "[Errno 22] Path holds a NUL character");
 }
 
-// As Python's own errors show a path, so that a host sees one form.
+// In the form of Python's own errors.
 TEST_F(FileTest, ErrorsQuoteThePathOnOneLine) {
   const std::pair<std::string, std::string> cases[] = {
       {"/no/a.py", "'/no/a.py'"},
@@ -136,7 +136,7 @@ TEST_F(FileTest, ErrorsQuoteThePathOnOneLine) {
   }
 }
 
-// Whatever a reader sees of a file that others change, the size is that of the bytes read.
+// Whatever is read of a file that changes meanwhile, `size` is the number of bytes that were read.
 TEST_F(FileTest, FilesThatChangeMeanwhile) {
   const fs::path changing = file("changing", std::string(1'000'000, 'a'));
   std::atomic<bool> is_done = false;

@@ -1,14 +1,13 @@
-// The golden cases: one folder tests/golden/<language>/<case> each, with the source
-// "input.<suffix>" and "expected.txt", the entries that the tool prints for it
-// (tool/text_output.h). Where "navigation.txt" stands beside it, that is what the navigation rules
-// give for the same source. A folder is found, not registered; its name says what it shows.
+// The golden cases. Each is a folder tests/golden/<language>/<case> with a source "input.<suffix>"
+// and the entries that the tool prints for it, "expected.txt" (tool/text_output.h). If there is a
+// "navigation.txt", it holds those of the navigation rules. Folders are found, not registered; the
+// name of a case says what it shows.
 //
 //   golden_tests                      compares
 //   golden_tests --update             rewrites every expectation that differs, and names it
 //   golden_tests --update ruby/       ... only of cases whose language/name has this in it
 //
-// A rewritten expectation is reviewed like code: it states what the engine shall do, not what it
-// happens to do.
+// Review a rewritten expectation like code: it states what the engine must do.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -45,7 +44,7 @@ struct Case {
   bool operator<(const Case& other) const { return expectation() < other.expectation(); }
 };
 
-// How GoogleTest shows a parameter.
+// GoogleTest prints a parameter by this.
 void PrintTo(const Case& shown, std::ostream* out) { *out << shown.expectation(); }
 
 std::vector<Case> find_cases() {
@@ -63,7 +62,7 @@ std::vector<Case> find_cases() {
   return cases;
 }
 
-// "input" and its suffix.
+// The source's name, such as "input.py".
 std::string input_name(const Case& golden) {
   for (const auto& entry : fs::directory_iterator(golden.folder())) {
     std::string name = entry.path().filename();
@@ -72,7 +71,7 @@ std::string input_name(const Case& golden) {
   return "input";
 }
 
-// Read from inside the folder, so that the path, and with it every qualified name, is "input".
+// Parses in the case's folder, so that each qualified name begins with "input".
 std::string entries_of(const Case& golden) {
   static const TreeSitterEngine standard;
   static const TreeSitterEngine navigation(Rules::navigation);

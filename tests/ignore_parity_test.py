@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Whether the tool takes of a folder what git does not ignore: generated trees against git itself.
+"""The tool takes the files of a folder that git does not ignore: generated trees, compared with git.
 
     ignore_parity_test.py BUILD/treesitter-engine [options of unittest]
 
-Each repository holds many trees, so that two processes answer for all of them. Names and patterns
-are drawn from few letters, or hardly any pattern would match; what one wildcard means is asked of
-many letters apart. The seeds are fixed. Skipped where there is no git.
+Each repository holds many trees, so that one run of git and one of the tool answer for all of them. Names
+and patterns use few letters, since otherwise hardly any pattern would match; a test of its own tries each
+wildcard with many letters. The seeds are fixed. Skipped where there is no git.
 """
 import os
 import random
@@ -14,13 +14,13 @@ import subprocess
 import tempfile
 import unittest
 
-from support.tool_case import TOOL, ToolTest
+from support.tool_case import TIMEOUT, TOOL, ToolTest
 
 REPOSITORIES = 16
 TREES = 16  # in each
 FILES = 14  # in each of these
 
-# Thousands of folders: a disk takes ten times as long for them as the programs for their answers.
+# In memory where possible: a disk takes ten times as long for thousands of folders as the test itself.
 if os.access("/dev/shm", os.W_OK):
     tempfile.tempdir = "/dev/shm"
 
@@ -45,7 +45,7 @@ def name_of(random_):
 
 
 def paths_of(random_):
-    """Files in folders, most of which share them. Their names tell a language."""
+    """Random paths of Python files in a few folders."""
     folders = [b""]
     for _ in range(4):
         name = name_of(random_)
@@ -55,9 +55,9 @@ def paths_of(random_):
 
 
 def mutated(random_, path):
-    """A pattern that has to do with this path."""
+    """A pattern made from this path by some random changes."""
     parts = path.split(b"/")
-    if random_.random() < .5:  # one for a folder
+    if random_.random() < .5:  # a pattern for a folder
         parts = parts[:random_.randint(1, len(parts))]
     if random_.random() < .5:
         parts = parts[-1:]
@@ -96,7 +96,7 @@ def rules_of(random_, paths):
 class Parity(ToolTest):
     def setUp(self):
         super().setUp()
-        # No settings but the test's own.
+        # So that git reads no settings but the test's own.
         self.environment = {**os.environ, "HOME": str(self.folder / "home"), "LC_ALL": "C",
                             "GIT_CONFIG_NOSYSTEM": "1"}
         for name in ("XDG_CONFIG_HOME", "GIT_CONFIG_GLOBAL", "GIT_DIR", "GIT_WORK_TREE"):
@@ -104,17 +104,17 @@ class Parity(ToolTest):
 
     def run_in(self, folder, *command, **options):
         return subprocess.run(command, cwd=folder, env=self.environment, stderr=subprocess.PIPE,
-                              stdout=subprocess.PIPE, check=False, timeout=120, **options)
+                              stdout=subprocess.PIPE, check=False, timeout=TIMEOUT, **options)
 
     def make_tree(self, random_, top):
-        """Writes files and rules; gives the files' paths below the repository."""
+        """Writes files and ignore rules below `top`. Gives the paths of the files."""
         paths = set()
         for path in paths_of(random_):
             try:
                 self.write(top + path, b"")
                 paths.add(path)
             except OSError:
-                pass  # a folder of that name is there, or a file in the place of one
+                pass  # there is a folder of that name, or a file in the place of a folder
         folders = sorted({path[:path.rfind(b"/") + 1] for path in paths} | {b""})
         for folder in [b"", *random_.sample(folders, min(2, len(folders)))]:
             below = sorted(path[len(folder):] for path in paths if path.startswith(folder))
@@ -134,13 +134,13 @@ class Parity(ToolTest):
         for number in range(TREES):
             paths |= self.make_tree(random_, top + b"t%d/" % number)
         below = sorted(path.split(b"/", 2)[2] for path in paths)
-        # What concerns all trees must not ignore all of them.
+        # These rules hold for all trees, so patterns that would ignore everything are left out.
         for file in (".git/info/exclude", ".gitignore"):
             lines = [mutated(random_, random_.choice(below)) for _ in range(2)]
             lines = [line for line in lines if b"*" not in line.replace(b".", b"")]
             self.write(top + os.fsencode(file), b"\n".join(lines))
         paths = {path[len(top):] for path in paths}
-        # Where it folds case, git takes names for one that this file system has as two.
+        # Where git ignores case, it takes two names for one that are two in this file system.
         if not folds_case:
             self.track(random_, self.folder / os.fsdecode(name),
                        random_.sample(sorted(paths), len(paths) // 8))
@@ -154,7 +154,7 @@ class Parity(ToolTest):
         self.tracked += len(paths)
 
     def compare(self, name, paths):
-        """Gives how many of the files of a repository git ignores."""
+        """Compares the tool with git. Gives how many files of the repository git ignores."""
         folder = self.folder / os.fsdecode(name)
         answer = self.run_in(folder, "git", "check-ignore", "--no-index", "-z", "--stdin",
                              input=b"\0".join(sorted(paths)))
@@ -169,7 +169,7 @@ class Parity(ToolTest):
         return len(ignored)
 
     def test_each_wildcard_among_names_of_one_letter(self):
-        # The first and the last of each class, and what stands beside them.
+        # The first and the last letter of each class, and their neighbours.
         letters = b"\x01\t\n\x0b\r\x1f !#*,-.09:@ABCDFGXZ[\\]^`abcdfgxz{~\x7f\x80\xff"
         flat = [b"x%c.py" % letter for letter in letters]
         deep = [b"d/x.py", b"dx.py", b"d/e/x.py", b"d/ex.py", b"d/e/f/x.py", b"de/x.py", b"d/*x.py"]
@@ -196,7 +196,7 @@ class Parity(ToolTest):
             total += len(paths)
             ignored_total += self.compare(name, paths)
         self.assertGreater(self.tracked, 100)
-        # Where nearly nothing or nearly all is ignored nothing is tested.
+        # If nearly nothing or nearly all were ignored, this would test nothing.
         self.assertGreater(ignored_total, total * .2)
         self.assertLess(ignored_total, total * .8)
 

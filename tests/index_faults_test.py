@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Writes of an index that fail, and runs that end in the middle of one.
+"""Runs of the index in which a write fails or which are killed at a write.
 
     index_faults_test.py BUILD/treesitter-engine BUILD/.../fault_shim.so [--faults all] [options of unittest]
 
-A library (tests/support/fault_shim.c) stands between the tool with SQLite and the system. A run that
-meets a fault ends with a status of its own and a text that says what is wrong, or is killed where that
-is the fault; the next one, without faults, ends in what a fresh index is. By itself a sample of the
-points at which there may be a fault is taken, with `--faults all` each of them, which takes ten minutes.
+The library of tests/support/fault_shim.c makes the calls of the tool and of SQLite fail. A run with a fault
+must end with status 2 and a text that says what is wrong, unless the fault does not matter or kills it. The
+next run, without a fault, must make the index what a fresh one is. The test takes a sample of all calls and
+faults; `--faults all` takes all of them, in ten minutes.
 """
 import collections
 import os
@@ -29,20 +29,20 @@ if ALL:
 from support.tool_case import TIMEOUT, TOOL  # noqa: E402  takes the first argument
 from support.index_case import FOLDER, IndexTest, dump, source  # noqa: E402
 
-# In memory where that can be: what a disk takes is not looked at here.
+# In memory where possible, which is faster.
 if os.access("/dev/shm", os.W_OK):
     tempfile.tempdir = "/dev/shm"
 
 KILLS = ("before", "after", "torn")
 
-# What may happen at which call. A rename is not interrupted, and only a write may be short.
+# The faults of each call. A rename is not interrupted, and only a write can be short.
 WHATS = {"write": ["ENOSPC", "EIO", "EINTR", "short", *KILLS],
          "sync": ["EIO", "ENOSPC", "EINTR", "before", "after"],
          "truncate": ["EIO", "EINTR", "before", "after"],
          "rename": ["ENOSPC", "EIO", "before", "after"],
          "unlink": ["EIO", "before", "after"]}
 
-# A text that says which file cannot be written, or what is wrong with the index.
+# The texts that say which file cannot be written, or what is wrong with the index.
 CLEAR = re.compile(r"^treesitter-engine: (cannot \w+ '[^']*': (?!Success)\w.*"
                    r"|there is no room to write the index '[^']*' \(.*\)"
                    r"|the index '[^']*' (cannot be (used|written)|is damaged).* \(.*\))$")
@@ -77,7 +77,7 @@ class Faults(IndexTest):
         return self.parent / name
 
     def faulty(self, state, faults, log=None):
-        """A run at a copy of that state: its status, what it says, and where."""
+        """Runs the index with faults in a copy of that state. Gives the status and the messages."""
         shutil.rmtree(self.folder)
         shutil.copytree(self.states[state], self.folder)
         environment = {**os.environ, "LD_PRELOAD": SHIM, "FAULTS": faults}
@@ -88,7 +88,7 @@ class Faults(IndexTest):
         return done.returncode, done.stderr.decode()
 
     def calls(self, state):
-        """How often each call is made by a run without a fault, and at which files."""
+        """Counts the calls of a run without a fault. Gives their numbers, and the files of each function."""
         log = self.parent / "log"
         self.assertEqual(self.faulty(state, "all:0:EIO", log)[0], 0)
         self.expected[state] = dump(self.database)
@@ -102,14 +102,14 @@ class Faults(IndexTest):
         return counts, files
 
     def check(self, state, faults):
-        """Gives the status, by which is told that faults do happen."""
+        """One run with faults, and one without after it. Gives the status of the first."""
         what = faults.rpartition(":")[2]
         status, text = self.faulty(state, faults)
         lines = text.splitlines()
         if what in KILLS:
             self.assertIn(status, (-signal.SIGKILL, 0), text)
         elif what == "short" or (what == "EINTR" and not faults.startswith("sync")):
-            self.assertEqual(status, 0, text)  # nothing is wrong with the disk
+            self.assertEqual(status, 0, text)  # these are no errors of the disk
         else:
             self.assertIn(status, (0, 2), text)
         if status == 2:
@@ -124,7 +124,7 @@ class Faults(IndexTest):
         return status
 
     def points(self, counts):
-        """CALLS:WHEN:WHAT, all or a sample in which each kind is."""
+        """Yields CALLS:WHEN:WHAT: all, or a sample with some of each kind."""
         for call, whats in WHATS.items():
             for what in whats:
                 single = [f"{call}:{number}:{what}" for number in range(1, counts[call] + 1)]

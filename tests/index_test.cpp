@@ -1,6 +1,6 @@
-// The parts of an index that no file on disk can be made to reach: how numbers, words and qualified
+// The parts of an index that are hard to reach through files: how numbers, words and qualified
 // names are kept, when a file's times prove something, what the journal keeps of a killed run, and
-// what paths tell. What the whole does is in index_command_test.py.
+// what paths tell. index_command_test.py tests the whole index.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -8,8 +8,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
@@ -22,6 +20,7 @@
 #include "index/row_filter.h"
 #include "index/varint.h"
 #include "index/words.h"
+#include "tests/support/temporary_folder.h"
 
 namespace repository {
 namespace {
@@ -55,7 +54,7 @@ TEST(IndexTest, WordsOfNames) {
   for (const auto& [name, words] : rows) EXPECT_EQ(words_of(name), words);
 }
 
-// As a reader of the index puts it together again.
+// The qualified name, put together as a reader of the index does it.
 std::string fqn_of(const PackedFile& packed, const PackedFile::Symbol& symbol) {
   std::string text = symbol.scope_is_all ? "" : '.' + packed.names[symbol.name];
   for (std::int64_t scope = symbol.scope; scope != PackedFile::NO_SCOPE;
@@ -114,10 +113,10 @@ TEST(IndexTest, WhenTimesProveThatAFileIsAsItWas) {
   };
   for (const Row& row :
        {Row{10, 20, 21, true}, Row{10, 20, 20, false}, Row{30, 20, 25, false},
-        // Whole seconds may be all that the file system keeps.
+        // The file system may keep whole seconds only.
         Row{10, 5 * SECOND, 5 * SECOND + 1, false}, Row{10, 5 * SECOND, 7 * SECOND, false},
         Row{10, 5 * SECOND, 7 * SECOND + 1, true},
-        // Somebody may set the time of writing, not that of the change.
+        // Programs can set mtime, but not ctime.
         Row{5 * SECOND, 5 * SECOND + 1, 5 * SECOND + 2, true}}) {
     EXPECT_EQ((FileState{1, row.mtime, row.ctime, 1}.is_proof(row.since)), row.is_proof)
         << row.mtime << ' ' << row.ctime << ' ' << row.since;
@@ -125,9 +124,8 @@ TEST(IndexTest, WhenTimesProveThatAFileIsAsItWas) {
 }
 
 TEST(IndexTest, JournalKeepsWhatWasUnderWay) {
-  std::string folder = std::filesystem::temp_directory_path() / "index_test_XXXXXX";
-  ASSERT_NE(::mkdtemp(folder.data()), nullptr);
-  const std::string database = folder + "/x";
+  const engines::treesitter::TemporaryFolder folder;
+  const std::string database = folder.path("x");
   const std::string longest(8191, 'l');
   const pid_t child = ::fork();
   if (child == 0) {
@@ -154,10 +152,9 @@ TEST(IndexTest, JournalKeepsWhatWasUnderWay) {
     { const Journal::Entry entry(journal, "b.py"); }
   }
   EXPECT_THAT(Journal(database).left(), testing::IsEmpty());
-  std::filesystem::remove_all(folder);
 }
 
-// Each file once that a module may be, beside those that it may not.
+// Each row has a file that the module may be, and one that it may not be.
 TEST(IndexTest, WhichFilesAModuleMayBe) {
   struct Row {
     std::string module, asking, may_be, may_not_be;

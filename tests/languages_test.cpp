@@ -1,7 +1,5 @@
-// The registry of languages: that their grammars are there, and that the node types and fields
-// which the rules name are found in them. That a grammar has those which its own rules need, the
-// golden cases of its language show.
-
+// The registry of languages: all grammars are there, and some grammar has each node type and field
+// that the rules name. The golden cases of a language show that its grammar has those of its rules.
 #include "engines/languages/languages.h"
 
 #include <gmock/gmock.h>
@@ -42,8 +40,8 @@ std::vector<std::string> promised_languages() {
   return {std::istream_iterator<std::string>(words), {}};
 }
 
-// First of those that ask for a language: only a first request builds one. ctest gives every test a
-// process of its own, so that there the order does not matter.
+// Only the first request builds a language. ctest runs each test in its own process, so that this
+// test does make the first request.
 TEST(Languages, ManyThreadsAskAtOnce) {
   constexpr std::size_t THREADS = 16;
   std::vector<std::vector<const Language*>> answers(THREADS);
@@ -54,7 +52,7 @@ TEST(Languages, ManyThreadsAskAtOnce) {
       start.arrive_and_wait();
       for (const std::string_view name : language_names()) {
         const Language* language = get_language(name);
-        // Reading what another thread may just have built is what this is about.
+        // Another thread may have built the language just now; this reads it.
         if (language == nullptr || language->node_type(65535) != NodeType::error) continue;
         answers[t].push_back(language);
       }
@@ -112,7 +110,7 @@ TEST(Languages, VersionsAreThoseOfThePackageList) {
 
 // ---- Node types ---------------------------------------------------------------------------------
 
-// The texts of the node types that can stand in a tree of the language.
+// The texts of all node types that a tree of the language can have.
 std::set<std::string_view> visible_types(const Language& language) {
   std::set<std::string_view> types;
   const std::uint32_t count = ts_language_symbol_count(language.grammar());
@@ -125,12 +123,12 @@ std::set<std::string_view> visible_types(const Language& language) {
   return types;
 }
 
-// A misspelt text would match nothing and nobody would notice.
+// A misspelt text would match nothing, and nothing else would show that.
 TEST(NodeTypes, EveryTextIsSomeGrammarsOwn) {
   std::set<std::string_view> visible;
   for (const std::string_view name : language_names())
     visible.merge(visible_types(*get_language(name)));
-  // Rules name these for other releases of the grammars; none of ours has them.
+  // The rules name these for other versions of the grammars; none of ours has them.
   const std::set<NodeType> absent = {NodeType::other,       NodeType::error,
                                      NodeType::suite,       NodeType::newline,
                                      NodeType::module_name, NodeType::create_procedure_statement};
@@ -149,7 +147,7 @@ TEST(NodeTypes, TextAndTypeLeadToEachOther) {
   EXPECT_EQ(node_type_of("class_"), NodeType::other);
 }
 
-// Grammars have several symbols of one text, a keyword and a node for instance.
+// Grammars have several symbols with one text, such as a keyword and a node.
 TEST(NodeTypes, EverySymbolOfOneTextHasOneType) {
   for (const std::string_view name : language_names()) {
     const Language& language = *get_language(name);

@@ -1,3 +1,4 @@
+// The sorter of tags: any lines, in memory and in temporary files.
 #include "tool/line_sorter.h"
 
 #include <gtest/gtest.h>

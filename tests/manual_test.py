@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""The manual pages and the completions of the shells, against the tool's own help.
+"""The manual pages and the shells' completions, compared with the tool's help.
 
     manual_test.py BUILD/treesitter-engine [options of unittest]
 
-The shells are asked as a user asks them: letters and a tabulator on a terminal. Those that are not
+The test types letters and a tabulator into shells on a terminal, as a user does. Shells that are not
 installed are left out.
 """
 import os
@@ -20,7 +20,7 @@ import unittest
 TOOL = pathlib.Path(sys.argv.pop(1)).resolve()
 MANUAL = TOOL.parent / "manual"
 
-# What is typed behind the tool's name, and what it becomes. The folder has `folder/`, `file one.py`.
+# What is typed after the tool's name, and what it becomes. The folder has `folder/` and `file one.py`.
 COMPLETED = [
     ("pars", "parse"),
     ("--vers", "--version"),
@@ -35,7 +35,7 @@ COMPLETED = [
     ("find --kind cla", "find --kind class"),
     ("stats --repository f", "stats --repository folder/"),
     ("index --database fil", "index --database file one.py"),
-    # What is the user's own word stays as it is.
+    # Nothing completes names and numbers.
     ("find fil", "find fil"),
     ("parse --jobs fil", "parse --jobs fil"),
 ]
@@ -45,11 +45,11 @@ SHELLS = {
     "zsh": (["zsh", "-f", "-i"], "fpath=({folder}/functions $fpath); autoload -U compinit; "
                                  "compinit -D -u; bindkey -e; unsetopt auto_remove_slash"),
 }
-PATIENCE = 60  # seconds; against a hang only
+TIMEOUT = 900  # seconds: only a hang takes so long
 
 
 class Terminal:
-    """A shell on a terminal of its own, which notes what a line has become."""
+    """A shell on a new terminal. It writes what a line has become into a file."""
 
     def __init__(self, shell, folder):
         command, set_up = SHELLS[shell]
@@ -68,9 +68,9 @@ class Terminal:
         os.write(self.terminal, text.encode())
 
     def ask(self, tabulator, line):
-        """The line after a tabulator at its end."""
+        """Types the line and the tabulator. Gives what the line has become."""
         self.type(line + tabulator + "\x01note \n")
-        end = time.monotonic() + PATIENCE
+        end = time.monotonic() + TIMEOUT
         os.set_blocking(self.terminal, False)
         while len(lines := self.notes.read_text().splitlines()) == self.count:
             try:
@@ -108,7 +108,7 @@ class Completion(unittest.TestCase):
 
     @unittest.skipUnless(shutil.which("fish"), "fish is not installed")
     def test_fish(self):
-        """It has a command for the question."""
+        """fish has a command that prints the completions of a line."""
         for typed, expected in COMPLETED:
             with self.subTest(typed=typed):
                 done = subprocess.run(
@@ -132,7 +132,7 @@ class Pages(unittest.TestCase):
         self.assertEqual({page.name for page in (MANUAL / "man1").iterdir()},
                          {"treesitter-engine.1", *(f"treesitter-engine-{name}.1"
                                                    for name in commands)})
-        commands.remove("help")  # asked for its help it gives the tool's
+        commands.remove("help")  # `help --help` prints the help of the tool
         for name in commands:
             page = (MANUAL / f"man1/treesitter-engine-{name}.1").read_text()
             options = re.findall(r"^  (-\S+)", self.help(name), re.M)

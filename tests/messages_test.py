@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""doc/troubleshooting.md has every message that a user may meet, and no other.
+"""doc/troubleshooting.md has each message that a user may meet, and no others.
 
     messages_test.py [options of unittest]
 
-The page's blocks ```message have a message on each line, with "..." for what varies. Both ways are
-checked by the fixed texts in the sources: each text of the page stands there, and each text of two words
-and more in an expression that makes a message (SPEAKERS) stands in the page. A message that is made
-otherwise, such as from a table, is held by the first alone.
+The page's blocks ```message have a message on each line, with "..." for the parts that vary. The test
+compares them with the literals in the sources. Each text of the page must be in the sources. And each text
+of at least two words in an expression that makes a message (SPEAKERS) must be in the page. Messages that
+are made in other ways, such as from a table, are only checked by the first rule.
 """
 import pathlib
 import re
@@ -15,7 +15,7 @@ import unittest
 PROJECT = pathlib.Path(__file__).resolve().parent.parent
 PAGE = PROJECT / "doc" / "troubleshooting.md"
 
-# Files, what begins an expression that makes a message, and what ends it.
+# Files, and expressions for the beginning and the end of code that makes a message.
 CPP = (r"\b(?:throw|PyErr_SetString|PyErr_Format|complain\w*|throw_system_error|refuse\w*|note|fail"
        r"|failed|report|return|errors\.(?:push|emplace)_back)\b", r";")
 SPEAKERS = [
@@ -30,9 +30,9 @@ SPEAKERS = [
     ("scripts/setup.sh", r"^\s+(?:say|die) ", r"\n"),
     ("setup.py", r"\bsys\.exit\(", r"\)"),
 ]
-# Files that hold messages beside these, for the first way.
+# Further files with messages, for the first rule.
 MORE = ["index/*.h", "bindings/python/*.h", "engines/treesitter/*/*.h"]
-# What people get as an answer, or who works on the engine.
+# Files whose texts are answers, or are for those who work on the engine.
 NO_MESSAGES = {
     "tool/check.cpp", "tool/check_text.cpp", "index/meanings.cpp",
     "cmake/SourceDigest.cmake", "cmake/Targets.cmake",
@@ -44,7 +44,7 @@ TWO_WORDS = re.compile(r"\w\W* \W*\w")
 
 
 def texts(code):
-    """The literals of the code, those joined that stand side by side, cut where something varies."""
+    """Yields the literals of the code. Adjacent ones are joined, and then cut where something varies."""
     for found in re.finditer(rf"{LITERAL}(?:\s*{LITERAL})*", code):
         whole = "".join(part[1:-1] for part in re.findall(LITERAL, found[0]))
         whole = re.sub(r'\\(["\\])', r"\1", whole).replace("\\n", "\n")
@@ -52,13 +52,13 @@ def texts(code):
 
 
 def expressions(code, begin, end):
-    """Each stretch of code from what begins a message to what ends it, outside of literals."""
+    """Yields each stretch of code from a beginning to the next end that is outside of literals."""
     for start in re.finditer(begin, code, re.M):
         yield start.start(), re.match(rf"(?:{LITERAL}|(?!{end})[^\"])*", code[start.start():])[0]
 
 
 def read(path):
-    """Without lines of comments, and what a reader of literals would take for some."""
+    """The code without comment lines, and without quotes that do not belong to plain literals."""
     code = re.sub(r"^[ \t]*(?://|#(?! ?include)).*$", "", path.read_text(encoding="utf-8"), flags=re.M)
     if path.suffix == ".sh":
         code = re.sub(r"\\\n\s*", "", code).replace("'", '"')
@@ -67,7 +67,7 @@ def read(path):
 
 
 def spoken():
-    """{text: place} of what the sources say."""
+    """The texts of messages in the sources, as {text: place}."""
     found = {}
     for files, begin, end in SPEAKERS:
         for path in sorted(PROJECT.glob(files)):
@@ -81,7 +81,7 @@ def spoken():
 
 
 def written():
-    """{text: line} of the page, cut where something varies."""
+    """The texts of the page, cut where something varies, as {text: line}."""
     page = PAGE.read_text(encoding="utf-8")
     lines = [line for block in re.findall(r"^```message\n(.*?)^```$", page, re.M | re.S)
              for line in block.splitlines()]
@@ -103,8 +103,8 @@ class Messages(unittest.TestCase):
         endings = "\n".join(known) + "\n"
 
         def is_known(text):
-            """As a whole, or in pieces that end a literal each, the longest first, since a few letters
-            end one always."""
+            """Whether the text is in a literal, or consists of pieces that are the ends of literals. The
+            longest piece is tried first, since some literal ends with almost any few letters."""
             if any(text in literal for literal in known):
                 return True
             for size in range(len(text) - 1, 0, -1):

@@ -1,4 +1,4 @@
-// The symbol model: what it rejects.
+// The symbols that the model rejects.
 #include "models/symbol.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
-// The tables of the navigation rules, and what the golden cases do not show of them: ill-formed
-// bytes, and that no question costs the number of siblings or the depth.
+// The navigation rules: each row of their tables names what its grammars have; and what golden
+// cases do not show, data formats and ill-formed bytes.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -14,7 +14,7 @@
 namespace engines::treesitter {
 namespace {
 
-// The languages of a row.
+// The languages that a row is for.
 std::vector<const languages::Language*> languages_of(In in) {
   std::vector<const languages::Language*> found;
   for (const InRow& row : IN_ROWS) {
@@ -23,7 +23,7 @@ std::vector<const languages::Language*> languages_of(In in) {
   return found;
 }
 
-// A row that speaks of what no grammar has would say nothing, without a word.
+// A row with a misspelt type would match nothing, and nothing else would show that.
 void expect_types(In in, std::string_view types) {
   EXPECT_FALSE(languages_of(in).empty()) << "no row of IN_ROWS for the rows of " << types;
   for (const languages::Language* language : languages_of(in)) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The questions to an index, as a user asks them: what is found, in which order, in both forms.
+"""The questions to an index: what is found, in which order, as text and as JSON.
 
     questions_test.py BUILD/treesitter-engine [options of unittest]
 """
@@ -26,7 +26,7 @@ VALIDATOR = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text()))
 
 
 def columns(text):
-    """Of a terminal."""
+    """How many columns of a terminal the text takes."""
     return sum(0 if unicodedata.category(c) in ("Mn", "Me", "Cf") else
                2 if unicodedata.east_asian_width(c) in "FW" else 1 for c in text)
 
@@ -82,7 +82,7 @@ class QuestionsTest(ToolTest):
         self.assertEqual(done.returncode, 0, done.stderr)
 
     def ask(self, *arguments, status=0, **options):
-        """The rows of an answer, all of which keep to the published schema."""
+        """The rows of an answer in JSON. Each must match the published schema."""
         done = self.run_tool(*arguments, "--format", "json", **options)
         self.assertEqual(done.returncode, status, done.stderr)
         rows = self.records(done.stdout)
@@ -103,7 +103,7 @@ class QuestionsTest(ToolTest):
 class Found(QuestionsTest):
     def test_symbols(self):
         self.index()
-        # What is asked, and where the answers lie in this order.
+        # Questions, and the places of the answers in their order.
         for question, expected in {
                 "find search": "src/books.py:4 tests/test_books.py:2 go/find.go:3 web/util.ts:2",
                 "find Search": "go/find.go:3 web/util.ts:2 src/books.py:4 tests/test_books.py:2",
@@ -147,7 +147,7 @@ class Found(QuestionsTest):
 
     def test_uses(self):
         self.index()
-        # Question: where, within what, and the candidates with their evidence.
+        # Questions, and for each use its place, the symbol around it, and the candidates with their evidence.
         here, named, module = "declared in this file", "imported here", "its module is imported here"
         py_load, ts_load = "src/books.py:11", "web/util.ts:1"
         for question, expected in {
@@ -375,7 +375,7 @@ class Refused(QuestionsTest):
 
 class Plans(QuestionsTest):
     def test_no_question_reads_all(self):
-        """What the questions ask of the database, as its planner understands it."""
+        """No statement of the questions makes SQLite scan a whole table, by its own plan."""
         self.index()
         folder = pathlib.Path(__file__).parent.parent / "index"
         asked = []
@@ -389,7 +389,7 @@ class Plans(QuestionsTest):
             for question in asked:
                 count = len(set(re.findall(r"\?\d", question))) or question.count("?")
                 plan = connection.execute("EXPLAIN QUERY PLAN " + question, ["x"] * count)
-                # Of a virtual table's own indexes it says so, too.
+                # A search in a virtual table's index is called a scan too.
                 self.assertFalse([row for row in plan.fetchall() if row[3].startswith("SCAN") and
                                   "VIRTUAL TABLE INDEX 0:M" not in row[3]], question)
 

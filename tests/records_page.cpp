@@ -1,11 +1,11 @@
-// The tables in doc/records.md: which nodes of which grammar become which records, under both
-// rules. They are made from the tables that the rules are, so that the page cannot say anything
-// else.
+// Makes the tables in doc/records.md, which say which nodes of each grammar become which records,
+// under both sets of rules. They are made from the tables in the code, so that the page cannot
+// differ from it.
 //
 //   records_page            compares
-//   records_page --update   rewrites what stands between the page's marks
+//   records_page --update   rewrites the tables between the page's marks
 //
-// The words around the marks are written by hand.
+// The text around the marks is written by hand.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -35,7 +35,7 @@ using engines::languages::Language;
 
 constexpr std::string_view PAGE = DOC_DIR "/records.md";
 
-// How a page calls what a standard row does.
+// The page's words for what a standard row does.
 constexpr std::pair<Use, std::string_view> USE_WORDS[] = {
     {Use::call, "call"},
     {Use::import, "import, import_module"},
@@ -56,7 +56,7 @@ constexpr std::pair<std::string_view, std::string_view> PLACE_WORDS[] = {
 
 std::string code(std::string_view text) { return "`" + std::string(text) + "`"; }
 
-// Joins what is not empty.
+// Joins the texts that are not empty.
 std::string joined(const std::vector<std::string>& texts, std::string_view between) {
   std::string result;
   for (const std::string& text : texts) {
@@ -117,7 +117,7 @@ std::string conditions_words(std::string_view text) {
   return joined(all, "; ");
 }
 
-// What one set of rules says of the node types of a language, in the order of its table.
+// The entries of one set of rules for the node types of a language, in the order of its table.
 class Column {
  public:
   struct Entry {
@@ -158,7 +158,7 @@ Column standard_declarations(const Language& language) {
     const bool is_root = language.name() == "python" && type == "module";
     if (has_type(language, type) && !is_root) column.add(type, {std::string(row.kind), ""});
   }
-  // The one rule that is more than a type of node.
+  // The one standard rule that is no row of the table.
   if (language.name() == "python") column.add("assignment", {"constant", ""});
   return column;
 }

@@ -1,4 +1,4 @@
-// References: which nodes refer to something, under which names, and in which order.
+// References: which nodes refer to something, by which names, in which order.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -46,20 +46,20 @@ TEST(ReferenceWalkTest, OrderLinesAndRepeats) {
   expect_references({
       // A parent before its descendants.
       {"python", "f(g(h()), i(f()))\n", "call f 1, call g 1, call h 1, call i 1"},
-      // The line on which the expression starts, not the one that holds the name.
+      // The line where the expression starts, not that of the name.
       {"python", "\n(a\n .b\n .c)()\n", "call c 2, call b 2"},
       {"javascript", "a\n  .b\n  .run(\n1);\n", "call run 1, call b 1"},
       // Same name, other kind: both stay.
       {"python", "import f; f()\n", "import f 1, import_module f 1, call f 1"},
       {"typescript", "T(); let x: T;\n", "call T 1, type T 1"},
       {"python", "a.b[0]()\n", "call b 1"},
-      // A node of type `alias` that is none of YAML's.
+      // A node of the type `alias` that is not YAML's.
       {"csharp", "extern alias X;\n", ""},
   });
 }
 
 TEST(ReferenceWalkTest, EveryLineOfManyReferencesIsItsOwn) {
-  // More references on one line than the walk begins with room for, and few on the next ones.
+  // More references on one line than the walk first has room for, and few on the next line.
   std::string source;
   std::string expected;
   for (int line = 1; line <= 3; ++line) {
@@ -117,7 +117,7 @@ TEST(ReferenceWalkTest, CallsNestedAHundredThousandDeep) {
 
 // ---- Names of calls ----
 
-// Golden cases show what each form of call yields in each language; this is what they leave out.
+// Cases that the golden ones leave out.
 TEST(CallNameTest, FirstCandidateDecides) {
   expect_references({
       {"python", "@wraps(f)\ndef g(): pass\n", "call wraps 1"},
@@ -134,7 +134,7 @@ TEST(TypeNameTest, NamesAndLists) {
   expect_references({
       {"java", "class A {\n  Map<String,\n  Integer> f;\n}",
        "type Map 2, type String 2, type Integer 3"},
-      // A list is recorded where it begins, and its first name again where it stands.
+      // The first name of a list is recorded on the line where the list begins, and on its own.
       {"tsx", "class A implements\n C {}", "type A 1, type C 1, type C 2"},
       // Only the list's own names: of a qualified one there is none.
       {"typescript", "class A extends b.B implements c.C<D> {}",
@@ -168,7 +168,7 @@ TEST(ImportTest, Python) {
 
 TEST(ImportTest, OtherLanguages) {
   expect_references({
-      // What ends in a full stop has an empty last piece.
+      // After a last full stop there is an empty name.
       {"csharp", "using A.;", "import A. 1, import  1"},
       {"php", "<?php include FOO;", "import FOO 1"},
       {"php", "<?php include_once FOO;", "import FOO 1"},

@@ -1,5 +1,5 @@
-// The digest expression: compared with Python's re on generated lines, and the scan by hand with
-// the expression.
+// The expression of body digests, compared with Python's re on generated lines; and the
+// hand-written scan, compared with the expression.
 #include "engines/treesitter/text/regex.h"
 
 #include <gtest/gtest.h>
@@ -39,8 +39,8 @@ TEST(RegexTest, ScanByHandEqualsTheExpression) {
   }
 }
 
-// Quadratic searches, match limits and stack limits show here; the accent keeps the scan by hand
-// out.
+// Shows quadratic searches, match limits and stack limits. With the accent the expression is used
+// instead of the hand-written scan.
 TEST(RegexTest, LongRunsOfOneCharacter) {
   constexpr std::size_t COUNT = 160'000;
   for (const std::string& run :

@@ -1,4 +1,4 @@
-// What a parse tells when it is to be explained, and that it is the same parse.
+// The report of `explain`, and that its parse is the same as that of `parse`.
 #include "engines/treesitter/report.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ Explained explain(std::string_view bytes, std::string_view language) {
   item.language = std::string(language);
   item.content = std::string(bytes);
   ParseReport report;
-  report.nodes = 77;  // of an earlier file
+  report.nodes = 77;  // as if left by an earlier file
   Outcome outcome = shared_engine().explain(item, report);
   return {std::move(outcome), report};
 }
@@ -98,8 +98,8 @@ TEST(ReportTest, CountsTheTree) {
 }
 
 TEST(ReportTest, TellsHowFarAParseCame) {
-  // A guard spoke: its count has reached what it allows, and there is no tree. Built with
-  // sanitizers that of time comes before that of operations.
+  // A guard ended the parse: its count has reached the limit, and there is no tree. In a sanitized
+  // build the limit of time is reached before that of operations.
   const Explained guarded = explain("<a {{b:>c:d(e f)", "tsx");
   EXPECT_EQ(std::get<ParseResult>(guarded.outcome).errors.size(), 1U);
   const auto& time = guarded.report.processor_time;

@@ -1,11 +1,10 @@
 #!/usr/bin/env python3
-"""The scripts of a checkout that was moved, copied or reached by a link, and the benchmark's names
-of programs.
+"""The scripts in a checkout that was moved, copied or reached by a link, and the benchmark's --engine.
 
     scripts_test.py [options of unittest]
 
-The scripts meet a cmake that notes its arguments and "builds" a tool that prints its own path, in a
-copy of what they need of the project.
+The scripts run in a copy of the files that they need. Their cmake is a script that writes its arguments into
+a file and "builds" a tool that prints its own path.
 """
 import os
 import pathlib
@@ -62,7 +61,7 @@ class Checkout(unittest.TestCase):
         return path
 
     def run_script(self, name):
-        """What the script printed, and what it asked of cmake."""
+        """Runs the script. Gives its output, and the arguments of each call of cmake."""
         self.notes.write_text("")
         done = subprocess.run([str(self.folder / name)], env=self.environment, cwd=self.folder,
                               capture_output=True, text=True, check=False)
@@ -88,7 +87,7 @@ class Checkout(unittest.TestCase):
         self.asserts_run("moved", "moved", configures=False)
 
     def test_where_there_is_no_apt(self):
-        """What has to be there is asked for, and all of it named where something is missing."""
+        """The scripts look for everything they need, and name all of it if something is missing."""
         programs = ["bash", "basename", "cat", "chmod", "cmp", "dirname", "env", "flock", "mkdir", "nproc",
                     "rm", "sed", "tail", "touch"]
         for name in programs:
@@ -107,10 +106,10 @@ class Checkout(unittest.TestCase):
         self.asserts_run("first", "first", configures=True)
 
     def test_a_profile_is_made_and_used_under_one_name(self):
-        """Compilers find the profile of an object by the name that its folder had."""
+        """Both builds have the same path, by which compilers find the profile of an object."""
         (self.folder / "first/tests/golden").mkdir(parents=True)
         (self.folder / "link").symlink_to("first")
-        # The two tools print their paths where real ones print equal records.
+        # So that the script takes the outputs of the two tools, which are their paths, for equal records.
         self.write("bin/cmp", "#!/bin/sh\nexit 0\n").chmod(0o755)
         _, asked = self.run_script("link/scripts/build_pgo")
         build = self.folder / "first/build"
@@ -121,7 +120,7 @@ class Checkout(unittest.TestCase):
 
 class Benchmark(unittest.TestCase):
     def test_programs_may_be_named_from_here(self):
-        """They are run in the corpus' folder."""
+        """The programs run in the folder of the corpus, so their paths must be made absolute."""
         with tempfile.TemporaryDirectory() as folder:
             program = pathlib.Path(folder).resolve() / "build/pgo/engine_parse"
             program.parent.mkdir(parents=True)

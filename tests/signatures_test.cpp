@@ -1,5 +1,5 @@
-// Signatures and body digests: rows for the rules, and for every node of every source the same
-// answer as a plain reading of the rules gives, which costs the file's length each time.
+// Signatures and body digests: cases for the rules, and for each node of each source the same
+// answer as a plain form of the rules, which reads the whole file for each node.
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -19,7 +19,7 @@
 namespace engines::treesitter {
 namespace {
 
-// ---- Against a plain reading ----
+// ---- Compared with a plain form of the rules ----
 
 std::optional<std::string> plain_signature(const Node& node, std::string_view bytes) {
   const std::string text = decode_replacing(bytes);
@@ -77,8 +77,8 @@ TEST(SignatureTest, EveryNodeOfEverySource) {
   }
 }
 
-// Nodes that end inside a word, behind a keyword, before a comment, between the bytes of a
-// character: what error recovery makes of this.
+// Error recovery makes nodes of these that end within a word, after a keyword, before a comment or
+// between the bytes of a character.
 TEST(SignatureTest, EveryNodeOfRandomLines) {
   constexpr std::string_view PIECES[] = {
       "if",    "1",      "\n", "\n", " ",        "(",      ",", "[", "\"", "x", "//", "#",
@@ -94,7 +94,7 @@ TEST(SignatureTest, EveryNodeOfRandomLines) {
   }
 }
 
-// The walk asks once per row.
+// The walk makes one signature for each row.
 TEST(SignatureTest, EverySymbolHasThatOfItsRow) {
   for (const Input& input : inputs()) {
     const std::string text = decode_replacing(input.bytes);
@@ -135,7 +135,7 @@ TEST(BodyDigestTest, KeepsTheLinesThatCarryLogic) {
       {"python", "def f():\n  # call(x)\n  x = 1  # call(x)\n", "x = 1  # call(x)"},
       {"javascript", "function f() {\r\n  return 1;\r\n}\r\n", "return 1;"},
       {"javascript", "function f() {\n\u3000return\u2003\n}", "return"},
-      // A keyword counts as a word in any language.
+      // The keywords of all languages count in each.
       {"python", "def f():\n  x = match\n  y = doing\n  z = Return\n", "x = match"},
       {"javascript", "function f() {\n  return 1 } function g() { return 2 }\n", "return 1 }"},
       {"ruby", "def f\n  return 1 if x\n  y = z\nend\n", "return 1 if x"},
@@ -147,7 +147,7 @@ TEST(BodyDigestTest, KeepsTheLinesThatCarryLogic) {
   for (const Case& c : cases) EXPECT_EQ(digest(c.source, c.language), c.expected) << c.source;
 }
 
-// A line of `length` code points that carries logic, all but its beginning in umlauts.
+// A line of `length` code points with a call, the rest of it umlauts.
 std::string line_of(std::size_t length) { return "f()" + repeated("ü", length - 3); }
 
 std::string digest_of_lines(std::size_t count, std::size_t length) {
@@ -168,7 +168,7 @@ TEST(BodyDigestTest, EndsAtEightHundredCodePoints) {
            // Of the twentieth line the last 19 are lost.
            {30, 40, 800},
            {19, 40, 778},
-           // 799 and the line feed: what comes behind is not looked at.
+           // 799 and the line feed are 800, so that no further line is read.
            {2, 399, 799},
            {3, 399, 799},
            {2, 400, 800},
@@ -180,7 +180,7 @@ TEST(BodyDigestTest, EndsAtEightHundredCodePoints) {
     EXPECT_EQ(length(text), c.expected) << c.lines << " of " << c.length;
     EXPECT_EQ(text, first(repeated(line_of(c.length) + "\n", 40), c.expected));
   }
-  // The cut falls behind the line feed, which goes too.
+  // The cut is after the line feed, which is then trimmed.
   const std::string source = "function f() {\n" + line_of(798) + "\n" + line_of(10) + "\n}";
   EXPECT_EQ(length(digest(source, "javascript")), 800u);
   EXPECT_EQ(digest("function f() {\n" + line_of(799) + "\n" + line_of(10) + "\n}", "javascript"),
@@ -189,7 +189,7 @@ TEST(BodyDigestTest, EndsAtEightHundredCodePoints) {
 
 // ---- Costs ----
 //
-// Each of these takes minutes where a rule reads its line or its body anew for each symbol.
+// Each of these would take minutes if a rule read the line or the body again for each symbol.
 
 TEST(SignatureTest, TenMegabytesOnOneLine) {
   constexpr std::size_t COUNT = IS_SANITIZED ? 20'000 : 200'000;
@@ -203,7 +203,7 @@ TEST(SignatureTest, TenMegabytesOnOneLine) {
   const ParseResult result = parse(source, "javascript");
   ASSERT_EQ(result.symbols.size(), COUNT);
   EXPECT_EQ(result.symbols.back().signature, std::string(first(source, 197)) + "...");
-  // The calls have one name, and one line.
+  // All calls have one name and one line, so that one reference is left.
   EXPECT_EQ(result.references.size(), 1u);
 }
 

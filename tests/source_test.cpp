@@ -1,4 +1,4 @@
-// What is asked of a file's bytes: compared with the same answers worked out from the text alone.
+// The questions about ranges and lines of a file, compared with answers from the range's own bytes.
 #include "engines/treesitter/reading/source.h"
 
 #include <gtest/gtest.h>
@@ -24,8 +24,8 @@ bool decodes(std::string_view bytes) {
   }
 }
 
-// Pieces that begin, continue, end or break characters of all sizes, so that every way of cutting a
-// range out of them occurs.
+// Pieces that begin, continue, end or break characters of all sizes, so that ranges are cut at all
+// kinds of places.
 constexpr std::string_view PIECES[] = {
     "a",        "\n",   " ",        "if",   "(",    "é",        "字",           "\U0001F600",
     "\u2028",   "\xE2", "\xE2\x80", "\x80", "\xC3", "\xF0\x9F", "\xF0\x9F\x98", "\xED\xA0\x80",
@@ -69,7 +69,7 @@ TEST(SourceTest, DecodedPointsIntoTheFileWhereItCan) {
   EXPECT_EQ(source.decoded(0, 4, storage), "ab\uFFFDc");
 }
 
-// Words that overlap themselves and each other, at every range of the file.
+// Words that overlap themselves and each other, in each range of the file.
 TEST(SourceTest, ContainsWhatASearchOfTheRangeFinds) {
   constexpr std::string_view WORDS[] = {"aa", "aba", "b", "aab"};
   std::mt19937 random(5);
@@ -89,7 +89,7 @@ TEST(SourceTest, ContainsWhatASearchOfTheRangeFinds) {
   }
 }
 
-// By row: the trimmed line, decoded, and where its logic ends in the bytes.
+// For each row: the trimmed line, decoded, and the byte where its logic ends.
 TEST(SourceTest, LinesAreThoseOfTheDecodedText) {
   for_random_bytes(3000, [](std::string_view bytes) {
     const Source source(bytes);

@@ -1,6 +1,5 @@
-// The tree array, compared with what the library's own accessors say about a tree that a plain
-// parser made of the same bytes, on all sources that the project holds and on broken copies of
-// them.
+// The tree array, compared with the library's own accessors for a tree that a plain parser made of
+// the same bytes: on all sources of the project and on broken copies of them.
 #include <gtest/gtest.h>
 #include <tree_sitter/api.h>
 
@@ -19,7 +18,7 @@
 namespace engines::treesitter {
 namespace {
 
-// The library's tree, made without any of the engine's guards.
+// The library's tree, made without the engine's guards.
 class LibraryTree {
  public:
   LibraryTree(const std::string& bytes, const languages::Language& language) {
@@ -45,7 +44,7 @@ const std::pair<Field, std::string_view> FIELDS[] = {
     {Field::module_name, "module_name"}, {Field::name, "name"}, {Field::property, "property"},
 };
 
-// All nodes of the library's tree in document order, and for each the end of its subtree.
+// All nodes of the library's tree in document order, with the end of its subtree for each.
 struct LibraryNodes {
   std::vector<TSNode> nodes;
   std::vector<std::uint32_t> subtree_ends;
@@ -79,7 +78,7 @@ class Comparison {
   Comparison(const ParsedTree& tree, const LibraryNodes& library, Fields fields)
       : _tree(tree.root().tree()), _library(library), _fields(fields) {}
 
-  // What a cursor tells in one pass.
+  // What a cursor gives in one pass.
   void compare_records() const {
     ASSERT_EQ(_tree.size(), _library.nodes.size());
     for (std::uint32_t i = 0; i < _tree.size(); ++i) {
@@ -89,7 +88,7 @@ class Comparison {
     }
   }
 
-  // What the library works out anew for each node.
+  // What the library computes for each node.
   void compare_accessors(bool has_aliases) {
     for (std::uint32_t i = 0; i < _tree.size(); ++i) {
       const TSNode theirs = _library.nodes[i];
@@ -101,7 +100,7 @@ class Comparison {
       expect_same(ours.previous_sibling(), ts_node_prev_sibling(theirs), "previous sibling", i);
       if (_tree.record(i).previous != index_of(ours.previous_sibling())) {
         ++odd_siblings;
-        // The array's own answer may be used for every other node.
+        // Only for nodes without width may the array's own answer differ.
         ASSERT_EQ(ours.start_byte(), ours.end_byte()) << i;
       }
       std::uint32_t count = 0;
@@ -147,7 +146,7 @@ class Comparison {
 
   static std::optional<Node> nearest_scope(const Node& node) {
     auto parent = node.parent();
-    // One step where the parent is no scope: its answer has been checked before.
+    // The parent's answer has been checked before this one.
     if (parent && std::count(SCOPE_TYPES.begin(), SCOPE_TYPES.end(), parent->type()) == 0) {
       return parent->scope();
     }
@@ -192,7 +191,7 @@ TEST(SyntaxTreeTest, EqualsTheLibrarysAccessorsOnBrokenSources) {
   for (const Input& input : inputs()) {
     std::string bytes;
     for (int i = 0; i < 12; ++i) {
-      // Every third time from the whole again, else the fault comes on top of the last one.
+      // Up to three faults, one after the other, then the whole source again.
       bytes = broken(i % 3 == 0 ? input.bytes : bytes, random);
       compare(bytes, input.language, true);
       compare(bytes, input.language, false, Fields::all);
@@ -201,8 +200,8 @@ TEST(SyntaxTreeTest, EqualsTheLibrarysAccessorsOnBrokenSources) {
   }
 }
 
-// Where the library names another sibling than the one before, the node has no width. Its answer
-// counts, and these sources show that it is asked.
+// For some nodes without width the library names another sibling than the array. The library's
+// answer counts; these sources have such nodes.
 TEST(SyntaxTreeTest, SiblingsOfNodesWithoutWidth) {
   EXPECT_GT(compare("0.\n\n", "markdown", true), 0u);
   EXPECT_GT(compare("class A{\n{;);", "java", true), 0u);
@@ -219,7 +218,7 @@ TEST(SyntaxTreeTest, DeepAndWide) {
   compare("x = 1" + repeated(" + 1", COUNT / 10), "javascript", false);
 }
 
-// The questions that go to the library stay cheap on a chain whose links all start at one byte.
+// Fields are asked of the library, which must stay cheap on a chain whose links start at one byte.
 TEST(SyntaxTreeTest, FieldsOfALongChain) {
   const ParsedTree tree("a" + repeated(".b", 2'000), "python");
   for (const Node node : tree.nodes(NodeType::attribute)) {
@@ -228,7 +227,7 @@ TEST(SyntaxTreeTest, FieldsOfALongChain) {
   }
 }
 
-// One node with all tokens as its children, and a chain of nodes that are open until the last.
+// One node whose children are all tokens, and a chain of nodes that are open until the end.
 TEST(SyntaxTreeTest, ReadingIsCancelledWhateverTheShape) {
   for (const auto& [language, unit] : {std::pair{"json", "["}, std::pair{"javascript", "a+"}}) {
     const std::string bytes = repeated(unit, 200'000);

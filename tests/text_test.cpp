@@ -1,5 +1,5 @@
-// Text arithmetic, compared with what Python's str and bytes say about the same texts
-// (scripts/make_text_tables), and the helpers that every rule reads a node's text with.
+// Text arithmetic, compared with what Python's str and bytes say of the same texts
+// (scripts/make_text_tables), and helpers of the rules.
 #include "engines/treesitter/text/text.h"
 
 #include <gtest/gtest.h>
@@ -31,11 +31,11 @@ std::string encoded(char32_t value) {
   return text;
 }
 
-// The code points at which a property changes, from not having it at U+0000 on.
+// A property of code points, from the list of code points at which it changes.
 class Flips {
  public:
   explicit Flips(const char* name) : _flips(text_tables()[name].get<std::vector<char32_t>>()) {}
-  // To be asked with values that grow.
+  // Each call needs a larger value than the one before.
   bool has(char32_t value) {
     while (_next < _flips.size() && _flips[_next] <= value) ++_next;
     return _next % 2 == 1;
@@ -46,7 +46,7 @@ class Flips {
   std::size_t _next = 0;
 };
 
-// Lower case since Unicode 15, which ICU knows and the Python of the same system does not yet.
+// Lower case since Unicode 15, which ICU has and the table's Python has not.
 constexpr std::array<char32_t, 5> LOWER_SINCE_15 = {0x10FC, 0xA7F2, 0xA7F3, 0xA7F4, 0xAB69};
 
 TEST(TextTest, EveryCodePointHasPythonsProperties) {
@@ -59,7 +59,7 @@ TEST(TextTest, EveryCodePointHasPythonsProperties) {
     ASSERT_TRUE(point.value == value && point.size == text.size()) << std::hex << unsigned(value);
     ASSERT_EQ(last_code_point("A" + text), value);
     ASSERT_EQ(is_whitespace(value), whitespace.has(value)) << std::hex << unsigned(value);
-    // What one version of Unicode has not assigned yet, another one may have.
+    // Code points that are unassigned in one version of Unicode may be assigned in another.
     const bool is_word_there = word.has(value);
     const bool is_upper_there = upper.has(value);
     const bool prevents = prevents_upper.has(value);
@@ -77,7 +77,7 @@ struct Fault {
   char reason;
 };
 
-// "41e282 1-3e": bytes, and where and why they are ill-formed.
+// "41e282 1-3e": bytes, and for each fault its range and the letter of its reason.
 struct DecodingRow {
   std::string bytes;
   std::vector<Fault> faults;

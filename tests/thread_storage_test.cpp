@@ -1,5 +1,5 @@
-// Storage per engine and per thread: engines and threads that end in either order. The address and
-// thread sanitizers see what these cases provoke.
+// The storage that each thread keeps for each engine, when engines and threads end in any order.
+// The address and thread sanitizers find the faults that these cases provoke.
 #include "engines/treesitter/core/thread_storage.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ void on_threads(int count, Work work) {
   for (std::thread& thread : threads) thread.join();
 }
 
-// Storage that is used after it was freed, or by two threads, shows its marks wrong or missing.
+// In storage that is used after it was freed, or by two threads, a mark is wrong or missing.
 void mark(ThreadStorage& storage, std::uint32_t value) {
   storage.ruby_visibility_cache[{value, value}] = {{value, "private"}};
 }
@@ -93,7 +93,7 @@ TEST(ThreadLocalTest, ObjectsEndFirst) {
   }
 }
 
-// Both ends at the same moment, again and again: each storage must be freed by one side.
+// Both end at the same moment, many times: one of the two must free the storage.
 TEST(ThreadLocalTest, ThreadsAndObjectsEndTogether) {
   for (int round = 0; round < 200; ++round) {
     auto local = std::make_unique<ThreadLocal>();
@@ -124,25 +124,15 @@ TEST(ThreadLocalTest, ManyObjectsOnManyThreads) {
   });
 }
 
-// What the process has allocated, or 0 where a sanitizer's allocator is in the place of the one
-// that counts.
+// The bytes that the process has allocated, or 0 with a sanitizer, whose allocator does not count.
 std::size_t allocated_bytes() { return IS_SANITIZED ? 0 : mallinfo2().uordblks; }
 
-TEST(ThreadLocalTest, TenThousandThreadsLeaveNothing) {
-  ThreadLocal local;
-  local.get();
-  const auto one_thread = [&] { std::thread([&] { mark(local.get(), 1); }).join(); };
-  one_thread();
-  const std::size_t before = allocated_bytes();
-  for (int i = 0; i < 10'000; ++i) one_thread();
-  // Less than two bytes for each.
-  EXPECT_LT(allocated_bytes(), before + 20'000);
-}
-
+// That threads leave nothing is in fault_test.cpp.
 TEST(ThreadLocalTest, TenThousandObjectsLeaveNothing) {
   ThreadLocal().get();
   const std::size_t before = allocated_bytes();
   for (int i = 0; i < 10'000; ++i) ThreadLocal().get();
+  // Less than two bytes for each.
   EXPECT_LT(allocated_bytes(), before + 20'000);
 }
 
@@ -169,7 +159,7 @@ TEST(EngineStorageTest, AMissingGrammarIsNotRemembered) {
   EXPECT_TRUE(EnginePeer::_get_thread_local_storage(engine).parsers.empty());
 }
 
-// All languages on all threads of one engine, and what comes out is what one thread gives.
+// Several threads of one engine parse all languages, with the results of a single thread.
 TEST(EngineStorageTest, ThreadsShareAnEngine) {
   const auto parse_all = [](const TreeSitterEngine& engine) {
     std::vector<ParseResult> results;
@@ -187,7 +177,7 @@ TEST(EngineStorageTest, ThreadsShareAnEngine) {
     threads.emplace_back([&] {
       for (int round = 0; round < 3; ++round) EXPECT_EQ(parse_all(*engine), expected);
       parsed.arrive_and_wait();
-      // The engine may be gone here, and its parsers with it.
+      // By now the engine and its parsers may be gone.
       EXPECT_EQ(parse_all(TreeSitterEngine()), expected);
     });
   }

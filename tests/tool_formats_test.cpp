@@ -1,5 +1,5 @@
-// The two output formats: each record in its form, and any bytes as fit output. JSON is judged by
-// what a library writes of the same texts.
+// The two output formats: the form of each record, and any bytes as valid output. JSON is compared
+// with that of a library.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -69,7 +69,7 @@ ParsedItem parsed(std::string path, engines::treesitter::Outcome outcome) {
 
 Raised raised(std::string text) { return {Raised::Kind::other, std::move(text), "", "", nullptr}; }
 
-// What arrives at a sink, and in how large pieces.
+// A sink that keeps what arrives, and the size of the largest piece.
 struct Arrived final : ByteSink {
   void write(std::string_view bytes) override {
     text += bytes;
@@ -123,7 +123,7 @@ TEST(JsonOutput, WritesEveryFieldInItsOrder) {
   EXPECT_EQ(written(write_json, record), expected.dump() + '\n');
 }
 
-// As a library writes what the engine reads the bytes as.
+// Compares with what a library writes of the decoded bytes.
 void expect_as_by_library(std::string_view bytes) {
   Arrived sink;
   OutputBuffer out(sink);
@@ -150,7 +150,7 @@ TEST(JsonString, IsWhatALibraryWrites) {
     for (auto count = random() % 20; count > 0; --count) bytes += units[random() % units.size()];
     expect_as_by_library(bytes);
   }
-  // Across the ends of pieces and of the buffer, at any distance from them.
+  // Units that lie across the end of the buffer, at any distance from it.
   for (const std::string& unit : units) {
     std::string bytes;
     while (bytes.size() < OutputBuffer::CAPACITY) bytes += unit;
@@ -166,7 +166,7 @@ TEST(JsonOutput, TellsTheBytesOfPathsThatAreNoText) {
             "\"language\":null}\n");
 }
 
-// The outcomes without a result in both formats, and their error texts.
+// The outcomes that are no results, in both formats, with their error texts.
 TEST(Outputs, TellTheOtherOutcomes) {
   const auto failed = [](std::string language, std::string error) {
     return ParseResult{"ignored", std::move(language), "", {}, {}, {std::move(error)}};

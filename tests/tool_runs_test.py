@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""How the tool runs: odd files, wrong use, closed descriptors, pipes, terminals.
+"""How the tool runs: files that fail, wrong options, closed descriptors, pipes, signals, terminals.
 
     tool_runs_test.py BUILD/treesitter-engine [options of unittest]
 """
+import fcntl
 import json
 import os
 import pathlib
@@ -11,8 +12,10 @@ import resource
 import shutil
 import signal
 import socket
+import struct
 import subprocess
 import sys
+import termios
 import time
 import unittest
 
@@ -21,6 +24,12 @@ from support.tool_case import SOURCE, TIMEOUT, TOOL, ToolTest
 
 def ignore_sigpipe():
     signal.signal(signal.SIGPIPE, signal.SIG_IGN)
+
+
+def bytes_read(pid):
+    """How many bytes the process has read so far."""
+    fields = pathlib.Path(f"/proc/{pid}/io").read_text("ascii").split()
+    return int(fields[fields.index("rchar:") + 1])
 
 
 def become_nobody():
@@ -67,7 +76,7 @@ class Failures(ToolTest):
             self.addCleanup(os.chmod, self.folder / name, 0o755)
         options = {}
         if os.geteuid() == 0:  # permissions do not bind the superuser
-            program = self.folder / "tool"  # nobody may be unable to reach the build folder
+            program = self.folder / "tool"  # the user nobody may have no access to the build folder
             shutil.copy(TOOL, program)
             done = subprocess.run([program, "--version"], preexec_fn=become_nobody, check=False,
                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -139,7 +148,7 @@ class Failures(ToolTest):
 class Runs(ToolTest):
     def write_many(self, count):
         for number in range(count):
-            # The first is much the slowest, so that the others have to wait for it.
+            # The first takes much longer than the others, whose records have to wait for it.
             methods = 1500 if number == 0 else number % 7
             source = b"class A:\n" + b"".join(b"  def m%d(self): return f(%d)\n" % (i, i)
                                               for i in range(methods))
@@ -161,7 +170,7 @@ class Runs(ToolTest):
 
     def test_a_closed_pipe_ends_it_quietly(self):
         self.write_many(700)
-        for prepare in (None, ignore_sigpipe):  # Python's subprocesses have the default otherwise
+        for prepare in (None, ignore_sigpipe):
             with subprocess.Popen([TOOL, "parse", "top", "top", "top"], stdout=subprocess.PIPE,
                                   stderr=subprocess.PIPE, cwd=self.folder,
                                   preexec_fn=prepare) as process:
@@ -202,7 +211,7 @@ class Runs(ToolTest):
         with subprocess.Popen([TOOL, "parse", "top"], stdout=writer, stderr=subprocess.DEVNULL,
                               cwd=self.folder) as process, os.fdopen(reader, "rb") as output:
             os.close(writer)
-            time.sleep(0.2)  # until the pipe is full
+            self.wait_for_full(output)
             self.assertEqual(output.read(), expected)
             self.assertEqual(process.wait(TIMEOUT), 1)
 
@@ -213,6 +222,7 @@ class Runs(ToolTest):
             self.write(f"top/{number:03}.json", wide)
         with subprocess.Popen([TOOL, "parse", "--jobs", "2", "top"], stdout=subprocess.PIPE,
                               cwd=self.folder) as process:
+            self.wait_for_full(process.stdout)
             self.assertLess(self.settled_reading(process.pid) / len(wide), 100)
             self.assertEqual(process.stdout.read().count(b"\n"), 200)
             self.assertEqual(process.wait(TIMEOUT), 0)
@@ -221,7 +231,7 @@ class Runs(ToolTest):
         self.write_many(50)
         with subprocess.Popen([TOOL, "parse", "top", "top"], stdout=subprocess.PIPE,
                               stderr=subprocess.DEVNULL, cwd=self.folder) as process:
-            self.settled_reading(process.pid)  # until the pipe is full
+            self.wait_for_full(process.stdout)
             process.send_signal(signal.SIGINT)
             records = self.records(process.stdout.read())
             self.assertEqual(process.wait(TIMEOUT), -signal.SIGINT)
@@ -231,8 +241,9 @@ class Runs(ToolTest):
             self.skipTest("that sanitizer keeps signals back as long as a write waits")
         with subprocess.Popen([TOOL, "parse", "top", "top"], stdout=subprocess.PIPE,
                               stderr=subprocess.DEVNULL, cwd=self.folder) as process:
-            self.settled_reading(process.pid)
+            self.wait_for_full(process.stdout)
             process.send_signal(signal.SIGTERM)
+            self.wait_until(lambda: not self.pending_signals(process.pid))
             with self.assertRaises(subprocess.TimeoutExpired):
                 process.wait(0.3)
             process.send_signal(signal.SIGINT)
@@ -248,7 +259,7 @@ class Runs(ToolTest):
             process.send_signal(signal.SIGTERM)
             self.assertEqual(process.wait(TIMEOUT), -signal.SIGTERM)
             self.assertEqual(process.stdout.read(), b"")
-        # As nohup and shells do for programs in the background.
+        # nohup, and shells for programs in the background, ignore SIGINT.
         with subprocess.Popen([TOOL, "parse", "--files-from", "-"], stdin=subprocess.PIPE,
                               stdout=subprocess.DEVNULL, preexec_fn=lambda:
                               signal.signal(signal.SIGINT, signal.SIG_IGN)) as process:
@@ -300,7 +311,7 @@ class Runs(ToolTest):
         self.assert_unreadable(record, "-", "python", f"more than the {allowed} bytes that")
 
     def test_the_longest_record_takes_no_more_memory_than_promised(self):
-        # Its names take 600 times the file, and six times as much when each byte is escaped.
+        # The names take 600 times as much as the file, and six times as much again with each byte escaped.
         keys = b'{"\x01":' * 4500 + b"1" + b"}" * 4500
         self.write("a.json", keys)
         if b"__asan_init" in pathlib.Path(TOOL).read_bytes() or \
@@ -315,20 +326,32 @@ class Runs(ToolTest):
                 self.assertEqual(process.returncode, 0)
                 self.assertLess(usage.ru_maxrss * 1024, (64 << 20) + 1024 * len(keys))
 
+    def wait_for_full(self, pipe):
+        """Waits until the pipe is full, so that the process at its other end waits."""
+        size = fcntl.fcntl(pipe, fcntl.F_GETPIPE_SZ)
+
+        def held():
+            return struct.unpack("i", fcntl.ioctl(pipe, termios.FIONREAD, bytes(4)))[0]
+        self.wait_until(lambda: held() > size - 4096)
+
+    def pending_signals(self, pid):
+        """The signals that were sent to the process and are not delivered yet, as bits."""
+        status = pathlib.Path(f"/proc/{pid}/status").read_text("ascii").splitlines()
+        return sum(int(line.split()[1], 16) for line in status if line[3:].startswith("Pnd:"))
+
     def settled_reading(self, pid):
-        """The bytes that the process has read, once it reads no more."""
+        """Waits until the process reads no more. Gives how many bytes it has read."""
         seen = [-1, 0]
         while seen[-1] != seen[-2]:
             time.sleep(1)
-            fields = pathlib.Path(f"/proc/{pid}/io").read_text("ascii").split()
-            seen.append(int(fields[fields.index("rchar:") + 1]))
+            seen.append(bytes_read(pid))
         return seen[-1]
 
 
 class Terminal(ToolTest):
     def run_on_terminal(self, arguments, descriptors, stdin=subprocess.DEVNULL,
                         meanwhile=lambda process: None):
-        """The status, and what a terminal that stands at these descriptors shows."""
+        """Runs the tool with a terminal at these descriptors. Gives the status and what it shows."""
         controller, terminal = pty.openpty()
         streams = {1: "stdout", 2: "stderr"}
         options = {name: terminal if number in descriptors else subprocess.DEVNULL
@@ -341,7 +364,7 @@ class Terminal(ToolTest):
             try:
                 while part := os.read(controller, 65536):
                     shown += part
-            except OSError:  # the terminal's last user is gone
+            except OSError:  # the last process that had the terminal has ended
                 pass
             os.close(controller)
             return process.wait(TIMEOUT), shown.replace(b"\r\n", b"\n").decode()
@@ -371,14 +394,18 @@ class Terminal(ToolTest):
             status, shown = self.run_on_terminal(["parse", "--files-from", "-"], [2],
                                                  stdin=feeder.stdout)
         self.assertEqual(status, 0)
-        self.assertRegex(shown, r"\A(\r\x1b\[K[0-9]+ files?(, a\.py)?)+\r\x1b\[K"
-                                r"treesitter-engine: 50 files, \d\.\d s\n\Z")
+        self.assertRegex(shown, r"\A(\r\x1b\[K[0-9]+ files?(, ([0-9.]+ s on )?a\.py)?)+\r\x1b\[K"
+                                r"treesitter-engine: 50 files, \d+\.\d s\n\Z")
 
     def test_progress_names_the_file_that_takes_long_and_the_total_when_known(self):
+        size = 8 * 500_000
         self.write("a.py")
-        self.write("slow.py", b"f(a, b)\n" * 500000)
-        def hold_up(process):  # however fast the machine is, it takes long now
-            time.sleep(0.1)
+        self.write("slow.py", b"f(a, b)\n" * (size // 8))
+
+        def hold_up(process):
+            """Makes slow.py take long on a fast machine too: stops the parse for longer than the tool
+            waits before it shows progress."""
+            self.wait_until(lambda: bytes_read(process.pid) >= size)
             process.send_signal(signal.SIGSTOP)
             time.sleep(0.5)
             process.send_signal(signal.SIGCONT)
@@ -399,7 +426,7 @@ class Terminal(ToolTest):
         self.assertRegex(done.stderr.decode().splitlines()[-1],
                          r"treesitter-engine: 4 files, 3 failed \(1 too large\), 10 skipped "
                          r"\(2 hidden, 1 linked, 2 of unknown language, 1 of another type, "
-                         r"2 excluded, 1 ignored, 1 binary\), \d\.\d s")
+                         r"2 excluded, 1 ignored, 1 binary\), \d+\.\d s")
 
 
 if __name__ == "__main__":

@@ -1,9 +1,7 @@
 #!/usr/bin/env python3
-"""What the tool answers: its records, the paths that it takes, its information.
+"""What the tool prints: records, which paths it takes, contents from streams, help and versions.
 
     tool_test.py BUILD/treesitter-engine [options of unittest]
-
-Uses nothing but Python's standard library. Each test works in an empty folder of its own.
 """
 import hashlib
 import json
@@ -54,6 +52,7 @@ class Records(ToolTest):
         [record] = self.parse(name + ".py")
         self.assertEqual(record["path"], name + ".py")
         self.assertEqual(record["symbols"][0]["signature"], "def f(a='\u0085\u2028\x1c'): pass")
+
 
 class Paths(ToolTest):
     def test_folders_are_walked_in_the_order_of_their_paths(self):
@@ -151,7 +150,6 @@ class Paths(ToolTest):
                          ["[id]/q.py", "parse/q.py", "{}/q.py", "languages/q.py", "++/q.py",
                           "[a,b]/q.py"])
 
-
     def test_files_whose_path_is_too_long_for_the_system_are_parsed(self):
         name = "n" * 200
         folder = os.open(self.folder, os.O_RDONLY)
@@ -161,6 +159,7 @@ class Paths(ToolTest):
             inner = os.open(name, os.O_RDONLY, dir_fd=folder)
             os.close(folder)
             folder = inner
+
         def write(name, content):
             with os.fdopen(os.open(name, os.O_WRONLY | os.O_CREAT, dir_fd=folder), "wb") as file:
                 file.write(content)
@@ -305,7 +304,7 @@ class Contents(ToolTest):
             self.write(path, content)
         subprocess.run(["git", "init", "-q", "."], cwd=self.folder, check=True)
         subprocess.run(["git", "add", "."], cwd=self.folder, check=True)
-        # Git quotes both its own list and, as here, what goes through it.
+        # Git quotes the paths in its list, and `cat-file` hands them on as they are.
         names = subprocess.run(["git", "-c", "core.quotePath=true", "ls-files", "-s"], cwd=self.folder,
                                check=True, stdout=subprocess.PIPE).stdout.splitlines()
         wanted = b"".join(line.split(b" ")[1] + b" " + line.split(b"\t")[1] + b"\n" for line in names)
@@ -353,7 +352,7 @@ class Contents(ToolTest):
                                    {"path": "top/a.py", "size": size, "found": True},
                                    {"path": "top/x.py", "size": 1, "found": True},
                                    {"path": "b.py", "size": size}])
-        # Of paths alone what a walk of them takes, by the same rules.
+        # From a list of paths, without the files, the same ones as from a walk.
         paths = ["a.py", "no", "build/a.py", "build/kept.js", "d/build/a.rb", "d/build.py", ".a.py", ".git/a.py",
                  "d/.h/a.py", "a b\\n.py", "kept.js"]
         for path in paths:
@@ -361,7 +360,8 @@ class Contents(ToolTest):
         for options in ([], ["--hidden"], ["--exclude", "/build/", "--type", "py"],
                         ["--exclude", "build", "--exclude", "*.js", "--exclude", "!kept.js"]):
             walked = [record["path"].removeprefix("all/") for record in self.parse("--list", *options, "all")]
-            listed = self.run_tool("parse", "--list", "--batch", "-0", *options, input="\0".join(sorted(paths)).encode())
+            listed = self.run_tool("parse", "--list", "--batch", "-0", *options,
+                                   input="\0".join(sorted(paths)).encode())
             self.assertEqual(listed.stdout.decode().split("\0")[:-1], walked)
 
 

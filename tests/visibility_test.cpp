@@ -1,4 +1,4 @@
-// Export flags: one rule per language, and Ruby's sections.
+// Export flags: the rule of each language, and Ruby's sections.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -34,7 +34,7 @@ void expect_flags(std::string_view language, const std::vector<Case>& cases) {
   }
 }
 
-// The plain rules stand in the golden cases; these are their corners.
+// Special cases of the rules; the golden cases show the plain ones.
 TEST(ExportTest, Corners) {
   // The word may stand anywhere among the modifiers and annotations.
   expect_flags("java",
@@ -46,19 +46,19 @@ TEST(ExportTest, Corners) {
        {"class A { [Route(\"x\")] void F() { } [Name(\"Controller\")] void G() { } }", "-A +F +G"},
        {"class A { [A, B] [HttpPost] void F() { } [HttpPut] void G() { } }", "-A +F -G"},
        {"class Controller { }", "-Controller"}});
-  // A child that reads as a hiding word hides, its name included.
+  // A child whose text is a hiding word hides, even the name.
   expect_flags("php", {{"<?php class A { public function private() {} }", "+A -private"},
                        {"<?php class A { public function protector() {} }", "+A +protector"}});
-  // The first letter, and not its first byte; some have no case, or title case.
+  // The first letter, not the first byte. Some letters have no case, or title case.
   expect_flags("go", {{"package p\nfunc Été() {}\nfunc été() {}\nfunc 世() {}\nfunc ǅ() {}\n",
                        "+Été -été -世 -ǅ"}});
   expect_flags("rust", {{"crate fn f() {}", "-f"}});
-  // The search ends at a module, outside of which may be an export.
+  // An export outside of the module around a symbol does not count.
   expect_flags("typescript",
                {{"export module m { function f() {} export function g() {} }", "+m -f +g"}});
 }
 
-// Properties have no name that the symbol walk finds, so the rule is asked itself.
+// The symbol walk finds no name of a property, so this asks the rule itself.
 TEST(ExportTest, PhpProperties) {
   const ParsedTree tree(
       "<?php class A { protected $x; private static int $w; public $y; var $z; static $s; "
@@ -71,10 +71,10 @@ TEST(ExportTest, PhpProperties) {
   EXPECT_EQ(flags_in_order, (std::vector{false, false, true, true, true, false}));
 }
 
-// ---- Strict reading, and where it stops ----
+// ---- Which texts are read strictly ----
 
 TEST(ExportTest, ReadsTheTextsThatItsRulesNeed) {
-  // A body is read because it might be the modifier; a modifier before it decides first.
+  // Children are read until one decides, here the modifier, so that the body is not read.
   EXPECT_EQ(flags(parse_as_file("public class A { void F() { } /* \xFF */ }", "csharp")), "+A -F");
   EXPECT_EQ(flags(parse_as_file("<?php class A { const X = \"\xFF\"; }", "php")), "+A");
   EXPECT_EQ(flags(parse_as_file("fn f() { g(\"\xFF\"); }", "rust")), "-f");
@@ -82,8 +82,8 @@ TEST(ExportTest, ReadsTheTextsThatItsRulesNeed) {
   EXPECT_EQ(flags(parse_as_file("def f\n  \"\xFF\"\nend\n", "ruby")), "+f");
 }
 
-// The text of each level's modifiers holds all deeper levels and the long string. Searching each of
-// them took seconds.
+// The text of the modifiers of each level holds all deeper levels and the long string. A search
+// through each of these texts would take seconds.
 TEST(ExportTest, ClassesNestedInAnnotations) {
   constexpr int DEPTH = 1'000;
   std::string source = "class A { ";
@@ -93,7 +93,7 @@ TEST(ExportTest, ClassesNestedInAnnotations) {
   const ParseResult hidden = parse(source + " }", "java");
   EXPECT_GT(hidden.symbols.size(), DEPTH);
   for (const models::Symbol& symbol : hidden.symbols) EXPECT_FALSE(symbol.is_export);
-  // One word in the innermost modifiers is in all of them.
+  // A word in the innermost modifiers is in the text of all modifiers.
   source.replace(source.find("String s"), 8, "public s");
   const ParseResult shown = parse(source + " }", "java");
   EXPECT_GT(shown.symbols.size(), DEPTH);
@@ -106,7 +106,7 @@ TEST(ExportTest, ClassesNestedInAnnotations) {
 
 TEST(RubySectionTest, Sections) {
   const std::vector<Case> ruby = {
-      // The word and the method share a row.
+      // Words and a method on one row.
       {"class A\n  private; def x; end; public\n  def y; end\nend\n", "+A +x +y"},
       // Only methods are hidden, and only by the words of their own body.
       {"class A\n  private\n  class B\n    def b; end\n  end\n  def a; end\nend\n", "+A +B +b -a"},
@@ -114,8 +114,7 @@ TEST(RubySectionTest, Sections) {
       // A call is judged by its first plain name, a receiver included.
       {"class A\n  x.private\n  def a; end\nend\n", "+A +a"},
       {"class A\n  X.private\n  def a; end\nend\n", "+A -a"},
-      // Two bodies that start at one place share the words of the one that is asked about
-      // first.
+      // Two bodies that start at one place share the sections of the one that is met first.
       {"(private\ndef a; end)\ndef b; end\n", "-a -b"},
   };
   expect_flags("ruby", ruby);

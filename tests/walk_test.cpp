@@ -1,6 +1,6 @@
-// The walk of folders where it is hardest: deeper than any path may be long, with few descriptors,
-// and while folders are moved; and which rules hold where. What patterns mean is compared with git
-// in ignore_parity_test.py, and what a user sees of the rest is in tool_test.py.
+// The walk of folders in hard cases: deeper than the longest path, with few descriptors, while
+// folders are moved; and which ignore rules hold where. ignore_parity_test.py compares the meaning
+// of patterns with git, and tool_test.py tests the rest through the tool.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -31,7 +31,7 @@ std::vector<std::string> words(const std::string& text) {
   return {std::istream_iterator<std::string>(stream), {}};
 }
 
-// An index of git's second version, of files that were never looked at.
+// A file `index` of git in its second version, with these paths and no data of the files.
 std::string git_index(const std::vector<std::string>& paths) {
   std::string index = std::string("DIRC\0\0\0\2\0\0\0", 11) + static_cast<char>(paths.size());
   for (const std::string& path : paths) {
@@ -46,12 +46,12 @@ class FolderWalkTest : public testing::Test {
   FolderWalkTest() {
     std::string name = fs::temp_directory_path() / "walk_test_XXXXXX";
     _top = ::mkdtemp(name.data());
-    // No settings but the test's own.
+    // So that no settings of git but the test's own are read.
     ::setenv("HOME", (_top / ".home").c_str(), 1);
     ::setenv("GIT_CONFIG_NOSYSTEM", "1", 1);
     for (const char* variable : {"XDG_CONFIG_HOME", "GIT_CONFIG_GLOBAL"}) ::unsetenv(variable);
   }
-  // The standard library's own removal holds a descriptor for each level.
+  // std::filesystem::remove_all would hold a descriptor for each level.
   ~FolderWalkTest() override { EXPECT_EQ(std::system(("rm -rf " + _top.native()).c_str()), 0); }
 
   std::string top() const { return _top; }
@@ -61,8 +61,8 @@ class FolderWalkTest : public testing::Test {
     std::ofstream(_top / path) << content;
   }
 
-  // Nested folders of that name, each with a file z.py, which stands behind the folder. Some have
-  // another one, which their rules ignore.
+  // Nested folders of that name. Each has a file z.py, whose name comes after the folder's. Some
+  // have another file, which their rules ignore.
   void write_chain(const std::string& name, int depth) const {
     int folder = ::open(_top.c_str(), O_RDONLY | O_DIRECTORY);
     for (int level = 0; level < depth; ++level) {
@@ -84,7 +84,7 @@ class FolderWalkTest : public testing::Test {
     ::close(folder);
   }
 
-  // The paths below the top; what has an error ends in its number.
+  // The paths below the top that the walk still gives. A path with an error ends in its number.
   std::vector<std::string> rest(FolderWalk& walk) const {
     std::vector<std::string> paths;
     while (const auto found = walk.next()) {
@@ -136,7 +136,8 @@ TEST_F(FolderWalkTest, ReportsAFolderForWhichNoDescriptorIsLeft) {
   FolderWalk walk(top());
   const int first_free = ::dup(0);
   ::close(first_free);
-  // Room for one more folder: the second takes it, the third its parent's, and the rules the next.
+  // Room for one more descriptor: the second folder takes it, the third that of its parent, and
+  // then the rules file.
   const rlimit lowered{static_cast<rlim_t>(first_free) + 1, before.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &lowered), 0);
   EXPECT_EQ(rest(walk), (std::vector<std::string>{"a/b/c/d.py", "a/z.py", "z.py"}));
@@ -148,7 +149,7 @@ TEST_F(FolderWalkTest, ReportsAFolderForWhichNoDescriptorIsLeft) {
 }
 
 TEST_F(FolderWalkTest, TakesNoOtherFolderForOneThatWasMoved) {
-  std::string deep = "2/x.py";  // from where all above is closed
+  std::string deep = "2/x.py";  // so deep that the folders above are closed
   for (std::size_t level = 0; level < FolderWalk::OPEN_FOLDERS; ++level) deep.insert(2, "3/");
   for (const std::string& path :
        std::vector<std::string>{"a/1/" + deep, "a/1/y/in.py", "a/1/z.py", "b/other.py"}) {
@@ -156,7 +157,7 @@ TEST_F(FolderWalkTest, TakesNoOtherFolderForOneThatWasMoved) {
   }
   FolderWalk walk(top());
   EXPECT_EQ(walk.next()->path, top() + "/a/1/" + deep);
-  // Neither `..` of what was moved nor the path that it had leads to a/1.
+  // Neither `..` of the moved folder nor its old path leads to a/1.
   fs::rename(top() + "/a/1/2", top() + "/b/2");
   fs::rename(top() + "/a/1", top() + "/b/1");
   EXPECT_EQ(rest(walk),
@@ -182,7 +183,7 @@ TEST_F(FolderWalkTest, CountsWhatItLeavesOut) {
 
 struct RulesCase {
   const char* shows;
-  std::vector<std::pair<std::string, std::string>> files;  // beside them a.py, b.py and d/a.py
+  std::vector<std::pair<std::string, std::string>> files;  // in addition to a.py, b.py and d/a.py
   const char* taken;
   const char* folder = "r";
   WalkOptions options = {};
@@ -367,11 +368,11 @@ TEST_F(FolderWalkTest, SaysWhichRulesItCannotReadAndGoesOn) {
                             with("r/.git/index", EBADMSG), with("r/.gitignore", ELOOP),
                             with("r/a/.ignore", EINVAL), "r/a/a.py", with("r/b/.gitignore", EFBIG),
                             "r/b/a.py", "r/c/a.py", "r/z.py"}));
-  // A file of the longest that is read, where each line is a pattern.
+  // A rules file of the largest size that is read, with a pattern in each line.
   std::string most;
   while (most.size() + 3 <= std::size_t{16} << 20) most += "*x\n";
   write("r/b/.gitignore", most.replace(most.size() - 6, 6, "a.py\n#"));
-  // Settings that include themselves, once and more often.
+  // Settings that include themselves, twice.
   write("r/b/.git/config", "[include]path=config\n[include]path=config");
   FolderWalk looping(top() + "/r/b");
   EXPECT_EQ(rest(looping), (std::vector<std::string>{with("r/b/.git/config", ELOOP)}));
@@ -393,14 +394,14 @@ TEST(TrackedFiles, OfAnIndexThatIsCutNothingIsTaken) {
   EXPECT_FALSE(tracked.has_file("a"));
   EXPECT_EQ(TrackedFiles().read(index, 32), EBADMSG);
   EXPECT_EQ(TrackedFiles().read(git_index({"b", "a"}), 20), EBADMSG);
-  // The fourth version, in which a path gives away its end; here more than it has.
+  // In the fourth version a path says how much of the path before it is dropped; here too much.
   std::string compressed = index;
   compressed[7] = 4;
   EXPECT_EQ(TrackedFiles().read(compressed, 20), EBADMSG);
 }
 
 TEST(Wildmatch, GivesUpInTime) {
-  // Each star of an exponential matcher would be tried at each letter.
+  // An exponential matcher would try each star at each letter.
   std::string stars = "**/**/**/**/";
   for (int i = 0; i < 40; ++i) stars += "*a";
   const std::string name(4000, 'a');

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""An index that is kept up to date: soon after any change it is what a fresh one would be.
+"""The command `watch`: soon after any change the index is what a fresh one would be.
 
     watch_test.py BUILD/treesitter-engine [--rounds N] [options of unittest]
 """
@@ -23,7 +23,7 @@ from support.index_case import ChangingTest, dump, source  # noqa: E402
 
 
 def limited(setting, value):
-    """What runs a program as a user who may have only so much of something, or None."""
+    """A command that runs a program with this setting of inotify's limits, or None where that is impossible."""
     command = ["unshare", "-Ur", "sh", "-c", f'echo {value} > /proc/sys/user/{setting} && exec "$@"',
                "sh"]
     try:
@@ -43,7 +43,7 @@ class WatchTest(ChangingTest):
         return run
 
     def begin(self, *arguments, **options):
-        """A run that has got as far as to watch."""
+        """Starts a run, and waits until it watches."""
         run = self.watch(*arguments, **options)
         for line in run.stderr:
             if b": watching " in line:
@@ -51,14 +51,15 @@ class WatchTest(ChangingTest):
         self.fail(f"it has ended with {run.wait()}")
 
     def settle(self, *arguments, status=0):
+        """Waits until the index is what a fresh one is."""
         expected = self.fresh_dump(*arguments, status=status)
         end = time.monotonic() + TIMEOUT
-        while dump(self.database) != expected:
-            if time.monotonic() > end:
-                self.assertEqual(dump(self.database), expected)
+        while (found := dump(self.database)) != expected and time.monotonic() < end:
             time.sleep(0.02)
+        self.assertEqual(found, expected)
 
     def end(self, run, number=signal.SIGTERM, statuses=(0,)):
+        """Ends the run by the signal, or waits for its end. Gives its messages."""
         if number:
             run.send_signal(number)
         text = run.communicate(timeout=TIMEOUT)[1].decode()
@@ -152,7 +153,7 @@ class Changes(WatchTest):
         (self.folder / "d3/f3.py").unlink()
         run.send_signal(signal.SIGCONT)
         self.settle()
-        self.write("d2/late/later.py")  # which is watched by now
+        self.write("d2/late/later.py")  # in a folder that is new, and watched by now
         self.settle()
         self.end(run)
 
@@ -175,6 +176,8 @@ class Changes(WatchTest):
             time.sleep(0.5)
             self.assertEqual(dump(self.database), before)
         self.settle("--hidden", "--exclude", "f4.py")
+        # The tags are written after the index.
+        self.wait_until(lambda: b"waits\t" in (self.folder / "tags").read_bytes())
         text = self.end(run, signal.SIGINT)
         self.assertIn("large.json: Failed to read file: it has 20001 bytes, and --max-filesize", text)
         tags = (self.folder / "tags").read_bytes()
@@ -190,7 +193,7 @@ class Ends(WatchTest):
         for delay in (0.05, 0.2, 0.5):
             run = self.watch()
             time.sleep(delay)
-            # The system itself ends a program that has not come as far as to catch signals.
+            # A signal that comes before the tool catches signals ends it in the default way.
             self.end(run, signal.SIGINT, [0, -signal.SIGINT])
         self.index()
         self.assert_fresh()

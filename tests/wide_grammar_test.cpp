@@ -1,4 +1,4 @@
-// The rows that the engine gives a grammar hold what the library finds in the published one.
+// WideGrammar: its lookup table holds what the library finds in the published grammar.
 #include "engines/languages/wide_grammar.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ const TSLanguage* tree_sitter_sql();
 namespace engines::languages {
 namespace {
 
-// JSON is the smallest, SQL has the most lists, Python is of the newer form of a grammar.
+// JSON is the smallest grammar, SQL has the most lists, Python has the newer form of a grammar.
 TEST(WideGrammarTest, LooksUpWhatTheLibraryFinds) {
   const unsigned step = treesitter::IS_SANITIZED ? 17 : 1;
   for (const TSLanguage* const published :

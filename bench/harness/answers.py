@@ -1,7 +1,8 @@
-"""Answers are compared before any time counts: a fast engine that forgets a symbol is not fast.
+"""Compares the answers of all programs before their times count.
 
-Every engine must give the same records as the first one, on one thread and on two, from files and
-from contents in memory, and the counts that were recorded for the very same input (names and bytes).
+Each engine must give the same records as the first one. The first one must give the same records on one
+thread and on two, and from files and from contents in memory; and the counts that were recorded for the
+same input, by names and bytes.
 """
 from harness.workers import WorkerEnded
 

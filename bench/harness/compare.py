@@ -1,7 +1,7 @@
 """Measures the engine against the stock parse over a folder and prints tables: see bench/run.
 
-Each table is one class of input (inputs.py). What is interleaved is everything that stands in one
-row: the stock library and each engine, in each of its modes, or its tool.
+Each table is for one class of input (inputs.py). All that is in one row is measured in turns: the stock
+library, and each engine in each mode, or its tool.
 """
 import argparse
 import pathlib

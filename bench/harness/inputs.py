@@ -1,11 +1,12 @@
-"""What is measured: groups of files, each of one language and one class.
+"""The inputs of the benchmark: groups of files, each of one language and one class.
 
 valid        the files of the folder, by the language that the engine detects
-small        their beginnings, 1 KB each, as many as there are
-mismatched   a few of them under every other language's grammar
-deep, wide, long    generated (shapes.py), in two sizes
+small        the first KB of up to 400 of them
+mismatched   a few of them, parsed with the grammar of another language
+deep, wide, long    generated files (shapes.py), in two sizes
+threads      all files of the folder, the largest first
 
-Everything that does not lie in the folder is written to a temporary folder.
+Files that are not in the folder are written to a temporary one.
 """
 import hashlib
 import os

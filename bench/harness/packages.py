@@ -1,4 +1,4 @@
-"""Packages that benchmarks take real files from: downloaded, unpacked, and sampled.
+"""Downloads and unpacks the packages from which benchmarks take real files, and chooses the files.
 
 A name with a version behind @ is npm's; one that begins with `src:` is a source package of the
 distribution; any other is one of its binary packages. Nothing is installed, and a package that is
@@ -31,8 +31,8 @@ def _run(command, folder):
 
 @contextlib.contextmanager
 def source_options():
-    """Options of apt-get for a list of source packages, which machines seldom have: the same
-    places as the machine's own list, kept in a temporary folder."""
+    """Yields options of apt-get for downloading source packages. Most machines have no list of them, so
+    this makes one in a temporary folder, from the same places as the machine's own list."""
     with tempfile.TemporaryDirectory(prefix="sources-") as scratch:
         folder = pathlib.Path(scratch)
         # apt fetches as a user of its own.
@@ -53,9 +53,9 @@ def source_options():
 
 
 def download(package, cache, options=()):
-    """The package's archives, from the cache where they are there. A source package needs the
-    `options` that source_options gives; of its archives the distribution's own changes are left
-    out, since their version moves on while the other stays."""
+    """The archives of the package, from the cache if it has them. A source package needs the `options` of
+    source_options; the archive of the distribution's changes is left out, since its version changes more
+    often than that of the sources."""
     folder = cache / folder_name(package)
     if not folder.is_dir() or not any(folder.iterdir()):
         folder.mkdir(parents=True, exist_ok=True)
@@ -90,7 +90,7 @@ def unpack(archive, into):
 
 
 def candidates(folder, suffixes):
-    """The package's files of a language, in an order that depends on nothing but their names."""
+    """The files with these suffixes, in an order that depends only on their names."""
     files = [file for file in folder.rglob("*")
              if file.suffix in suffixes and file.is_file() and not file.is_symlink()
              and 0 < file.stat().st_size <= LARGEST_FILE and file.name.isprintable()]

@@ -1,9 +1,9 @@
-"""Measures how many of the names that others find the engine finds too: see bench/recall.
+"""Measures how many of the names that other programs find the engine finds too: see bench/recall.
 
-Two yardsticks (yardsticks.py): the grammars' tags queries, for definitions and references, and
-universal-ctags, for definitions. A definition is found when a symbol of its name spans the line of
-the name; a call when there is a reference of its last name on a line from the call to the name.
-Precision goes the other way: which symbols neither yardstick knows.
+It compares with two yardsticks (yardsticks.py): the grammars' tags queries, for definitions and references,
+and universal-ctags, for definitions. A definition is found if a symbol of that name spans the line of the
+name; a call if there is a reference with its last name on a line from the beginning of the call to the name.
+Precision goes the other way: it counts the symbols that no yardstick has.
 """
 import argparse
 import collections
@@ -47,7 +47,7 @@ class Entry:
 # ---- Names ----
 
 def plain(name):
-    """Without what surrounds a name: quotes, sigils, a symbol's colon and type arguments."""
+    """The name without quotes, sigils, a symbol's colon and type arguments."""
     return re.sub(r"<.*", "", name).strip("\"'`[]$ :") or name
 
 
@@ -58,7 +58,7 @@ def last(name):
 # ---- The programs ----
 
 def read_engine(tool, rules, folder, files):
-    """Parses all files and keeps what the engine says of each. Gives how many have error texts."""
+    """Parses all files, and keeps their symbols and references. Gives how many have error texts."""
     failed = 0
     by_path = {file.path: file for file in files}
     with tempfile.NamedTemporaryFile() as paths:
@@ -98,7 +98,7 @@ def tags_entries(program, node_modules, folder, files):
 
 
 def in_code(language, name):
-    """A name of ctags without what stands in front of it."""
+    """A name as the code has it, without what ctags writes before it."""
     for its_language, prefix in PREFIXES:
         if its_language == language:
             name = re.sub(f"^(?:{prefix})", "", name)
@@ -148,7 +148,7 @@ def is_referred(entry):
 
 
 class Table:
-    """Counts of found and missed by language and kind, with the missed for show."""
+    """Counts of found and missed names by language and kind, with the missed ones."""
 
     def __init__(self):
         self.rows = {}  # (language, kind): [all, found, missed entries]
@@ -172,7 +172,7 @@ class Table:
                 print(f"- {language} {kind}, {count:,} times: {reason}")
 
     def show(self, title, count, folder):
-        """A few of what was missed, from all over the corpus."""
+        """Prints some missed names from all over the corpus."""
         for key, (_, _, missed) in sorted(self.rows.items()):
             if count and missed:
                 print(f"\n#### {title}: {' '.join(key)}, {len(missed):,}\n")

@@ -1,4 +1,4 @@
-"""Generated inputs whose shape is what costs: deep, wide and long, for each language.
+"""Generated inputs of three expensive shapes for each language: deep, wide and long.
 
 deep   one thing inside another, as far as it goes
 wide   many siblings, one on each line
@@ -26,7 +26,7 @@ DEEP = {
     "ruby": BRACKETS,
     "php": ("<?php\n$x = ", "[", "1", "]", ";\n"),
     "sql": ("SELECT ", "(", "1", ")", ";\n"),
-    # These scanners save what is open with every token, so that depth is bounded; many deep places do.
+    # These scanners save all open elements with each token, which bounds the depth. So many places are deep.
     "markdown": ("", "> " * 60 + "text\n\n", "", "", ""),
     "xml": ("<r>", "<a>" * 60 + "text" + "</a>" * 60, "", "", "</r>\n"),
     "json": ("", "[", "1", "]", "\n"),

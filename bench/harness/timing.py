@@ -1,7 +1,7 @@
-"""Times: the programs take turns, so that all of them meet the same machine, and medians are kept.
+"""Measures times. The programs take turns, so that all run under the same conditions; medians count.
 
-Seconds are the processor's, user and system together, unless said otherwise: on a machine that is
-shared, the clock on the wall tells of the neighbours.
+Seconds are processor time, user and system together, unless said otherwise: on a shared machine wall time
+depends on others.
 """
 import statistics
 import time
@@ -9,7 +9,7 @@ from dataclasses import dataclass
 
 from harness.workers import Worker, WorkerEnded, Measurement
 
-LEAST_SECONDS = 0.1  # of one measurement; what is shorter is repeated
+LEAST_SECONDS = 0.1  # of one measurement; shorter work is repeated
 
 
 @dataclass
@@ -30,7 +30,7 @@ class Times:
         return self.rounds[0].symbols + self.rounds[0].references
 
     def ratio(self, other, clock="cpu"):
-        """Of this to the other: the median of what each round says."""
+        """The ratio of this to the other: the median of the ratios of all rounds."""
         return statistics.median(getattr(a, clock) / max(getattr(b, clock), 1e-9)
                                  for a, b in zip(self.rounds, other.rounds))
 
@@ -49,7 +49,7 @@ def take_turns(group, ways, rounds):
     repeats = [0] * len(ways)
     for number in range(rounds):
         order = range(len(ways))
-        # Backwards every other time, so that nobody always follows the same one.
+        # Backwards every other time, so that no program always follows the same one.
         for i in order if number % 2 == 0 else reversed(order):
             if repeats[i] < 0:
                 continue
@@ -69,9 +69,9 @@ def _measure(group, way, repeats, i) -> Measurement:
 
 
 def peak_memory(worker_of, group, path, mode):
-    """Bytes that one file takes beside those that an empty file takes: a fresh program for each.
+    """The bytes that a file takes in addition to an empty file, each in a new process. None if it dies.
 
-    `worker_of` makes a program for a list of (group, language, paths). None when it dies.
+    worker_of: makes a Worker for a list of (group, language, paths)
     """
     peaks = []
     for file in ("/dev/null", path):

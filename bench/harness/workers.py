@@ -1,8 +1,8 @@
-"""The programs that are measured, asked for one measurement at a time.
+"""The programs that are measured. Each is asked for one measurement at a time.
 
-A worker is started once. The clocks stand in it (stock/stock_parse.c and engine_parse.cpp tell the
-protocol), so that nothing of Python and of the pipes is timed. The tool is started for each
-measurement, and the system tells what the process took.
+A worker is started once and reads the clocks itself, so that neither Python nor the pipes are timed;
+stock/stock_parse.c and engine_parse.cpp describe the protocol. The tool is started for each measurement,
+and the system says what the process took.
 """
 import hashlib
 import os
@@ -51,7 +51,7 @@ class Worker:
                            refused=[int(text) for text in fields[9].split(",")[1:]])
 
     def peak_memory(self):
-        """The most bytes that the program ever held. To be asked of a fresh one."""
+        """The most bytes that the program ever held, so ask a new one."""
         return int(self._ask("memory")) * 1024
 
     def close(self):
@@ -114,7 +114,7 @@ class Tool:
                    "--files-from", str(self._lists / list_name(group))]
         process = subprocess.Popen(command, cwd=self._folder, stdin=subprocess.DEVNULL,
                                    stdout=output, stderr=subprocess.DEVNULL)
-        # What the system has counted for this one process is lost to whoever only waits for it.
+        # Not process.wait(), which drops the times that the system has counted for the process.
         _, status, used = os.wait4(process.pid, 0)
         process.returncode = os.waitstatus_to_exitcode(status)
         if process.returncode not in (0, 1):  # 1: some file has error texts

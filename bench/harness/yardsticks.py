@@ -1,7 +1,7 @@
-"""What bench/recall holds the engine to, as tables: what counts of the tags queries and of ctags.
+"""Tables for bench/recall: which names of the tags queries and of ctags the engine is expected to find.
 
-A yardstick is not always right. What it gets wrong by its own design is left out here, each with
-the reason, and bench/recall prints how often that happened.
+Both are wrong in some cases by design. Such cases are left out, each with the reason, and bench/recall
+prints how often that happened.
 """
 
 # Captures that are neither a declaration nor a reference: language, capture, the captured node's
@@ -28,8 +28,8 @@ NO_NAMES = [
 # The references that are calls. All others are of types, in one way or another.
 CALL_CAPTURES = {"reference.call", "reference.send"}
 
-# What ctags calls the language, and which of its kinds count, as what. A kind that is not listed
-# counts for nothing but precision.
+# The name that ctags has for the language, and its kinds with their meanings. Names of other kinds, and of
+# those with None, count only for precision.
 CTAGS = {
     "csharp": ("C#", {"class": "class", "struct": "class", "interface": "interface",
                       "enum": "enum", "enumerator": "constant", "method": "method",
@@ -112,17 +112,17 @@ NO_TAGS = [
      "a variable is assigned to, and no property declared"),
     ("sql", "field", r"^(KEY|key)$", "", "the name of the key follows behind the word"),
 ]
-# What ctags writes in front of the name that the code has: language, pattern.
+# What ctags writes before a name, though the code has it elsewhere or not at all: language, pattern.
 PREFIXES = [
     ("csharp", r"operator +|~"),
 ]
 IN_TEXT = "the line is within a string or a comment"
 
-# What holds others, of whose names it may have one: a constructor lies within a class of its name, so
-# these kinds of symbol are no answer where a yardstick names one of those things.
+# A constructor stands within a class of the same name. So a symbol of the kinds HOLDERS is no answer where a
+# yardstick names something of the kinds HELD.
 HOLDERS = ("class", "interface", "enum", "module")
 HELD = ("definition.function", "definition.method", "definition.field", "function", "method",
         "field")
 
-# What precision is asked of.
+# The kinds of symbols for which precision is computed.
 JUDGED_KINDS = ("class", "interface", "enum", "function", "method")

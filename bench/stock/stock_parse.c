@@ -1,11 +1,11 @@
-// What the engine is measured against: tree-sitter as published, parsing and freeing, nothing else.
+// Measures tree-sitter as published, to compare the engine with it: only parsing and freeing.
 //
 //   stock_parse MANIFEST
 //
-// The manifest has one line "GROUP<tab>LANGUAGE<tab>PATH" for each file; files of one group follow
-// each other. Each line of standard input asks for one measurement, as it does of engine_parse:
+// The manifest has a line "GROUP<tab>LANGUAGE<tab>PATH" for each file; the files of a group stand
+// together. Each line of standard input asks for one measurement, in the form of engine_parse:
 //
-//   GROUP MODE THREADS REPEATS DIGEST     MODE is `parse`; THREADS and DIGEST are not looked at
+//   GROUP MODE THREADS REPEATS DIGEST     MODE, THREADS and DIGEST are ignored
 //   memory                                the most memory that this process ever held
 //
 // The answer to the first is "CPU WALL FILES BYTES NODES": nanoseconds of all repeats together, and

@@ -1,12 +1,14 @@
-"""treesitter-engine over a cluster: the same records of millions of files, by Dask.
+"""treesitter-engine on a Dask cluster: the records of millions of files, the same as on one machine.
 
     import distributed, treesitter_cluster
     with distributed.Client("tcp://scheduler:8786") as client:
         summary = treesitter_cluster.parse(client, "output", paths=["src"])
 
-Workers need this package and the engine, both as the driver has them, and the same folders.
+Each worker needs this package and the engine in the driver's versions, and sees the same folders under
+the same names.
 """
+from .driver import Summary
 from .errors import ClusterError
-from .run import Summary, parse
+from .run import parse
 
 __all__ = ["ClusterError", "Summary", "parse"]

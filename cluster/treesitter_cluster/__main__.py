@@ -1,4 +1,4 @@
-"""The command: python3 -m treesitter_cluster."""
+"""The command as a module: python3 -m treesitter_cluster."""
 import sys
 
 from .cli import main

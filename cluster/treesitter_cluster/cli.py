@@ -1,8 +1,10 @@
 """The command line of treesitter-cluster.
 
-Exit statuses as of treesitter-engine: 0 when every file gave a result without error texts, 1 when
-some file failed (its record is there all the same), 2 when the run could not be done to its end;
-130 when it was interrupted.
+Exit statuses are those of treesitter-engine: 0 when every file gave a result without error texts, 1
+when some file failed (it has a record all the same), 2 when the run could not be completed; and 130
+when it was interrupted.
+
+Tested by tests/cluster.
 """
 import argparse
 import os
@@ -15,7 +17,7 @@ MOST_SHOWN = 20
 
 
 def parser():
-    """What the manual page is written of, too."""
+    """The parser of the command line. write_manual makes the manual page from it."""
     parser = argparse.ArgumentParser(
         prog="treesitter-cluster", description="Parses millions of files over a Dask cluster.")
     commands = parser.add_subparsers(dest="command", required=True)
@@ -69,7 +71,7 @@ def complain(text):
 
 
 class Watch:
-    """On a terminal: how far the run is."""
+    """Shows on a terminal how far the run is, and reports workers that get no work."""
 
     def __init__(self):
         self._shows = sys.stderr.isatty()
@@ -124,7 +126,7 @@ def _repositories(arguments, own):
         triples.append((repository, commit, name.removesuffix(".git") + "/"))
     prefixes = [prefix for _, _, prefix in triples]
     for prefix in prefixes:
-        if prefixes.count(prefix) > 1:  # their paths could not be told apart
+        if prefixes.count(prefix) > 1:  # their records would have the same paths
             own.error(f"two repositories are named {prefix.rstrip('/')}")
     return triples
 
@@ -152,8 +154,9 @@ def _security(arguments):
                     tls_client_key=arguments.tls_key, require_encryption=True)
 
 
-# Of Dask's own pulse, by default a twentieth of a processor for each worker and the scheduler: what
-# a task lasts seconds for needs none each 10 to 100 ms. The engines are no memory of the workers'.
+# Dask's own periodic work takes a twentieth of a processor by default, in each worker and in the
+# scheduler. Tasks here last seconds, so that they need no look every 10 to 100 ms. The memory that a
+# worker watches does not hold the engines, which are processes of their own.
 PULSE = {"distributed.admin.tick.interval": "1s", "distributed.admin.system-monitor.interval": "5s",
          "distributed.scheduler.work-stealing-interval": "1s",
          "distributed.worker.memory.monitor-interval": "1s",
@@ -173,7 +176,7 @@ def _client(arguments):
 
 
 class _OwnCluster:
-    """A client that ends its cluster."""
+    """A client that closes its cluster too."""
 
     def __init__(self, client, cluster):
         self._client, self._cluster = client, cluster
@@ -221,7 +224,7 @@ def main():
         watch.wipe()
         complain("interrupted; the same command goes on with the run")
         return EXIT_INTERRUPTED
-    except Exception as error:  # of Dask's there are many, and all end the run
+    except Exception as error:  # Dask has many kinds of errors, and each ends the run
         watch.wipe()
         complain(str(error) or type(error).__name__)
         return EXIT_NOT_RUN

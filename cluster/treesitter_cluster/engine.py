@@ -1,7 +1,9 @@
-"""The engine as a program: which one it is, and one run of it over some items.
+"""The engine as a program: its identity, and one run of it over some items.
 
-Records are the program's own bytes, so nothing here can make them differ from what it prints on one
-machine; and a file that kills it kills a child and not the worker. A start takes some 10 ms.
+Records are the bytes that the program prints, so that they cannot differ from those of one machine.
+A file that kills the engine kills a child process and not the worker. To start one takes some 10 ms.
+
+Tested by tests/cluster.
 """
 import fcntl
 import hashlib
@@ -16,13 +18,14 @@ from .errors import ClusterError, RepositoryFault
 from .streams import as_input, batch_quoted
 
 PIPE_SIZE = 1 << 20
-MOST_MESSAGES = 100  # of one run of the engine; the records tell all of them
-LEAST_MEMORY = 256 << 20  # below which an engine could not even begin
+MOST_MESSAGES = 100  # that are kept of one run of the engine; the records hold all error texts
+LEAST_MEMORY = 256 << 20  # bytes; with less an engine cannot start
 
 _identities = {}
 
 
 def find(engine):
+    """The path of the program. Raises ClusterError where there is none."""
     path = shutil.which(engine)
     if path is None:
         raise ClusterError(f"the engine {engine!r} is not found")
@@ -30,7 +33,7 @@ def find(engine):
 
 
 def identity(engine):
-    """What two engines must have in common to make the same records."""
+    """Version and digests of an engine: two engines with the same ones make the same records."""
     path = find(engine)
     status = os.stat(path)
     key = path, status.st_mtime_ns, status.st_size
@@ -41,9 +44,9 @@ def identity(engine):
 
 def _identity(path):
     done = subprocess.run([path, "--version", "--json"], capture_output=True, check=False)
-    if done.returncode == 0 and done.stdout.startswith(b"{"):  # older ones have text alone
+    if done.returncode == 0 and done.stdout.startswith(b"{"):  # older engines print text only
         info = json.loads(done.stdout)
-        info.pop("compiler", None)  # makes no record differ
+        info.pop("compiler", None)  # records do not depend on it
         return info
     done = subprocess.run([path, "--version"], capture_output=True, check=False)
     if done.returncode != 0:
@@ -59,14 +62,15 @@ def _last_line(text):
 
 
 def bounded(command, memory):
-    """By a program of its own: what runs between fork and exec must not be Python's, in threads."""
+    """The command with a limit of address space, set by prlimit: no Python code may run between fork and
+    exec in a process of several threads."""
     if memory is None or memory < LEAST_MEMORY:
         return command
     return ["prlimit", f"--as={memory}", "--", *command]
 
 
 def require_repository(source, folder):
-    """Raises RepositoryFault where the fault of some git is not that of an object."""
+    """Raises RepositoryFault when git cannot read the commit, so that no single object is to blame."""
     done = subprocess.run(["git", "-C", source["repository"], "cat-file", "-e", source["commit"]],
                           cwd=folder, capture_output=True, check=False)
     if done.returncode != 0:
@@ -74,7 +78,8 @@ def require_repository(source, folder):
 
 
 def _widen(pipe):
-    """Where the system lets: a user's pipes may hold 64 MiB in all, and more have a page each."""
+    """Enlarges the pipe where the system allows it: all pipes of a user may hold 64 MiB together, and
+    further ones get one page each."""
     try:
         fcntl.fcntl(pipe, fcntl.F_SETPIPE_SZ, PIPE_SIZE)
     except OSError:
@@ -82,13 +87,14 @@ def _widen(pipe):
 
 
 def environment():
-    """Without what Dask tells the C library for its workers' sake: to give memory back at once. It
-    makes an engine, whose trees come and go, a seventh slower."""
+    """The environment without the MALLOC_ variables that Dask sets in its workers. They make the C library
+    give memory back at once, which slows an engine down by a seventh."""
     return {name: value for name, value in os.environ.items() if not name.startswith("MALLOC_")}
 
 
 class EngineRun:
-    """One child over some items, in their order."""
+    """One engine process that parses some items in their order. A context manager: leaving it ends the
+    process."""
 
     def __init__(self, command, folder, source, items, memory=None):
         command = bounded(command, memory)
@@ -141,13 +147,13 @@ class EngineRun:
 
     @property
     def output(self):
-        """The descriptor of what it prints."""
+        """The descriptor from which its records are read."""
         if self._git and not self._git.stdout.closed:
-            self._git.stdout.close()  # the engine has it; it alone shall keep git waiting
+            self._git.stdout.close()  # so that git ends when the engine does
         return self._child.stdout.fileno()
 
     def failure(self):
-        """Why it has not come to its end, once it has ended; None where it has."""
+        """Waits for the end. Gives why not all items were parsed, or None if all were."""
         status = self._child.wait()
         if status in (0, 1) and (self._git is None or self._git.wait() == 0):
             return None
@@ -164,7 +170,7 @@ class EngineRun:
         return _last_line(text) if text else ""
 
     def messages(self):
-        """What it said of files, cut."""
+        """Its first messages about files."""
         self._messages.seek(0)
         lines = []
         for line in self._messages:

@@ -1,9 +1,9 @@
-"""What ends a run, or a batch; their texts are for the user."""
+"""The errors that end a run or a batch. Their texts are for the user."""
 
 
 class ClusterError(Exception):
-    """The run could not be done, or not to its end. What is done stays done."""
+    """The run could not be started or completed. What is done stays done."""
 
 
 class RepositoryFault(OSError):
-    """A worker cannot read a repository at all: no fault of any file."""
+    """A worker cannot read a repository at all, which is no file's fault."""

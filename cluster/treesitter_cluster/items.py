@@ -1,16 +1,16 @@
-"""What is to be parsed, as a run's plan keeps it: one item after the other in one file, so that a
-batch is a range of bytes of it, which its worker reads by itself.
+"""The items of a run, which are what it parses. One file holds all of them, one after the other, so
+that a batch is a range of its bytes, which the worker reads by itself.
 
     SIZE SP ID SP OLD SP PATH NUL
 
-ID is a git object's, or "-"; OLD the place of the same path in the run that records may be taken
-over from, or "-". Paths are any bytes but NUL.
+ID is the id of a git object, or "-". OLD is the number of the item with the same path in the earlier run
+whose records may be reused, or "-". A path is any bytes but NUL.
 """
 from typing import NamedTuple
 
 
 class Item(NamedTuple):
-    path: bytes  # of ready records: the record
+    path: bytes  # for the source RECORDS: the whole record
     size: int
     oid: str = "-"
     old: int = -1
@@ -40,7 +40,7 @@ def read_items(path, offset, length):
 
 
 def all_items(path):
-    """One after the other, in little memory."""
+    """Yields the items in little memory."""
     with open(path, "rb") as file:
         rest = b""
         while data := file.read(1 << 20):

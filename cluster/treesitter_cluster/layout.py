@@ -1,11 +1,12 @@
-"""Where a run keeps what, in its output folder.
+"""The files of a run in its output folder.
 
-    plan.jsonl      the run: what is to be done, and its batches (plan.py)
-    plan.items      the items, which the batches are ranges of (items.py)
-    manifest.jsonl  what is done: a line for each shard (manifest.py)
-    shards/         FIRST-COUNT.jsonl.zst, by the number of the first item and their count: in the
-                    order of their names they hold the records in the order of the items
-    parts/          what is under way; gone at the end
+    plan.jsonl      the command and its batches (plan.py)
+    plan.items      the items; a batch is a range of them (items.py)
+    manifest.jsonl  the shards that are done, a line for each (manifest.py)
+    shards/         FIRST-COUNT.jsonl.zst: the number of the first item, and how many items there are.
+                    In the order of these names the shards hold the records in the order of the items
+    parts/          shards that are being written; removed at the end
+    lock            held by the driver that writes here
 """
 import os
 
@@ -28,7 +29,7 @@ def shard_name(first, count):
 
 
 def sync_folder(path):
-    """Makes a rename last."""
+    """Flushes the folder, so that a rename in it survives a loss of power."""
     descriptor = os.open(path, os.O_RDONLY | os.O_DIRECTORY)
     try:
         os.fsync(descriptor)

@@ -1,10 +1,11 @@
-"""What a run is to parse, found once, before any work is given out: items in order, each with its
-size and the source that its content comes from.
+"""Finds the items of a run before any work is given out, in order, each with its size and the source
+of its content.
 
-Folders and lists are walked by the engine itself (`parse --list`), so that the rules are one; of
-a repository the tree of a commit is read, without a checkout, and the engine says which of its
-paths count. Costs a look at each file, on one
-machine: doc/scale.md says what that comes to.
+The engine itself walks folders and lists (`parse --list`), so that its rules for files hold here too. Of
+a repository the tree of a commit is read, without a checkout, and the engine decides which of its paths
+count. This looks at each file once, on the driver's machine; doc/scale.md has the figures.
+
+Tested by tests/cluster/test_runs.py.
 """
 import json
 import os
@@ -15,15 +16,15 @@ import tempfile
 from .errors import ClusterError
 from .items import Item
 
-NAMED = {"kind": "named"}  # has a record whatever it is
-FOUND = {"kind": "found"}  # has none where it is binary
-RECORDS = {"kind": "records"}  # is itself a record: what could not be listed
-LONG = {"kind": "long"}  # found, under a path that the system does not take in one piece
-PATH_MAX = 4096
+NAMED = {"kind": "named"}  # named by the user: has a record in any case
+FOUND = {"kind": "found"}  # found in a folder: has no record if it is binary
+RECORDS = {"kind": "records"}  # could not be listed: the item is the record that says so
+LONG = {"kind": "long"}  # found, and its path is too long for one system call
+PATH_MAX = 4096  # bytes
 
 
 def listed(engine, command, folder):
-    """Pairs of source and item, of the paths and the list of the command."""
+    """Yields pairs of source and item for the command's paths and list."""
     arguments = [engine, "parse", "--list", *command["walk"]]
     standard_input = subprocess.DEVNULL
     with tempfile.TemporaryFile() as messages:
@@ -40,7 +41,7 @@ def listed(engine, command, folder):
             raise ClusterError(messages.read().decode("utf-8", "replace").strip())
 
 
-# Most lines, at a third of the price; a path that is escaped or no UTF-8 is for the JSON parser.
+# Reads most lines in a third of the time of the JSON parser, which reads those with an escaped path.
 _PLAIN = re.compile(rb'\{"path":"([^"\\]*)","size":(\d+)(,"found":true)?\}\n')
 
 
@@ -72,7 +73,7 @@ def commit_of(repository, name, folder):
 
 
 def commits_of(command):
-    """Triples of repository, commit id and prefix. Names all that cannot be read, not only one."""
+    """Triples of repository, commit id and prefix. The error names all repositories that cannot be read."""
     triples, faults = [], []
     for repository, name, prefix in command["git"]:
         try:
@@ -85,8 +86,8 @@ def commits_of(command):
 
 
 def in_commit(engine, repository, commit, prefix, command):
-    """Pairs of source and item, in the order of the paths: the files that a walk of a checkout
-    would take if it ignored none. Links and submodules are no files of the repository."""
+    """Yields pairs of source and item in the order of the paths, for the files that a walk of a checkout
+    would take without ignore rules. Links and submodules are left out."""
     source = {"kind": "git", "repository": repository, "commit": commit}
     with tempfile.TemporaryFile() as tree, tempfile.TemporaryFile() as paths:
         ls_tree = _git(repository, "ls-tree", "-r", "-z", "-l", "--full-tree", commit,
@@ -105,7 +106,7 @@ def in_commit(engine, repository, commit, prefix, command):
             entries = _files(tree)
             for path in _parts(taken):
                 oid, size, _ = next(entry for entry in entries if entry[2] == path)
-                # Of an object that is gone git tells no size; the record will tell that.
+                # Git prints no size for an object that is missing. Its record will say so.
                 yield source, Item(os.fsencode(prefix) + path,
                                    int(size) if size.isdigit() else 0, oid.decode("ascii"))
 

@@ -1,5 +1,7 @@
-"""Files whose paths the system takes only in pieces: a walk finds them, step by step, and a program
-that is told the whole path cannot open them. So the engine gets their contents.
+"""Files whose paths are too long for one system call. A walk reaches them folder by folder, but a
+program that gets the whole path cannot open them. So the engine gets their contents instead.
+
+Tested by tests/cluster/test_runs.py.
 """
 import errno
 import os
@@ -33,7 +35,7 @@ def open_file(folder, path):
 
 
 def as_contents(folder, items):
-    """A descriptor that gives what `--batch` takes. Raises OSError."""
+    """A descriptor from which the engine reads these files by `--batch`. Raises OSError."""
     with tempfile.TemporaryFile() as stream:
         for item in items:
             with tempfile.TemporaryFile() as content:  # it may grow while it is read

@@ -1,7 +1,8 @@
-"""What a run has done: the first line names plan and engine, each further one a shard.
+"""The manifest says what a run has done. Its first line names plan and engine, each further line one
+shard.
 
-Appended and flushed to the disk by the driver alone, after the shard has its name. A last line that
-is torn was never acknowledged to anybody: it is cut off, and its batch done again.
+Only the driver writes it. It appends a line after the shard has got its name, and flushes it to the disk.
+A torn last line was never reported as done: it is cut off, and its batch is done again.
 """
 import json
 import os
@@ -15,14 +16,14 @@ def _whole_lines(data):
 
 
 def read_manifest(path):
-    """The head, or None, and the lines of the shards."""
+    """The first line, or None if there is none, and the lines of the shards."""
     with open(path, "rb") as file:
         _, lines = _whole_lines(file.read())
     return (lines[0], lines[1:]) if lines else (None, [])
 
 
 class Manifest:
-    """For one driver at a time."""
+    """The manifest as its driver reads and extends it. One driver at a time may have it."""
 
     def __init__(self, path, head):
         self._file = open(path, "a+b")

@@ -1,8 +1,10 @@
-"""The plan of a run: what is to be done, and the batches that it is done in.
+"""The plan of a run: its items and its batches.
 
-Made once and kept: a run that goes on later has the same items in the same batches, whatever has
-become of folders and branches. A batch is a range of consecutive items of one source, cut by what
-they cost to parse and not by their number.
+It is made once and kept. A run that is continued has the same items in the same batches, even when folders
+and branches have changed since. A batch is a range of consecutive items of one source. How many items it has
+depends on what they cost to parse.
+
+Tested by tests/cluster/test_runs.py.
 """
 import hashlib
 import itertools
@@ -13,15 +15,16 @@ from typing import NamedTuple
 from .items import all_items, packed, read_items
 
 VERSION = 1
-# Each start of the engine costs 5 to 30 ms, as many languages as it meets; the loss of a worker
-# some seconds of parsing.
+# In bytes. A start of the engine costs 5 to 30 ms, more with each language that it meets, which speaks
+# for large batches; a lost worker loses the batch under way, which speaks for small ones.
 LEAST_BATCH = 4 << 20
 MOST_BATCH = 64 << 20
-# Each batch is this part of what is left for a thread: few starts, and small ones to end with.
+# A batch is this part of what is left for one thread, so that batches become smaller towards the end.
 PARTS_LEFT = 3
 MOST_ITEMS = 20_000
-# What a file costs beside its bytes, in bytes; and what one costs that is only compared or copied.
+# The cost of a file is its bytes and these.
 FILE_COST = 2048
+# A file that is only hashed, or only copied from an earlier run, costs such a part of it.
 HASH_SHARE = 20
 COPY_SHARE = 100
 
@@ -29,14 +32,14 @@ COPY_SHARE = 100
 class Batch(NamedTuple):
     first: int
     count: int
-    offset: int  # of its items in their file
-    length: int
-    source: int  # its number
+    offset: int  # of its items in their file, in bytes
+    length: int  # in bytes
+    source: int  # its number in the plan
     cost: int
     round: int = 0  # how often it was cut
 
     def cut(self, items_path, parts):
-        """Consecutive parts of it, as even as their number allows."""
+        """The batch in this many consecutive parts, of equal numbers of items as far as possible."""
         items = read_items(items_path, self.offset, self.length)
         size = max(1, -(-len(items) // parts))
         batches, offset = [], self.offset
@@ -67,7 +70,7 @@ class Plan:
 
 
 def read_plan(path):
-    """None where there is none."""
+    """The plan of that file, or None if there is no such file."""
     try:
         with open(path, "rb") as file:
             data = file.read()
@@ -78,14 +81,14 @@ def read_plan(path):
 
 
 class _Items:
-    """Written to their file; what batches are cut by is read from there again, so that any number
-    takes no memory."""
+    """Writes items to their file. The batches are then made from that file, so that any number of items
+    takes little memory."""
 
     def __init__(self, file):
         self._file = file
         self._numbers = {}
         self.sources = []
-        self._changes = [(0, None)]  # the item with which a source begins, and its number
+        self._changes = [(0, None)]  # pairs: number of an item, and number of the source from there on
         self.hash = hashlib.sha256()
         self.count = self.bytes = self.cost = 0
 
@@ -104,8 +107,8 @@ class _Items:
         self.cost += cost(item)
 
     def batches(self, path, threads, fixed):
-        """Ever smaller ones, or all of one cost. A path is in a batch once: what is behind the last
-        record is then known by its path."""
+        """Yields batches that become smaller, or all of the cost `fixed`. No batch has a path twice, so
+        that the path of the last record tells which items are done."""
         def target():
             return fixed or min(max(left // (threads * PARTS_LEFT), LEAST_BATCH), MOST_BATCH)
 
@@ -139,7 +142,7 @@ def _sync(file):
 
 
 def make_plan(layout, head, pairs, threads, batch_bytes=None):
-    """Writes the plan of these pairs of source and item; it is there as a whole or not at all."""
+    """Writes the plan for these pairs of source and item, whole or not at all, and gives it."""
     with open(layout.items + ".new", "wb") as file:
         items = _Items(file)
         for source, item in pairs:

@@ -1,12 +1,13 @@
-"""Records that an earlier run has made of the same content, under the same path.
+"""Reuses records that an earlier run made of the same content under the same path.
 
-A record is a function of content, path, engine and options: its names begin with the path, its
-language is told by the path, and its limits count both. So it is taken over only where all of them
-are the same; one under another path would need each of its names rewritten, and what counted them
-judged anew. The driver compares engine, options, paths and what the listing tells (sizes, or git's
-ids, by which the content is known unread); a worker compares the content of a file by its hash,
-which takes a hundredth of a parse. Records of failures are not taken: they may depend on the
-machine.
+A record depends on content, path, engine and options, and is reused only when all four are the same. The
+path counts because it gives the language and the beginning of all qualified names, and because the limits
+of a result count these names. The driver compares engine, options, paths and what the listing says: sizes
+of files, or git's ids of objects, which tell that the content is the same. A worker then compares files by
+their hash, which takes a hundredth of the time of a parse. Records of failures are not reused, since these
+may depend on the machine.
+
+Tested by tests/cluster/test_runs.py.
 """
 import bisect
 import functools
@@ -24,11 +25,11 @@ from .manifest import read_manifest
 from .plan import read_plan
 
 _HASH = re.compile(rb',"language":"\w+","content_hash":"([0-9a-f]{64})"')
-MOST_RECORD = 64 << 20  # a larger one is parsed again rather than held
-# What lies between two files that have to be parsed, and takes less time to be parsed than another
-# start of the engine, is parsed with them.
+MOST_RECORD = 64 << 20  # bytes; the file of a larger one is parsed again, so that it need not be held
+# Bytes. Unchanged files between two that have to be parsed are parsed with them if they have no more
+# bytes than this: that takes less time than another start of the engine.
 GAP = 50_000
-WINDOW = 500_000
+WINDOW = 500_000  # items
 
 
 @functools.lru_cache(4)
@@ -43,7 +44,7 @@ def shards_of(output):
 
 
 def _old_records(output, items):
-    """The record of each path, where there is one without a failure."""
+    """The old record of each path that has one without a failure."""
     firsts, shards = shards_of(output)
     wanted = {}
     for item in items:
@@ -73,11 +74,11 @@ def _has_content(record, item, folder):
                 return False
             return hashlib.file_digest(file, "sha256").hexdigest().encode() == match[1]
     except OSError:
-        return False  # the engine will say why
+        return False  # the engine will report the error
 
 
 def steps(job, items):
-    """Pairs: records to be taken over, then items to be parsed."""
+    """Yields pairs, in the order of the items: records to reuse, then items to parse behind them."""
     old = _old_records(job["reuse"], items)
     records, parsed, gap, gap_size = [], [], [], 0
     for item in items:
@@ -100,18 +101,19 @@ def steps(job, items):
 
 
 class OldRun:
-    """What the driver knows of an earlier run: for each path its place, size and git id.
+    """The items of an earlier run, as the driver looks them up: for each path its number, size and git id.
 
-    Both runs are read in step, as most of their paths are in the same order; of the earlier one
-    some way in front and behind is held, in at most some 300 MB. What has moved further than WINDOW
-    items is parsed again.
+    Most paths have the same order in both runs, so that both are read in step, and only a window of the
+    earlier one is held, which takes at most some 300 MB. A file that has moved further than WINDOW items
+    is parsed again.
     """
 
     def __init__(self, output, identity, options):
         self.output = None
-        self._held = {}  # by the path's hash; the oldest first
+        self._held = {}  # by the hash of the path, the oldest first
         self._items = iter(())
-        self._read = self._met = 0  # places: of the next to be read, of the furthest that was met
+        # Numbers of items of the earlier run: the next to read, and the highest that was found again.
+        self._read = self._met = 0
         if output is None:
             return
         layout = Layout(output)
@@ -119,7 +121,7 @@ class OldRun:
         if plan is None:
             raise ClusterError(f"{output} holds no run whose records could be taken over")
         if plan.head["engine"] != identity or plan.head["command"]["options"] != options:
-            return  # its records may differ
+            return  # its records may be others
         self.output = layout.output
         self._items = enumerate(self._content(layout, plan))
 
@@ -145,6 +147,7 @@ class OldRun:
             del self._held[next(iter(self._held))]
 
     def join(self, pair):
+        """The pair of source and item, with the number of the old item where the file looks unchanged."""
         source, item = pair
         self._read_on()
         found = self._held.get(hash(item.path))

@@ -1,369 +1,22 @@
-"""A run: from what is to be parsed to the last shard, over any Dask client.
-
-The driver lists, plans, and keeps as many batches under way as the workers' threads need; it alone
-gives shards their names and writes the manifest. Nothing but the places of batches and counts goes
-through Dask's scheduler.
-
-    a batch meets an OSError   the worker's fault or the storage's: given out again, thrice at most,
-                               to other workers while there are any
-    nobody reads a repository  its batches are set aside, and named when all others are done
-    a batch ends its worker    given out again; then in parts; then each item alone, with nothing
-                               else under way that could be the cause; then left out with a record
-    the scheduler is gone      the run ends, and the same command goes on with it
+"""The operation `parse`: lists the items of a run, plans it, and lets a driver do it on the workers of a Dask
+client.
 
 Tested by tests/cluster.
 """
 import fcntl
 import hashlib
 import os
-import queue
 import shutil
-import time
 import uuid
-from dataclasses import dataclass, field
 
-from . import engine, listing, task
+from . import engine, listing
+from .driver import Quiet, Run
 from .errors import ClusterError
-from .layout import Layout, shard_name, sync_folder
+from .layout import Layout
 from .manifest import Manifest
-from .plan import Batch, make_plan, read_plan
+from .plan import make_plan, read_plan
 from .reuse import OldRun
-from .shard import ShardWriter
 from .workers import EngineCheck, Workers, difference
-
-CUT = 8  # parts: a worker dies for each cut, and four hundred items are eight cuts by halves
-MOST_ERRORS = 3
-STARTS = 2  # of a batch, before it is cut; and of an item alone, before it is left out
-LOOK_EVERY = 2.0  # seconds
-
-
-@dataclass
-class Work:
-    """A batch that is to be done, or under way."""
-    batch: Batch
-    alone: bool = False
-    blamed: Batch | None = None  # where this one only shows whether workers live through any
-    errors: int = 0
-    avoided: set = field(default_factory=set)  # workers that had an error with it
-    attempt: int = 0
-    unseen: int = 0  # looks at which no worker had it
-
-    @property
-    def most_starts(self):
-        return STARTS if self.batch.round == 0 or self.alone else 1
-
-
-@dataclass
-class Summary:
-    """What a run came to."""
-    items: int = 0
-    records: int = 0
-    failed: int = 0
-    taken: int = 0  # over from an earlier run
-    shards: int = 0
-    killers: list = field(default_factory=list)
-    messages: list = field(default_factory=list)  # some of what failed
-    refused: dict = field(default_factory=dict)  # workers, and why
-    seconds: float = 0.0
-
-    @property
-    def status(self):
-        """As of `treesitter-engine parse`."""
-        return 1 if self.failed else 0
-
-    def add(self, line):
-        self.items += line["items"]
-        self.records += line["records"]
-        self.failed += line["failed"]
-        self.taken += line["taken"]
-        self.shards += 1
-        self.killers += line["killers"]
-
-
-class Run:
-    """One driver's work on one output folder."""
-
-    def __init__(self, client, plan, layout, manifest, job, workers, watch):
-        self._client = client
-        self._plan = plan
-        self._layout = layout
-        self._manifest = manifest
-        self._job = job
-        self._workers = workers
-        self._watch = watch
-        self._under_way = {}  # by future's key
-        self._ended = queue.SimpleQueue()
-        self._todo = []
-        self._alone = []
-        self._aside = {}  # repositories that nobody reads, by the number of the source, and why
-        self._control = None  # a batch that went well
-        self._summary = Summary()
-        self._begin = self._looked = time.monotonic()
-
-    # -- what is to be done
-
-    def _take_up(self):
-        """Sorts out what the manifest says is done."""
-        done = {}
-        for line in self._manifest.shards:
-            try:
-                is_there = os.stat(self._layout.shard(line["shard"])).st_size == line["bytes"]
-            except FileNotFoundError:
-                is_there = False
-            if is_there:
-                done[line["first"]] = line
-        for batch in self._plan.batches:
-            missing = _missing(batch, done, self._layout.items)
-            self._todo += map(Work, missing)
-            if not missing and batch.first in done and not done[batch.first]["killers"]:
-                self._control = batch
-        for line in done.values():
-            self._summary.add(line)
-        names = {line["shard"] for line in done.values()}
-        for name in os.listdir(self._layout.shards):
-            if name not in names:
-                os.unlink(self._layout.shard(name))
-        # The dearest first, so that none is left when all others are done.
-        self._todo.sort(key=lambda work: work.batch.cost)
-
-    # -- under way
-
-    def _submit(self, work):
-        work.attempt += 1
-        batch = work.batch
-        source = self._plan.sources[batch.source]
-        key = f"parse-{source['kind']}-{batch.first}-{batch.count}-{uuid.uuid4().hex[:8]}"
-        message = {"first": batch.first, "count": batch.count, "offset": batch.offset,
-                   "length": batch.length, "source": source,
-                   "round": f"{batch.round}{'alone' if work.alone else ''}"
-                            f"{'' if work.blamed is None else work.blamed.first}",
-                   "most_starts": work.most_starts}
-        future = self._client.submit(task.parse_batch, self._job, message, key=key, pure=False,
-                                     resources={self._job["resource"]: 1}, workers=[
-                                         address for address in self._workers.addresses
-                                         if address not in work.avoided] if work.avoided else None)
-        self._under_way[key] = work, future
-        future.add_done_callback(self._ended.put)
-
-    def _fill(self):
-        if self._aside:
-            self._todo = [work for work in self._todo if work.batch.source not in self._aside]
-        if not self._todo and not self._under_way and self._alone:
-            self._submit(self._alone.pop())
-        while self._todo and len(self._under_way) < 2 * self._workers.threads:
-            self._submit(self._todo.pop())
-
-    def _next_ended(self):
-        """Some that have ended, at least every now and then none."""
-        ended = []
-        try:
-            ended.append(self._ended.get(timeout=0.25))
-            while True:
-                ended.append(self._ended.get_nowait())
-        except queue.Empty:
-            return ended
-
-    def _require_scheduler(self, status):
-        if status == "cancelled" or self._client.status != "running":
-            raise ClusterError("the scheduler is gone; the same command goes on with the run")
-
-    def _settle(self, futures):
-        """Takes what has ended: names its shard and tells the manifest."""
-        finished = []
-        for future in futures:
-            if future.key not in self._under_way:
-                continue
-            self._require_scheduler(future.status)
-            work, _ = self._under_way.pop(future.key)
-            if future.status == "lost":  # with the worker that had its result; done again
-                future.cancel()
-                self._todo.append(work)
-            elif future.status == "error":
-                self._failed(work, future.exception())
-            else:
-                finished.append((work, future))
-        if not finished:
-            return
-        lines = []
-        for (work, _), result in zip(finished, self._results(finished), strict=True):
-            if isinstance(result, Exception):
-                self._failed(work, result)
-            elif "died" in result:
-                self._died(work)
-            elif "error" in result:
-                self._failed_there(work, result)
-            else:
-                lines += self._done(work, result)
-        self._record(lines)
-
-    def _done(self, work, result):
-        if work.blamed is not None:
-            os.unlink(result["part"])
-            self._leave_out(work.blamed)
-            return []
-        self._control = self._control or work.batch
-        return [self._accept(work.batch, result)]
-
-    def _results(self, finished):
-        futures = [future for _, future in finished]
-        try:
-            return self._client.gather(futures)
-        except Exception:  # a worker went with a result that it held, and the batch is done again
-            self._require_scheduler("finished")
-            return [future.exception() or future.result() for future in futures]
-
-    def _accept(self, batch, result):
-        name = shard_name(batch.first, batch.count)
-        os.rename(result.pop("part"), self._layout.shard(name))
-        self._summary.messages += result.pop("messages")[:100 - len(self._summary.messages)]
-        return {"shard": name, "first": batch.first, "count": batch.count,
-                "input": self._input(batch), **result}
-
-    def _input(self, batch):
-        with open(self._layout.items, "rb") as file:
-            file.seek(batch.offset)
-            return hashlib.sha256(file.read(batch.length)).hexdigest()
-
-    def _record(self, lines):
-        if not lines:
-            return
-        sync_folder(self._layout.shards)
-        self._manifest.append(lines)
-        for line in lines:
-            self._summary.add(line)
-
-    # -- what goes wrong
-
-    def _failed(self, work, error):
-        if type(error).__name__ == "KilledWorker":  # before it could count its starts
-            self._died(work)
-            return
-        work.errors += 1
-        if not isinstance(error, OSError) or work.errors == MOST_ERRORS:
-            raise ClusterError(f"a worker fails: {type(error).__name__}: {error}; "
-                               "the same command goes on with the run")
-        self._todo.append(work)
-
-    def _failed_there(self, work, result):
-        work.errors += 1
-        work.avoided.add(result["worker"])
-        if work.errors < MOST_ERRORS:
-            self._todo.append(work)
-        elif result["repository"]:
-            self._aside[work.batch.source] = result["error"]
-        else:
-            raise ClusterError(f"a worker fails: {result['error']}; "
-                               "the same command goes on with the run")
-
-    def _died(self, work):
-        batch = work.batch
-        if work.blamed is not None:
-            raise ClusterError("workers die of whatever they get; "
-                               "the same command goes on with the run")
-        if batch.count > 1:
-            self._todo += map(Work, batch.cut(self._layout.items, CUT))
-        elif not work.alone:
-            self._alone.append(Work(batch, alone=True))
-        elif self._plan.head["items"] == 1:
-            self._leave_out(batch)
-        else:
-            # First what went well, alone as well: a worker that dies of that is itself at fault.
-            if self._control is None:
-                raise ClusterError("workers die of all that they have been given; "
-                                   "the same command goes on with the run")
-            self._alone.append(Work(self._control, alone=True, blamed=batch))
-
-    def _leave_out(self, batch):
-        """The one item of the batch gets a record that says so."""
-        [item] = task.read_items(self._layout.items, batch.offset, batch.length)
-        why = f"The worker died of it, alone and {STARTS} times"
-        part = os.path.join(self._layout.parts, self._job["token"], f"{batch.first}.left_out")
-        writer = ShardWriter(part)
-        writer.write(task.killer_record(item.path, why))
-        path = item.path.decode("utf-8", "replace")
-        result = {**writer.close(), "part": part, "items": 1, "taken": 0, "starts": STARTS,
-                  "killers": [{"path": path, "text": why}], "messages": [f"{path}: {why}"],
-                  "seconds": 0, "worker": None}
-        self._record([self._accept(batch, result)])
-
-    def _look(self):
-        """At the workers; and at tasks that no worker has, which Dask leaves lying when they could
-        go nowhere at first: a resource that comes later wakes none."""
-        if time.monotonic() < self._looked + LOOK_EVERY:
-            return
-        self._looked = time.monotonic()
-        try:
-            self._watch.refused(self._workers.look())
-            had = {key for keys in self._client.processing().values() for key in keys}
-        except OSError:  # a worker that has just died
-            self._require_scheduler("finished")
-            return
-        if not self._workers.threads:
-            return
-        for key, (work, future) in list(self._under_way.items()):
-            work.unseen = 0 if key in had or future.done() else work.unseen + 1
-            if work.unseen == 2:
-                del self._under_way[key]
-                future.cancel()
-                work.unseen = 0
-                self._submit(work)
-
-    # -- all of it
-
-    def __call__(self):
-        self._take_up()
-        try:
-            while True:
-                self._fill()
-                if not self._under_way and not self._todo:
-                    break
-                self._settle(self._next_ended())
-                self._look()
-                self._watch.progress(self._summary, self._plan.head["items"])
-        except OSError:  # of whatever was asked of the scheduler when it went
-            self._require_scheduler("finished")
-            raise
-        finally:
-            self._stop()
-        if self._aside:
-            raise ClusterError("\n  ".join([
-                "all is done but repositories that no worker could read; the same command tries "
-                "them again", *self._aside.values()]))
-        if self._summary.items != self._plan.head["items"]:
-            raise ClusterError(f"{self._summary.items} of {self._plan.head['items']} items are "
-                               "done; this is a fault of the driver")
-        self._summary.refused = self._workers.refused
-        self._summary.seconds = time.monotonic() - self._begin
-        return self._summary
-
-    def _stop(self):
-        futures = [future for _, future in self._under_way.values()]
-        self._under_way.clear()
-        if futures and self._client.status == "running":
-            self._client.cancel(futures, force=True)
-
-
-def _missing(batch, done, items_path):
-    """What of a batch has no shard: all, nothing, or the parts that are left of a cut one."""
-    if batch.first in done and done[batch.first]["count"] == batch.count:
-        return []
-    inner = [first for first in range(batch.first, batch.first + batch.count) if first in done]
-    if not inner:
-        return [batch]
-    # Item by item where it was cut: rare, and what is left is near a killer.
-    singles = batch.cut(items_path, batch.count)
-    covered = {item for first in inner for item in range(first, first + done[first]["count"])}
-    return [single for single in singles if single.first not in covered]
-
-
-class Quiet:
-    """Watches a run and says nothing."""
-
-    def progress(self, summary, items):
-        pass
-
-    def refused(self, workers):
-        pass
 
 
 def _list_of(files_from, null):
@@ -383,7 +36,7 @@ def _pairs(command, program, old):
 
 
 def _forget(client, resource):
-    """No work of this run is wanted any more; who cannot be told will not be asked."""
+    """Takes the run's plugin from the workers, so that they get no more of its work."""
     if client.status != "running":
         return
     try:
@@ -415,18 +68,22 @@ def _require_same(plan, command, identity):
 def parse(client, output, *, paths=(), files_from=None, null=False, git=(), options=(), walk=(),
           program="treesitter-engine", reuse=None, batch_bytes=None, memory=None, wait=60,
           watch=None):
-    """Parses over the workers of a Dask client into shards below `output`, and gives a Summary.
+    """Parses on the workers of a Dask client into shards in the folder `output`, and gives a Summary.
 
-    paths, files_from, null: files and folders, and a list of such, as for `treesitter-engine parse`
-    git: triples of repository, commit and what stands before its paths
-    options: of each engine, such as ["--rules", "navigation"]; walk: of the listing, as "--hidden"
-    reuse: the output of an earlier run, whose records are taken over where nothing has changed
-    batch_bytes: what a batch costs at most; by default by what there is and the workers' threads
-    memory: bytes that an engine may take; by default a thread's share of its worker's limit
-    wait: seconds until a worker has to be there that may have work
+    paths, files_from, null: files and folders, and a list of them, as for `treesitter-engine parse`
+    git: triples of repository, commit, and the text that is put before the commit's paths
+    options: for each engine, such as ["--rules", "navigation"]
+    walk: options for the listing, such as ["--hidden"]
+    program: the engine, here and on the workers
+    reuse: the output folder of an earlier run, whose records are reused for files that have not changed
+    batch_bytes: the most that a batch costs; by default chosen by the size of the run and the number of
+        the workers' threads
+    memory: bytes that one engine may take; by default a thread's share of its worker's limit
+    wait: seconds to wait for a worker that can do the work
+    watch: an object with the operations of Quiet, called as the run goes on
 
-    Called again with the same arguments, also after any failure, it does what is missing. Raises
-    ClusterError, and what the client raises.
+    The same call again, even after a failure, does what is missing. Raises ClusterError, and whatever the
+    client raises. One call at a time may write to a folder.
     """
     layout = Layout(output)
     for folder in (layout.shards, layout.parts):

@@ -1,7 +1,9 @@
 """A shard: records of consecutive items, as lines of JSON compressed by zstd.
 
-Costs beside the parse: the level is the lowest, at which a processor compresses some 300 MB/s of
-records to a ninth; the next ones save a thirtieth of the room for twice the time.
+The level is the lowest: one processor compresses some 300 MB/s of records to a ninth of their size. The
+next levels make shards a thirtieth smaller and take twice the time.
+
+Tested by tests/cluster/test_runs.py.
 """
 import hashlib
 import io
@@ -14,19 +16,21 @@ import time
 import zstandard
 
 LEVEL = 1
-WELL = b'"errors":[]}\n'  # no text of a record holds a line feed, nor a quote without a backslash
+# The ends of two kinds of records: without an error, and of an unknown language. No text within a record can
+# end so, since texts have no line feeds, and no quotes without a backslash.
+WELL = b'"errors":[]}\n'
 UNKNOWN = b'"language":null}\n'
-KEPT = len(UNKNOWN)  # by which a record is told to be one of these
-BUFFER = 1 << 20  # as a pipe's
+KEPT = len(UNKNOWN)  # bytes at the end of a buffer that tell the kind of a record
+BUFFER = 1 << 20  # bytes, the size of a pipe
 LEAST_PAUSE, MOST_PAUSE = 0.001, 0.05  # seconds
-IN_MEMORY = 64 << 20
-HEAD = 64 << 10  # in which a path has room, six bytes for one
+IN_MEMORY = 64 << 20  # bytes
+HEAD = 64 << 10  # bytes; room for the longest path, even if each of its bytes takes six
 
 _PATH = re.compile(rb'\{"path":("(?:[^"\\]|\\.)*")(?:,"path_bytes":"([0-9a-f]+)")?')
 
 
 def path_of(record):
-    """The path of a record, by its beginning."""
+    """The path in the beginning of a record."""
     match = _PATH.match(record)
     if match is None:
         raise ValueError(f"no record: {record[:80]!r}")
@@ -37,9 +41,10 @@ def path_of(record):
 
 
 def _pause(pause, size):
-    """Lets more come together, and gives the next pause: read as they come, each few records cost a
-    change of processes and cold caches, thrice the processor time of all else here. Whoever writes
-    does not wait meanwhile: a pipe holds four times what ends the doubling."""
+    """Waits until more has come, after a read of `size` bytes, and gives the next pause. To read each few
+    records at once costs a change of processes and cold caches, three times the processor time of all
+    else here. The engine does not wait meanwhile: pauses get no longer once a quarter of the pipe is
+    filled in one."""
     if size > BUFFER // 2:
         return max(pause / 2, LEAST_PAUSE)
     time.sleep(pause)
@@ -47,8 +52,8 @@ def _pause(pause, size):
 
 
 class ShardWriter:
-    """Takes records, and only whole ones. They are counted by their ends, found one by one: a search
-    for a line feed passes ten bytes where a count of them passes one."""
+    """Writes one shard; only whole records come into it. Records are counted by searching for their line
+    feeds one by one, which is ten times as fast as counting the line feeds of a buffer."""
 
     def __init__(self, path):
         self._file = open(path, "xb")
@@ -57,17 +62,17 @@ class ShardWriter:
         self._compressor = zstandard.ZstdCompressor(level=LEVEL, write_checksum=True).compressobj()
         self._rest = tempfile.SpooledTemporaryFile(IN_MEMORY)  # of a record larger than the buffer
         self.raw_bytes = self.records = self.well = self.unknown = 0
-        self.head = b""  # the beginning of the record that was put last
+        self.head = b""  # the beginning of the last record
 
     def write(self, records):
-        """Whole records."""
+        """Writes whole records."""
         self._count(records, len(records), records[:HEAD])
         self._put(records)
 
     def take(self, descriptor):
-        """The whole records that a descriptor gives to its end. How many bytes behind the last one
-        are forgotten."""
-        # One buffer for all reads: a new one for each would be a map of the memory for each.
+        """Writes the whole records that can be read from a descriptor until its end. Gives the number of
+        bytes of a torn record at the end, which are dropped."""
+        # One buffer for all reads: a new one for each would map and unmap memory each time.
         buffer = bytearray(BUFFER)
         view = memoryview(buffer)
         filled, pause = 0, LEAST_PAUSE
@@ -127,7 +132,7 @@ class ShardWriter:
             self._file.write(data)
 
     def close(self):
-        """Flushes to the disk, and gives what the manifest says of it."""
+        """Flushes the file to the disk, and gives what the manifest says of the shard."""
         self._store(self._compressor.flush())
         self._file.flush()
         os.fsync(self._file.fileno())
@@ -142,7 +147,7 @@ class ShardWriter:
 
 
 def records(path):
-    """The lines of a shard, each with its line feed."""
+    """Yields the records of a shard, each with its line feed."""
     with open(path, "rb") as file, \
             zstandard.ZstdDecompressor().stream_reader(file, read_across_frames=True) as reader:
         yield from io.BufferedReader(reader, 1 << 20)

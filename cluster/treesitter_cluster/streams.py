@@ -1,9 +1,9 @@
-"""What the standard input of an engine is made of."""
+"""The standard input of an engine."""
 import os
 
 
 def as_input(data):
-    """A descriptor that gives these bytes: no thread has to feed a pipe."""
+    """A descriptor from which these bytes are read. Unlike a pipe it needs no thread that writes."""
     descriptor = os.memfd_create("items", os.MFD_CLOEXEC)
     with open(descriptor, "wb", closefd=False) as file:
         file.write(data)
@@ -12,7 +12,7 @@ def as_input(data):
 
 
 def batch_quoted(path):
-    """A path as `git cat-file` hands it through and the engine reads it."""
+    """A path in the form that `git cat-file` hands on and the engine reads."""
     if path[:1] not in (b" ", b'"') and not any(byte < 32 or byte == 127 for byte in path):
         return path
     text = "".join(f"\\{byte:03o}" if byte < 32 or byte == 127 or byte > 126 or chr(byte) in '"\\'

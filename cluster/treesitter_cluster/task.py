@@ -1,10 +1,9 @@
-"""What a worker does with a batch: one engine process with one thread reads it, and its output
-becomes a shard beside its place.
+"""The task that parses a batch on a worker. One engine process with one thread parses the items, and its
+output becomes a shard in the folder for parts.
 
-A worker runs as many of these at once as it has threads. Refused: one engine with all of the
-worker's threads. Records of one thread are handed to nobody and come in order, so that the first
-item without a record is the one that killed the engine; no thread waits for the last file of
-a batch; and each output has a compressor of its own.
+A worker runs as many tasks at once as it has threads. Refused: one engine with all of the worker's
+threads. With one thread the records come in order, so that the first item without a record is the one that
+killed the engine; no thread waits for the last file of a batch; and each output has its own compressor.
 
 Tested by tests/cluster.
 """
@@ -20,11 +19,11 @@ from .errors import RepositoryFault
 from .items import read_items
 from .layout import Layout
 
-STARTS_ALONE = 2  # an item has to end the engine so often, alone, before it is left out
+STARTS_ALONE = 2  # an item is left out when it has ended the engine so often, alone
 
 
 class _Blame:
-    """Left out of a batch, and why."""
+    """The items that are left out of a batch, and why."""
 
     def __init__(self):
         self.killers = []
@@ -36,6 +35,7 @@ class _Blame:
 
 
 def killer_record(path, why):
+    """The record of an item that cannot be parsed, in the engine's form."""
     record = {"path": path.decode("utf-8", "replace")}
     try:
         path.decode("utf-8")
@@ -46,7 +46,7 @@ def killer_record(path, why):
 
 
 def _consumed(items, source, writer, before):
-    """How many of the items have come to their end, when the engine has ended early."""
+    """How many of the items were done when the engine ended early."""
     count = writer.records - before
     if source["kind"] == "named" or count == 0:
         return count
@@ -56,6 +56,8 @@ def _consumed(items, source, writer, before):
 
 
 class BatchRun:
+    """Parses items into a shard, whatever happens to the engine."""
+
     def __init__(self, job, batch, writer, memory):
         self._job = job
         self._source = batch["source"]
@@ -69,7 +71,7 @@ class BatchRun:
         return self._blame.killers
 
     def _run_once(self, items):
-        """How many items are done, and why not all are."""
+        """Runs the engine once. Gives how many items are done, and why not all of them, or None."""
         before = self._writer.records
         command = [engine.find(self._job["engine"]), "parse", "--format", "json", "--jobs", "1",
                    *self._job["options"]]
@@ -109,7 +111,7 @@ class BatchRun:
             position += done
             if failure is None:
                 return
-            # It may have been the end of all, as of memory; one that is left out is to be at fault.
+            # The next item may be innocent, as when memory ran out. It is blamed only for ends of its own.
             for _ in range(STARTS_ALONE if position < len(items) else 0):
                 done, failure = self._run_once(items[position:position + 1])
                 if failure is None:
@@ -121,7 +123,8 @@ class BatchRun:
             position += 1
 
     def _require_sound_engine(self, failure):
-        """Before an item is blamed: one that is ended with an empty file too is no item's fault."""
+        """Raises an error if the engine fails without any item too, or git without any object, so that the
+        item is not to blame."""
         if self._source["kind"] == "git":
             engine.require_repository(self._source, self._job["folder"])
         empty = os.open(os.devnull, os.O_RDONLY)
@@ -145,7 +148,7 @@ class BatchRun:
 
 
 def _starts_before(path):
-    """How often this batch was begun in this run of the driver; counts this time too."""
+    """How often this batch was begun before, in this run of the driver. Counts this time in the file."""
     descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_APPEND, 0o666)
     try:
         before = os.fstat(descriptor).st_size
@@ -156,7 +159,7 @@ def _starts_before(path):
 
 
 def _worker():
-    """None outside of Dask."""
+    """Dask's worker of this thread, or None outside of Dask."""
     try:
         from distributed import get_worker
         return get_worker()
@@ -165,16 +168,16 @@ def _worker():
 
 
 def memory_of_thread():
-    """What a worker's thread may take, where Dask bounds the worker."""
+    """Bytes that one thread of this worker may take, or None where Dask sets no limit."""
     worker = _worker()
     limit = worker and worker.memory_manager.memory_limit
     return limit // worker.state.nthreads if limit else None
 
 
 def parse_batch(job, batch):
-    """Parses a batch into a part, and gives what the manifest says of it; or {"died": STARTS} when
-    that has ended too many workers; or {"error", "repository", "worker"} for what is not the items'
-    fault, but the worker's, the storage's, or their repository's."""
+    """Parses a batch into a part, and gives what the manifest says of it. Gives {"died": STARTS} instead
+    when the batch has ended too many workers; and {"error", "repository", "worker"} when not the items but
+    the worker, the storage or the repository is at fault."""
     worker = _worker()
     folder = os.path.join(Layout(job["output"]).parts, job["token"])
     name = f"{batch['first']:012}-{batch['count']:06}"
@@ -184,10 +187,10 @@ def parse_batch(job, batch):
         return {"died": starts}
     try:
         result = {**_parse(job, batch, os.path.join(folder, name)), "starts": starts + 1}
-        os.truncate(mark, starts)  # nor is a result that is lost with its worker
+        os.truncate(mark, starts)  # the worker has survived it, even if it dies later with the result
         return result
     except OSError as error:
-        os.truncate(mark, starts)  # an error is no death, as of the items
+        os.truncate(mark, starts)  # the worker has survived it
         return {"error": f"{type(error).__name__}: {error}", "worker": worker and worker.address,
                 "repository": isinstance(error, RepositoryFault)}
     except BaseException:

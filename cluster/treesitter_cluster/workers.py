@@ -1,8 +1,10 @@
-"""Which workers may have work: those with the driver's engine, that see what the driver sees.
+"""The workers that may have work: those that have the driver's engine and see the driver's folders.
 
-A plugin looks at each worker when it comes, also at one that was started anew, and gives those that
-will do a resource of the run's own, which each task needs. So it is Dask's scheduler that keeps
-work from all others.
+A plugin checks each worker when it joins the cluster, a restarted one too. It gives the suitable ones a
+resource that only this run uses. Each task needs that resource, so that Dask's scheduler gives no work to
+other workers.
+
+Tested by tests/cluster/test_failures.py.
 """
 import asyncio
 import json
@@ -15,10 +17,12 @@ from . import engine
 from .errors import ClusterError
 
 NOT_YET = "it has not answered yet"
-REFUSED = {}  # in a worker: why it may not have the resource
+REFUSED = {}  # in a worker's process: why it did not get the resource, by the resource's name
 
 
 class EngineCheck(WorkerPlugin):
+    """Checks a worker, and gives it the resource if it is suitable."""
+
     def __init__(self, resource, program, expected, folders):
         self.name = resource
         self._program = program
@@ -49,8 +53,8 @@ class EngineCheck(WorkerPlugin):
 
 
 def difference(expected, identity):
-    """In words, the first thing that is not the same."""
-    # The digest of all is last: it tells nobody what is not the same.
+    """Says what is the first difference between two engines."""
+    # The digest of everything comes last: it would not say what differs.
     for key in sorted([*expected, *identity], key=lambda key: key == "digest"):
         ours, theirs = expected.get(key), identity.get(key)
         if ours == theirs:
@@ -78,8 +82,8 @@ class Workers:
         self.refused = {}
 
     def check(self, plugin, seconds):
-        """Has all workers looked at. Where one dies meanwhile the rest is asked once more, also
-        when only waiting for the dead one took longer than there was time for."""
+        """Lets the plugin check all workers. If one of them dies meanwhile, all are asked once more, even
+        when waiting for the dead one has taken longer than `seconds`."""
         end = time.monotonic() + seconds
         is_again = False
         while True:
@@ -92,7 +96,7 @@ class Workers:
                 is_again = True
 
     def look(self):
-        """Counts the threads that may have work, and gives the reasons of who is newly refused."""
+        """Counts the threads that may have work. Gives the newly refused workers and the reasons."""
         workers = self._client.scheduler_info()["workers"]
         self.addresses = [address for address, worker in workers.items()
                           if worker["resources"].get(self._resource, 0) > 0]
@@ -103,13 +107,13 @@ class Workers:
             return {}
         reasons = self._client.run(_reason, self._resource, workers=others, on_error="return")
         new = {address: str(reason) for address, reason in reasons.items()
-               if reason != NOT_YET and not isinstance(reason, OSError)}  # of one that has died
+               if reason != NOT_YET and not isinstance(reason, OSError)}  # the error of a dead one
         self._told.update(new)
         self.refused.update(new)
         return new
 
     def wait(self, seconds):
-        """Until one may have work."""
+        """Waits until a worker may have work; raises ClusterError after so many seconds."""
         end = time.monotonic() + seconds
         while True:
             self.look()

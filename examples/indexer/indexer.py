@@ -4,8 +4,10 @@
     indexer.py DATABASE index FOLDER...     (again later: only files that changed are parsed)
     indexer.py DATABASE find NAME           where it is defined, and who calls it
 
-The database gives each file its file_id. Files go by their real paths, so that each has one name,
-however its folder was named. Whatever ends the indexer, all but the last second's work is kept.
+The database gives each file its file_id. Files are stored under their real paths, so that each has one
+name, however its folder was written. Whatever ends the indexer, only the last second's work is lost.
+
+Tested by tests/python/test_indexer.py.
 """
 import argparse
 import collections
@@ -51,7 +53,7 @@ def open_database(path):
 
 
 def lock_for_writing(path):
-    """Until it is closed; the database's own lock ends with each commit."""
+    """A lock that is held until it is closed. The database's own lock ends with each commit."""
     lock = sqlite3.connect(f"{path}.lock", timeout=0)
     try:
         lock.execute("BEGIN EXCLUSIVE")
@@ -61,7 +63,7 @@ def lock_for_writing(path):
 
 
 def source_files(folder, on_error):
-    """The files below the folder whose language is known. os.walk fails at a thousand levels."""
+    """Yields the files below the folder whose language is known. os.walk fails at a thousand levels."""
     folders = [folder]
     while folders:
         try:
@@ -78,25 +80,26 @@ def source_files(folder, on_error):
 
 
 def hash_of(path):
-    """The SHA-256 of a regular file, else None. Without O_NONBLOCK a FIFO would keep us waiting."""
+    """The SHA-256 of a regular file, else None. Without O_NONBLOCK this would wait for a FIFO."""
     try:
         with open(os.open(path, os.O_RDONLY | os.O_NONBLOCK), "rb") as file:
             if stat.S_ISREG(os.fstat(file.fileno()).st_mode):
                 return hashlib.file_digest(file, "sha256").hexdigest()
     except OSError:
-        pass  # the engine's result tells
+        pass  # the engine's result will have the error
     return None
 
 
 def entry(database, path):
-    """The file's id, given when it is first seen, and the hash of what is stored of it."""
+    """The file's id, which is given when the file is first seen, and the hash of its stored content."""
     key = (os.fsencode(path),)
     database.execute("INSERT OR IGNORE INTO files (path) VALUES (?)", key)
     return database.execute("SELECT id, content_hash FROM files WHERE path = ?", key).fetchone()
 
 
 def storable(text):
-    """SQLite takes no lone surrogates, which the names of odd files leave in an fqn."""
+    """The text without lone surrogates, which SQLite refuses. Names of files that are no UTF-8 bring them
+    into an fqn."""
     return text.encode("utf-8", "replace").decode()
 
 
@@ -107,7 +110,7 @@ def forget(database, file_id):
 
 def store(database, result):
     file_id, _ = entry(database, result.path)
-    if result.content_hash:  # what is known of a file stays while it cannot be read
+    if result.content_hash:  # while a file cannot be read, its old symbols stay
         forget(database, file_id)
     database.execute(
         "UPDATE files SET language = ?, content_hash = ?, errors = ? WHERE id = ?",
@@ -124,7 +127,7 @@ def store(database, result):
 
 
 def forget_missing(database, folder, seen):
-    """Forgets the files that were below the folder and are no more; gives their number."""
+    """Forgets the files below the folder that are gone. Gives their number."""
     prefix = os.fsencode(os.path.join(folder, ""))
     gone = [file_id for file_id, path in database.execute("SELECT id, path FROM files")
             if path.startswith(prefix) and file_id not in seen]
@@ -135,7 +138,7 @@ def forget_missing(database, folder, seen):
 
 
 def changed_files(database, folders, counts):
-    """What parse_many is to parse: paths and their ids."""
+    """Yields pairs of path and file id for parse_many."""
     def count_unlisted(error):
         counts["unlisted"] += 1
         print(f"{error}; nothing is removed from the index there", file=sys.stderr)
@@ -145,7 +148,7 @@ def changed_files(database, folders, counts):
         unlisted_before = counts["unlisted"]
         for path in source_files(folder, count_unlisted):
             file_id, known_hash = entry(database, path)
-            if file_id in seen:  # one folder lies in another
+            if file_id in seen:  # one of the folders contains another
                 continue
             seen.add(file_id)
             if known_hash and hash_of(path) == known_hash:
@@ -157,7 +160,7 @@ def changed_files(database, folders, counts):
 
 
 def index(database, folders, threads, kept):
-    """Counts in `kept` what became of the files, as far as it is committed."""
+    """Parses what has changed. Counts in `kept` the files whose results are committed."""
     engine = treesitter.TreeSitterEngine()
     counts = collections.Counter()
     files = changed_files(database, folders, counts)
@@ -195,7 +198,7 @@ def run_index(path, folders, threads):
 
 
 def run_find(path, name):
-    os.stat(path)  # SQLite would make one
+    os.stat(path)  # SQLite would create a missing database
     lines = list(find(open_database(path), name))
     sys.stdout.reconfigure(errors="surrogateescape")  # names of files may be any bytes
     print(*lines, sep="\n")

@@ -1,4 +1,4 @@
-"""What the tests of the cluster share: engines that kill, clusters of processes, a folder of files.
+"""What the tests of the cluster share: an engine that dies of some files, clusters, a folder of files.
 
     TREESITTER_ENGINE=BUILD/treesitter-engine python3 -m pytest tests/cluster
 """
@@ -15,14 +15,15 @@ import pytest
 TOOL = os.path.abspath(os.environ["TREESITTER_ENGINE"])
 PACKAGE = str(pathlib.Path(__file__).resolve().parents[2] / "cluster")
 COMMAND = os.path.join(PACKAGE, "treesitter-cluster")
-TIMEOUT = 120  # seconds; only a hang gets there
+TIMEOUT = 900  # seconds: only a hang takes so long
 
 sys.path.insert(0, PACKAGE)
-# Whoever is killed here is not there again under the same address.
+# Dask waits so long for a process that does not answer; the tests kill processes, for good.
 os.environ["DASK_DISTRIBUTED__COMM__TIMEOUTS__CONNECT"] = "10s"
 os.environ["PYTHONPATH"] = os.pathsep.join(filter(None, [PACKAGE, os.environ.get("PYTHONPATH")]))
 
-# An engine that a file of a certain name kills, or its worker, once all before it have records.
+# An engine that a file kill_me.py kills, and a file kill_worker.py the worker too, when all files before it
+# have records.
 KILLED_ENGINE = f"""#!{sys.executable}
 import os, signal, subprocess, sys
 TOOL, arguments = {TOOL!r}, sys.argv[1:]
@@ -31,7 +32,7 @@ if "--version" in arguments and "OTHER_ENGINE" in os.environ:
 if "--list" in arguments or "--files-from" not in arguments:
     os.execv(TOOL, [TOOL, *arguments])
 if any(name.startswith("MALLOC_") for name in os.environ):
-    sys.exit("this is of Dask's workers, and makes an engine slow")
+    sys.exit("a variable that Dask sets for its workers slows engines down")
 items = sys.stdin.buffer.read().split(b"\\0")[:-1]
 kill = [i for i, item in enumerate(items) if b"kill_" in item]
 before = items[:kill[0]] if kill else items
@@ -45,7 +46,7 @@ sys.exit(done.returncode)
 
 @pytest.fixture
 def killed_engine(tmp_path):
-    """Its path. Where OTHER_ENGINE is in the environment it is another engine."""
+    """The path of KILLED_ENGINE. With OTHER_ENGINE in the environment it has another identity."""
     path = tmp_path / "killed_engine"
     path.write_text(KILLED_ENGINE)
     path.chmod(0o755)
@@ -61,7 +62,7 @@ def write(folder, path, content):
 
 @pytest.fixture
 def folder(tmp_path, monkeypatch):
-    """Of all kinds of files, and the current one."""
+    """A folder with files of all kinds; it is the current one."""
     folder = tmp_path / "work"
     for i in range(60):
         write(folder, f"top/d{i % 7}/m{i}.py", b"def f%d(x):\n    return g(x)\n" % i * (i + 1))
@@ -76,14 +77,14 @@ def folder(tmp_path, monkeypatch):
 
 
 def one_machine(*arguments):
-    """What the engine prints here, and its status."""
+    """What the engine prints without a cluster, and its status."""
     done = subprocess.run([TOOL, "parse", "--format", "json", *arguments], check=False,
                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, timeout=TIMEOUT)
     return done.stdout, done.returncode
 
 
 def output_of(output):
-    """What the shards hold, in the order of their names."""
+    """The records of all shards, in the order of the shards' names."""
     from treesitter_cluster import shard
     return b"".join(record for path in sorted(pathlib.Path(output, "shards").iterdir())
                     for record in shard.records(path))
@@ -91,7 +92,7 @@ def output_of(output):
 
 @pytest.fixture(scope="session")
 def client():
-    """Of a cluster of two workers of one thread, for tests that leave it as it was."""
+    """A client of two workers with one thread each, for tests that kill none of them."""
     from distributed import Client, LocalCluster
     with LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None,
                       silence_logs=50) as cluster, Client(cluster, set_as_default=False) as client:
@@ -99,7 +100,7 @@ def client():
 
 
 class Cluster:
-    """A scheduler and workers as processes of their own, over TCP."""
+    """A scheduler and workers, each a process that talks over TCP."""
 
     def __init__(self, folder, tls=()):
         self._folder = folder
@@ -134,13 +135,13 @@ class Cluster:
     def _start(self, program, *arguments, limit=None, environment=()):
         command = [sys.executable, "-m", f"distributed.cli.{program}", *self._tls, *arguments]
         logs = self._logs
-        if limit:  # which would hold for the log too
+        if limit:  # it would hold for the log file too
             command, logs = ["prlimit", limit, "--", *command], subprocess.DEVNULL
         return subprocess.Popen(command, stdout=logs, stderr=logs,
                                 start_new_session=True, env={**os.environ, **dict(environment)})
 
     def kill(self, process):
-        """With all that it has started."""
+        """Kills the process and all that it has started."""
         try:
             os.killpg(process.pid, signal.SIGKILL)
         except ProcessLookupError:
@@ -164,7 +165,7 @@ def cluster(tmp_path):
 
 def command_of(address, output, *arguments, engine=TOOL):
     return [sys.executable, COMMAND, "parse", "--scheduler", address, "--output", str(output),
-            "--engine", engine, *map(str, arguments)]
+            "--engine", engine, "--wait", str(TIMEOUT), *map(str, arguments)]
 
 
 def run_command(*arguments, **options):

@@ -1,4 +1,5 @@
-"""What dies, is cut, is full or is another: the records are those of one machine all the same."""
+"""Engines, workers, schedulers and drivers that die, disks that are full, engines that differ: in the end
+the records are those of one machine."""
 import json
 import os
 import random
@@ -13,10 +14,10 @@ from treesitter_cluster import ClusterError, parse
 
 
 def assert_all_but(output, expected, killers):
-    """The records of all but these are as they should be, and these have one that tells."""
-    lines, told = output_of(output).splitlines(), expected.splitlines()
-    assert len(lines) == len(told)
-    for line, whole in zip(lines, told):
+    """All records are as expected, except that those of `killers` say that the file was left out."""
+    lines, wholes = output_of(output).splitlines(), expected.splitlines()
+    assert len(lines) == len(wholes)
+    for line, whole in zip(lines, wholes):
         if json.loads(whole)["path"] in killers:
             assert list(json.loads(line)) == ["path", "raised"]
             assert json.loads(line)["path"] == json.loads(whole)["path"]
@@ -52,7 +53,7 @@ def test_a_file_that_ends_its_worker_is_left_out_alone(folder, tmp_path, cluster
 
 
 def many_files(folder, count=400):
-    """Whose records no compressor makes much smaller."""
+    """Writes files whose records compress badly. Gives what one_machine does."""
     names = random.Random(5)
     for i in range(count):
         write(folder, f"many/m{i:04}.py", b"".join(
@@ -79,11 +80,16 @@ def test_workers_that_are_killed_at_any_moment_cost_no_record(folder, tmp_path, 
     assert output_of(tmp_path / "out") == expected
 
 
-def wait_for_shards(output, count):
+def wait_until(holds):
     end = time.monotonic() + TIMEOUT
-    while not (output / "shards").exists() or len(os.listdir(output / "shards")) < count:
+    while not holds():
         assert time.monotonic() < end
         time.sleep(0.01)
+
+
+def wait_for_shards(output, count):
+    shards = output / "shards"
+    wait_until(lambda: shards.exists() and len(os.listdir(shards)) >= count)
 
 
 @pytest.fixture
@@ -129,15 +135,15 @@ def test_workers_that_differ_or_have_no_room(folder, tmp_path, cluster, killed_e
     address = cluster.start_scheduler()
     from distributed import Client
     with Client(address, set_as_default=False) as client:
-        options = {"program": killed_engine, "batch_bytes": 20_000, "wait": 5}
-        # One that sees another engine gets no work, and the others do all of it.
+        options = {"program": killed_engine, "batch_bytes": 20_000, "wait": TIMEOUT}
+        # A worker with another engine gets no work, and the others do all of it.
         cluster.start_worker(environment={"OTHER_ENGINE": "1"})
         client.wait_for_workers(1)
         with pytest.raises(ClusterError, match="no worker may have work\n.*another one: engine .*99.0"):
-            parse(client, tmp_path / "out", paths=["many"], **options)
+            parse(client, tmp_path / "out", paths=["many"], **{**options, "wait": 5})
         cluster.start_worker(limit="--fsize=4000")
         client.wait_for_workers(2)
-        # A worker whose disk is full ends the run, and the next goes on with it.
+        # A worker that cannot write ends the run, and the next run continues it.
         with pytest.raises(ClusterError, match="File too large.*goes on"):
             parse(client, tmp_path / "out", paths=["many"], **options)
         cluster.kill(cluster.workers.pop())
@@ -145,7 +151,7 @@ def test_workers_that_differ_or_have_no_room(folder, tmp_path, cluster, killed_e
         summary = parse(client, tmp_path / "out", paths=["many"], **options)
         assert output_of(tmp_path / "out") == expected
         assert len(summary.refused) == 1
-        # What wants more than a worker has is told by the engine, and ends nobody.
+        # A file that needs more memory than a worker has ends nobody: the engine gives an error text.
         summary = parse(client, tmp_path / "large", paths=["large"], **options)
         assert summary.failed == 1 and not summary.killers
         assert b"memory" in output_of(tmp_path / "large")
@@ -171,16 +177,13 @@ def test_a_repository_that_cannot_be_read_is_no_fault_of_its_files(folder, tmp_p
         for number in (1, 2):
             cluster.start_worker(environment=path)
             client.wait_for_workers(number)
-        # Nobody reads it: that is said, and all others are done.
+        # No worker can read it: the error says so, and all other files are done.
         with pytest.raises(ClusterError, match="no worker could read.*\n.*top: git says: fatal: no$"):
             parse(client, tmp_path / "out", **options)
         assert output_of(tmp_path / "out") == one_machine("many")[0]
-        # One of them does not: the other has all of it.
+        # One worker cannot, so that the other one does all of it.
         cluster.kill(cluster.workers.pop())
-        end = time.monotonic() + TIMEOUT
-        while len(client.scheduler_info()["workers"]) > 1:  # which may hear of it later
-            assert time.monotonic() < end
-            time.sleep(0.05)
+        wait_until(lambda: len(client.scheduler_info()["workers"]) == 1)  # the scheduler hears of it later
         cluster.start_worker()
         client.wait_for_workers(2)
         assert not parse(client, tmp_path / "out", **options).killers

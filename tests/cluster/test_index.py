@@ -1,4 +1,4 @@
-"""Indexes that are made of a run's shards: as those that the engine makes of the files themselves."""
+"""Indexes made from a run's shards are the same as those that the engine makes from the files."""
 import json
 import pathlib
 import shutil
@@ -12,7 +12,7 @@ from conftest import TIMEOUT, TOOL, write
 from treesitter_cluster import parse
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[1]))
-sys.argv.insert(1, TOOL)  # which what follows takes
+sys.argv.insert(1, TOOL)  # support.tool_case takes it from there
 from support.index_case import dump  # noqa: E402
 
 DATABASE = ".treesitter-engine/index.sqlite"
@@ -32,14 +32,14 @@ def run_over_folder(client, output):
 
 @pytest.fixture
 def output(client, folder, tmp_path):
-    """A run over the folder, by whose name alone its records are found."""
+    """The output of a run over the folder."""
     (folder / "top/.ignore").unlink()
     run_over_folder(client, tmp_path / "out")
     return tmp_path / "out"
 
 
 def without_sizes(rows):
-    """Nor binary files, of which a run has no records."""
+    """The rows without the sizes of files, and without binary files, of which a run has no records."""
     return sorted(str(row[:2] + row[3:] if row[0] == "file" else row) for row in map(eval, rows)
                   if row[0] != "file" or row[3] is not None)
 
@@ -47,14 +47,14 @@ def without_sizes(rows):
 def test_an_index_is_as_that_of_the_files(client, folder, output):
     tool("index", "--from-shards", output, statuses=[0, 1])
     made = dump(folder / DATABASE)
-    tool("index", statuses=[0, 1])  # which finds the bytes that the records are of
+    tool("index", statuses=[0, 1])  # finds each file unchanged, by its hash
     continued = dump(folder / DATABASE)
     shutil.rmtree(folder / ".treesitter-engine")
     tool("index", statuses=[0, 1])
     fresh = dump(folder / DATABASE)
     assert continued == fresh
     assert without_sizes(made) == without_sizes(fresh)
-    # What lay there is gone.
+    # An import replaces the index that is there.
     write(folder, "later.py", b"def later(): pass\n")
     tool("index", statuses=[0, 1])
     tool("index", "--from-shards", output, "--tags", "tags", statuses=[0, 1])
@@ -89,7 +89,7 @@ def test_a_catalogue_answers_as_one_index(client, folder, output, tmp_path):
         expected = rows_of("find", *question)
         assert bool(expected) == (question != ["no_such_name"])
         assert rows_of("find", *question, "--catalogue", tmp_path / "all") == expected, question
-    # Another one in its place has other repositories.
+    # An import replaces a catalogue too, with all its repositories.
     tool("index", "--from-shards", output, "--catalogue", tmp_path / "all", statuses=[0, 1])
     assert {path.name for path in catalogue.iterdir() if path.suffix == ".sqlite"} == {"top.sqlite"}
     with sqlite3.connect(catalogue / "top.sqlite") as connection:  # as a run that was killed leaves it
@@ -141,7 +141,7 @@ def test_what_is_no_whole_run_is_refused(folder, output, tmp_path):
         fault(broken)
         assert text in tool("index", "--from-shards", broken, statuses=[2]), text
     (tmp_path / "away").mkdir()
-    with_other(output / "plan.jsonl", b"--rules", b"--other")  # by other rules is another index
+    with_other(output / "plan.jsonl", b"--rules", b"--other")
     for arguments, text in [(("--rules", "standard"), "has its files and rules"),
                             (("--hidden",), "has its files and rules"),
                             (("--catalogue", "x", "--database", "y"), "excludes --database")]:

@@ -1,4 +1,4 @@
-"""A run that nothing happens to, one that goes on with another, and one that takes records over."""
+"""Runs in which nothing fails: whole ones, ones that continue another, and ones that reuse records."""
 import os
 import subprocess
 
@@ -29,7 +29,7 @@ def test_the_shards_hold_what_one_machine_prints(client, folder, tmp_path, argum
     assert output_of(tmp_path / "out") == expected
     assert (summary.status, summary.records) == (status, expected.count(b"\n"))
     assert not os.listdir(tmp_path / "out/parts")
-    # And whole as it is, it is left alone.
+    # The same call again writes nothing anew.
     shards = sorted((tmp_path / "out/shards").iterdir())
     before = [path.stat().st_ino for path in shards]
     again = run(client, tmp_path / "out", **options)
@@ -52,7 +52,7 @@ def test_no_path_is_too_long(client, folder, tmp_path):
         expected, status = one_machine("top")
         summary = run(client, tmp_path / "out", paths=["top"])
         assert (output_of(tmp_path / "out"), summary.status) == (expected, status)
-        # Such a file may be gone when its turn comes.
+        # Such a file may have been removed since it was listed.
         subprocess.run(["find", "top", "-path", "top/nnn*", "-name", "c.py", "-delete"], check=True)
         (tmp_path / "out/manifest.jsonl").unlink()
         again = run(client, tmp_path / "out", paths=["top"])
@@ -106,9 +106,10 @@ def test_a_run_goes_on_wherever_its_manifest_ends(client, folder, tmp_path):
         run(client, out, paths=["top"])
 
 
-# Files between two that changed are parsed with them where that is cheaper than to start again.
 @pytest.fixture
 def far_apart(folder):
+    """Large files between the others. Without them unchanged files would be parsed together with changed
+    ones, since that is cheaper than another start of the engine."""
     for i in range(7):
         write(folder, f"top/d{i}/large.py", b"# x\n" * 20_000)
 
@@ -143,7 +144,7 @@ def test_commits_of_bare_repositories_need_no_checkout(client, folder, tmp_path,
     walk = ["--exclude", "/d1/", "--exclude", "*.rb", "--hidden", "--type", "python", "--type", "ruby"]
     run(client, tmp_path / "some", git=[triple], walk=walk)
     assert output_of(tmp_path / "some") == one_machine(*walk, "top")[0] != expected
-    # What changed alone is parsed again, and nothing of the others is read.
+    # Only what has changed is parsed again.
     write(folder, "top/d3/m3.py", b"def changed(): pass\n")
     write(folder, "top/new.py", b"x = 2\n")
     (folder / "top/d1/m1.py").unlink()
@@ -153,7 +154,7 @@ def test_commits_of_bare_repositories_need_no_checkout(client, folder, tmp_path,
     summary = run(client, tmp_path / "next", git=[triple], reuse=str(tmp_path / "out"))
     assert output_of(tmp_path / "next") == one_machine("top")[0]
     assert summary.records - summary.taken == 2 + summary.failed
-    # An object that is gone is told, and costs nobody else his record.
+    # A missing object gets a record that says so, and all other files have theirs.
     oid = git(folder / "top", "rev-parse", "HEAD:new.py")
     os.unlink(repository / "objects" / oid[:2] / oid[2:])
     summary = run(client, tmp_path / "gone", git=[triple])
@@ -174,7 +175,7 @@ def test_records_are_taken_over_where_nothing_that_they_depend_on_has_changed(cl
     os.truncate("top/d2/m2.py", 0)
     os.mkdir("top/d6/m6.py")
     expected, status = one_machine("top")
-    monkeypatch.setattr(reuse, "WINDOW", 10)  # which the order of both is near enough for
+    monkeypatch.setattr(reuse, "WINDOW", 10)  # enough, since both runs have nearly the same order
     for options, changed in [({}, 7), ({"batch_bytes": 1000}, 7),
                              ({"options": ["--rules", "navigation"]}, None)]:
         out = tmp_path / f"new{len(os.listdir(tmp_path))}"

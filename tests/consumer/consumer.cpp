@@ -1,4 +1,4 @@
-// What a program does with the installed package: parses files, names languages, takes the log.
+// A program that uses the installed package: parses files, counts languages, prints the log.
 #include <iostream>
 
 #include "engines/treesitter/treesitter.h"

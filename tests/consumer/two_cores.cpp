@@ -1,5 +1,5 @@
-// A program that has another tree-sitter beside ours, with memory functions of its own: neither may
-// notice the other. The other one's names are those of the library, found in the usual way.
+// A program with another tree-sitter besides the engine's, which has its own memory functions.
+// Neither may disturb the other. The names here are those of the other one.
 #include <atomic>
 #include <cstdlib>
 #include <iostream>

@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
-"""Makes the killers: files that hang, end or bloat parsers which stand on these grammars unguarded.
+"""Makes the killers: files for which a parser without guards hangs, dies, or takes huge amounts of memory.
 
   make_killers.py FOLDER
 
-Writes one file for each row of KILLERS, and FOLDER/index.tsv with the columns file, language and
-expected outcome. An outcome is "parsed: N symbols, M references", an error text, "thrown: " and the
-text of the exception, or one of these:
+Writes a file for each row of KILLERS, and FOLDER/index.tsv with the columns file, language and expected
+outcome. An outcome is "parsed: N symbols, M references", an error text, "thrown: " and the text of the
+exception, or one of these:
 
-  a guard    some guard ends the parse; which one is a question of the machine's speed
-  an answer  any of these, within the bounds
+  a guard    a guard ends the parse; which one depends on the speed of the machine
+  an answer  any of the others, within the bounds
 
-A file found by fuzzing or by the sweep gets its row here.
+Files that fuzzing or the sweep find get a row here. tests/killers_test.cpp parses the files.
 """
 import pathlib
 import sys
@@ -34,7 +34,7 @@ def heredoc(name):
 
 
 def nested_functions(levels):
-    """Functions of JavaScript in one another, each with a call on a line of its own."""
+    """Nested functions of JavaScript, each with a call on its own line."""
     return ("".join(f"function f{i}() {{\n  call{i}();\n" for i in range(levels))
             + "}\n" * levels)
 
@@ -104,7 +104,7 @@ KILLERS = [
     ("nots.rb", "ruby", "!" * 1_000_000, AN_ANSWER),
     ("nested.js", "javascript", nested_functions(3_000), parsed(3_000, 3_000)),
 
-    # Chains of the library's stack, each link of which it once released by a call within a call.
+    # Long chains in the library's stack, which the library as published releases recursively.
     ("stack.rs", "rust", "-;" * 15_000, AN_ANSWER),
     ("stack.java", "java", "- ;" * 10_000, AN_ANSWER),
     ("stack.go", "go", "{[" * 15_000, AN_ANSWER),
@@ -122,10 +122,10 @@ KILLERS = [
     ("minified.js", "javascript",
      "".join(f"function f{i:x}(){{g{i:x}()}}" for i in range(30_000)), parsed(30_000, 30_000)),
 
-    # A chain as deep as the file is long, just after the stack that reads it has grown.
+    # A chain as deep as the file is long, one level deeper than where the reader's stack last grew.
     ("not_not.cs", "csharp", "a=" + "!" * 262_145 + "a;", "memory"),
 
-    # ---- What rules read again and again ----
+    # ---- What rules would read again and again ----
     ("sections.rb", "ruby", ruby_sections(20_000), parsed(40_001, 0)),
     ("comments.rs", "rust", "/// text\n" * 100_000 + "fn f() {}\n", parsed(1)),
     ("comments.java", "java", "/* text */\n" * 50_000 + "class A {}\n", parsed(1)),
@@ -137,7 +137,7 @@ KILLERS = [
      AN_ANSWER),
     ("words.py", "python", in_python_function("'" + "\u00e9 " * 80_000 + "'"), parsed(1)),
 
-    # ---- What the navigation rules ask of each of many names ----
+    # ---- What the navigation rules ask for each of many names ----
     ("declarators.java", "java",
      "class A { " + "@X " * 20_000 + "int " + ",".join(f"a{i}" for i in range(20_000)) + "; }",
      AN_ANSWER),

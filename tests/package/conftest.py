@@ -1,4 +1,4 @@
-"""The installed package, made once for all tests: cmake --install into a folder of its own.
+"""The installed package, made once for all tests by cmake --install into a temporary folder.
 
 ctest sets BUILD_FOLDER, SOURCE_FOLDER, NODE_MODULES, CMAKE_COMMAND and COMPILER.
 """
@@ -16,8 +16,8 @@ CMAKE = os.environ["CMAKE_COMMAND"]
 COMPILER = os.environ["COMPILER"]
 
 
-def run(*command, timeout=600, **options):
-    """The command's standard output; a failure shows all that it printed."""
+def run(*command, timeout=7200, **options):
+    """The output of a command that must succeed; if it fails, the error shows the output."""
     done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, timeout=timeout, check=False, **options)
     assert done.returncode == 0, f"{command} gave {done.returncode}:\n{done.stdout}"
@@ -33,14 +33,14 @@ def ninja(*arguments):
 
 
 def files_in_products():
-    """Every file that tool, module and library were made of, headers included, as Ninja knows them."""
+    """The files that tool, module and library were made from, headers included, as Ninja lists them."""
     (module,) = BUILD.glob("python/treesitter.*.so")
     products = ["treesitter-engine", module.relative_to(BUILD), "package/libtreesitter-engine.a"]
-    # Some versions quote what a shell would not take as it is, such as an @.
+    # Some versions of Ninja quote names for the shell, such as those with an @.
     inputs = {line.strip().strip("'") for line in ninja("inputs", *products).splitlines()}
     found = {name for name in inputs if name.endswith((".a", ".c", ".cpp"))
              or name.endswith(".o") and not (BUILD / name).is_relative_to(BUILD)}
-    # Blocks of lines: an object, then one dependency in each indented line.
+    # A block has a line for an object, then an indented line for each dependency.
     for block in re.split(r"\n\n+", ninja("deps")):
         head, *dependencies = block.splitlines() or [""]
         if head.partition(": #deps")[0] in inputs:
@@ -57,7 +57,7 @@ def prefix(tmp_path_factory):
 
 @pytest.fixture(scope="session")
 def site(prefix):
-    """Where the installed module lies."""
+    """The folder of the installed module."""
     (module,) = prefix.glob("lib/python3*/*-packages/treesitter.*.so")
     return module.parent
 

@@ -1,4 +1,4 @@
-"""The digests of a build: the same wherever the sources lie, and others when one of them changes."""
+"""The digests of a build: the same in any folder, and different when a source has changed."""
 import os
 import pathlib
 import re
@@ -13,7 +13,7 @@ XML = "@tree-sitter-grammars/tree-sitter-xml"
 
 @pytest.fixture
 def copy(tmp_path):
-    """The sources elsewhere, npm's as links, since they are large."""
+    """A copy of the sources in another folder; npm's are links, since they are large."""
     for name in ("CMakeLists.txt", "cmake", "engines", "models", "bench"):
         run("cp", "-r", SOURCE / name, tmp_path)
     run("cp", "-rs", NODE_MODULES.resolve(), tmp_path / "node_modules")
@@ -21,7 +21,7 @@ def copy(tmp_path):
 
 
 def digests(build):
-    """{grammar or part: digest} of what was configured."""
+    """The digests of a configured build, as {grammar or "core": digest}."""
     text = (build / "generated/engines/languages/versions.h").read_text(encoding="utf-8")
     found = dict(re.findall(r'\{"(\w+)", "[^"]+",\s+"([0-9a-f]{64})"\}', text))
     found["core"] = re.search(r'CORE_DIGEST =\s+"([0-9a-f]{64})"', text)[1]
@@ -31,11 +31,11 @@ def digests(build):
 
 def change(path):
     text = path.read_bytes()
-    path.unlink()  # of a link, what it leads to stays
+    path.unlink()  # a link's target stays as it is
     path.write_bytes(text + b"\n")
 
 
-def test_of_what_others_wrote(copy):
+def test_of_core_and_grammars(copy):
     build = copy / "build"
 
     def configured():
@@ -55,7 +55,7 @@ def test_of_what_others_wrote(copy):
     grammars = set(digests(build)) - {"core"}
     assert changed(f"node_modules/{XML}/common/scanner.h") == {"xml"}
     assert changed("node_modules/tree-sitter/vendor/tree-sitter/lib/src/subtree.c") == {"core"}
-    assert changed("cmake/core_stack.h") == {"core"}  # holds the functions that are replaced
+    assert changed("cmake/core_stack.h") == {"core"}  # it has functions that replace those of the core
     assert changed("cmake/scanner_prelude.h") == grammars
     assert changed(f"node_modules/{XML}/dtd/src/parser.c", f"node_modules/{XML}/package.json",
                    "engines/languages/language.h") == set()
@@ -63,7 +63,11 @@ def test_of_what_others_wrote(copy):
 
 @needs_ninja
 def test_of_all_that_is_compiled():
+<<<<<<< HEAD
     """But the files of the core that are compiled as copies; these are made of them."""
+=======
+    """Three files of the core are compiled as copies with replaced functions, so Ninja does not list them."""
+>>>>>>> read-tests
     listed = (BUILD / "generated/digested_files").read_text(encoding="utf-8").splitlines()
     npm = NODE_MODULES.resolve()
     compiled = {path for path in files_in_products() if path.is_relative_to(npm)}

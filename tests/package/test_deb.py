@@ -1,5 +1,5 @@
-"""The Debian packages: what each depends on and holds, what lintian says, and that their files work
-where they are unpacked. scripts/check_deb installs them."""
+"""The Debian packages: their dependencies and files, what lintian says, and that the unpacked files work.
+scripts/check_deb installs them."""
 import gzip
 import os
 import re
@@ -12,7 +12,7 @@ from conftest import BUILD, CMAKE, SOURCE, run
 
 PYTHON = sys.executable  # ctest runs the Python that the module is for
 
-# Of each package what it has to depend on, and a file that it is installed for.
+# For each package some packages that it must depend on, and a file that it must hold.
 PACKAGES = {
     "treesitter-engine": ({"libc6", "libstdc++6", "libssl3", "libpcre2-8-0", "libsqlite3-0"},
                           "bin/treesitter-engine"),
@@ -38,7 +38,7 @@ def debs(tmp_path_factory):
 
 @pytest.fixture(scope="module")
 def usr(debs, tmp_path_factory):
-    """All of them in one root, as they would be installed."""
+    """The folder usr of a root into which all packages are unpacked."""
     folder = tmp_path_factory.mktemp("root")
     for deb in debs.values():
         run("dpkg-deb", "--extract", deb, folder)
@@ -55,12 +55,12 @@ def test_packages(debs, tmp_path):
     for name, (needed, file) in PACKAGES.items():
         depends = {entry.split()[0] for entry in field(debs[name], "Depends").split(", ") if entry}
         assert needed <= depends
-        # Building against the library is not what everybody installs the others for.
+        # Only the package for building programs may need others for building.
         assert name.endswith("-dev") or not [entry for entry in depends if entry.endswith("-dev")]
         run("dpkg-deb", "--extract", debs[name], tmp_path / name)
         own = {path.relative_to(tmp_path / name) for path in (tmp_path / name).rglob("*")
                if not path.is_dir()}
-        assert not own & files  # dpkg refuses a file of two packages
+        assert not own & files  # dpkg refuses two packages with the same file
         files |= own
         assert (tmp_path / name / "usr" / file).is_file()
         doc = tmp_path / name / "usr/share/doc" / name
@@ -83,7 +83,7 @@ def test_unpacked(debs, usr, sources):
 
 
 def test_copyright(prefix, usr):
-    """Machines can read it, and it has what each notice that is installed says of its holders."""
+    """The copyright file has Debian's machine-readable form, and names the holders of all notices."""
     text = (usr / "share/doc/treesitter-engine/copyright").read_text(encoding="utf-8")
     head, *stanzas = text.rstrip("\n").split("\n\n")
     assert head.startswith("Format: ")
@@ -97,7 +97,7 @@ def test_copyright(prefix, usr):
     assert {files for files, _ in used} == {"*", *(f"{path.name}/*" for path in notices)}
     for path in notices:
         for holder in re.findall(r"^Copyright(?: \([Cc]\))? *(\S.*)$", path.read_text("utf-8"), re.M):
-            # Of the longest licences Debian wants the name alone.
+            # Debian wants only the name of the longest licences, and not their text.
             assert " ".join(holder.split()) in words or holder.startswith("[")
 
 

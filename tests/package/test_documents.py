@@ -1,16 +1,16 @@
-"""The examples of README.md and the pages of doc/, as they stand there, with the installed package.
+"""Runs the examples in README.md and in the pages of doc/ with the installed package.
 
-What the fences of a page say:
+The fences of a page:
 
-    console   what a shell prints: a command behind "$ ", its further lines behind "> ", then all of its
-              output and errors. One shell runs those of a page, so that `cd` and variables last.
-    pycon     what Python's prompt prints. The blocks of a page share their names.
-    others    whose first line is the name of a file as a comment, such as "// main.cpp", are written
-              there; those without are not run
-    sh        is not run either: it installs things, and stands below the heading Installing alone
+    console   a command after "$ ", its further lines after "> ", then all that it prints. One shell runs
+              the commands of a page, so that `cd` and variables last.
+    pycon     Python's prompt and what it prints. The blocks of a page share their variables.
+    others    A block whose first line is a comment with the name of a file, such as "// main.cpp", is
+              written into that file. Blocks without such a line are ignored.
+    sh        Not run, since it installs things. Allowed only under the heading Installing.
 
-In what is printed "..." in a line is any text, and a line of its own is any lines. Each page is read in
-a git repository with our examples, as in a checkout.
+In printed text "..." stands for any text in a line; alone in a line it stands for any lines. The examples
+of a page run in a git repository that holds the project's examples.
 """
 import difflib
 import os
@@ -28,9 +28,9 @@ from conftest import SOURCE, run
 PAGES = [str(path.relative_to(SOURCE))
          for path in [SOURCE / "README.md", *sorted(SOURCE.glob("doc/*.md"))]
          if re.search("^```(console|pycon)$", path.read_text(encoding="utf-8"), re.M)]
-LONGEST = 120  # seconds for a page, against examples that wait for ever
+LONGEST = 1800  # seconds for a page; only an example that hangs takes so long
 
-# Each block comes as one line; its report, empty when all is as in the page, ends with a NUL.
+# Reads each block as one line. Prints a report, which is empty if all is as in the page, and a NUL.
 PROMPT = r"""
 import doctest, sys
 names = {"__name__": "__main__"}
@@ -43,7 +43,7 @@ for block in iter(lambda: sys.stdin.readline().encode().decode("unicode_escape")
 
 
 def blocks(page):
-    """(line, kind, text, heading) of each fenced block."""
+    """Yields (line, kind, text, heading) of each fenced block."""
     heading = kind = ""
     for number, line in enumerate((SOURCE / page).read_text(encoding="utf-8").splitlines(), 1):
         if line.startswith("```"):
@@ -58,7 +58,7 @@ def blocks(page):
 
 
 def commands(text):
-    """(command, what is printed) of a console block."""
+    """The pairs of command and expected output in a console block."""
     found = re.findall(r"^\$ (.*\n(?:> .*\n)*)((?:(?!\$ ).*\n)*)", text, re.M)
     assert sum(2 + len(command) + len(printed) for command, printed in found) == len(text), text
     return [(command.replace("\n> ", "\n"), printed) for command, printed in found]
@@ -71,7 +71,7 @@ def is_as_printed(printed, expected):
 
 
 class Process:
-    """One that answers what it is told with a text and a NUL."""
+    """A child process that answers each text with a text and a NUL."""
 
     def __init__(self, *command, **options):
         self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
@@ -96,7 +96,7 @@ class Process:
 
 
 class Reader:
-    """Somebody who does what a page shows."""
+    """Runs the examples of one page."""
 
     def __init__(self, folder, environment):
         self._environment = environment

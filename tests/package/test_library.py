@@ -1,4 +1,4 @@
-"""The C++ package, as projects that have only the installed files use it."""
+"""The C++ package, used by programs that have only the installed files."""
 import re
 import shutil
 import subprocess
@@ -31,7 +31,7 @@ def test_found_by_cmake(prefix, sources, tmp_path):
     expect_answers(tmp_path / "build" / "consumer", sources)
 
 
-# The engine is compiled for it once more: without optimisation, and by ccache where the build is.
+# This compiles the engine once more, without optimisation, and with ccache if the build uses it.
 def test_added_to_a_host(prefix, sources, tmp_path):
     launchers = re.findall(r"^(CMAKE_C(?:XX)?_COMPILER_LAUNCHER:\w+=.+)$",
                            (BUILD / "CMakeCache.txt").read_text(), re.MULTILINE)
@@ -78,7 +78,7 @@ def test_what_it_is_not_built_for(flags, reason):
     assert done.returncode != 0 and reason in done.stderr
 
 
-# The second compiler is there wherever .ci/run is, which installs it; ./test does with the first.
+# .ci/run installs the second compiler; ./test needs only the first.
 @pytest.mark.parametrize("compiler", filter(shutil.which, ["g++", "clang++"]))
 def test_found_by_pkg_config(compiler, pkg_config, sources, tmp_path):
     run(compiler, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror",
@@ -105,11 +105,12 @@ def test_headers_need_only_themselves(prefix, pkg_config, tmp_path):
         assert "tree_sitter/" not in text, header
         source = tmp_path / "alone.cpp"
         source.write_text(f'#include "{header.relative_to(folder)}"\n')
-        run(COMPILER, "-std=c++20", "-fsyntax-only", f"-I{folder}", source)
+        run(COMPILER, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-fsyntax-only",
+            f"-I{folder}", source)
 
 
 def test_names_of_c_are_local(prefix):
-    # Weak ones are the compiler's own, such as the pointer to the handler of exceptions.
+    # Weak symbols come from the compiler, such as the pointer to the handler of exceptions.
     symbols = run("nm", "--defined-only", "--extern-only", "--format=posix",
                   prefix / "lib" / "libtreesitter-engine.a")
     names = [line.split()[:2] for line in symbols.splitlines() if len(line.split()) > 2]
@@ -119,7 +120,7 @@ def test_names_of_c_are_local(prefix):
 
 @pytest.fixture(scope="module")
 def other_core(tmp_path_factory):
-    """Another build of the tree-sitter library, as a host may have loaded it: all visible."""
+    """Another build of the tree-sitter library, such as a host may load: all its names are visible."""
     folder = tmp_path_factory.mktemp("core")
     core = NODE_MODULES / "tree-sitter" / "vendor" / "tree-sitter" / "lib"
     grammar = NODE_MODULES / "tree-sitter-json" / "src"
@@ -140,7 +141,7 @@ def test_two_cores_in_one_program(order, other_core, pkg_config, tmp_path):
 
 
 def test_two_cores_in_one_interpreter(other_core, site):
-    # The other core's names are visible to all that is loaded later, as RTLD_GLOBAL makes them.
+    # RTLD_GLOBAL makes the other core's names visible to all libraries that are loaded later.
     run(sys.executable, "-c", f"""
 import ctypes, sys
 other = ctypes.CDLL({str(other_core)!r}, mode=ctypes.RTLD_GLOBAL)

@@ -1,6 +1,6 @@
-"""Whose code is in the tool, the module and the library, against the notices that travel with them.
+"""The installed notices are those of all whose code is in the tool, the module and the library.
 
-System headers belong to libraries by the packages that brought them.
+A system header belongs to the library whose Debian package it is in.
 """
 import re
 import shutil
@@ -9,8 +9,8 @@ import pytest
 
 from conftest import BUILD, NODE_MODULES, SOURCE, files_in_products, needs_ninja, run
 
-# Whose notice holds for a Debian package; a package that is not here has none. None: the C library
-# and the system's interface, which every program is allowed to use.
+# The notice for each Debian package; the test fails for others. None for the C library and the system's
+# headers, which each program may use without a notice.
 NOTICES = {
     r"libcli11-dev": "CLI11",
     r"lib(stdc\+\+|gcc)-\d+-dev": "GCC-runtime",
@@ -27,7 +27,7 @@ NOTICES = {
 
 
 def npm_library(path):
-    """A package's name without its scope; of the core's folder, what ICU's developers wrote."""
+    """The name of the package without its scope. Files of ICU in the core's package count for themselves."""
     parts = path.relative_to(NODE_MODULES.resolve()).parts
     if parts[0] == "tree-sitter" and "unicode" in parts:
         return "tree-sitter-unicode"
@@ -35,7 +35,8 @@ def npm_library(path):
 
 
 def system_libraries(paths):
-    """By the packages of the files; what no package brought, or an unknown one, under its own name."""
+    """The notices for these files. A file of no package counts by its path, one of an unknown package by that
+    package."""
     answer = run("sh", "-c", 'dpkg-query -S "$@" 2>&1 || true', "sh", *sorted(paths))
     owners = {}
     for line in answer.splitlines():

@@ -1,12 +1,12 @@
-"""Builds by profile: what is built of a training does not depend on the folder of the sources."""
+"""Builds by profile: the result does not depend on the folder of the sources."""
 import shutil
 
 import pytest
 
 from conftest import BUILD, SOURCE, run
 
-# GCC knows static functions by the paths of their files, those of headers too: of which one is called
-# through the pointer, a profile says so.
+# GCC identifies static functions by the paths of their files, headers too. The profile of this program has
+# such identities, since it notes which function is called through the pointer.
 HEADER = "static int twice(int x) { return 2 * x; }\n"
 MAIN = """
 #include <part.h>
@@ -21,7 +21,7 @@ int main(int count, char** arguments) { return sum(count > 1 ? more : twice) == 
 
 
 def built(root):
-    """The counts of a training in this folder, and the object that is compiled for them."""
+    """Trains the program in this folder. Gives the counts, and the object that is compiled with them."""
     source, build = root / "src", root / "src" / "build"
     (build / "generated").mkdir(parents=True)
     (build / "generated" / "part.h").write_text(HEADER)
@@ -34,7 +34,7 @@ def built(root):
     run("./main", cwd=build)
     run(*compiler, f"-fprofile-use={build / 'counts'}", cwd=build)
     (counts,) = (build / "counts").iterdir()
-    # The file begins with two numbers of its format, one that is drawn and a checksum.
+    # The first 16 bytes are the file's format, a random number and a checksum.
     return counts.name, counts.read_bytes()[16:], (build / "main.o").read_bytes()
 
 
@@ -44,7 +44,7 @@ def test_any_folder_gives_the_same(tmp_path):
 
 
 def test_no_generated_source_names_the_folder():
-    """What it includes by a whole path would have another name elsewhere."""
+    """A whole path in an include would be another one in another folder."""
     sources = [path for path in (BUILD / "generated").rglob("*") if path.suffix in (".c", ".cpp", ".h")]
     assert len(sources) > 3
     assert not [path for path in sources if str(SOURCE.resolve()) + "/" in path.read_text("utf-8")]

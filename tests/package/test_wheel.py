@@ -1,8 +1,8 @@
 """What pip makes of the checkout: a self-contained wheel, and a source distribution that builds one.
 
-WHEEL_PYTHON is the interpreter that it is made for, by default the system's, and WHEEL_TESTS which of
-the module's tests are run with it; with WHEEL_OF_SDIST one is compiled from the source distribution, too.
-scripts/check_wheels sets all of them. Everything works without a network.
+WHEEL_PYTHON is the interpreter that the wheel is for, by default the system's. WHEEL_TESTS names the tests of
+the module to run with it. With WHEEL_OF_SDIST a wheel is compiled from the source distribution too.
+scripts/check_wheels sets all three. Nothing here needs a network.
 """
 import importlib.util
 import os
@@ -17,10 +17,10 @@ from conftest import BUILD, SOURCE, run
 
 PYTHON = os.environ.get("WHEEL_PYTHON", "/usr/bin/python3")
 TESTS = os.environ.get("WHEEL_TESTS", "test_records.py test_module.py").split()
-# What building and testing takes beside the interpreter: the system's, of Python alone.
+# The system's packages that building and testing need; all are pure Python.
 TOOLS = ("setuptools", "_distutils_hack", "pkg_resources", "wheel", "pytest", "_pytest", "py",
          "pluggy", "iniconfig", "packaging", "attr", "attrs")
-# Debian's setuptools asks the distutils of Debian's Python for these; others have none.
+# Debian's setuptools expects these attributes of distutils, which only Debian's Python has.
 SHIM = """
 import setuptools.command.install
 install = setuptools.command.install.orig.install
@@ -32,7 +32,7 @@ for name in ("install_layout", "prefix_option"):
 
 @pytest.fixture(scope="module")
 def python(tmp_path_factory):
-    """The interpreter of a fresh environment with the tools, and nothing else of the system's."""
+    """The interpreter of a fresh environment with these tools and no other packages."""
     folder = tmp_path_factory.mktemp("python")
     shim, tools = folder / "shim", folder / "tools"
     shim.mkdir()
@@ -40,7 +40,7 @@ def python(tmp_path_factory):
     (shim / "sitecustomize.py").write_text(SHIM)
     for name in TOOLS:
         package = pathlib.Path(importlib.util.find_spec(name).origin).parent
-        if package.name == "dist-packages":  # a single file
+        if package.name == "dist-packages":  # the package is a single file
             package = package / f"{name}.py"
         for found in [package, *package.parent.glob(f"{name}-*info")]:
             (tools / found.name).symlink_to(found)
@@ -90,7 +90,7 @@ def test_a_module_needs_the_c_library_alone(wheel, tmp_path):
     zipfile.ZipFile(wheel).extractall(tmp_path)
     (module,) = tmp_path.glob("*.so")
     needed = re.findall(r"\(NEEDED\).*\[(.*?)\.so", run("readelf", "--wide", "--dynamic", module))
-    # The unwinder is what the C library loads for itself when a thread ends.
+    # libgcc_s has the unwinder, which the C library itself loads when a thread ends.
     assert {name for name in needed if not name.startswith("ld-linux")} == {"libc", "libm", "libgcc_s"}
     exported = run("nm", "--dynamic", "--defined-only", "--format=posix", module)
     assert [line.split()[0] for line in exported.splitlines()] == ["PyInit_treesitter"]
@@ -116,7 +116,7 @@ def test_other_copies_of_its_libraries_are_beside_it(installed, order, tmp_path)
 
 def test_the_modules_own_tests(installed):
     folder = SOURCE / "tests" / "python"
-    # Without the shim: interpreters with locks of their own would run it, and cannot load what it does.
+    # Without the shim: subinterpreters with their own locks would run it, and cannot import what it does.
     environment = {**os.environ, "PYTHONPATH": os.environ["PYTHONPATH"].partition(":")[0],
                    "PYTHONDONTWRITEBYTECODE": "1",
                    "TREESITTER_ENGINE": str(BUILD / "treesitter-engine")}
@@ -144,10 +144,9 @@ def test_a_source_distribution_is_complete_and_no_more(sdist, tmp_path):
 
 @pytest.mark.skipif("WHEEL_OF_SDIST" not in os.environ, reason="compiles everything anew")
 def test_a_source_distribution_compiles_by_itself(python, sdist, wheel, tmp_path):
-    """In a folder of pip's own, and where there is no network."""
+    """In a temporary folder, and without a network."""
     run("unshare", "--map-root-user", "--net", python, "-m", "pip", "wheel", "--no-build-isolation",
-        "--no-deps", "--no-index", "--no-cache-dir", "--wheel-dir", tmp_path, sdist, cwd=tmp_path,
-        timeout=3600)
+        "--no-deps", "--no-index", "--no-cache-dir", "--wheel-dir", tmp_path, sdist, cwd=tmp_path)
     (made,) = tmp_path.glob("*.whl")
     assert made.name == wheel.name
     assert set(zipfile.ZipFile(made).namelist()) == set(zipfile.ZipFile(wheel).namelist())

@@ -1,4 +1,4 @@
-"""The engine's errors as Python's."""
+"""The engine's errors are errors of Python: their types, and their texts."""
 import os
 
 import pytest

@@ -1,4 +1,4 @@
-"""The example host: an indexer with a database."""
+"""examples/indexer: it indexes, finds, and loses nothing."""
 import collections
 import contextlib
 import importlib.util
@@ -87,13 +87,13 @@ def test_odd_files_are_indexed_too(indexer, index, tree):
     assert sorted(error.split(":")[0] for error, in errors) == [
         "Failed to read file", "Failed to read file", "UnicodeDecodeError"]
     (tree / "c.js").unlink()
-    os.mkfifo(tree / "c.js")  # which a reader would wait for
-    assert index() == {"unchanged": 4, "failed": 3}  # the same bytes are as bad as before
+    os.mkfifo(tree / "c.js")  # to open it would wait for a writer
+    assert index() == {"unchanged": 4, "failed": 3}  # a file that failed is unchanged if its bytes are
 
 
 @pytest.fixture
 def run(indexer, tree, tmp_path, monkeypatch, capsys):
-    """The indexer's main: gives its status and what it said."""
+    """Calls the indexer's main. Gives its status, its output and its messages."""
     monkeypatch.chdir(tree.parent)
 
     def main(*arguments):
@@ -150,7 +150,7 @@ def test_folders_may_be_deep(index, tree):
         os.mkdir(folder)
     pathlib.Path(folder, "deep.py").write_text("def deep(): pass\n", encoding="utf-8")
     assert index() == {"parsed": 4}
-    subprocess.run(["rm", "-rf", tree / "d"], check=True)  # Python's own would fail there
+    subprocess.run(["rm", "-rf", tree / "d"], check=True)  # shutil.rmtree would fail so deep
 
 
 def interrupt():
@@ -163,7 +163,7 @@ def test_an_end_keeps_what_was_done(indexer, run, monkeypatch, end, status):
 
     def ending(database, result):
         store(database, result)
-        if result.path.endswith("b.py"):  # the last; its transaction is open
+        if result.path.endswith("b.py"):  # the last one, whose transaction is still open
             end()
     with monkeypatch.context() as patch:
         patch.setattr(indexer, "SECONDS_PER_COMMIT", 0)

@@ -1,21 +1,24 @@
-"""The end of the interpreter, whatever is under way then: in order, and without a word."""
+"""The interpreter ends in order, and prints nothing, whatever the engine does at that moment."""
 import pytest
 
 from conftest import SOURCE, run_python
 
 PROLOGUE = f"""
-import atexit, os, sys, tempfile, threading, time
+import atexit, sys, threading
 import treesitter
 engine = treesitter.TreeSitterEngine()
 source = {SOURCE!r} * 50
 path = sys.argv[1]
 def parse_for_ever(parse):
+    at_work = threading.Barrier(4)
     def work():
+        parse()
+        at_work.wait()
         while True:
             parse()
     for _ in range(3):
         threading.Thread(target=work, daemon=True).start()
-    time.sleep(0.02)
+    at_work.wait()
 """
 
 ENDS = {

@@ -1,4 +1,4 @@
-"""Log records on their way to logging.getLogger("engines.treesitter")."""
+"""The log records that logging.getLogger("engines.treesitter") gets."""
 import logging
 import threading
 import traceback
@@ -6,7 +6,7 @@ import traceback
 import pytest
 
 import treesitter
-from conftest import SOURCE
+from conftest import SOURCE, TIMEOUT
 
 LOGGER = logging.getLogger("engines.treesitter")
 BAD_RUBY = "x = <<{0}\n{0}\n".format("A" * 300)  # its grammar gives up
@@ -23,7 +23,7 @@ class Handler(logging.Handler):
 
 @pytest.fixture
 def handle():
-    """Lets each record be given to a function, until the test ends."""
+    """Gives each record to a function, until the test ends."""
     handlers = []
 
     def add(work):
@@ -99,10 +99,10 @@ def test_a_handler_may_use_the_engine(engine, handle, tmp_path, source_file):
     parsed = []
 
     def parse(_):
-        # On a thread of its own, which would wait for ever for whatever is held here.
+        # On another thread, which would wait for ever for any lock that this one holds.
         thread = threading.Thread(target=lambda: parsed.append(engine.parse_file(source_file)))
         thread.start()
-        thread.join(60)
+        thread.join(TIMEOUT)
         parsed.append(engine.parse_file(source_file))
     handle(parse)
     assert engine.parse_file(tmp_path / "missing.py").errors

@@ -1,4 +1,4 @@
-"""The module as such: its import, constants, helpers and languages."""
+"""The module: its import, constants, helpers, languages and build information."""
 import inspect
 import json
 import os

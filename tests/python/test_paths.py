@@ -1,4 +1,4 @@
-"""Paths in all their forms, and names that are no UTF-8."""
+"""Paths of all types, and names that are no UTF-8."""
 import os
 
 import pytest
@@ -20,7 +20,7 @@ ODD_NAMES = [b"plain", b"\xff", b"caf\xe9", "caf\u00e9".encode(), b"a\nb", b"a b
 
 
 def forms(path):
-    """The path as each type that a caller may have."""
+    """The path in each type that the module takes."""
     text = os.fsdecode(path)
     return [path, text, AsText(path), AsText(text)]
 
@@ -43,7 +43,7 @@ def test_odd_names_survive(engine, tmp_path, name):
         assert next(treesitter.parse_many([(SOURCE, "python", form)])) == result
 
 
-CONTENT_PATHS = {  # any text, whether or not it could be a file's name
+CONTENT_PATHS = {  # any text, even one that no file can have as its name
     "./src//a.py": "src.a.A", "nul\0.py": "nul\0.A", "\ud800.py": "\ud800.A",
     "\udbff/\udcff\udc41.py": "\udbff.\udcff\udc41.A", "\udced\udca0\udc80.py": "\udced\udca0\udc80.A",
     "é名\U0001F600.py": "é名\U0001F600.A"}

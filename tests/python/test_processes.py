@@ -1,4 +1,4 @@
-"""Engines across processes: pickled, forked, spawned."""
+"""Engines and other processes: pickled, forked, spawned, and short of memory."""
 import copy
 import functools
 import multiprocessing
@@ -13,7 +13,7 @@ import weakref
 import pytest
 
 import treesitter
-from conftest import SANITIZERS, SOURCE, run_python
+from conftest import SANITIZERS, SOURCE, TIMEOUT, run_python
 
 
 def test_pickled_engines_are_the_one_of_the_process():
@@ -44,7 +44,7 @@ def test_work_is_shipped_to_processes(engine, tmp_path, method):
 
 
 def in_child(work):
-    """Forks, and gives the child's exit status: 0 when `work` gave true."""
+    """Forks. Gives the child's exit status: 0 if work() is true there."""
     child = os.fork()
     if child == 0:
         try:
@@ -78,7 +78,7 @@ def test_forked_while_threads_parse(engine):
             thread.join()
 
 
-@pytest.mark.skipif("thread" in SANITIZERS, reason="it knows no threads begun in a forked child")
+@pytest.mark.skipif("thread" in SANITIZERS, reason="it takes no threads in a forked child")
 def test_an_iteration_stays_with_its_process(source_file):
     results = treesitter.parse_many([source_file] * 100, threads=2)
     next(results)
@@ -97,7 +97,7 @@ def test_an_iteration_stays_with_its_process(source_file):
 
 @pytest.mark.skipif(bool(SANITIZERS), reason="a sanitizer takes more than the limits")
 def test_want_of_memory_ends_no_process():
-    # Threads that parse for the first time, when there is no memory left for what that needs.
+    # Threads that parse for the first time, while there is too little memory for their storage.
     code = """
         import _thread, resource, sys, time, treesitter
         engine = treesitter.TreeSitterEngine()
@@ -116,13 +116,13 @@ def test_want_of_memory_ends_no_process():
     """
     for limit in range(150, 280, 10):
         done = subprocess.run([sys.executable, "-c", textwrap.dedent(code), str(limit)],
-                              stderr=subprocess.PIPE, timeout=120, check=False)
-        assert done.returncode in (0, 1), done.stderr[-500:]  # 1: Python itself found none
+                              stderr=subprocess.PIPE, timeout=TIMEOUT, check=False)
+        assert done.returncode in (0, 1), done.stderr[-500:]  # 1: Python itself had too little
 
 
 @not_sanitized
 def test_a_forked_child_ends_in_order():
-    # Through the interpreter's end and not os._exit, with the parent's threads gone.
+    # By sys.exit and not os._exit, without the parent's threads.
     assert run_python("""
         import os, sys, threading, treesitter
         engine = treesitter.TreeSitterEngine()

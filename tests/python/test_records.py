@@ -1,4 +1,4 @@
-"""The records as plain values: what a dataclass of the same fields would do, they do."""
+"""The records behave as dataclasses with the same fields would."""
 import copy
 import dataclasses
 import gc

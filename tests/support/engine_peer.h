@@ -1,4 +1,4 @@
-// The tests' door to the engine's private operations: each is reached under its own name.
+// Gives tests the engine's private operations, each under its own name.
 #pragma once
 
 #include <filesystem>

@@ -1,17 +1,18 @@
-// A library for LD_PRELOAD that makes one of a program's writes fail, or ends the program at it.
+// A library for LD_PRELOAD that makes writes of a program fail, or ends the program at one of them.
 //
 //   FAULTS=CALLS:WHEN:WHAT
 //     CALLS  write, sync, truncate, rename, unlink or all
-//     WHEN   5 (the fifth alone), 5+ (the fifth and all behind it) or /5 (each fifth); 0 for none
+//     WHEN   5 (only the fifth), 5+ (the fifth and all after it) or /5 (each fifth); 0 for none
 //     WHAT   ENOSPC, EIO or EINTR: the call fails so and does nothing
 //            short: half of the bytes are written, which is no error
 //            before, after: SIGKILL at the call; torn: half of the bytes and SIGKILL
-//   FAULTS_LOG=FILE  gets a line for each call: what it is, which function and file, what was done
+//   FAULTS_LOG=FILE  gets a line for each call: CALL FUNCTION FILE, and 1 if something was done to
+//   it
 //
-// Standard input, output and error are left alone. Names are those that the C library gives to
-// programs, with and without 64 behind them: what it calls itself passes by.
+// Standard input, output and error are left alone. Only calls of the program itself are met, not
+// those within the C library.
 //
-// Tested by tests/index_faults_test.py, which needs it.
+// Used and tested by tests/index_faults_test.py.
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
@@ -75,7 +76,7 @@ static void log_call(const char* call, const char* function, const char* file, i
   syscall(SYS_write, log_file, line, (size_t)size < sizeof line ? (size_t)size : sizeof line);
 }
 
-// What is to be done at this call, which is counted.
+// Counts the call, and gives what is to be done to it.
 static enum action action_at(const char* call, const char* function, const char* file) {
   int is_hit = 0;
   if (strcmp(calls, "all") == 0 || strcmp(calls, call) == 0) {
@@ -145,7 +146,7 @@ ssize_t pwrite(int file, const void* bytes, size_t size, off_t place) {
 ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t place) {
   return put("pwrite64", file, bytes, size, place);
 }
-// As one write of the first piece: nobody here is promised more.
+// Writes the first piece only, which pwritev may do.
 ssize_t pwritev(int file, const struct iovec* pieces, int pieces_size, off_t place) {
   (void)pieces_size;
   return put("pwritev", file, pieces->iov_base, pieces->iov_len, place);

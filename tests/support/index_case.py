@@ -1,7 +1,7 @@
-"""What the tests of the index share: a repository with an index, and all that an index says.
+"""What the tests of the index share: a repository with an index, and the content of an index by `dump`.
 
-Whatever happens to the files, to the run or to the disk, an index ends up as a fresh one: row by row,
-by `dump`.
+Whatever has happened to the files, to a run or to the disk, after the next run an index has the same rows
+as a fresh one.
 """
 import os
 import random
@@ -10,7 +10,7 @@ import shutil
 import sqlite3
 import subprocess
 
-from support.tool_case import TOOL, ToolTest
+from support.tool_case import TIMEOUT, TOOL, ToolTest
 
 FOLDER = ".treesitter-engine"
 REFERENCE_KINDS = ["call", "import", "import_module", "type"]
@@ -29,67 +29,81 @@ def varints(blob):
 
 
 def prefix_of(path):
-    """As FQNs begin, for the plain names that this test gives to files."""
+    """The beginning of FQNs, for the plain names of files in these tests."""
     return os.path.splitext(path)[0].replace("/", ".")
 
 
-def dump(database):
-    """All that the index says, without ids: file by file, and what is found by searching."""
-    with sqlite3.connect(f"file:{database}?mode=ro", uri=True) as connection:
-        ask = connection.execute
-        ask("BEGIN")  # of one state, also while it is written
-        assert ask("PRAGMA integrity_check").fetchall() == [("ok",)]
-        names = dict(ask("SELECT id, text FROM name"))
-        scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
-        paths = {id: os.fsdecode(path) for id, path in ask("SELECT id, path FROM file")}
-        used = set()
+class Content:
+    """Reads all rows of an open index, and checks that they fit together."""
 
-        def scope_text(scope):
-            parts = []
-            while scope:
-                scope, name = scopes[scope]
-                used.add(name)
-                parts.append(names[name])
-            return ".".join(reversed(parts))
+    def __init__(self, ask):
+        self._ask = ask
+        self._names = dict(ask("SELECT id, text FROM name"))
+        self._scopes = {id: (parent, name) for id, parent, name in ask("SELECT * FROM scope")}
+        self._paths = {id: os.fsdecode(path) for id, path in ask("SELECT id, path FROM file")}
+        self._used_names = set()
 
+    def rows(self):
         rows = [("file", os.fsdecode(path), *rest) for path, *rest in
-                ask("SELECT path, size, language, hash FROM file")]
-        rows += [("error", paths[file], number, text) for file, number, text in
-                 ask("SELECT * FROM error")]
-        used_scopes = set()
-        for id, name, scope, kind, *rest in ask("SELECT * FROM symbol"):
-            used.add(name)
-            used_scopes.add(abs(scope))
-            parts = [prefix_of(paths[id >> 24])]
-            parts += [scope_text(abs(scope))] if scope else []
-            parts += [names[name]] if scope >= 0 else []
-            rows.append(("symbol", paths[id >> 24], id & 0xFFFFFF, names[name], ".".join(parts),
-                         SYMBOL_KINDS[kind], *rest))
-        uses = {}
-        for name, kind, file, lines in ask("SELECT * FROM reference"):
-            used.add(name)
-            uses.setdefault(file, []).append(name << 2 | kind)
-            rows.append(("reference", paths[file], names[name], REFERENCE_KINDS[kind],
-                         *varints(lines)))
-        assert {file: sorted(of) for file, of in uses.items()} == {
-            file: list(varints(blob)) for file, blob in ask("SELECT * FROM file_use")}
-        assert used == set(names), "names that nobody uses, or that are missing"
-        for id in list(used_scopes):
-            while id:
-                used_scopes.add(id)
-                id = scopes[id][0]
-        assert used_scopes - {0} == set(scopes), "scopes that nobody uses"
-        for table in "name_trigram", "name_words", "symbol_words":
-            ask(f"CREATE VIRTUAL TABLE temp.{table}_terms "
-                f"USING fts5vocab(main, {table}, instance)")
-            found = ask(f"SELECT term, doc FROM temp.{table}_terms")
-            rows += [(table, term, names[id] if table != "symbol_words" else
-                      (paths[id >> 24], id & 0xFFFFFF)) for term, id in found]
+                self._ask("SELECT path, size, language, hash FROM file")]
+        rows += [("error", self._paths[file], number, text) for file, number, text in
+                 self._ask("SELECT * FROM error")]
+        rows += [*self._symbols(), *self._references(), *self._search_terms()]
+        assert self._used_names == set(self._names), "names that nobody uses, or that are missing"
         return sorted(map(repr, rows))
+
+    def _name(self, id):
+        self._used_names.add(id)
+        return self._names[id]
+
+    def _scope_text(self, scope):
+        parts = []
+        while scope:
+            scope, name = self._scopes[scope]
+            parts.append(self._name(name))
+        return ".".join(reversed(parts))
+
+    def _symbols(self):
+        used = {0}
+        for id, name, scope, kind, *rest in self._ask("SELECT * FROM symbol"):
+            parts = [prefix_of(self._paths[id >> 24])]
+            parts += [self._scope_text(abs(scope))] if scope else []
+            parts += [self._names[name]] if scope >= 0 else []
+            yield ("symbol", self._paths[id >> 24], id & 0xFFFFFF, self._name(name), ".".join(parts),
+                   SYMBOL_KINDS[kind], *rest)
+            while abs(scope) not in used:
+                used.add(abs(scope))
+                scope = self._scopes[abs(scope)][0]
+        assert used - {0} == set(self._scopes), "scopes that nobody uses"
+
+    def _references(self):
+        uses = {}
+        for name, kind, file, lines in self._ask("SELECT * FROM reference"):
+            uses.setdefault(file, []).append(name << 2 | kind)
+            yield ("reference", self._paths[file], self._name(name), REFERENCE_KINDS[kind],
+                   *varints(lines))
+        assert {file: sorted(of) for file, of in uses.items()} == {
+            file: list(varints(blob)) for file, blob in self._ask("SELECT * FROM file_use")}
+
+    def _search_terms(self):
+        for table in "name_trigram", "name_words", "symbol_words":
+            self._ask(f"CREATE VIRTUAL TABLE temp.{table}_terms "
+                      f"USING fts5vocab(main, {table}, instance)")
+            for term, id in self._ask(f"SELECT term, doc FROM temp.{table}_terms"):
+                yield (table, term, self._names[id] if table != "symbol_words" else
+                       (self._paths[id >> 24], id & 0xFFFFFF))
+
+
+def dump(database):
+    """All rows of the index, with names in the place of ids, and the terms of its search tables."""
+    with sqlite3.connect(f"file:{database}?mode=ro", TIMEOUT, uri=True) as connection:
+        connection.execute("BEGIN")  # so that all is of one state, even while the index is written
+        assert connection.execute("PRAGMA integrity_check").fetchall() == [("ok",)]
+        return Content(connection.execute).rows()
 
 
 def source(random_):
-    """A module of Python with names that other modules have too."""
+    """A random module of Python, with names that other modules have too."""
     lines = [f"import word{random_.randrange(9)}"]
     for _ in range(random_.randrange(6)):
         name = random_.choice(["value", "oneWord", "two_words", "Word2", "größe"])
@@ -115,7 +129,7 @@ class IndexTest(ToolTest):
         return done.stderr.decode("utf-8", "replace")
 
     def counts(self, *arguments, **options):
-        """(changed, unchanged, removed) of a run."""
+        """Runs the index, and gives how many files were (changed, unchanged, removed)."""
         text = self.index(*arguments, **options)
         return tuple(map(int, re.search(r"(\d+) changed, (\d+) unchanged, (\d+) removed",
                                         text).groups()))
@@ -146,7 +160,7 @@ class ChangingTest(IndexTest):
                               cwd=self.folder, check=False, capture_output=True).returncode
 
     def switch(self):
-        """Keeps what there is on the branch at hand, and goes to another one."""
+        """Commits everything, and checks out another branch."""
         branch = f"branch{self.random.randrange(4)}"
         self.git("add", "--all")
         self.git("commit", "--quiet", "--message", "x")
@@ -154,7 +168,7 @@ class ChangingTest(IndexTest):
             self.assertEqual(self.git("checkout", "--quiet", "-b", branch), 0)
 
     def change(self):
-        """Something that may happen to the files of `write_some`."""
+        """Makes a random change to the files of `write_some`."""
         if len(list(self.folder.glob("d*/*.py"))) < 20:
             self.write_some(40)
         paths = sorted(self.folder.glob("d*/*.py"))

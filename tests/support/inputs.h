@@ -1,4 +1,4 @@
-// The sources that the project holds, for tests of what must be true of any source.
+// The sources in the project, for tests of what must hold for any source.
 #pragma once
 
 #include <filesystem>
@@ -19,7 +19,7 @@ struct Input {
   std::string bytes;
 };
 
-// Golden inputs and examples: whatever lies there and has a language.
+// The golden inputs and the examples that have a language.
 inline const std::vector<Input>& inputs() {
   namespace fs = std::filesystem;
   static const std::vector<Input> found = [] {
@@ -39,7 +39,7 @@ inline const std::vector<Input>& inputs() {
   return found;
 }
 
-// The bytes with one fault, as users' files are while they are being written, and worse.
+// The bytes with one random fault, such as files have while somebody edits them.
 inline std::string broken(std::string bytes, std::mt19937& random) {
   if (bytes.empty()) return bytes;
   const auto place = [&] { return random() % bytes.size(); };

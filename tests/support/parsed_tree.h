@@ -1,4 +1,4 @@
-// The tree of a small source, for tests of operations that take a node.
+// The tree of a source, for tests of operations that take a node.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@
 
 namespace engines::treesitter {
 
-// Owns all that its nodes point into.
+// Owns everything that its nodes point to.
 class ParsedTree {
  public:
   ParsedTree(std::string_view source, std::string_view language, Fields fields = Fields::on_demand)

@@ -1,4 +1,4 @@
-// A folder of a test's own, removed with all that is in it.
+// A temporary folder for one test. Its destructor removes it with its content.
 #pragma once
 
 #include <stdlib.h>
@@ -25,7 +25,9 @@ class TemporaryFolder {
     std::filesystem::remove_all(_path, ignored);
   }
 
+  const std::filesystem::path& path() const { return _path; }
   std::string path(std::string_view name) const { return _path / name; }
+  // Writes the file, and gives its path.
   std::string file(std::string_view name, std::string_view bytes) const {
     std::ofstream(path(name), std::ios::binary) << bytes;
     return path(name);

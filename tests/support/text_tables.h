@@ -1,4 +1,4 @@
-// The table of scripts/make_text_tables: what Python says about texts.
+// The table that scripts/make_text_tables writes: what Python says of texts.
 #pragma once
 
 #include <fstream>

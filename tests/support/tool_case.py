@@ -1,6 +1,6 @@
-"""What the tests of the tool share: a run of it in an empty folder, and what it printed.
+"""What the tests of the tool share: running it in an empty folder, and reading its output.
 
-The program under test is the first argument of the file that runs, further ones are unittest's.
+The first argument of a test's file is the program under test, the others are options of unittest.
 """
 import json
 import os
@@ -10,10 +10,11 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 TOOL = os.path.abspath(sys.argv.pop(1))
-TIMEOUT = 120  # seconds; only a hang gets there, sanitizers included
+TIMEOUT = 900  # seconds: only a hang takes so long, even on a slow machine with sanitizers
 
 # In the order of languages::language_names(), as languages_test.cpp checks.
 LANGUAGES = re.search(r"\nLanguages: ([^.]+)\.",
@@ -37,6 +38,13 @@ class ToolTest(unittest.TestCase):
         with open(path, "wb") as file:
             file.write(content)
 
+    def wait_until(self, holds):
+        """Waits until holds() is true."""
+        end = time.monotonic() + TIMEOUT
+        while not holds():
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.002)
+
     def run_tool(self, *arguments, **options):
         options = {"input": b"", "stdout": subprocess.PIPE, "cwd": self.folder, **options}
         if "stdin" in options:
@@ -45,13 +53,13 @@ class ToolTest(unittest.TestCase):
                               check=False, **options)
 
     def parse(self, *arguments, status=0, **options):
-        """The records of a run that must end with this status; None for any."""
+        """The records of a run of `parse`, which must end with this status, or with 0 or 1 for None."""
         done = self.run_tool("parse", *arguments, **options)
         self.assertIn(done.returncode, (0, 1) if status is None else (status,), done.stderr)
         return self.records(done.stdout)
 
     def records(self, output):
-        """Strict: every line is one whole object in UTF-8, the last one ended like the others."""
+        """The records in the output. Each line must be one object in UTF-8 and end with a line feed."""
         lines = output.decode("utf-8").split("\n")
         self.assertEqual(lines.pop(), "")
         return [json.loads(line) for line in lines]
@@ -60,7 +68,7 @@ class ToolTest(unittest.TestCase):
         return [record["path"] for record in self.parse(*arguments, **options)]
 
     def assert_messages(self, done, *parts):
-        """As many messages as parts, each with the tool's name in front."""
+        """There must be one message for each part, which begins with the tool's name and holds the part."""
         lines = done.stderr.decode().splitlines()
         self.assertEqual(len(lines), len(parts), lines)
         for line, part in zip(lines, parts):
