@@ -63,11 +63,7 @@ def test_of_core_and_grammars(copy):
 
 @needs_ninja
 def test_of_all_that_is_compiled():
-<<<<<<< HEAD
-    """But the files of the core that are compiled as copies; these are made of them."""
-=======
-    """Three files of the core are compiled as copies with replaced functions, so Ninja does not list them."""
->>>>>>> read-tests
+    """Of the core's files some are compiled as copies with replaced functions, which Ninja lists instead."""
     listed = (BUILD / "generated/digested_files").read_text(encoding="utf-8").splitlines()
     npm = NODE_MODULES.resolve()
     compiled = {path for path in files_in_products() if path.is_relative_to(npm)}
