@@ -148,7 +148,7 @@ def test_build_info_is_the_tools():
     for rules in info["rules"]:
         treesitter.TreeSitterEngine(rules=rules)
     parts = [info, info["engine"], info["core"], *info["grammars"].values()]
-    assert len({part["digest"] for part in parts}) == 19
+    assert len({part["digest"] for part in parts}) == len(parts)
     assert all(re.fullmatch("[0-9a-f]{64}", part["digest"]) for part in parts)
     info.clear()  # each has its own
     assert treesitter.build_info()["guards"]["memory_per_byte"] > 0
