@@ -75,9 +75,9 @@ function(treesitter_engine_compile_core target)
   target_include_directories(${target} SYSTEM PUBLIC "${_core}/include"
     PRIVATE "${_core}/src" "${PROJECT_SOURCE_DIR}/cmake")
   target_compile_definitions(${target} PRIVATE TREE_SITTER_HIDDEN_SYMBOLS)
-  # The core copies many small structures whose fields it has just written. Copied field by field they
-  # come from registers; by wider loads, which these optimisations make of them, the processor waits
-  # for the stores: 3 % of a parse.
+  # The core copies many small structures just after writing their fields. These optimisations turn
+  # the copies into wide loads, which wait for the stores: 3 % of a parse. Without them the fields are
+  # copied from registers.
   target_compile_options(${target} PRIVATE
     $<$<C_COMPILER_ID:GNU>:-fno-tree-vectorize -fno-store-merging>
     -include "${PROJECT_SOURCE_DIR}/cmake/allocator.h")

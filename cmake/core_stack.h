@@ -56,8 +56,8 @@ static inline void store_position(Length* to, Length position) {
 #endif
 }
 
-// Makes a node. The core's own clears the room of eight links every time, though nearly every node
-// has one: 240 bytes for each token and each node of the tree.
+// Makes a node. The core's own function clears the room for eight links, 240 bytes for each token
+// and each node of the tree, though nearly every node has one link.
 __attribute__((always_inline)) static inline StackNode* stack_node_new(
     StackNode* previous, Subtree subtree, bool is_pending, TSStateId state, StackNodeArray* pool) {
   StackNode* const node = pool->size > 0 ? array_pop(pool) : ts_malloc(sizeof(StackNode));
@@ -175,8 +175,8 @@ static bool treesitter_engine_stack_take(Stack* self, uint32_t count, SubtreeArr
   return true;
 }
 
-// Pops everything. Called for each step; the stack of a file of open brackets is as long as the
-// file, and the core's own asks nobody meanwhile: 10 MB of them took seconds.
+// Pops everything; called for each step. The stack of a file of open brackets is as long as the
+// file. The core's own function never checks the time: 10 MB of brackets took seconds.
 static StackAction pop_all_callback(void* payload, const StackIterator* iterator) {
   (void)payload;
   if (iterator->subtrees.size % 16384 == 16383) treesitter_engine_check_time();
