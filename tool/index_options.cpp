@@ -48,7 +48,7 @@ is no index, or an old one.)";
 
 constexpr const char* WATCH_FOOTER = R"(
 Does what `index` does, and goes on: each file that is saved, made, moved or removed is in the index some
-ten milliseconds later. Ctrl-C and SIGTERM end it. Options mean what they mean to `index`; `help index`
+thirty milliseconds later. Ctrl-C and SIGTERM end it. Options mean what they mean to `index`; `help index`
 says more. With --tags the tags file is written anew after each change.
 
 Changes are told by the system (inotify). A folder that is new, moved in, or whose .gitignore, .ignore or
