@@ -6,7 +6,7 @@
 namespace tool::manual {
 namespace {
 
-// A text within single quotes, in a part of a specification that ends with a colon or a bracket.
+// A text within single quotes, for a place where a colon or a bracket would end it.
 std::string quoted(std::string_view text) {
   std::string out;
   for (const char letter : text) {
@@ -34,7 +34,7 @@ std::string action(const Value& value) {
   return " ";
 }
 
-// The specification for one name of an option. The value may stand in the same word or in the next.
+// What zsh's _arguments takes for one name of an option. The value may stand in the same word or in the next.
 std::string option_argument(const Option& option, const std::string& name) {
   std::string out = "'";
   if (option.is_repeated) {
