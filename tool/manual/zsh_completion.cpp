@@ -34,7 +34,8 @@ std::string action(const Value& value) {
   return " ";
 }
 
-// What zsh's _arguments takes for one name of an option. The value may stand in the same word or in the next.
+// What zsh's _arguments takes for one name of an option. The value may stand in the same word or in
+// the next.
 std::string option_argument(const Option& option, const std::string& name) {
   std::string out = "'";
   if (option.is_repeated) {
