@@ -13,12 +13,11 @@
 #include "engines/languages/languages.h"
 #include "engines/treesitter/parsing/parser.h"
 #include "tests/support/inputs.h"
-#include "tests/support/sanitizers.h"
 
 namespace engines::treesitter {
 namespace {
 
-constexpr int BROKEN_COPIES = IS_SANITIZED ? 2 : 24;
+constexpr int BROKEN_COPIES = 24;
 
 struct Digest {
   std::uint64_t value = 14695981039346656037u;
