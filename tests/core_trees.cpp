@@ -28,9 +28,8 @@ std::uint64_t digest_of(const SyntaxTree& tree) {
   Digest digest;
   for (std::uint32_t index = 0; index < tree.size(); ++index) {
     const NodeRecord& node = tree.record(index);
-    for (const std::uint32_t number :
-         {node.start_byte, node.end_byte, node.start_row, node.start_column, node.end_row,
-          node.parent, node.subtree_end, std::uint32_t{node.symbol}}) {
+    for (const std::uint32_t number : {node.start_byte, node.end_byte, node.parent,
+                                       node.subtree_end, std::uint32_t{node.symbol}}) {
       digest.add(number);
     }
     digest.add(node.field);

@@ -44,6 +44,29 @@ void for_random_bytes(int count, Check check) {
   }
 }
 
+TEST(SourceTest, RowsAndColumnsOfEveryByte) {
+  const auto check = [](std::string_view bytes) {
+    const Source source(bytes);
+    std::uint32_t row = 0;
+    std::uint32_t column = 0;
+    for (std::size_t at = 0; at <= bytes.size(); ++at) {
+      ASSERT_EQ(source.lines().row_at(at), row) << testing::PrintToString(bytes) << ' ' << at;
+      ASSERT_EQ(source.lines().column_at(at), column) << testing::PrintToString(bytes) << ' ' << at;
+      if (at == bytes.size()) break;
+      column = bytes[at] == '\n' ? 0 : column + 1;
+      row += bytes[at] == '\n' ? 1 : 0;
+    }
+  };
+  for_random_bytes(300, check);
+  std::mt19937 random(5);
+  for (const std::uint32_t chance : {1u, 2u, 10u, 100u, 1000u}) {
+    std::string bytes;
+    for (int i = 0; i < 1000; ++i)
+      bytes += random() % chance == 0 ? '\n' : static_cast<char>(random());
+    check(bytes);
+  }
+}
+
 TEST(SourceTest, EveryRangeIsJudgedAndDecodedAsItsBytesAre) {
   for_random_bytes(3000, [](std::string_view bytes) {
     const Source source(bytes);

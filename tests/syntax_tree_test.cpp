@@ -83,7 +83,8 @@ class Comparison {
     ASSERT_EQ(_tree.size(), _library.nodes.size());
     for (std::uint32_t i = 0; i < _tree.size(); ++i) {
       const Node ours(_tree, i);
-      ASSERT_TRUE(is_same_record(_tree.record(i), i)) << "node " << i << ", " << ours.type_text();
+      ASSERT_TRUE(is_same_record(ours, _tree.record(i), i))
+          << "node " << i << ", " << ours.type_text();
       ASSERT_TRUE(ours.scope() == nearest_scope(ours)) << "node " << i << ", " << ours.type_text();
     }
   }
@@ -130,13 +131,13 @@ class Comparison {
     EXPECT_TRUE(is_same) << what << " of node " << index << ", " << Node(_tree, index).type_text();
   }
 
-  bool is_same_record(const NodeRecord& ours, std::uint32_t index) const {
+  bool is_same_record(const Node& node, const NodeRecord& ours, std::uint32_t index) const {
     const TSNode theirs = _library.nodes[index];
     const TSPoint start = ts_node_start_point(theirs);
     const languages::Language& language = _tree.language();
     return ours.start_byte == ts_node_start_byte(theirs) &&
-           ours.end_byte == ts_node_end_byte(theirs) && ours.start_row == start.row &&
-           ours.start_column == start.column && ours.end_row == ts_node_end_point(theirs).row &&
+           ours.end_byte == ts_node_end_byte(theirs) && node.start_row() == start.row &&
+           node.start_column() == start.column && node.end_row() == ts_node_end_point(theirs).row &&
            ours.parent == _library.parents[index] &&
            ours.field == (_fields == Fields::all ? _library.fields[index] : 0) &&
            ours.subtree_end == _library.subtree_ends[index] &&

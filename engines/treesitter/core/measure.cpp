@@ -5,6 +5,7 @@
 #include <array>
 #include <vector>
 
+#include "engines/treesitter/parsing/node.h"
 #include "engines/treesitter/reading/file.h"
 
 namespace engines::treesitter {
@@ -60,7 +61,7 @@ void measure_tree(const SyntaxTree& tree, ParseReport* report) {
       report->error_bytes += node.end_byte - std::max(node.start_byte, counted_to);
       counted_to = node.end_byte;
     }
-    if (report->first_error_line == 0) report->first_error_line = node.start_row + 1;
+    if (report->first_error_line == 0) report->first_error_line = Node(tree, index).start_row() + 1;
   }
 }
 

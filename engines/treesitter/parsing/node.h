@@ -43,9 +43,10 @@ class Node {
 
   std::uint32_t start_byte() const { return record().start_byte; }
   std::uint32_t end_byte() const { return record().end_byte; }
-  std::uint32_t start_row() const { return record().start_row; }        // 0-based
-  std::uint32_t start_column() const { return record().start_column; }  // 0-based, in bytes
-  std::uint32_t end_row() const { return record().end_row; }            // 0-based
+  // 0-based; columns in bytes.
+  std::uint32_t start_row() const { return lines().row_at(start_byte()); }
+  std::uint32_t start_column() const { return lines().column_at(start_byte()); }
+  std::uint32_t end_row() const { return lines().row_at(end_byte()); }
 
   std::uint16_t symbol() const { return record().symbol; }  // of the grammar
   bool is_named() const { return _tree->language().is_named(record().symbol); }
@@ -88,6 +89,7 @@ class Node {
 
  private:
   const NodeRecord& record() const { return _tree->record(_index); }
+  const LineIndex& lines() const { return _tree->source().lines(); }
   std::optional<Node> node_at(std::uint32_t index) const {
     if (index == NodeRecord::NONE) return std::nullopt;
     return Node(*_tree, index);

@@ -11,12 +11,11 @@
 
 namespace engines::treesitter {
 
+// None of the questions needs the row and the column of the node. A symbol in the place of the
+// alias is right for every node: without an alias it is the subtree's own.
 TSNode SyntaxTree::library_node(std::uint32_t index) const {
   const NodeRecord& record = _records[index];
-  const NodeHandle& handle = _handles[index];
-  return {{record.start_byte, record.start_row, record.start_column, handle.alias},
-          handle.subtree,
-          _tree};
+  return {{record.start_byte, 0, 0, record.symbol}, _subtrees[index], _tree};
 }
 
 // Finds the record of a library's node. Start bytes never decrease in document order, so a
@@ -27,7 +26,7 @@ std::uint32_t SyntaxTree::find(const TSNode& node, std::uint32_t first, std::uin
       _records.begin() + first, _records.begin() + end, start,
       [](const NodeRecord& record, std::uint32_t byte) { return record.start_byte < byte; });
   for (auto index = static_cast<std::uint32_t>(begin - _records.begin()); index < end; ++index) {
-    if (_handles[index].subtree == node.id) return index;
+    if (_subtrees[index] == node.id) return index;
     if (_records[index].start_byte > start) break;
   }
   return NodeRecord::NONE;

@@ -2,7 +2,8 @@
 //
 // A node's descendants follow it, so its first child is the next record, and its next sibling is
 // the record at the end of its subtree. Walks are loops over the array, without recursion. A record
-// takes 40 bytes, and a file of code has about one node in six bytes.
+// takes 28 bytes beside the 8 of its address in the library, and a file of code has about one node
+// in six bytes. Rows are not among them: the source finds one from an offset.
 //
 // Tested by tests/syntax_tree_test.cpp against the library's own accessors.
 #pragma once
@@ -42,9 +43,6 @@ struct NodeRecord {
 
   std::uint32_t start_byte;
   std::uint32_t end_byte;
-  std::uint32_t start_row;
-  std::uint32_t start_column;
-  std::uint32_t end_row;
   std::uint32_t parent;       // NONE for the root
   std::uint32_t previous;     // the previous sibling, or NONE
   std::uint32_t subtree_end;  // one past the last descendant
@@ -53,7 +51,7 @@ struct NodeRecord {
   languages::NodeType type;
   std::uint8_t field;  // under which the parent has it, or 0; always 0 for Fields::on_demand
 };
-static_assert(sizeof(NodeRecord) == 40);
+static_assert(sizeof(NodeRecord) == 28);
 
 // Whether the fields of all nodes are read into the records. The navigation rules ask for the field
 // of every name; the standard rules ask the library for a few.
@@ -62,12 +60,6 @@ enum class Fields : std::uint8_t { on_demand, all };
 // Whether a node comes from a syntax error: `error` is around text that fits no rule, `missing` was
 // inserted by the parser.
 enum class Recovery : std::uint8_t { none, error, missing };
-
-// Identifies a node to the library: the address of its subtree, and its alias.
-struct NodeHandle {
-  const void* subtree;
-  std::uint16_t alias;
-};
 
 // The arena that holds the library's tree; reset when the tree is destroyed.
 struct ResetArena {
@@ -107,7 +99,7 @@ class SyntaxTree {
   const languages::Language* _language;
   const Source* _source;
   std::vector<NodeRecord> _records;
-  std::vector<NodeHandle> _handles;
+  std::vector<const void*> _subtrees;  // by which the library knows the nodes
 };
 
 }  // namespace engines::treesitter

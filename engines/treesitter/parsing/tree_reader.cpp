@@ -32,8 +32,8 @@ bool is_scope(NodeType type) {
 // The facts about a subtree that the walk needs. A small leaf is stored in its parent's pointer to
 // it. Other subtrees lie elsewhere in memory, mostly outside the caches, so each is read once.
 struct Facts {
-  Length padding;
-  Length size;
+  std::uint32_t padding;  // in bytes, as the size
+  std::uint32_t size;
   std::uint32_t child_count;
   TSSymbol symbol;
   bool is_visible;
@@ -43,16 +43,16 @@ struct Facts {
 [[gnu::always_inline]] inline Facts facts_of(const Subtree& subtree) {
   if (subtree.data.is_inline) {
     const SubtreeInlineData& leaf = subtree.data;
-    return {.padding = {leaf.padding_bytes, {leaf.padding_rows, leaf.padding_columns}},
-            .size = {leaf.size_bytes, {0, leaf.size_bytes}},
+    return {.padding = leaf.padding_bytes,
+            .size = leaf.size_bytes,
             .child_count = 0,
             .symbol = leaf.symbol,
             .is_visible = leaf.visible,
             .is_extra = leaf.extra};
   }
   const SubtreeHeapData& node = *subtree.ptr;
-  return {.padding = node.padding,
-          .size = node.size,
+  return {.padding = node.padding.bytes,
+          .size = node.size.bytes,
           .child_count = node.child_count,
           .symbol = node.symbol,
           .is_visible = node.visible,
@@ -69,10 +69,10 @@ class TreeReader {
   explicit TreeReader(SyntaxTree& tree) : _tree(tree) {
     const std::size_t count =
         ts_subtree_visible_descendant_count(_tree._tree->root) + std::size_t{1};
-    _tree._lease->charge(count * (sizeof(NodeRecord) + sizeof(NodeHandle)));
+    _tree._lease->charge(count * (sizeof(NodeRecord) + sizeof(void*)));
     _tree._lease->raise_budget(STACK_PER_BYTE * tree._source->bytes().size());
     _tree._records.reserve(count);
-    _tree._handles.reserve(count);
+    _tree._subtrees.reserve(count);
   }
 
   void read() {
@@ -112,8 +112,8 @@ class TreeReader {
   struct Frame {
     const Subtree* next;
     const Subtree* end;
-    const TSSymbol* alias;  // of the next child that is no extra, or null
-    Length position;        // of the end of the child read last
+    const TSSymbol* alias;   // of the next child that is no extra, or null
+    std::uint32_t position;  // of the end of the child read last
     bool is_first;
     bool is_hidden;
     std::uint8_t field;        // of a hidden subtree, and so of the nodes in its place
@@ -126,10 +126,9 @@ class TreeReader {
   [[gnu::always_inline]] void visit(Frame& frame) {
     const Subtree& child = *frame.next++;
     const Facts facts = facts_of(child);
-    const Length start =
-        frame.is_first ? frame.position : length_add(frame.position, facts.padding);
+    const std::uint32_t start = frame.position + (frame.is_first ? 0 : facts.padding);
     frame.is_first = false;
-    frame.position = length_add(start, facts.size);
+    frame.position = start + facts.size;
     TSSymbol alias = 0;
     if (frame.alias != nullptr && !facts.is_extra) alias = *frame.alias++;
     std::uint8_t field = 0;
@@ -163,8 +162,9 @@ class TreeReader {
     return frame.is_hidden ? frame.field : 0;
   }
 
-  [[gnu::always_inline]] Frame frame_of(const Subtree& subtree, const Facts& facts, Length start,
-                                        Owner owner, bool is_hidden, std::uint8_t field) const {
+  [[gnu::always_inline]] Frame frame_of(const Subtree& subtree, const Facts& facts,
+                                        std::uint32_t start, Owner owner, bool is_hidden,
+                                        std::uint8_t field) const {
     const Subtree* const children = ts_subtree_children(subtree);
     const TSLanguage* const language = _tree._tree->language;
     const std::uint16_t production = subtree.ptr->production_id;
@@ -208,16 +208,13 @@ class TreeReader {
 
   // Adds the record of a visible node, and returns the node as an owner.
   [[gnu::always_inline]] Owner add(const Subtree& subtree, const Facts& facts, TSSymbol alias,
-                                   Length start, const Owner& parent, std::uint8_t field) {
+                                   std::uint32_t start, const Owner& parent, std::uint8_t field) {
     const std::uint32_t index = _tree.size();
     const TSSymbol symbol = alias != 0 ? alias : facts.symbol;
     const NodeType type = _tree._language->node_type(symbol);
     _tree._records.push_back({
-        .start_byte = start.bytes,
-        .end_byte = start.bytes + facts.size.bytes,
-        .start_row = start.extent.row,
-        .start_column = start.extent.column,
-        .end_row = start.extent.row + facts.size.extent.row,
+        .start_byte = start,
+        .end_byte = start + facts.size,
         .parent = parent.index,
         .previous = parent.last_child,
         .subtree_end = index + 1,
@@ -226,7 +223,7 @@ class TreeReader {
         .type = type,
         .field = field,
     });
-    _tree._handles.push_back({&subtree, alias});
+    _tree._subtrees.push_back(&subtree);
     return {index, NodeRecord::NONE, is_scope(type) ? index : parent.scope};
   }
 

@@ -20,7 +20,8 @@ bool is_comment_line(std::string_view trimmed) {
                      [&](std::string_view prefix) { return trimmed.starts_with(prefix); });
 }
 
-Source::Source(std::string_view bytes, StopCheck& stop) : _bytes(bytes), _stop(stop) {
+Source::Source(std::string_view bytes, StopCheck& stop)
+    : _bytes(bytes), _stop(stop), _lines(bytes, stop) {
   for (std::size_t offset = 0; offset < bytes.size(); stop.check()) {
     const IllFormed fault = find_ill_formed(bytes, offset, offset + BYTES_PER_CHECK);
     offset = fault.offset + fault.size;

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "engines/treesitter/cancellation/stop_check.h"
+#include "engines/treesitter/reading/line_index.h"
 
 namespace engines::treesitter {
 
@@ -47,6 +48,7 @@ class Source {
   StopCheck& stop() const { return _stop; }
 
   std::string_view bytes() const { return _bytes; }
+  const LineIndex& lines() const { return _lines; }
 
   // The offset of the first byte that is no UTF-8, if there is one.
   std::optional<std::size_t> first_ill_formed() const {
@@ -91,6 +93,7 @@ class Source {
 
   std::string_view _bytes;
   StopCheck& _stop;
+  LineIndex _lines;
   std::vector<Range> _ill_formed;  // in order; adjacent ones are joined
   mutable std::optional<std::vector<LogicLine>> _logic_lines;
   mutable std::vector<WordPlaces> _word_places;  // of the words asked for, few of them
